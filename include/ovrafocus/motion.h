@@ -1,0 +1,89 @@
+/**
+ * @file motion.h
+ * Was the projector moved, has it come to rest, and is the place a new one?
+ *
+ * The library judges every block of the gravity sensor from acc_event_read(): a movement that has changed
+ * the distance to the wall starts auto-keystone (auto_keystone.h), and once the projector is steady again
+ * and auto-keystone has ended, a combined run is requested. acc_data_handle() is a second, simpler judge with
+ * adjustable thresholds for hosts that want it; the library does not call it. Both share the count of skipped
+ * blocks, the count of steady blocks and the time of the movement.
+ *
+ * Flags and thresholds are plain variables shared between threads without a lock: a change takes effect with
+ * the next block.
+ */
+#ifndef OVRAFOCUS_MOTION_H
+#define OVRAFOCUS_MOTION_H
+
+#include <pthread.h>
+#include <stdint.h>
+
+#include "ovrafocus/export.h"
+
+OVRA_BEGIN_DECLS
+
+/** 1 while a movement waits for its focus run, else 0. */
+extern OVRA_API int32_t project_acc_angle_changed;
+
+/** 1 while auto-keystone should run; auto-keystone clears it when it ends. */
+extern OVRA_API int32_t project_tof_dist_changed;
+
+/** 1 from a movement until the new rest position is recorded, else 0. */
+extern OVRA_API int32_t project_acc_shake_happened;
+
+/** acc_data_handle(): degrees between two blocks, on any axis, from which on it is a movement. 25.01. */
+extern OVRA_API float threshold_acc_to_shake;
+
+/** acc_data_handle(): degrees between two blocks from which on, on every axis, a block is unsteady. 1.76. */
+extern OVRA_API float threshold_acc_to_steady;
+
+/** Kept for hosts that set it; not read by the library. Degrees, 4.01. */
+extern OVRA_API float threshold_to_trigger_keystone;
+
+/** The keystone angles last derived by acc_data_handle(), degrees, -40.01 to 40.01. @{ */
+extern OVRA_API float vKeystoneVal;
+extern OVRA_API float thetaKeystoneVal;
+/** @} */
+
+/** Held by the trigger functions below, one at a time. */
+extern OVRA_API pthread_mutex_t det_mtx;
+
+/**
+ * Judges `acc_avg` as it stands: angles, direction, keystone angles, then movement and steadiness. For a
+ * host's own thread; waits while a sample is processed.
+ *
+ * A step of threshold_acc_to_shake or more, on any axis, is a movement. From 500 ms after it on, the sixth
+ * block that is not above threshold_acc_to_steady on all three axes requests a combined run.
+ */
+OVRA_API void acc_data_handle(void);
+
+/**
+ * Forgets a movement: the flags for angle and shake and the count of steady blocks become 0. The rest
+ * position and the angles summed up for the next one stay.
+ */
+OVRA_API void clear_acc_gyro_status(void);
+
+/** Forgets the movement and requests a combined run. Both angles, in degrees, are ignored. */
+OVRA_API void trigger_auto_keystone_or_autofocus(float v, float theta);
+
+/** Requests a combined run; `unused` is ignored. A busy focus is reported and does not stop the request. */
+OVRA_API void sensor_triger_focus(int32_t unused);
+
+/**
+ * Reports a change of steadiness, and does no more.
+ * @param type 0: bit 0 of `state` is shown as `unstable` tells; other types show `state` as it is.
+ * @param unstable 0: steady; anything else: not steady.
+ * @param state the state to start from.
+ */
+OVRA_API void sensor_triger_stable(int32_t type, int32_t unstable, int32_t state);
+
+/** Reports the request to switch keystone after a movement on or off, and does no more. */
+OVRA_API void sensor_triger_trapz(int32_t enable);
+
+/** Report their own name, and do no more. @{ */
+OVRA_API void auto_move_focus_reset(void);
+OVRA_API void auto_move_trapz_reset(void);
+/** @} */
+
+OVRA_END_DECLS
+
+#endif

@@ -36,7 +36,7 @@ extern OVRA_API int32_t listFlash[30];
  * @param flags  3 values
  * @return 0 always.
  */
-OVRA_API int32_t get_cali_flag(int32_t *flags);
+OVRA_API int32_t get_cali_flag(int32_t* flags);
 
 /**
  * Loads listFlash from the record, and for a calibrated lens the soft limits, the sensor's sense and the idle
@@ -46,7 +46,7 @@ OVRA_API int32_t get_cali_flag(int32_t *flags);
  * @param table  not used: the table always goes to listFlash
  * @return 0 always.
  */
-OVRA_API int32_t get_cali_data(int32_t *table);
+OVRA_API int32_t get_cali_data(int32_t* table);
 
 /**
  * Stores the calibration flags in the record.
@@ -58,7 +58,7 @@ OVRA_API int32_t get_cali_data(int32_t *table);
  * @param flags  3 values: gravity sensor, ToF sensor, lens
  * @return 0 always; a record that could not be written is only told in the log.
  */
-OVRA_API int32_t write_cali_flag(const int32_t *flags);
+OVRA_API int32_t write_cali_flag(const int32_t* flags);
 
 OVRA_END_DECLS
 

@@ -38,7 +38,7 @@ extern OVRA_API int32_t elepnCalidata[25];
  *               Values that the node does not give are 0. Untouched on failure.
  * @return 0, or -1 when the node cannot be opened or gives no data.
  */
-OVRA_API int32_t tof_distance_read(int32_t *frame);
+OVRA_API int32_t tof_distance_read(int32_t* frame);
 
 /**
  * Asks /sys/class/motor/stop whether the lens motor rests.
@@ -78,7 +78,7 @@ OVRA_API int32_t motor_dir_write(int32_t value);
  * @param curve  25 TMR values, one for each focus place. Untouched on failure.
  * @return 0, or -1 when the node cannot be opened or gives no data.
  */
-OVRA_API int32_t elepn_calidata_read(int32_t *curve);
+OVRA_API int32_t elepn_calidata_read(int32_t* curve);
 
 /**
  * Moves the lens left, or right, and remembers the way it went in lastDirection: also when the move failed,
@@ -94,14 +94,14 @@ OVRA_API int32_t varnel_motor_right_write(int32_t steps);
  * @param out  the position in TMR units, negated when `direction` is 1. May be overwritten on failure.
  * @return 0; -1 when the motor kept running or the position could not be read.
  */
-OVRA_API int32_t motor_tmr_x_dir_read(int32_t *out);
+OVRA_API int32_t motor_tmr_x_dir_read(int32_t* out);
 
 /**
  * The mean of those of the first four zone distances that are in range, that is below 4000 mm.
  * @param frame  a ranging frame as tof_distance_read() fills it
  * @return millimetres, truncated; -1 when no zone is in range.
  */
-OVRA_API int32_t getAvgDist(const int32_t *frame);
+OVRA_API int32_t getAvgDist(const int32_t* frame);
 
 /**
  * Measures the distance and compares it with lastDistance, which stays as it is.

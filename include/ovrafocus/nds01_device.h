@@ -1,0 +1,172 @@
+/**
+ * @file nds01_device.h
+ * The nds01 multi-zone time-of-flight sensor: its device node, its attributes and its registers.
+ *
+ * The kernel driver offers /dev/nds01, from which ranging frames are read, and the attributes of
+ * /sys/class/nd_tof/nds01. Nothing here takes a lock: frames share one buffer, so two threads must not read
+ * frames at the same time, and no frame may be read while the point mode changes.
+ *
+ * Functions that write or read one attribute and say no more return what the attribute helper of
+ * nds01_sysfs.h returns: 0 or more on success, a negative errno value on failure. A command that the driver
+ * did not take whole prints one line with the count and returns -1.
+ */
+#ifndef OVRAFOCUS_NDS01_DEVICE_H
+#define OVRAFOCUS_NDS01_DEVICE_H
+
+#include <stdint.h>
+
+#include "ovrafocus/export.h"
+
+OVRA_BEGIN_DECLS
+
+/** One zone of a ranging frame: 8 bytes. */
+typedef struct nds01_zone {
+    uint16_t distance_mm;
+    uint16_t quality;       /**< 11 to 100: the distance can be used */
+    uint8_t driver_data[4]; /**< the driver's own */
+} nds01_zone;
+
+/** One pixel of the whole receiver, as the calibration reads it: 8 bytes, 60 of them. */
+typedef struct nds01_pixel {
+    uint16_t distance_mm;
+    uint8_t driver_data[2];
+    uint16_t calibration_value; /**< handed on to the calibration of the processing library */
+    uint8_t more_driver_data[2];
+} nds01_pixel;
+
+/** Library data of the driver: what the processing library is fed with. */
+enum {
+    NDS01_LIB_DATA_FACTORY = 0x8000, /**< the device's factory calibration: 4096 bytes, read only */
+    NDS01_LIB_DATA_OFFSETS = 0x9000  /**< the result of an offset calibration: 4096 bytes, or the first 128 */
+};
+
+/* --- Life ----------------------------------------------------------------------------------------- */
+
+/**
+ * Opens the device (only the first call since the start or since nds01_dev_uninit() does; a failed open is
+ * not tried again), prepares the processing library and selects a point mode.
+ *
+ * @param point_mode  0, 1 or 2; see nds01_set_point_mode()
+ * @return 0, -1 when the device cannot be opened, -ENOENT when the processing library cannot be prepared,
+ *         -ESRCH when the point mode cannot be selected.
+ */
+OVRA_API int32_t nds01_dev_init(int32_t point_mode);
+
+/** Ends the processing library and closes the device, so that the next nds01_dev_init() opens it. Returns 0. */
+OVRA_API int32_t nds01_dev_uninit(void);
+
+/* --- Ranging -------------------------------------------------------------------------------------- */
+
+/**
+ * Reads one ranging frame: up to three requests, 5 ms apart, until every zone's quality lies in 11 to 100.
+ * While an offset calibration runs, the first frame is taken as it is.
+ *
+ * @param zones  room for 64 bytes: 8 (point mode 1) or 4 records of type nds01_zone. Untouched on failure.
+ * @return the number of zones, 4 or 8; -ENOENT when the device is not open or delivered no valid frame.
+ */
+OVRA_API int32_t nds01_get_ranging_data(void* zones);
+
+/** Starts (1) or stops (0) ranging; the number is written as it is. */
+OVRA_API int32_t nds01_set_running_state(int32_t state);
+
+/** Reads whether the sensor is ranging (1) or not (0). On failure `*state` keeps what it held. */
+OVRA_API int32_t nds01_get_running_state(int32_t* state);
+
+/** Starts ranging for every value but 0, stops it for 0. Differs from nds01_set_running_state() in that. */
+OVRA_API int32_t nds01_set_runing_state(int32_t state);
+
+/** Sets the frame rate, in frames a second; 0 lets the driver measure as the calibration needs it. */
+OVRA_API int32_t nds01_set_fps(int32_t frames_per_second);
+
+/** Reads the frame rate, in frames a second. On failure `*frames_per_second` keeps what it held. */
+OVRA_API int32_t nds01_get_fps(int32_t* frames_per_second);
+
+/**
+ * Stops ranging, selects a point mode and starts ranging again. A failure leaves everything as far as it
+ * got: ranging may be left stopped.
+ *
+ * @param mode  1: 8 zones; 0 and 2: 4 zones
+ * @return 0, or -1 on failure.
+ */
+OVRA_API int32_t nds01_set_point_mode(int32_t mode);
+
+/**
+ * Tells the selected point mode (-1 before the first selection) and its SPAD selection.
+ * @param spad_selection  room for 8 bytes
+ * @return 0
+ */
+OVRA_API int32_t nds01_get_point_mode(int32_t* mode, uint8_t* spad_selection);
+
+/* --- Configuration and the driver's own calibrations ---------------------------------------------- */
+
+/**
+ * Hands a configuration of the processing library to the driver.
+ *
+ * @param configuration  four bytes; kind 0 uses the first only
+ * @param kind           0 or 1
+ * @return 0; -1 for another kind or when the driver did not take it whole.
+ */
+OVRA_API int32_t nds01_set_isp_config(const uint8_t* configuration, int32_t kind);
+
+/** Lets the driver apply its configuration. */
+OVRA_API int32_t nds01_set_config(void);
+
+/** Lets the driver measure its crosstalk; see nds01_get_xtalk_value(). */
+OVRA_API int32_t nds01_xtalk_calibration(void);
+
+/** Lets the driver calibrate its distance offsets by itself against a flat target `depth` millimetres away. */
+OVRA_API int32_t nds01_offset_calibration_at_depth_for_dev(int32_t depth);
+
+/**
+ * Reads the firmware's version: bits 16-23 major, 8-15 minor, 0-7 patch.
+ * @return 0; -1 on failure, with `*version` untouched.
+ */
+OVRA_API int32_t nds01_dev_get_firmware_version(uint32_t* version);
+
+/**
+ * Reads the measured crosstalk and prints it: one value for firmware below 1.3.0, four from 1.3.0 on.
+ * @param values  room for four values; a short read leaves those behind it as they were
+ * @return 0; -1 when the version or all of the values could not be read.
+ */
+OVRA_API int32_t nds01_get_xtalk_value(uint16_t* values);
+
+/* --- Commands of the driver ----------------------------------------------------------------------- */
+
+/**
+ * Reads or writes library data of the driver.
+ * @param index  NDS01_LIB_DATA_FACTORY or NDS01_LIB_DATA_OFFSETS
+ * @param size   in bytes
+ * @return `size`, or -1 on failure.
+ */
+OVRA_API int32_t nds01_get_lib_data(uint32_t index, void* buffer, uint32_t size);
+OVRA_API int32_t nds01_set_lib_data(uint32_t index, const void* buffer, uint32_t size);
+
+/**
+ * Enables the selected SPADs (point modes other than 1).
+ * @param value  the driver's argument: the address of the 8-byte SPAD selection
+ * @param size   not used
+ * @return 0, or -1 on failure.
+ */
+OVRA_API int32_t nds01_set_isp_spad_enable(intptr_t value, int32_t size);
+
+/**
+ * Reads all pixels of the receiver.
+ * @param pixels  room for 480 bytes: 60 records of type nds01_pixel
+ * @return 60, or -1 on failure.
+ */
+OVRA_API int32_t nds01_get_all_pixel_data(void* pixels);
+
+/** Reads or writes `length` bytes at an 8-bit register. Returns 0, or -1 on failure. */
+OVRA_API int32_t nds01_i2c_read_nbytes(uint8_t reg, uint8_t* buffer, uint16_t length);
+OVRA_API int32_t nds01_i2c_write_nbytes(uint8_t reg, const uint8_t* buffer, uint16_t length);
+
+/** Reads or writes `length` bytes at a 16-bit register. Returns 0, or -1 on failure. */
+OVRA_API int32_t nds01_addr16_read_nbytes(uint16_t reg, uint8_t* buffer, uint16_t length);
+OVRA_API int32_t nds01_addr16_write_nbytes(uint16_t reg, const uint8_t* buffer, uint16_t length);
+
+/** Sets the level of the chip's shut-down pin: 0 shuts the chip down. Returns 0, or -1 on failure. */
+OVRA_API int32_t nds01_set_xshut_pin_level(int32_t level);
+
+OVRA_END_DECLS
+
+#endif

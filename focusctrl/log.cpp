@@ -21,7 +21,8 @@ public:
     StreamLock& operator=(const StreamLock&) = delete;
 };
 
-__attribute__((format(printf, 2, 0))) void print_tagged(const char* tag, const char* format, va_list arguments) {
+__attribute__((format(printf, 2, 0))) void print_tagged(const char* tag, const char* format,
+                                                        va_list arguments) {
     const StreamLock lock;
     std::printf("%s  ", tag);
     std::vprintf(format, arguments);

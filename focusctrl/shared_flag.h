@@ -7,6 +7,8 @@
 #ifndef OVRA_FOCUSCTRL_SHARED_FLAG_H
 #define OVRA_FOCUSCTRL_SHARED_FLAG_H
 
+#include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 namespace ovra {
@@ -26,6 +28,12 @@ template <typename T>
 void store(T& variable, std::common_type_t<T> value) {
     static_assert(shareable<T>, "only values of at most 32 bits, and pointers, are written without tearing");
     __atomic_store(&variable, &value, __ATOMIC_RELAXED);
+}
+
+/// Copies a record of 32-bit words that is shared on either side. Each word is whole; the record may be half
+/// of one state and half of the next.
+inline void copy_words(std::uint32_t* to, const std::uint32_t* from, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) store(to[i], load(from[i]));
 }
 
 }  // namespace ovra

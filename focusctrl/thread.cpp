@@ -1,7 +1,5 @@
 #include "focusctrl/thread.h"
 
-#include <pthread.h>
-
 #include <cstddef>
 
 namespace ovra {
@@ -24,8 +22,7 @@ int start_small_detached_thread(ThreadBody body) {
     return failure;
 }
 
-int start_default_detached_thread(ThreadBody body) {
-    pthread_t thread;
+int start_default_detached_thread(ThreadBody body, pthread_t& thread) {
     const int failure = pthread_create(&thread, nullptr, body, nullptr);
     if (failure == 0) pthread_detach(thread);
     return failure;

@@ -2,6 +2,8 @@
 #ifndef OVRA_FOCUSCTRL_THREAD_H
 #define OVRA_FOCUSCTRL_THREAD_H
 
+#include <pthread.h>
+
 namespace ovra {
 
 using ThreadBody = void* (*)(void*);
@@ -11,8 +13,9 @@ using ThreadBody = void* (*)(void*);
 /// Returns 0, or pthread_create's error.
 int start_small_detached_thread(ThreadBody body);
 
-/// Starts a thread with default attributes and detaches it. Returns 0, or pthread_create's error.
-int start_default_detached_thread(ThreadBody body);
+/// Starts a thread with default attributes and detaches it. `thread` becomes its identifier. Returns 0, or
+/// pthread_create's error.
+int start_default_detached_thread(ThreadBody body, pthread_t& thread);
 
 }  // namespace ovra
 

@@ -95,8 +95,8 @@ OVRA_API std::vector<float> CalPlaneLineIntersectPoint(const std::vector<float>&
  * @param halg    horizontal angle in degrees; 0 is square to the wall
  * @param valg    vertical angle in degrees; 0 is level. Keep it within 90 on either side: at the limits and
  *                beyond, the result is not checked and may hold infinities and not-a-numbers
- * @param Offset  vertical offset of the picture, in half picture heights less one; 1 puts the first image
- *                edge level with the lens
+ * @param Offset  vertical offset of the picture: its first edge lies (Offset - 1) half picture heights from the
+ *                lens axis. 1 puts that edge on the axis, 0 puts the axis through the picture's middle
  * @param ratio   throw ratio, see DLP_RATIO
  * @param width_px   panel width in pixels; 0 gives not-a-numbers
  * @param height_px  panel height in pixels

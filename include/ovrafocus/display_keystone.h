@@ -37,7 +37,7 @@ struct ovra_screen_info {
  *         otherwise the callback table's address cut to int, so 0 when the host has registered none. Apart
  *         from -1 the value says nothing about success.
  */
-OVRA_API int keystone_api_init(void);
+OVRA_API int32_t keystone_api_init(void);
 
 /**
  * Asks the driver for the panel size, through a descriptor of its own.
@@ -46,7 +46,7 @@ OVRA_API int keystone_api_init(void);
  *              is when the driver refuses
  * @return 0, also when the driver refused; -1 when "/dev/dis" cannot be opened
  */
-OVRA_API int get_screen_info_api(struct ovra_screen_info* info);
+OVRA_API int32_t get_screen_info_api(struct ovra_screen_info* info);
 
 /**
  * Asks the driver which rectangle of the 1280 by 720 picture is visible within the current trapezoid, and
@@ -55,7 +55,7 @@ OVRA_API int get_screen_info_api(struct ovra_screen_info* info);
  * @return 0, also when the driver refused (which is told on standard error); -1 when "/dev/fb0" or "/dev/dis"
  *         cannot be opened
  */
-OVRA_API int keystone_fb_viewport_scale_api(void);
+OVRA_API int32_t keystone_fb_viewport_scale_api(void);
 
 /**
  * Applies a trapezoid. Widths above the panel's are cut to it. When the host's table has host_set_keystone,
@@ -66,7 +66,7 @@ OVRA_API int keystone_fb_viewport_scale_api(void);
  * @return 0, also when the driver refused a request; -1 when a width is 0 or less or, after the cut, below
  *         690, or when "/dev/dis" cannot be opened: nothing is changed then
  */
-OVRA_API int set_keystone_api(int32_t top, int32_t bottom);
+OVRA_API int32_t set_keystone_api(int32_t top, int32_t bottom);
 
 /**
  * Moves the trapezoid one step by hand. The narrow edge widens first, up to the wide edge; when both are
@@ -78,7 +78,7 @@ OVRA_API int set_keystone_api(int32_t top, int32_t bottom);
  * @param step  pixels; widths are kept in 16 bits
  * @return 0 always
  */
-OVRA_API int set_keystone_offset_api(int dir, int step);
+OVRA_API int32_t set_keystone_offset_api(int32_t dir, int32_t step);
 
 OVRA_END_DECLS
 

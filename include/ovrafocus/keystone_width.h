@@ -53,7 +53,7 @@ extern OVRA_API pthread_mutex_t mutex_keystone;
  *         -1 when the gravity angle is beyond 90 degrees or the widths could not be computed;
  *         -101 when the projector lies on its side and the ToF angle is missing or beyond 80 degrees
  */
-OVRA_API int varnel_keystone(int code);
+OVRA_API int32_t varnel_keystone(int32_t code);
 
 /**
  * Computes the widths for a tilt and applies them: at once when g_run_once_keystone is set or the change is
@@ -62,7 +62,7 @@ OVRA_API int varnel_keystone(int code);
  * @param angle  tilt in degrees, within 90 on either side
  * @return 0; -1 when the geometry gave no result (there was no memory). mutex_keystone then stays locked.
  */
-OVRA_API int varnel_thread_setDLPKeystone(int angle);
+OVRA_API int32_t varnel_thread_setDLPKeystone(int32_t angle);
 
 /**
  * Computes the widths for a tilt without applying them, and sets currentKeystoneAngle. Takes no lock.
@@ -72,7 +72,7 @@ OVRA_API int varnel_thread_setDLPKeystone(int angle);
  * @param downWidth  receives the bottom width in pixels; must not be null
  * @return 0; -1 when the geometry gave no result (there was no memory), and nothing is written
  */
-OVRA_API int varnel_cacu_keystone_width(int angle, int* upWidth, int* downWidth);
+OVRA_API int32_t varnel_cacu_keystone_width(int32_t angle, int32_t* upWidth, int32_t* downWidth);
 
 /**
  * The tilt by the ToF sensor: the mean of the second and third of three readings, rounded; -1 and 1 count as
@@ -81,7 +81,7 @@ OVRA_API int varnel_cacu_keystone_width(int angle, int* upWidth, int* downWidth)
  * @param angle  receives the tilt in degrees; must not be null; untouched on failure
  * @return 0, or -1 when a reading failed
  */
-OVRA_API int get_tof_angle(int* angle);
+OVRA_API int32_t get_tof_angle(int32_t* angle);
 
 /**
  * The tilt from the mean distances of the upper and lower ToF zones, whose directions are 24 degrees apart:
@@ -92,10 +92,10 @@ OVRA_API int get_tof_angle(int* angle);
  *               distances are 0
  * @return 0, or -1 when the distances could not be read
  */
-OVRA_API int cacuTofAngle(int* angle);
+OVRA_API int32_t cacuTofAngle(int32_t* angle);
 
 /** @return currentKeystoneAngle, in degrees. Any thread. */
-OVRA_API int get_current_keystone_angle(void);
+OVRA_API int32_t get_current_keystone_angle(void);
 
 OVRA_END_DECLS
 

@@ -97,7 +97,8 @@ OVRA_API int32_t motor_right_write(int32_t n);
  * @param tmr receives the position in TMR units; must not be null. A text that is no number leaves it as it
  *            was.
  * @return 0; -1 when the attribute cannot be read, or when the value lies outside -2000..2000, which the
- *         driver delivers when the sensor's bus failed (the value is stored all the same).
+ *         driver delivers when the sensor's bus failed (the value is stored all the same). An attribute that
+ *         opens but gives no text also costs the process one descriptor, which is not closed.
  */
 OVRA_API int32_t motor_tmr_read(int32_t* tmr);
 

@@ -17,7 +17,7 @@
 OVRA_BEGIN_DECLS
 
 /**
- * Writes a number as text, with the digits 0-9 and A-Z up to F.
+ * Writes a number as text, with the digits 0-9 and A-F.
  * @param value the number; signed in base 10, taken as unsigned 32 bits in every other base.
  * @param buf   room for the sign, the digits and the terminator: 33 bytes are enough for every base.
  * @param base  2 to 16. Not checked.

@@ -15,6 +15,10 @@ constexpr CalibratedPoints distance_table = {3000, 1500, 1000, 750, 600, 500, 43
 // A zone that reads this or more has seen no wall.
 constexpr std::int32_t out_of_range_mm = 4000;
 
+// Points of the focus curve above the first are negative ones, in 16-bit two's complement.
+constexpr std::int32_t largest_positive_point = 10000;
+constexpr std::int32_t two_to_the_16 = 65536;
+
 // The place scan begins here and takes only what is nearer than this (millimetres or TMR units).
 constexpr int fallback_place = 5;
 constexpr std::int64_t scan_limit = 4000;
@@ -44,8 +48,8 @@ constexpr double least_extrapolation_tmr = 30.0;
 
 constexpr std::int32_t places_per_step = 2;
 
-// Of the idle travel found by the factory only this part is sure to be taken up on each reversal.
-constexpr double sure_idle_share = 0.4;
+// The part of the calibrated idle travel that is taken up before a reversed move; the fine loop finds the rest.
+constexpr double idle_share = 0.4;
 
 // Fine loop, TMR units: a motor step moves the lens by about 18; from 31 on whole steps, from 5 on single
 // ones, nearer than that is sharp.
@@ -59,11 +63,19 @@ std::int32_t saturate(double value) {
     return static_cast<std::int32_t>(std::clamp(value, low, high));
 }
 
+std::int32_t signed_point(std::int32_t number) {
+    return number > largest_positive_point ? number - two_to_the_16 : number;
+}
+
 std::int64_t widened_difference(std::int32_t a, std::int32_t b) { return std::int64_t{a} - b; }
 
-// A table from a damaged record can hold any 32-bit number: sums wrap instead of overflowing.
+// A table from a damaged record can hold any 32-bit number: arithmetic wraps instead of overflowing.
 std::int32_t wrapped_sum(std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+std::int32_t wrapped_negative(std::int32_t value) {
+    return static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(value));
 }
 
 }  // namespace
@@ -76,6 +88,16 @@ PlaceTable expand_to_places(const CalibratedPoints& points) {
         places[place] = static_cast<std::int32_t>(between ? (here + points[place / 2 + 1]) / 2 : here);
     }
     return places;
+}
+
+PlaceTable curve_of_places(const CurveNumbers& numbers, bool negated) {
+    CalibratedPoints points{};
+    std::transform(numbers.rbegin(), numbers.rbegin() + calibrated_distances, points.begin(), signed_point);
+    PlaceTable curve = expand_to_places(points);
+    if (negated) {
+        std::transform(curve.begin(), curve.end(), curve.begin(), wrapped_negative);
+    }
+    return curve;
 }
 
 PlaceTable distance_of_places() { return expand_to_places(distance_table); }
@@ -159,9 +181,7 @@ CoarseMove plan_coarse_move(int current_place, int target_place) {
     return move;
 }
 
-std::int32_t idle_steps(std::int32_t idle_travel) {
-    return std::max(saturate(idle_travel * sure_idle_share), 0);
-}
+std::int32_t idle_steps(std::int32_t idle_travel) { return std::max(saturate(idle_travel * idle_share), 0); }
 
 Side approach_side(std::int32_t target_tmr, std::int32_t current_tmr) {
     return target_tmr > current_tmr ? Side::right : Side::left;

@@ -18,6 +18,14 @@ using PlaceTable = std::array<std::int32_t, focus_places>;
 /// The calibrated points at the even places, the truncated mean of their neighbours at the odd ones.
 PlaceTable expand_to_places(const CalibratedPoints& points);
 
+/// The light engine's focus curve as its driver gives it: 7 numbers that are not ours, then the 13 points as
+/// 16-bit two's-complement TMR values, the nearest distance first.
+constexpr int curve_numbers = 20;
+using CurveNumbers = std::array<std::int32_t, curve_numbers>;
+
+/// The curve at the focus places, the farthest first; with the sign changed when `negated`.
+PlaceTable curve_of_places(const CurveNumbers& numbers, bool negated);
+
 /// The distance of each focus place in millimetres, 3000 to 240.
 PlaceTable distance_of_places();
 

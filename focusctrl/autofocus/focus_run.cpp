@@ -75,10 +75,11 @@ timeval wall_clock() {
     return now;
 }
 
+// In 64 bits: the clock may be set in the middle of a run.
 long elapsed_ms(const timeval& from, const timeval& to) {
-    const long seconds = static_cast<long>(to.tv_sec - from.tv_sec);
-    const long microseconds = static_cast<long>(to.tv_usec - from.tv_usec);
-    return seconds * 1000 + microseconds / 1000;
+    const int64_t seconds = int64_t{to.tv_sec} - from.tv_sec;
+    const int64_t microseconds = int64_t{to.tv_usec} - from.tv_usec;
+    return static_cast<long>(seconds * 1000 + microseconds / 1000);
 }
 
 void log_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
@@ -271,24 +272,28 @@ ovra::KeystoneVerdict keystone_step(const Switches& on, Times& times) {
 
 // The way of a run:
 //
-//   keystone on, no adjustment asked for? -- yes --> keystone step -- failed, focus off --> toast, end
-//        | no                                             |
-//        v                                                v
-//   focus on? -- no --> toast 11 (both off: toast 10, one second, toast 11), end
-//        | yes
-//        v                                                            +-- no distance -------> toast 9 --+
-//   take the lens -> measure -> tables for the temperature -> places -+                                  |
-//                                                                     +-- same place, not hot ----------+
-//                                                                     |                                  |
-//                                                                     v                                  |
-//                                                    coarse move (when the places differ)                |
-//                                                                     |          \                       |
-//                                                                     v           failed --> toast 5 ----+
-//                                                    fine loop, at most 30 passes  /                     |
-//                                                                     |  \ ------ /                      |
-//                                                                     v                                  v
-//                                                                settled --> times, keystone's toast, state,
-//                                                                            release the lens, refresh, end
+//   keystone on, no adjustment asked for --> keystone step --- failed, focus off: toast 2 or 9, return
+//                 |                               |
+//                 v                               v
+//           focus on? --- no: toast 11 (keystone off too: 10, one second, 11), return
+//                 |
+//                 v
+//        lock the lens, measure -------- no distance ---------> toast 9 --.
+//                 |                                                       |
+//                 v                                                       |
+//        tables, target, current place - not readable --------> toast 5 --+
+//           |           |       |                                         |
+//           | places    | same, `------- same place, not hot -------------+
+//           | differ    | hot                                             |
+//           v           |                                                 |
+//        coarse move ---(--------------- failed --------------> toast 5 --+
+//           |           |                                                 |
+//           v           v                                                 |
+//        fine loop, 30 passes at most -- failed or timed out -> toast 5 --+
+//                 |                                                       |
+//                 `--------------------- settled -------------------------+
+//                                                                         v
+//                         times, the keystone step's toast, state, unlock, refresh, return
 int32_t varnel_thread_autofocus(void) {
     const Switches on = {load(g_osd_keystone), load(g_osd_autofocus)};
     log_state();

@@ -1,0 +1,60 @@
+#include "focusctrl/autofocus/lens_feedback.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ovra {
+namespace {
+
+// All in TMR units.
+constexpr std::int32_t inside_limit = 10;  // how far inside a soft limit a clamped target lies
+constexpr std::int32_t smallest_manual_move = 10;
+constexpr std::int32_t manual_coarse_from = 31;  // differences from here on take several steps at once
+constexpr std::int32_t manual_fine_from = 7;     // below it the lens is there
+constexpr std::int32_t tmr_per_step = 18;        // a little less than one motor step moves
+constexpr std::int32_t target_coarse_from = 11;
+constexpr std::int32_t target_fine_from = 5;
+
+std::int32_t saturated(std::int64_t value) {
+    constexpr std::int64_t least = std::numeric_limits<std::int32_t>::min() + 1;  // its negative still fits
+    constexpr std::int64_t greatest = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(value, least, greatest));
+}
+
+}  // namespace
+
+std::int32_t tmr_sum(std::int32_t a, std::int32_t b) { return saturated(std::int64_t{a} + b); }
+
+std::int32_t tmr_difference(std::int32_t a, std::int32_t b) { return saturated(std::int64_t{a} - b); }
+
+ClampedTarget clamp_to_limits(std::int32_t target, std::int32_t left_limit, std::int32_t right_limit) {
+    if (target > right_limit) return {tmr_difference(right_limit, inside_limit), LimitHit::right};
+    if (target < left_limit) return {tmr_sum(left_limit, inside_limit), LimitHit::left};
+    return {target, LimitHit::none};
+}
+
+std::int32_t widen_manual_move(std::int32_t delta) {
+    if (delta <= -smallest_manual_move || delta >= smallest_manual_move) return delta;
+    return delta < 0 ? -smallest_manual_move : smallest_manual_move;
+}
+
+LensAction next_manual_action(std::int32_t difference) {
+    if (difference >= manual_coarse_from) return LensAction::coarse_right;
+    if (difference <= -manual_coarse_from) return LensAction::coarse_left;
+    if (difference >= manual_fine_from) return LensAction::fine_right;
+    if (difference <= -manual_fine_from) return LensAction::fine_left;
+    return LensAction::done;
+}
+
+std::int32_t coarse_steps(std::int32_t difference) {
+    return (difference < 0 ? -difference : difference) / tmr_per_step;
+}
+
+LensAction next_target_action(bool rightwards, std::int32_t difference) {
+    const std::int32_t ahead = rightwards ? difference : -difference;
+    if (ahead >= target_coarse_from) return rightwards ? LensAction::coarse_right : LensAction::coarse_left;
+    if (ahead >= target_fine_from) return rightwards ? LensAction::fine_right : LensAction::fine_left;
+    return LensAction::done;
+}
+
+}  // namespace ovra

@@ -1,0 +1,42 @@
+// What the feedback loops of the lens decide: values in, values out, no device.
+#ifndef OVRA_FOCUSCTRL_AUTOFOCUS_LENS_FEEDBACK_H
+#define OVRA_FOCUSCTRL_AUTOFOCUS_LENS_FEEDBACK_H
+
+#include <cstdint>
+
+namespace ovra {
+
+/// Sum and difference of two TMR values. The sensor's range is small, but limits and relative moves are the
+/// host's: what would leave 32 bits stays at their end.
+std::int32_t tmr_sum(std::int32_t a, std::int32_t b);
+std::int32_t tmr_difference(std::int32_t a, std::int32_t b);
+
+enum class LimitHit { none, left, right };
+
+struct ClampedTarget {
+    std::int32_t target;
+    LimitHit hit;
+};
+
+/// A target in TMR units beyond a soft limit becomes a place 10 units inside it. The right limit is looked
+/// at first.
+ClampedTarget clamp_to_limits(std::int32_t target, std::int32_t left_limit, std::int32_t right_limit);
+
+/// The smallest manual move is 10 TMR units; a move of nothing goes right.
+std::int32_t widen_manual_move(std::int32_t delta);
+
+enum class LensAction { done, coarse_right, coarse_left, fine_right, fine_left };
+
+/// The next action of the manual focus loop, for the target's distance from the lens in TMR units.
+LensAction next_manual_action(std::int32_t difference);
+
+/// Steps of a coarse manual move, for a difference of either sign.
+std::int32_t coarse_steps(std::int32_t difference);
+
+/// The next single step of an absolute move whose direction was fixed at its start. Coarse means one full
+/// step here.
+LensAction next_target_action(bool rightwards, std::int32_t difference);
+
+}  // namespace ovra
+
+#endif

@@ -1,0 +1,180 @@
+#include "ovrafocus/tmr_table.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "focusctrl/autofocus/lens_feedback.h"
+#include "focusctrl/log.h"
+#include "focusctrl/shared_flag.h"
+#include "ovrafocus/calibration_data.h"
+#include "ovrafocus/focus_nodes.h"
+#include "ovrafocus/lens_position.h"
+#include "ovrafocus/motor_drv.h"
+#include "ovrafocus/permanent_data.h"
+
+namespace {
+
+using ovra::load;
+using ovra::log_focus;
+using ovra::store;
+
+constexpr int32_t failed = -1;
+constexpr int32_t full_pulse = 2;
+constexpr useconds_t settle_us = 100000;
+
+constexpr int measurements = 14;
+constexpr int target_measurement = 2;
+constexpr int table_entries = 30;
+constexpr int place_entries = 25;
+
+// All in TMR units. The sweep needs room; the two margins of the soft limits differ on purpose: beyond the
+// near end the run extrapolates.
+constexpr int32_t sweep_limit = 1000;
+constexpr int32_t run_up = 30;
+constexpr int32_t overshoot = 2;
+constexpr int32_t left_margin = 20;
+constexpr int32_t right_margin = 40;
+
+// Motor steps of the way back that are travel, not idle.
+constexpr int32_t left_return_steps = 10;
+constexpr int32_t right_return_steps = 2;
+
+struct StepCount {
+    int32_t steps = 0;
+    int32_t micro_steps = 0;
+};
+
+int32_t position(int32_t target, StepCount& taken) {
+    if (manufocusTargetTMR(target, &taken.steps, &taken.micro_steps) != failed) return 0;
+    log_focus("auto fucos error: manufocusTargetTMR failed\n");
+    return failed;
+}
+
+int32_t measure(int32_t& reading) {
+    if (motor_tmr_x_dir_read(&reading) != 0) return failed;
+    log_focus("currentTMR = %d", reading);
+    return 0;
+}
+
+int32_t step_and_measure(const char* message, int32_t (*move)(int32_t), int32_t& reading) {
+    log_focus("%s", message);
+    if (move(1) == failed) return failed;
+    usleep(settle_us);
+    return measure(reading);
+}
+
+// To the start, arriving from the left, then eleven steps right.
+int32_t sweep_right(int32_t target, int32_t* measured) {
+    StepCount taken;
+    if (position(ovra::tmr_difference(target, run_up), taken) == failed ||
+        position(ovra::tmr_sum(target, overshoot), taken) == failed)
+        return failed;
+    log_focus("steps = %d, microSteps = %d\n", taken.steps, taken.micro_steps);
+    if (motor_pulse_write(full_pulse) == failed) return failed;
+    if (measure(measured[target_measurement]) == failed) return failed;
+    for (int i = target_measurement + 1; i < measurements; ++i) {
+        if (step_and_measure("move 1 right step--5um \n", motor_right_write, measured[i]) == failed)
+            return failed;
+    }
+    return 0;
+}
+
+// Back to the start, arriving from the right, then two steps left.
+int32_t sweep_left(int32_t target, int32_t* measured, int32_t& left_idle) {
+    StepCount taken;
+    if (position(ovra::tmr_difference(target, overshoot), taken) == failed) return failed;
+    left_idle = std::max(taken.steps - left_return_steps, 0);
+    log_focus("steps = %d, microSteps = %d, leftR = %d\n", taken.steps, taken.micro_steps, left_idle);
+    if (motor_pulse_write(full_pulse) == failed) return failed;
+    for (int i = target_measurement - 1; i >= 0; --i) {
+        if (step_and_measure("move 1 left step--5um \n", motor_left_write, measured[i]) == failed)
+            return failed;
+    }
+    return 0;
+}
+
+int32_t return_right(int32_t target, int32_t& right_idle) {
+    StepCount taken;
+    if (position(ovra::tmr_sum(target, overshoot), taken) == failed) return failed;
+    right_idle = std::max(taken.steps - right_return_steps, 0);
+    log_focus("steps = %d, microSteps = %d, rightR = %d\n", taken.steps, taken.micro_steps, right_idle);
+    return motor_pulse_write(full_pulse);
+}
+
+// Measurements at the even places, the truncated mean of their neighbours at the odd ones.
+int32_t place_value(const int32_t* measured, int place) {
+    const int32_t first = measured[place / 2];
+    if (place % 2 == 0) return first;
+    return static_cast<int32_t>((int64_t{first} + measured[place / 2 + 1]) / 2);
+}
+
+void print_table(const int32_t* out) {
+    const int32_t* const rest = out + place_entries;
+    log_focus("%d, %d, %d, %d, %d\n", rest[0], rest[1], rest[2], rest[3], rest[4]);
+    log_focus("leftLimit %d, rightLimit %d, direct %d, leftR %d, rightR %d\n", rest[0], rest[1], rest[2],
+              rest[3], rest[4]);
+    log_focus("sizeof int = %d, sizeof int32_t = %d\n", static_cast<int>(sizeof(int)),
+              static_cast<int>(sizeof(int32_t)));
+}
+
+// Joins the entries by commas. A text that does not fit is a table that no start could read back: the
+// process stops before a byte of the record is touched.
+template <std::size_t size>
+void format_table(const int32_t* out, char (&text)[size]) {
+    std::size_t length = 0;
+    for (int i = 0; i < table_entries; ++i) {
+        const int added = std::snprintf(text + length, size - length, i == 0 ? "%d" : ",%d", out[i]);
+        if (added < 0 || static_cast<std::size_t>(added) >= size - length) std::abort();
+        length += static_cast<std::size_t>(added);
+    }
+}
+
+void store_table(const int32_t* out) {
+    ovra_permanent_record record;
+    permanent_data_read(&record);
+    char text[sizeof record.tmr_table_text] = {};
+    format_table(out, text);
+    log_focus("%s", text);
+    std::memcpy(record.tmr_table_text, text, sizeof text);
+    if (permanent_data_write(&record) == failed) log_focus("permanent_data_write error\n");
+}
+
+}  // namespace
+
+int32_t get_cali_list_tmr(int32_t target, int32_t* measured) {
+    store(g_limitLeft, -sweep_limit);
+    store(g_limitRight, sweep_limit);
+    int32_t left_idle = 0;
+    int32_t right_idle = 0;
+    if (sweep_right(target, measured) == failed) return failed;
+    if (sweep_left(target, measured, left_idle) == failed) return failed;
+    if (return_right(target, right_idle) == failed) return failed;
+    tmr_cali_inter(measured, measured[0] - left_margin, measured[measurements - 1] + right_margin,
+                   load(direction), left_idle, right_idle, listFlash);
+    return 0;
+}
+
+int32_t tmr_cali_inter(const int32_t* measured, int32_t leftLimit, int32_t rightLimit, int32_t direct,
+                       int32_t leftR, int32_t rightR, int32_t* out) {
+    log_focus("tmr_cali_interpolation start\n");
+    log_focus("interpolation result : \n");
+    for (int place = 0; place < place_entries; ++place) {
+        store(out[place], place_value(measured, place));
+        log_focus("%d,", load(out[place]));
+    }
+    const int32_t rest[] = {leftLimit, rightLimit, direct, leftR, rightR};
+    for (int i = 0; i < table_entries - place_entries; ++i) store(out[place_entries + i], rest[i]);
+    print_table(out);
+    store_table(out);
+
+    store(g_limitLeft, leftLimit);
+    store(g_limitRight, rightLimit);
+    store(leftIdle, leftR);
+    store(rightIdle, rightR);
+    log_focus("tmr_cali_interpolation success\n");
+    return 0;
+}

@@ -1,0 +1,289 @@
+#include "host/commands.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <sstream>
+
+#include "host/console.h"
+#include "host/host_session.h"
+#include "host/record_text.h"
+#include "ovrafocus/ovrafocus.h"
+
+namespace host {
+namespace {
+
+constexpr int idle_timeout_ms = 60 * 1000;
+constexpr int wait_slice_ms = 100;
+
+// --- Requests ------------------------------------------------------------------------------------------
+
+Outcome run_init(const Arguments&) { return start_library() ? Outcome::done : Outcome::failed; }
+
+Outcome run_akaf(const Arguments&) {
+    say("auto-focus and auto-keystone requested");
+    begin_request(true);
+    varnel_autofocus();
+    return Outcome::done;
+}
+
+Outcome run_keystone(const Arguments& arguments) {
+    int angle = 0;
+    if (!parse_int(arguments[0], angle)) return Outcome::misused;
+    say("keystone for a tilt of %d degrees requested", angle);
+    begin_request(false);
+    varnel_setDLPkeystone(angle);
+    return Outcome::done;
+}
+
+Outcome run_switches(const Arguments& arguments) {
+    int keystone = 0;
+    int autofocus = 0;
+    if (!parse_int(arguments[0], keystone) || !parse_int(arguments[1], autofocus)) return Outcome::misused;
+    varnel_set_osd_settings(keystone, autofocus);
+    say("auto-keystone %s, auto-focus %s", keystone == 1 ? "on" : "off", autofocus == 1 ? "on" : "off");
+    return Outcome::done;
+}
+
+Outcome wait_idle() {
+    if (!wait_until_idle(idle_timeout_ms)) {
+        say("still busy after %d seconds", idle_timeout_ms / 1000);
+        note_request_failed();
+        return Outcome::failed;
+    }
+    return Outcome::done;
+}
+
+// "250ms", "1.5s", "2min"; a bare number counts seconds.
+bool parse_duration_ms(const std::string& text, long& milliseconds) {
+    char* unit = nullptr;
+    const double number = std::strtod(text.c_str(), &unit);
+    if (unit == text.c_str() || !(number >= 0)) return false;
+    const std::string name = unit;
+    double scale = 0;
+    if (name == "ms") scale = 1;
+    if (name == "s" || name.empty()) scale = 1000;
+    if (name == "min") scale = 60 * 1000;
+    if (name == "h") scale = 60 * 60 * 1000;
+    if (scale == 0 || number * scale > 1e9) return false;
+    milliseconds = static_cast<long>(number * scale);
+    return true;
+}
+
+Outcome run_wait(const Arguments& arguments) {
+    if (arguments[0] == "idle") return wait_idle();
+    long milliseconds = 0;
+    if (!parse_duration_ms(arguments[0], milliseconds)) return Outcome::misused;
+    for (; milliseconds > 0; milliseconds -= wait_slice_ms) {
+        usleep(static_cast<useconds_t>(milliseconds < wait_slice_ms ? milliseconds : wait_slice_ms) * 1000);
+    }
+    return Outcome::done;
+}
+
+Outcome run_manual(const Arguments& arguments) {
+    int delta = 0;
+    if (!parse_int(arguments[0], delta)) return Outcome::misused;
+    const int result = manufocusTMR(delta);
+    say("manual focus by %d: %s (%d)", delta,
+        result == 0    ? "done"
+        : result == -6 ? "stopped at the right limit"
+        : result == -7 ? "stopped at the left limit"
+                       : "failed",
+        result);
+    return result == -1 ? Outcome::failed : Outcome::done;
+}
+
+Outcome run_limit(const Arguments& arguments) {
+    const bool left = arguments[0] == "left";
+    if (!left && arguments[0] != "right") return Outcome::misused;
+    int limit = 0;
+    const int result = left ? goto_left_limit_safe(&limit) : goto_right_limit_safe(&limit);
+    if (result != 0) {
+        say("the lens did not go to its %s limit (is it calibrated?)", arguments[0].c_str());
+        return Outcome::failed;
+    }
+    say("the lens is at its %s limit, TMR %d", arguments[0].c_str(), limit);
+    return Outcome::done;
+}
+
+Outcome run_offset(const Arguments& arguments) {
+    int direction = 0;
+    int step = 0;
+    if (!parse_int(arguments[0], direction) || !parse_int(arguments[1], step)) return Outcome::misused;
+    set_keystone_offset_api(direction, step);
+    say("keystone moved one step of %d pixels in direction %d", step, direction);
+    return Outcome::done;
+}
+
+// --- Questions -----------------------------------------------------------------------------------------
+
+Outcome run_status(const Arguments&) {
+    say("auto-keystone %s, auto-focus %s, last request %s",
+        varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
+        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off",
+        last_request_succeeded() ? "succeeded" : "failed");
+    say("widths: top %d, bottom %d; tilt %d degrees; last distance %d mm", static_cast<int>(preUpW),
+        static_cast<int>(preDownW), get_current_keystone_angle(), static_cast<int>(lastDistance));
+    int tmr = 0;
+    if (motor_tmr_x_dir_read(&tmr) == 0) {
+        say("lens at TMR %d (limits %d to %d)", tmr, static_cast<int>(g_limitLeft),
+            static_cast<int>(g_limitRight));
+    } else {
+        say("the lens position cannot be read");
+    }
+    return Outcome::done;
+}
+
+Outcome run_record(const Arguments&) {
+    ovra_permanent_record record{};
+    permanent_data_read(&record);
+    for (const std::string& line : describe_record(record)) say("%s", line.c_str());
+    return Outcome::done;
+}
+
+Outcome run_direction(const Arguments&) {
+    say("the picture is turned by %d degrees", 90 * static_cast<int>(get_device_direction()));
+    return Outcome::done;
+}
+
+Outcome run_keys(const Arguments&) {
+    static bool listening = false;
+    if (!listening) {
+        pthread_t listener;
+        if (pthread_create(&listener, nullptr, sensor_main, nullptr) != 0) {
+            say("the key listener could not be started");
+            return Outcome::failed;
+        }
+        pthread_detach(listener);
+        listening = true;
+        say("listening to the keys");
+        return Outcome::done;
+    }
+    say(get_key_state() == 0 ? "a key has been pressed" : "no key has been pressed");
+    return Outcome::done;
+}
+
+Outcome run_angles(const Arguments&) {
+    float x = 0;
+    float y = 0;
+    float z = 0;
+    acc_get_degree(&x, &y, &z);
+    say("angles of the axes above the horizontal: x %.1f, y %.1f, z %.1f degrees", static_cast<double>(x),
+        static_cast<double>(y), static_cast<double>(z));
+    return Outcome::done;
+}
+
+Outcome run_distance(const Arguments&) {
+    int frame[8] = {};
+    if (tof_distance_read(frame) != 0) {
+        say("the distance cannot be measured");
+        return Outcome::failed;
+    }
+    say("zones: top right %d, bottom right %d, top left %d, bottom left %d mm; mean %d mm", frame[0], frame[1],
+        frame[2], frame[3], getAvgDist(frame));
+    return Outcome::done;
+}
+
+Outcome run_fan(const Arguments& arguments) {
+    int speed = 0;
+    if (!parse_int(arguments[0], speed)) return Outcome::misused;
+    if (fan_target_speed_write(speed) != 0) {
+        say("the fan did not take its speed");
+        return Outcome::failed;
+    }
+    say("the fan turns at %d, out of automatic control", speed);
+    return Outcome::done;
+}
+
+// --- The program itself --------------------------------------------------------------------------------
+
+Outcome run_quit(const Arguments&) { return Outcome::quit; }
+
+void list_commands(const std::vector<Command>& table) {
+    for (const Command& command : table) {
+        const std::string usage = std::string(command.name) + " " + command.arguments;
+        say("  %-34s %s", usage.c_str(), command.purpose);
+    }
+}
+
+Outcome run_help(const Arguments&) {
+    list_commands(commands());
+    say("  at the factory:");
+    list_commands(factory_commands());
+    return Outcome::done;
+}
+
+const Command* find_command(const std::string& name) {
+    for (const std::vector<Command>* table : {&commands(), &factory_commands()}) {
+        for (const Command& command : *table) {
+            if (name == command.name) return &command;
+        }
+    }
+    return nullptr;
+}
+
+Outcome run_command(const Command& command, const Arguments& arguments) {
+    if (command.needs_library && !library_is_started()) {
+        say("%s: start the library first with 'init'", command.name);
+        return Outcome::failed;
+    }
+    const bool counted =
+        arguments.size() >= command.least_arguments && arguments.size() <= command.most_arguments;
+    const Outcome outcome = counted ? command.run(arguments) : Outcome::misused;
+    if (outcome == Outcome::misused) say("usage: %s %s", command.name, command.arguments);
+    return outcome;
+}
+
+}  // namespace
+
+const std::vector<Command>& commands() {
+    static const std::vector<Command> table = {
+        {"init", "", "start the library in its order", 0, 0, false, run_init},
+        {"akaf", "", "request one auto-keystone and auto-focus run", 0, 0, true, run_akaf},
+        {"keystone", "DEGREES", "request the keystone widths for a tilt", 1, 1, true, run_keystone},
+        {"switches", "KEYSTONE AUTOFOCUS", "switch both on (1) or off (0)", 2, 2, true, run_switches},
+        {"wait", "DURATION | idle", "wait 500ms, 2s, 1min, or until nothing is going on", 1, 1, false,
+         run_wait},
+        {"manual", "DELTA", "move the focus by TMR units", 1, 1, true, run_manual},
+        {"limit", "left | right", "move the lens to a soft limit", 1, 1, true, run_limit},
+        {"offset", "DIRECTION STEP", "move the keystone by hand", 2, 2, true, run_offset},
+        {"status", "", "switches, widths, distance, lens", 0, 0, true, run_status},
+        {"record", "", "the permanent record in readable form", 0, 0, false, run_record},
+        {"direction", "", "how the picture is turned", 0, 0, true, run_direction},
+        {"angles", "", "the angles of the gravity sensor", 0, 0, true, run_angles},
+        {"distance", "", "the distance of each zone", 0, 0, true, run_distance},
+        {"keys", "", "listen to the keys; then: has one been pressed?", 0, 0, true, run_keys},
+        {"fan", "SPEED", "set the fan's speed", 1, 1, false, run_fan},
+        {"help", "", "this list", 0, 0, false, run_help},
+        {"quit", "", "end the program", 0, 0, false, run_quit},
+    };
+    return table;
+}
+
+Outcome run_line(const std::string& line) {
+    std::istringstream words(line);
+    std::string name;
+    if (!(words >> name) || name[0] == '#') return Outcome::done;
+    Arguments arguments;
+    for (std::string word; words >> word;) arguments.push_back(word);
+    const Command* const command = find_command(name);
+    if (command == nullptr) {
+        say("unknown command '%s'; 'help' lists them", name.c_str());
+        return Outcome::misused;
+    }
+    return run_command(*command, arguments);
+}
+
+bool parse_int(const std::string& text, int& value) {
+    char* end = nullptr;
+    errno = 0;
+    const long number = std::strtol(text.c_str(), &end, 10);
+    if (end == text.c_str() || *end != '\0' || errno != 0 || number < INT_MIN || number > INT_MAX) return false;
+    value = static_cast<int>(number);
+    return true;
+}
+
+}  // namespace host

@@ -1,0 +1,41 @@
+#include "host/console.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace host {
+namespace {
+
+// The host's words; standard output until the library's log is sent elsewhere.
+std::FILE* words = stdout;
+
+}  // namespace
+
+bool send_library_log_to(const std::string& path) {
+    const int log = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (log < 0) return false;
+    std::fflush(stdout);
+    const int terminal = dup(STDOUT_FILENO);
+    std::FILE* const stream = terminal < 0 ? nullptr : fdopen(terminal, "w");
+    const bool redirected = stream != nullptr && dup2(log, STDOUT_FILENO) >= 0;
+    close(log);
+    if (!redirected) return false;
+    words = stream;
+    return true;
+}
+
+void say(const char* format, ...) {
+    flockfile(words);
+    va_list arguments;
+    va_start(arguments, format);
+    std::vfprintf(words, format, arguments);
+    va_end(arguments);
+    std::fputc('\n', words);
+    std::fflush(words);
+    funlockfile(words);
+}
+
+}  // namespace host

@@ -1,0 +1,170 @@
+// The factory's commands: each calibrates one thing and says what it found.
+#include <cstdio>
+#include <cstring>
+
+#include "host/commands.h"
+#include "host/console.h"
+#include "host/host_session.h"
+#include "ovrafocus/ovrafocus.h"
+
+namespace host {
+namespace {
+
+// A motor step moves the lens by about this many TMR units; used only to foresee how long the table's text
+// will be.
+constexpr int expected_tmr_per_step = 18;
+constexpr int sweep_points = 14;
+constexpr int sweep_target_point = 2;
+constexpr std::size_t longest_table_text = 149;
+
+Outcome verdict(const char* what, bool good, int result) {
+    if (good) {
+        say("%s: done", what);
+        return Outcome::done;
+    }
+    say("%s: failed (%d)", what, result);
+    note_request_failed();
+    return Outcome::failed;
+}
+
+Outcome calibrate_gravity(const Arguments& arguments) {
+    int offset[3];
+    if (arguments.size() != 4) return Outcome::misused;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (!parse_int(arguments[axis + 1], offset[axis])) return Outcome::misused;
+        if (offset[axis] < -20000 || offset[axis] > 20000) {
+            say("gravity offsets must lie in -20000 to 20000");
+            return Outcome::failed;
+        }
+    }
+    ovra_permanent_record record{};
+    permanent_data_read(&record);
+    std::memset(record.gsensor_offset_text, 0, sizeof record.gsensor_offset_text);
+    std::snprintf(record.gsensor_offset_text, sizeof record.gsensor_offset_text, "%d,%d,%d", offset[0],
+                  offset[1], offset[2]);
+    const int result = permanent_data_write(&record);
+    return verdict("gravity offsets", result == 0, result);
+}
+
+Outcome calibrate_tof(const Arguments& arguments) {
+    int depth_mm = 0;
+    int argument = 0;
+    if (arguments.size() != 3 || !parse_int(arguments[1], depth_mm) || !parse_int(arguments[2], argument)) {
+        return Outcome::misused;
+    }
+    const int result = nds01_offset_calibration_at_depth_for_isp(depth_mm, argument);
+    return verdict("ToF offset", result >= 0, result);
+}
+
+Outcome calibrate_direction(const Arguments&) {
+    int sense = 0;
+    const int result = get_direction(&sense);
+    if (result == 0) say("TMR sense: %d (%s)", sense, sense == 1 ? "readings are negated" : "as read");
+    return verdict("lens direction", result == 0, result);
+}
+
+Outcome calibrate_idle(const Arguments& arguments) {
+    if (arguments.size() != 2 || (arguments[1] != "left" && arguments[1] != "right")) return Outcome::misused;
+    const int result = go_cali_tmr_idle(arguments[1] == "left" ? 1 : 0);
+    return verdict("idle travel", result == 0, result);
+}
+
+// The library stops the process when the table's text overflows its field, so the text is foreseen here.
+bool table_text_will_fit(int target) {
+    char text[512];
+    std::size_t length = 0;
+    const auto add = [&](int value) {
+        length += static_cast<std::size_t>(std::snprintf(text, sizeof text, "%d,", value));
+    };
+    const int first = target - sweep_target_point * expected_tmr_per_step;
+    for (int place = 0; place < 2 * (sweep_points - 1) - 1; ++place)
+        add(first + place * expected_tmr_per_step / 2);
+    add(first - 20);
+    add(first + (sweep_points - 1) * expected_tmr_per_step + 40);
+    add(1);
+    add(10);
+    add(10);
+    return length - 1 <= longest_table_text;
+}
+
+Outcome calibrate_table(const Arguments& arguments) {
+    int target = 0;
+    if (arguments.size() != 2 || !parse_int(arguments[1], target)) return Outcome::misused;
+    if (!table_text_will_fit(target)) {
+        say("a table around TMR %d needs more than its %zu characters: refused", target, longest_table_text);
+        note_request_failed();
+        return Outcome::failed;
+    }
+    int measured[sweep_points] = {};
+    const int result = get_cali_list_tmr(target, measured);
+    if (result == 0) {
+        say("lens table: TMR %d (far) to %d (near), limits %d and %d, idle %d and %d", measured[0],
+            measured[sweep_points - 1], static_cast<int>(g_limitLeft), static_cast<int>(g_limitRight),
+            static_cast<int>(leftIdle), static_cast<int>(rightIdle));
+    }
+    return verdict("lens table", result == 0, result);
+}
+
+Outcome calibrate_peak(const Arguments&) {
+    const int result = get_cali_peak_tmr();
+    if (result == 0) say("sharpness peak at TMR %.1f", getDoublePeekStep());
+    return verdict("sharpness peak", result == 0, result);
+}
+
+struct Step {
+    const char* name;
+    Outcome (*run)(const Arguments&);
+};
+
+constexpr Step steps[] = {
+    {"gravity", calibrate_gravity}, {"tof", calibrate_tof},     {"direction", calibrate_direction},
+    {"idle", calibrate_idle},       {"table", calibrate_table}, {"peak", calibrate_peak},
+};
+
+Outcome run_calibrate(const Arguments& arguments) {
+    for (const Step& step : steps) {
+        if (arguments[0] == step.name) return step.run(arguments);
+    }
+    return Outcome::misused;
+}
+
+Outcome run_flags(const Arguments& arguments) {
+    int flags[3];
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (!parse_int(arguments[i], flags[i])) return Outcome::misused;
+    }
+    write_cali_flag(flags);
+    // The library only prints a failed write; reading back tells.
+    int stored[3] = {};
+    get_cali_flag(stored);
+    const bool kept = (stored[0] != 0) == (flags[0] != 0) && (stored[1] != 0) == (flags[1] != 0) &&
+                      (stored[2] != 0) == (flags[2] != 0);
+    say("calibration flags: gravity %d, ToF %d, lens %d", stored[0], stored[1], stored[2]);
+    return verdict("calibration flags", kept, kept ? 0 : -1);
+}
+
+Outcome run_clean(const Arguments&) {
+    const int result = permanent_data_clean();
+    return verdict("erasing the record", result == 0, result);
+}
+
+Outcome run_dump(const Arguments&) {
+    const int result = dump_permanent_data_for_debug();
+    if (result == 0) say("the record stands in the library's log");
+    return verdict("dumping the record", result == 0, result);
+}
+
+}  // namespace
+
+const std::vector<Command>& factory_commands() {
+    static const std::vector<Command> table = {
+        {"calibrate", "gravity X Y Z | tof DEPTH_MM ARGUMENT | direction | idle left|right | table TMR | peak",
+         "calibrate one thing", 1, 4, false, run_calibrate},
+        {"flags", "GRAVITY TOF LENS", "record what has been calibrated", 3, 3, false, run_flags},
+        {"clean", "", "erase the permanent record", 0, 0, false, run_clean},
+        {"dump", "", "dump flash and memory into the library's log", 0, 0, false, run_dump},
+    };
+    return table;
+}
+
+}  // namespace host

@@ -1,0 +1,113 @@
+#include "host/host_session.h"
+
+#include <unistd.h>
+
+#include <atomic>
+
+#include "host/console.h"
+#include "host/toast_words.h"
+#include "ovrafocus/ovrafocus.h"
+
+namespace host {
+namespace {
+
+constexpr int poll_ms = 50;
+
+// Written by the library's threads through the callbacks, read by the command loop.
+std::atomic<bool> started{false};
+std::atomic<bool> request_failed{false};
+
+// g_osd_state_autofocus is 1 from load on, until the first run ends: it tells of a run only once a run has
+// been asked for or one has been seen to end.
+std::atomic<bool> run_state_is_meaningful{false};
+
+void on_refresh() { run_state_is_meaningful = true; }
+
+void on_toast(std::int32_t code) {
+    if (toast_is_failure(code)) request_failed = true;
+    say("toast %d: %s", static_cast<int>(code), toast_words(code));
+}
+
+void on_rotation(std::int32_t code) { say("the picture's rotation is now %d", static_cast<int>(code)); }
+
+app_callback_table make_callbacks() {
+    app_callback_table table{};
+    table.refresh_ui = on_refresh;
+    table.toast = on_toast;
+    table.rotation_changed = on_rotation;
+    return table;
+}
+
+// The library keeps the pointer, so the table lives as long as the process.
+app_callback_table callbacks = make_callbacks();
+
+template <typename T>
+T peek(const T& shared) {
+    T value;
+    __atomic_load(&shared, &value, __ATOMIC_RELAXED);
+    return value;
+}
+
+bool something_is_pending() {
+    if (peek(g_run_once_AKAF) != 0 || peek(g_run_once_keystone) != 0) return true;
+    if (peek(project_acc_angle_changed) != 0 || peek(project_tof_dist_changed) != 0) return true;
+    return run_state_is_meaningful && varnel_get_state_autofocus() != 0;
+}
+
+bool step(const char* name, int result, bool good) {
+    if (!good) say("%s failed with %d", name, result);
+    return good;
+}
+
+}  // namespace
+
+bool library_is_started() { return started; }
+
+bool start_library() {
+    if (started) {
+        say("the library is already started");
+        return true;
+    }
+    bool good = step("app_callback_init", app_callback_init(&callbacks), true);
+    int result = ovrafocus_init();
+    good = step("ovrafocus_init", result, result == 0) && good;
+    result = ovra_sys_param_init();
+    good = step("ovra_sys_param_init", result, result == 0) && good;
+    result = ovra_gsensor_init();
+    good = step("ovra_gsensor_init", result, result == 0) && good;
+    result = ovra_akaf_init();
+    good = step("ovra_akaf_init", result, result == 0) && good;
+    started = true;
+    say("the library is started; auto-keystone is %s, auto-focus is %s",
+        varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
+        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off (no ToF sensor, or the lens is not calibrated)");
+    return good;
+}
+
+void stop_library() {
+    if (!started) return;
+    started = false;
+    if (ovrafocus_deinit() != 0) say("ovrafocus_deinit failed");
+}
+
+void begin_request(bool auto_focus) {
+    request_failed = false;
+    if (auto_focus) run_state_is_meaningful = true;
+}
+
+bool wait_until_idle(int timeout_ms) {
+    // Between taking a request and showing that it runs, the worker looks idle for a moment: ask twice.
+    int quiet_polls = 0;
+    for (int waited_ms = 0; waited_ms <= timeout_ms; waited_ms += poll_ms) {
+        quiet_polls = something_is_pending() ? 0 : quiet_polls + 1;
+        if (quiet_polls == 2) return true;
+        usleep(poll_ms * 1000);
+    }
+    return false;
+}
+
+bool last_request_succeeded() { return !request_failed; }
+
+void note_request_failed() { request_failed = true; }
+
+}  // namespace host

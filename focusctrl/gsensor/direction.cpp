@@ -1,0 +1,84 @@
+#include "ovrafocus/direction.h"
+
+#include <array>
+#include <cstdint>
+
+#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/rotation_choice.h"
+#include "focusctrl/log.h"
+#include "focusctrl/shared_flag.h"
+#include "ovrafocus/acceleration.h"
+#include "platform/board_display.h"
+
+namespace ovra {
+namespace {
+
+// As the host counts: against the sense of the display.
+constexpr std::array<std::int32_t, rotations> host_rotation_codes{0, 3, 2, 1};
+
+constexpr std::uint8_t half_turn = 2;
+
+// What the display and the HDMI input are given: at the half turn nothing of either, otherwise the display
+// turns by the rotation and the HDMI input by the half. Uneven as they look, the board needs these pairs.
+constexpr int display_rotation_at_half_turn = 0;
+constexpr int hdmi_rotation_at_half_turn = 0;
+constexpr int hdmi_rotation_otherwise = 2;
+
+std::uint8_t current_rotation = startup_phase;
+std::uint8_t requested_rotation = 0;
+
+void turn_picture(std::uint8_t rotation) {
+    const bool at_half_turn = rotation == half_turn;
+    am_set_rotation(at_half_turn ? display_rotation_at_half_turn : rotation);
+    const int result = hdmirx_set_rotate(at_half_turn ? hdmi_rotation_at_half_turn : hdmi_rotation_otherwise);
+    if (result < 0 && log_enabled(level_event)) log_focus("HDMI stops working");
+}
+
+void tell_host(std::uint8_t rotation) {
+    const app_callback_table* host = load(gsensor_app_callback);
+    if (host != nullptr && host->rotation_changed != nullptr)
+        host->rotation_changed(host_rotation_codes[rotation]);
+}
+
+const char* rotation_name(std::uint8_t rotation) {
+    return rotation < rotations ? direction_at(rotation).name : "startup phase";
+}
+
+}  // namespace
+}  // namespace ovra
+
+using namespace ovra;
+
+int32_t set_device_direction(int32_t index) {
+    if (index < 0 || index >= static_cast<int32_t>(directions.size())) {
+        if (log_enabled(level_event)) log_focus("The angle set exceeds the range.\n");
+        return -1;
+    }
+    const std::uint8_t rotation = direction_at(index).rotation;
+    const std::uint8_t old_rotation = load(current_rotation);
+    store(requested_rotation, rotation);
+    if (rotation == old_rotation) return 0;
+    turn_picture(rotation);
+    tell_host(rotation);
+    if (log_enabled(level_event))
+        log_focus("from %s -> %s, device rotation success", rotation_name(old_rotation),
+                  rotation_name(rotation));
+    store(current_rotation, rotation);
+    return 0;
+}
+
+int32_t get_device_direction(void) { return load(requested_rotation); }
+
+void match_projection_direction(void) {
+    const Axes tilt = axes_of(acc_degree);
+    const int matched = matching_direction(tilt);
+    if (matched != no_direction && log_enabled(level_match))
+        log_focus("match projection direction %d", matched);
+
+    const RotationAction action = choose_rotation(matched, tilt, load(current_rotation));
+    if (action.kind == RotationAction::keep) return;
+    if (action.kind == RotationAction::correct && log_enabled(level_event))
+        log_focus("correct forward or reverse from %s -> %s", "invalid direction",
+                  direction_at(action.target).name);
+    set_device_direction(action.target);
+}

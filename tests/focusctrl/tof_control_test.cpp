@@ -1,0 +1,778 @@
+#include "ovrafocus/tof_control.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "ovrafocus/config.h"
+#include "tests/support/log_lines.h"
+#include "tests/support/scripted_board.h"
+
+using testkit::Fault;
+using testkit::located;
+using testkit::ScriptedBoard;
+using testkit::tagged;
+using Entries = std::vector<std::string>;
+using Zones = std::array<int32_t, 18>;
+
+namespace {
+
+const std::string tof = "/sys/class/tof/";
+const std::string distance_trace = "tfdbg Tof_Get_Distance \n ";
+
+// What the attribute helpers tell of a missing attribute, and what this layer adds to it.
+std::string missing(const std::string& direction, const std::string& path) {
+    return tagged("[" + direction + "] file(" + path + ") open fail:No such file or directory");
+}
+std::string failed(const std::string& attribute) { return "tof node: " + tof + attribute + " open failed\n"; }
+std::string twice(const std::string& text) { return tagged(text) + text; }
+
+// The text of one frame, nine words of eight hexadecimal digits.
+std::string frame(const std::array<unsigned, 9>& words) {
+    std::string text;
+    for (const unsigned word : words) {
+        char digits[9];
+        std::snprintf(digits, sizeof digits, "%08X", word);
+        text += digits;
+    }
+    return text;
+}
+
+std::string middle_row(unsigned left, unsigned centre, unsigned right) {
+    return frame({1, 2, 3, left, centre, right, 7, 8, 9});
+}
+
+std::string shown(const std::string& text) { return distance_trace + "tof distance:" + text + " \n"; }
+
+struct Tof : ::testing::Test {
+    ScriptedBoard board;
+
+    Tof() {
+        focus_config = {};
+        focus_config.focus_state.distance_enabled = 1;
+    }
+    void attribute(const std::string& name, const std::string& content) { board.text(tof + name, content); }
+    void distances(const std::vector<std::string>& frames) { board.texts(tof + "distance", frames); }
+    void refuse_write(const std::string& name, int nth) {
+        Fault fault;
+        fault.operation = "write";
+        fault.path = tof + name;
+        fault.nth = nth;
+        fault.error_number = EIO;
+        board.fail(fault);
+    }
+    // A chip that has power, measures and is on the wanted channel.
+    void measuring_chip() {
+        attribute("chip_enable", "1\n");
+        attribute("capture", "1\n");
+        attribute("channel", "0\n");
+        attribute("poll_period", "180\n");
+    }
+    Entries writes(const std::string& name) const { return board.writes(tof + name); }
+    Entries acts() { return board.journal({"write", "sleep"}); }
+};
+
+std::string wrote(const std::string& name, const std::string& value) {
+    return "write " + tof + name + " " + value + "\\n";
+}
+std::string refused_write(const std::string& name) {
+    return tagged("[write] file(" + tof + name + ") write fail:Input/output error");
+}
+
+struct TofAttribute : Tof {};
+struct TofPrepare : Tof {};
+struct TofReset : Tof {};
+struct TofInit : Tof {};
+struct TofCheckEnable : Tof {};
+struct TofFrame : Tof {};
+struct TofEyeBase : Tof {};
+struct TofDump : Tof {};
+struct TofAverage : Tof {};
+struct TofAverage2 : Tof {};
+struct TofHook : Tof {};
+
+// --- Attributes --------------------------------------------------------------------------------------
+
+TEST_F(TofAttribute, CaptureIsWritten) {
+    attribute("capture", "");
+    EXPECT_EQ(Tof_Enable_Get_Distance(1), 0);
+    EXPECT_EQ(writes("capture"), Entries{"1\n"});
+    EXPECT_EQ(board.log(), twice("tfdbg Tof_Enable_Get_Distance \n "));
+}
+
+TEST_F(TofAttribute, CaptureTellsItsFailureTwice) {
+    EXPECT_EQ(Tof_Enable_Get_Distance(0), -1);
+    EXPECT_EQ(board.log(), twice("tfdbg Tof_Enable_Get_Distance \n ") + missing("write", tof + "capture") +
+                               twice(failed("capture")));
+}
+
+TEST_F(TofAttribute, ModeIsWritten) {
+    attribute("mode", "");
+    EXPECT_EQ(Tof_Set_Mode(3), 0);
+    EXPECT_EQ(writes("mode"), Entries{"3\n"});
+    EXPECT_EQ(board.log(), "[ovra_focus]  tfdbg Tof_Set_Mode \n \n");
+}
+
+TEST_F(TofAttribute, ModeTellsItsFailureTwice) {
+    EXPECT_EQ(Tof_Set_Mode(3), -1);
+    EXPECT_EQ(board.log(),
+              tagged("tfdbg Tof_Set_Mode \n ") + missing("write", tof + "mode") + twice(failed("mode")));
+}
+
+TEST_F(TofAttribute, ChannelIsWrittenAndTellsItsFailureOnce) {
+    attribute("channel", "");
+    EXPECT_EQ(Tof_Set_Channel(2), 0);
+    EXPECT_EQ(writes("channel"), Entries{"2\n"});
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Set_Channel \n "));
+    board.remove(tof + "channel");
+    EXPECT_EQ(Tof_Set_Channel(2), -1);
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Set_Channel \n ") + missing("write", tof + "channel") +
+                               tagged(failed("channel")));
+}
+
+TEST_F(TofAttribute, PowerIsWrittenAndTellsItsFailureTwice) {
+    attribute("chip_enable", "");
+    EXPECT_EQ(Tof_Enable(1), 0);
+    EXPECT_EQ(writes("chip_enable"), Entries{"1\n"});
+    EXPECT_EQ(board.log(), "");
+    board.remove(tof + "chip_enable");
+    EXPECT_EQ(Tof_Enable(1), -1);
+    EXPECT_EQ(board.log(), missing("write", tof + "chip_enable") + twice(failed("chip_enable")));
+}
+
+TEST_F(TofAttribute, PollPeriodAndSpadMapHaveNoMessageOfTheirOwn) {
+    attribute("poll_period", "");
+    attribute("spad_map_id", "");
+    EXPECT_EQ(Tof_Set_poll_period(50), 0);
+    EXPECT_EQ(Tof_Set_spad_map_id(6), 0);
+    EXPECT_EQ(writes("poll_period"), Entries{"50\n"});
+    EXPECT_EQ(writes("spad_map_id"), Entries{"6\n"});
+    EXPECT_EQ(board.log(), "");
+    board.remove(tof + "poll_period");
+    board.remove(tof + "spad_map_id");
+    EXPECT_EQ(Tof_Set_poll_period(50), -1);
+    EXPECT_EQ(Tof_Set_spad_map_id(6), -1);
+    EXPECT_EQ(board.log(), missing("write", tof + "poll_period") + missing("write", tof + "spad_map_id"));
+}
+
+TEST_F(TofAttribute, StatesAreRead) {
+    attribute("channel", "2\n");
+    attribute("chip_enable", "1\n");
+    attribute("capture", "0\n");
+    EXPECT_EQ(Tof_Get_Channel(), 2);
+    EXPECT_EQ(Tof_Get_Enable_Status(), 1);
+    EXPECT_EQ(Tof_Get_Measure_Status(), 0);
+    EXPECT_EQ(board.log(), "");
+}
+
+TEST_F(TofAttribute, StatesAreMinusOneWhenTheyCannotBeRead) {
+    EXPECT_EQ(Tof_Get_Channel(), -1);
+    EXPECT_EQ(Tof_Get_Enable_Status(), -1);
+    EXPECT_EQ(Tof_Get_Measure_Status(), -1);
+    EXPECT_EQ(board.log(), missing("read", tof + "channel") + missing("read", tof + "chip_enable") +
+                               missing("read", tof + "capture"));
+}
+
+TEST_F(TofAttribute, ErrorCodesAreToldTwice) {
+    attribute("sensor_error", "17\n");
+    board.text("/sys/class/sensors/sensor_error", "0\n");
+    EXPECT_EQ(Tof_Error_Check(), 17);
+    EXPECT_EQ(board.log(), twice("tof error:17 \n"));
+    EXPECT_EQ(Gsensor_Error_Check(), 0);
+    EXPECT_EQ(board.log(), twice("gsensor error:0 \n"));
+}
+
+TEST_F(TofAttribute, MissingErrorCodesAreToldTwice) {
+    EXPECT_EQ(Tof_Error_Check(), -1);
+    EXPECT_EQ(board.log(), missing("read", tof + "sensor_error") + twice(failed("sensor_error")));
+    EXPECT_EQ(Gsensor_Error_Check(), -1);
+    EXPECT_EQ(board.log(), missing("read", "/sys/class/sensors/sensor_error") +
+                               twice("gsensor node: /sys/class/sensors/sensor_error open failed\n"));
+}
+
+TEST_F(TofAttribute, DistanceTextIsReadAndShownBare) {
+    attribute("distance", "0123456789");
+    char buffer[8] = "#######";
+    EXPECT_EQ(Tof_Get_Distance(buffer, 4), 10);
+    EXPECT_EQ(std::string(buffer), "0123###");
+    EXPECT_EQ(board.log(), "tfdbg Tof_Get_Distance \n tof distance:0123 \n");
+}
+
+TEST_F(TofAttribute, DistanceTextOfALongBufferIsShownToItsEnd) {
+    attribute("distance", std::string(80, 'a'));
+    char buffer[100];
+    EXPECT_EQ(Tof_Get_Distance(buffer, 100), 72);
+    EXPECT_EQ(board.log(), distance_trace +
+                               located("read_file_buf", "focusctrl/platform_utils", 214, "buf too long") +
+                               "tof distance:" + std::string(72, 'a') + " \n");
+}
+
+TEST_F(TofAttribute, MissingDistanceTextIsToldTwice) {
+    char buffer[4];
+    EXPECT_EQ(Tof_Get_Distance(buffer, 4), -1);
+    EXPECT_EQ(board.log(), distance_trace + missing("read", tof + "distance") + twice(failed("distance")));
+}
+
+// --- Preparing, resetting ----------------------------------------------------------------------------
+
+TEST_F(TofPrepare, SetsModeAndMapAndStarts) {
+    attribute("mode", "");
+    attribute("spad_map_id", "");
+    attribute("capture", "");
+    EXPECT_EQ(Tof_Get_Distance_Prepare(), 0);
+    EXPECT_EQ(acts(), (Entries{wrote("mode", "3"), wrote("spad_map_id", "6"), wrote("capture", "1")}));
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Get_Distance_Prepare \n ") + tagged("tfdbg Tof_Set_Mode \n ") +
+                               twice("tfdbg Tof_Enable_Get_Distance \n "));
+}
+
+TEST_F(TofPrepare, StopsAtAFailedMode) {
+    attribute("spad_map_id", "");
+    EXPECT_EQ(Tof_Get_Distance_Prepare(), -1);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Get_Distance_Prepare \n ") + tagged("tfdbg Tof_Set_Mode \n ") +
+                               missing("write", tof + "mode") + twice(failed("mode")) + tagged(failed("mode")));
+}
+
+TEST_F(TofPrepare, StopsAtAFailedMap) {
+    attribute("mode", "");
+    attribute("capture", "");
+    EXPECT_EQ(Tof_Get_Distance_Prepare(), -1);
+    EXPECT_EQ(acts(), Entries{wrote("mode", "3")});
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Get_Distance_Prepare \n ") + tagged("tfdbg Tof_Set_Mode \n ") +
+                               missing("write", tof + "spad_map_id") + tagged(failed("spad_map_id")));
+}
+
+TEST_F(TofPrepare, TellsAFailedStart) {
+    attribute("mode", "");
+    attribute("spad_map_id", "");
+    EXPECT_EQ(Tof_Get_Distance_Prepare(), -1);
+    EXPECT_EQ(board.log(), tagged("tfdbg Tof_Get_Distance_Prepare \n ") + tagged("tfdbg Tof_Set_Mode \n ") +
+                               twice("tfdbg Tof_Enable_Get_Distance \n ") + missing("write", tof + "capture") +
+                               twice(failed("capture")) + tagged(failed("capture")));
+}
+
+TEST_F(TofReset, SwitchesOffAndOnAndStarts) {
+    attribute("chip_enable", "");
+    attribute("capture", "");
+    EXPECT_EQ(tof_check_reset(), 0);
+    EXPECT_EQ(acts(), (Entries{wrote("chip_enable", "0"), "sleep 20000", wrote("chip_enable", "1"),
+                               "sleep 20000", wrote("capture", "1")}));
+    EXPECT_EQ(board.log(), tagged("tof_check_reset") + twice("tfdbg Tof_Enable_Get_Distance \n "));
+}
+
+TEST_F(TofReset, EndsWhenTheChipCannotBeSwitchedOff) {
+    EXPECT_EQ(tof_check_reset(), -1);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(),
+              tagged("tof_check_reset") + missing("write", tof + "chip_enable") + twice(failed("chip_enable")));
+}
+
+TEST_F(TofReset, SumsTheFailuresOfSwitchingOnAndStarting) {
+    attribute("chip_enable", "");
+    refuse_write("chip_enable", 2);
+    EXPECT_EQ(tof_check_reset(), -2);
+    EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 20000", "sleep 20000"}));
+}
+
+// --- Bringing up and down ----------------------------------------------------------------------------
+
+TEST_F(TofInit, LeavesAMeasuringChipAlone) {
+    measuring_chip();
+    EXPECT_EQ(tof_init(1), 0);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:1") + tagged("tof_init,en:1,ret:0"));
+}
+
+TEST_F(TofInit, RefusesAChipWithoutPower) {
+    measuring_chip();
+    attribute("chip_enable", "0\n");
+    EXPECT_EQ(tof_init(1), -1);
+    EXPECT_EQ(tof_init(0), -1);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:0,enable:1") + tagged("tof_init,tof invalid") +
+                               tagged("tof_init,en:1,ret:-1") + tagged("tof_init,init:0,enable:1") +
+                               tagged("tof_init,tof invalid") + tagged("tof_init,en:0,ret:-1"));
+}
+
+TEST_F(TofInit, StartsAChipThatDoesNotMeasure) {
+    measuring_chip();
+    board.texts(tof + "capture", {"0\n", "", "1\n"});  // read, written, read
+    EXPECT_EQ(tof_init(1), 0);
+    EXPECT_EQ(acts(), Entries{wrote("capture", "1")});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:0") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               tagged("tof_init,tof enable") + tagged("tof_init,en:1,ret:0"));
+}
+
+TEST_F(TofInit, ResetsAChipThatDoesNotStart) {
+    measuring_chip();
+    board.texts(tof + "capture", {"0\n", "", "", "1\n"});  // read, written, written, read
+    refuse_write("capture", 1);
+    EXPECT_EQ(tof_init(1), 0);
+    EXPECT_EQ(writes("chip_enable"), (Entries{"0\n", "1\n"}));
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:0") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               refused_write("capture") + twice(failed("capture")) + tagged("tof_check_reset") +
+                               twice("tfdbg Tof_Enable_Get_Distance \n ") + tagged("tof_init,tof enable") +
+                               tagged("tof_init,en:1,ret:0"));
+}
+
+TEST_F(TofInit, FailsWhenTheChipDoesNotMeasureAfterAll) {
+    measuring_chip();
+    attribute("capture", "0\n");
+    EXPECT_EQ(tof_init(1), -1);
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:0") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               tagged("tof_init,tof enable") + tagged("tof_init,start measure fail") +
+                               tagged("tof_init,en:1,ret:-1"));
+}
+
+TEST_F(TofInit, SelectsTheWantedChannel) {
+    measuring_chip();
+    attribute("channel", "1\n");
+    EXPECT_EQ(tof_init(5), 0);
+    EXPECT_EQ(writes("channel"), Entries{"0\n"});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:1") + tagged("tfdbg Tof_Set_Channel \n ") +
+                               tagged("tof_init,channel change,ret:0") + tagged("tof_init,en:5,ret:0"));
+}
+
+TEST_F(TofInit, TakesUnreadableAttributesForSwitchedOn) {
+    EXPECT_EQ(tof_init(1), -1);
+    EXPECT_EQ(board.log(), missing("read", tof + "chip_enable") + missing("read", tof + "capture") +
+                               tagged("tof_init,init:-1,enable:-1") + missing("read", tof + "capture") +
+                               missing("read", tof + "channel") + tagged("tfdbg Tof_Set_Channel \n ") +
+                               missing("write", tof + "channel") + tagged(failed("channel")) +
+                               tagged("tof_init,channel change,ret:-1") + tagged("tof_init,en:1,ret:-1"));
+}
+
+TEST_F(TofInit, StopsAMeasuringChip) {
+    measuring_chip();
+    EXPECT_EQ(tof_init(0), 0);
+    EXPECT_EQ(writes("capture"), Entries{"0\n"});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:1") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               tagged("tof_init,disable measure:0") + tagged("tof_init,tof disable") +
+                               tagged("tof_init,en:0,ret:0"));
+}
+
+TEST_F(TofInit, TellsAChipThatDoesNotStop) {
+    measuring_chip();
+    refuse_write("capture", 1);
+    EXPECT_EQ(tof_init(0), -1);
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:1") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               refused_write("capture") + twice(failed("capture")) +
+                               tagged("tof_init,disable measure:-1") + tagged("tof_init,tof disable") +
+                               tagged("tof_init,en:0,ret:-1"));
+}
+
+TEST_F(TofInit, HasNothingToStopOnAChipThatDoesNotMeasure) {
+    measuring_chip();
+    attribute("capture", "0\n");
+    EXPECT_EQ(tof_init(0), 0);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:0") + tagged("tof_init,en:0,ret:0"));
+}
+
+TEST_F(TofInit, DoesNotStopTheSensorUnderAPollingHost) {
+    measuring_chip();
+    focus_config.focus_state.tof_polling = 1;
+    EXPECT_EQ(tof_init(0), 0);
+    EXPECT_EQ(acts(), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:1") + tagged("tof_init,tof polling, skip disable") +
+                               tagged("tof_init,en:0,ret:0"));
+}
+
+TEST_F(TofCheckEnable, PollsFastOnlyWhileEnablingFast) {
+    measuring_chip();
+    EXPECT_EQ(tof_check_enable(1, 1), 0);
+    EXPECT_EQ(tof_check_enable(1, 0), 0);
+    EXPECT_EQ(tof_check_enable(0, 1), 0);
+    EXPECT_EQ(tof_check_enable(0, 0), 0);
+    EXPECT_EQ(writes("poll_period"), (Entries{"50\n", "180\n", "180\n", "180\n"}));
+}
+
+TEST_F(TofCheckEnable, TellsWhatItIsAskedFor) {
+    measuring_chip();
+    tof_check_enable(1, 7);
+    EXPECT_EQ(writes("poll_period"), Entries{"50\n"});
+    EXPECT_EQ(board.log(), tagged("tof_check_enable,enable:1,fast:7") + tagged("tof_init,init:1,enable:1") +
+                               tagged("tof_init,en:1,ret:0"));
+}
+
+TEST_F(TofCheckEnable, LeavesThePeriodWhenTheChipDoesNotCome) {
+    measuring_chip();
+    attribute("chip_enable", "0\n");
+    EXPECT_EQ(tof_check_enable(1, 1), -1);
+    EXPECT_EQ(writes("poll_period"), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_check_enable,enable:1,fast:1") + tagged("tof_init,init:0,enable:1") +
+                               tagged("tof_init,tof invalid") + tagged("tof_init,en:1,ret:-1") +
+                               tagged("tof_check_enable,fail"));
+}
+
+TEST_F(TofCheckEnable, ReturnsTheResultOfThePeriod) {
+    measuring_chip();
+    board.remove(tof + "poll_period");
+    EXPECT_EQ(tof_check_enable(1, 1), -1);
+}
+
+// --- Frames ------------------------------------------------------------------------------------------
+
+TEST_F(TofFrame, IsDecodedIntoDistancesAndSecondValues) {
+    const std::string text = frame({0x00330190, 0x00010001, 2, 3, 4, 5, 6, 7, 0x7fff1000});
+    attribute("distance", text);
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 1), 0);
+    EXPECT_EQ(zones, (Zones{400, 1, 2, 3, 4, 5, 6, 7, 4096, 51, 1, 0, 0, 0, 0, 0, 0, 0x7fff}));
+    EXPECT_EQ(board.log(), shown(text));
+}
+
+TEST_F(TofFrame, KeepsAllBitsOfAWord) {
+    attribute("distance", frame({0xffffffff, 0x80000000, 0x80008000, 0, 0, 0, 0, 0, 0xfffe8001}));
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 1), 0);
+    EXPECT_EQ(zones, (Zones{65535, 0, 32768, 0, 0, 0, 0, 0, 32769, 65535, 32768, 32768, 0, 0, 0, 0, 0, 65534}));
+}
+
+TEST_F(TofFrame, LeavesTheSecondValuesUnlessAskedFor) {
+    attribute("distance", frame({0x00330190, 1, 2, 3, 4, 5, 6, 7, 8}));
+    Zones zones;
+    zones.fill(-7);
+    EXPECT_EQ(tof_get_distance(zones.data(), 0), 0);
+    EXPECT_EQ(zones, (Zones{400, 1, 2, 3, 4, 5, 6, 7, 8, -7, -7, -7, -7, -7, -7, -7, -7, -7}));
+}
+
+TEST_F(TofFrame, TakesSmallLettersToo) {
+    attribute("distance", "00330abc" + std::string(64, '0'));
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 1), 0);
+    EXPECT_EQ(zones[0], 0xabc);
+}
+
+TEST_F(TofFrame, IgnoresWhatStandsBehindSeventyTwoCharacters) {
+    attribute("distance", frame({9, 9, 9, 9, 9, 9, 9, 9, 9}) + "\n");
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 0), 0);
+    EXPECT_EQ(zones[8], 9);
+}
+
+TEST_F(TofFrame, IsRefusedWhenOneCharacterIsMissing) {
+    const std::string text = frame({9, 9, 9, 9, 9, 9, 9, 9, 9}).substr(0, 71);
+    attribute("distance", text);
+    Zones zones;
+    zones.fill(-7);
+    EXPECT_EQ(tof_get_distance(zones.data(), 1), -1);
+    EXPECT_EQ(zones[0], -7);
+    EXPECT_EQ(board.log(), shown(text));
+}
+
+TEST_F(TofFrame, NeedsAnArray) {
+    attribute("distance", frame({}));
+    EXPECT_EQ(tof_get_distance(nullptr, 0), -1);
+    EXPECT_EQ(board.log(), tagged("tof_get_distance,invalid"));
+    EXPECT_EQ(board.journal({"open"}), Entries{});
+}
+
+TEST_F(TofFrame, IsRefusedSilentlyUntilTheHostEnablesIt) {
+    focus_config.focus_state.distance_enabled = 0;
+    attribute("distance", frame({}));
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 0), -1);
+    EXPECT_EQ(board.log(), "");
+    EXPECT_EQ(board.journal({"open"}), Entries{});
+}
+
+TEST_F(TofFrame, IsReadUnderTheLockAndGivesItBack) {
+    int lock_result = 0;
+    board.on_read(tof + "distance", [&lock_result] {
+        lock_result = pthread_mutex_trylock(&tof_mtx);
+        return frame({}).substr(lock_result == EBUSY ? 0 : 1);
+    });
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 0), 0);
+    EXPECT_EQ(lock_result, EBUSY);
+    EXPECT_EQ(pthread_mutex_trylock(&tof_mtx), 0);
+    pthread_mutex_unlock(&tof_mtx);
+}
+
+TEST_F(TofFrame, GivesTheLockBackWhenTheReadFails) {
+    Zones zones{};
+    EXPECT_EQ(tof_get_distance(zones.data(), 0), -1);
+    EXPECT_EQ(pthread_mutex_trylock(&tof_mtx), 0);
+    pthread_mutex_unlock(&tof_mtx);
+}
+
+// --- The least distance ------------------------------------------------------------------------------
+
+TEST_F(TofEyeBase, TellsTheLeastDistanceOfTheZonesThatSeeWellEnough) {
+    const std::string text = frame({0x00320010, 0x00330000, 0x00330190, 0x00330200, 0x00330300, 0x00330400,
+                                    0x00330500, 0x00330600, 0x00330191});
+    attribute("distance", text);
+    tof_check_eye_base();
+    EXPECT_EQ(board.log(),
+              shown(text) + tagged("tof_check_eye_base tof data:") + tagged("tof_check_eye_base,min val:400"));
+    EXPECT_EQ(board.journal({"sleep"}), Entries{});
+}
+
+TEST_F(TofEyeBase, CountsADistanceOfOneMillimetre) {
+    const std::string text = frame({0x00330001, 0, 0, 0, 0x00330300, 0, 0, 0, 0});
+    attribute("distance", text);
+    tof_check_eye_base();
+    EXPECT_EQ(board.log(),
+              shown(text) + tagged("tof_check_eye_base tof data:") + tagged("tof_check_eye_base,min val:1"));
+}
+
+TEST_F(TofEyeBase, TakesTheDefaultWhenNoZoneSeesWellEnough) {
+    const std::string text = frame({5, 5, 5, 5, 5, 5, 5, 5, 5});
+    attribute("distance", text);
+    tof_check_eye_base();
+    EXPECT_EQ(board.log(), shown(text) + tagged("tof_check_eye_base tof data:") +
+                               tagged("tof_check_eye_base,can not find min val") +
+                               tagged("tof_check_eye_base,min val:800"));
+}
+
+TEST_F(TofEyeBase, TriesAgainWhileTheCentreIsZero) {
+    const std::string blind = frame({0x00330100, 0, 0, 0, 0, 0, 0, 0, 0});
+    const std::string seeing = frame({0x00330200, 0, 0, 0, 0x00330300, 0, 0, 0, 0});
+    distances({blind, seeing});
+    tof_check_eye_base();
+    EXPECT_EQ(board.journal({"sleep"}), Entries{"sleep 200000"});
+    EXPECT_EQ(board.log(), shown(blind) + shown(seeing) + tagged("tof_check_eye_base tof data:") +
+                               tagged("tof_check_eye_base,min val:512"));
+}
+
+TEST_F(TofEyeBase, GivesUpAfterThreeTriesAndPausesAfterEach) {
+    focus_config.focus_state.distance_enabled = 0;
+    tof_check_eye_base();
+    EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 200000", "sleep 200000", "sleep 200000"}));
+    EXPECT_EQ(board.log(), tagged("tof_check_eye_base tof data:") +
+                               tagged("tof_check_eye_base,can not find min val") +
+                               tagged("tof_check_eye_base,min val:800"));
+}
+
+// --- Small things ------------------------------------------------------------------------------------
+
+TEST_F(TofDump, TellsWhetherSomethingStandsNear) {
+    tof_notify_status(1);
+    EXPECT_EQ(board.log(), tagged("tof_notify_status,is_near:1"));
+}
+
+TEST_F(TofDump, ShowsTheDistancesInThreeRows) {
+    const Zones zones = {1, 22, 333, 4444, 55555, 6, 7, 8, 9, 51, 0, 100, 1, 2, 3, 4, 5, 6};
+    tof_dump_arr(zones.data(), 0);
+    EXPECT_EQ(board.log(), tagged("###########################") + tagged("   1mm,   22mm,  333mm") +
+                               tagged("4444mm, 55555mm,    6mm") + tagged("   7mm,    8mm,    9mm") +
+                               tagged("###########################"));
+}
+
+TEST_F(TofDump, ShowsTheSecondValuesBelow) {
+    const Zones zones = {1, 2, 3, 4, 5, 6, 7, 8, 9, 51, 0, 100, 1, 2, 3, 44, 55, 66};
+    tof_dump_arr(zones.data(), 1);
+    EXPECT_EQ(board.log(), tagged("###########################") + tagged("   1mm,    2mm,    3mm") +
+                               tagged("   4mm,    5mm,    6mm") + tagged("   7mm,    8mm,    9mm") +
+                               tagged("51,  0, 100") + tagged(" 1,  2,  3") + tagged("44, 55, 66") +
+                               tagged("###########################"));
+}
+
+TEST_F(TofDump, ConvertsDegreesInSinglePrecision) {
+    EXPECT_EQ(tof_degree2radian(180.0F), 3.1415927F);
+    EXPECT_EQ(tof_degree2radian(7.0F), 7.0F * 3.1415927F / 180.0F);
+    EXPECT_EQ(tof_degree2radian(-90.0F), -1.57079637F);
+    EXPECT_EQ(tof_degree2radian(0.0F), 0.0F);
+}
+
+// --- Averages ----------------------------------------------------------------------------------------
+
+const std::string average_failed = tagged("keystone_get_tof_avg,fail");
+
+std::string unstable(int line, const std::string& zone, const std::string& counts) {
+    return located("keystone_get_tof_avg", "focusctrl/tof_control", line,
+                   "keystone_get_tof_avg," + zone + " data is not stable," + counts);
+}
+
+TEST_F(TofAverage, AveragesTheMiddleRow) {
+    distances({middle_row(100, 1000, 200), middle_row(101, 1001, 203)});
+    int32_t left = 0;
+    int32_t centre = 0;
+    int32_t right = 0;
+    EXPECT_EQ(keystone_get_tof_avg(&left, &centre, &right, 2), 0);
+    EXPECT_EQ(left, 100);
+    EXPECT_EQ(centre, 992);  // 1000 * cos(7 degrees) = 992.5
+    EXPECT_EQ(right, 201);
+    EXPECT_EQ(board.journal({"read", "sleep"}),
+              (Entries{"read " + tof + "distance", "sleep 70000", "read " + tof + "distance", "sleep 70000"}));
+    EXPECT_EQ(board.log(), shown(middle_row(100, 1000, 200)) + shown(middle_row(101, 1001, 203)));
+}
+
+TEST_F(TofAverage, ReadsOneFrameForACountOfZeroOrLess) {
+    distances({middle_row(100, 200, 300)});
+    int32_t left = 0;
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, nullptr, 0), 0);
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, nullptr, -3), 0);
+    EXPECT_EQ(left, 100);
+    EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 70000", "sleep 70000"}));
+}
+
+TEST_F(TofAverage, RefusesACentreThatComesAndGoes) {
+    distances({middle_row(1, 0, 1), middle_row(1, 400, 1), middle_row(1, 0, 1), middle_row(1, 400, 1)});
+    int32_t centre = -7;
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, &centre, nullptr, 4), -1);
+    EXPECT_EQ(centre, -7);
+    EXPECT_EQ(board.log(), shown(middle_row(1, 0, 1)) + shown(middle_row(1, 400, 1)) +
+                               shown(middle_row(1, 0, 1)) + shown(middle_row(1, 400, 1)) +
+                               unstable(590, "dc", "(4,2)") + average_failed);
+}
+
+TEST_F(TofAverage, AcceptsACentreThatIsNeverSeen) {
+    distances({middle_row(1, 0, 1)});
+    int32_t centre = -7;
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, &centre, nullptr, 4), 0);
+    EXPECT_EQ(centre, 0);
+}
+
+TEST_F(TofAverage, TellsAllUnstableZonesAndThenFailsOnce) {
+    distances({middle_row(0, 0, 0), middle_row(1, 1, 1), middle_row(1, 1, 0)});
+    int32_t left = -7;
+    int32_t centre = -7;
+    int32_t right = -7;
+    EXPECT_EQ(keystone_get_tof_avg(&left, &centre, &right, 3), -1);
+    EXPECT_EQ(left, -7);
+    EXPECT_EQ(centre, -7);
+    EXPECT_EQ(right, -7);
+    EXPECT_EQ(board.log(), shown(middle_row(0, 0, 0)) + shown(middle_row(1, 1, 1)) +
+                               shown(middle_row(1, 1, 0)) + unstable(580, "dl", "(3,1)") +
+                               unstable(584, "dr", "(3,2)") + unstable(590, "dc", "(3,1)") + average_failed);
+}
+
+TEST_F(TofAverage, ChecksTheSidesOnlyWhenBothAreAskedFor) {
+    distances({middle_row(0, 5, 9), middle_row(6, 5, 0)});
+    int32_t left = 0;
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, nullptr, 2), 0);
+    EXPECT_EQ(left, 3);
+    int32_t right = 0;
+    distances({middle_row(0, 5, 9), middle_row(6, 5, 0)});
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, nullptr, &right, 2), 0);
+    EXPECT_EQ(right, 4);
+}
+
+TEST_F(TofAverage, ChecksTheCentreOnlyWhenItIsAskedFor) {
+    distances({middle_row(2, 0, 2), middle_row(2, 5, 2)});
+    int32_t left = 0;
+    int32_t right = 0;
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, &right, 2), 0);
+}
+
+TEST_F(TofAverage, ReducesTheCentreTowardsZeroByTheCosineOfSevenDegrees) {
+    int32_t centre = 0;
+    distances({middle_row(1, 65535, 1)});
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, &centre, nullptr, 1), 0);
+    EXPECT_EQ(centre, 65046);  // 65046.5
+    distances({middle_row(1, 1, 1)});
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, &centre, nullptr, 1), 0);
+    EXPECT_EQ(centre, 0);
+}
+
+TEST_F(TofAverage, EndsAtAFrameThatCannotBeRead) {
+    distances({middle_row(1, 2, 3), "short"});
+    int32_t left = -7;
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, nullptr, 5), -1);
+    EXPECT_EQ(left, -7);
+    EXPECT_EQ(board.log(), shown(middle_row(1, 2, 3)) + shown("short") +
+                               tagged("keystone_get_tof_avg, get_tof_distance fail") + average_failed);
+    EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 70000", "sleep 70000"}));
+}
+
+TEST_F(TofAverage, AlsoTellsTheZonesThatWereUnstableUntilThen) {
+    distances({middle_row(0, 2, 3), "short"});
+    int32_t left = -7;
+    int32_t right = -7;
+    EXPECT_EQ(keystone_get_tof_avg(&left, nullptr, &right, 3), -1);
+    EXPECT_EQ(board.log(), shown(middle_row(0, 2, 3)) + shown("short") +
+                               tagged("keystone_get_tof_avg, get_tof_distance fail") +
+                               unstable(580, "dl", "(3,1)") + average_failed);
+}
+
+// What enabling prints on a chip that measures already.
+std::string enabling(int fast) {
+    return tagged("tof_check_enable,enable:1,fast:" + std::to_string(fast)) +
+           tagged("tof_init,init:1,enable:1") + tagged("tof_init,en:1,ret:0");
+}
+
+TEST_F(TofAverage2, PollsFastMeanwhile) {
+    measuring_chip();
+    distances({middle_row(10, 20, 30)});
+    int32_t left = 0;
+    int32_t centre = 0;
+    int32_t right = 0;
+    EXPECT_EQ(keystone_get_tof_avg2(&left, &centre, &right, 1), 0);
+    EXPECT_EQ(left, 10);
+    EXPECT_EQ(centre, 19);
+    EXPECT_EQ(right, 30);
+    EXPECT_EQ(acts(), (Entries{wrote("poll_period", "50"), "sleep 70000", wrote("poll_period", "180")}));
+    EXPECT_EQ(board.log(), enabling(1) + shown(middle_row(10, 20, 30)) + enabling(0));
+}
+
+TEST_F(TofAverage2, TriesAgainUpToFiveTimes) {
+    measuring_chip();
+    distances({"a", "b", "c", "d", middle_row(10, 20, 30)});
+    int32_t left = 0;
+    EXPECT_EQ(keystone_get_tof_avg2(&left, nullptr, nullptr, 1), 0);
+    EXPECT_EQ(left, 10);
+}
+
+TEST_F(TofAverage2, FailsAfterFiveTriesAndPollsSlowlyAgain) {
+    measuring_chip();
+    focus_config.focus_state.distance_enabled = 0;
+    int32_t left = -7;
+    EXPECT_EQ(keystone_get_tof_avg2(&left, nullptr, nullptr, 1), -1);
+    EXPECT_EQ(left, -7);
+    std::string tries;
+    for (int i = 0; i < 5; ++i) {
+        tries += tagged("keystone_get_tof_avg, get_tof_distance fail") + average_failed;
+    }
+    EXPECT_EQ(board.log(), enabling(1) + tries + enabling(0) + tagged("keystone_get_tof_avg2,fail"));
+    EXPECT_EQ(writes("poll_period"), (Entries{"50\n", "180\n"}));
+}
+
+TEST_F(TofAverage2, MeasuresEvenWhenTheSensorCouldNotBeSwitchedOver) {
+    distances({middle_row(10, 20, 30)});
+    int32_t left = 0;
+    EXPECT_EQ(keystone_get_tof_avg2(&left, nullptr, nullptr, 1), 0);
+    EXPECT_EQ(left, 10);
+}
+
+TEST_F(TofHook, StoresTheCentreInTheFifthField) {
+    measuring_chip();
+    distances({middle_row(0, 1000, 0)});
+    std::array<int32_t, 6> record = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(keystone_get_tof_rawdata(record.data()), 0);
+    EXPECT_EQ(record, (std::array<int32_t, 6>{1, 2, 3, 4, 992, 6}));
+    EXPECT_EQ(acts(), (Entries{wrote("poll_period", "50"), "sleep 200000", "sleep 70000", "sleep 70000",
+                               "sleep 70000", wrote("poll_period", "180")}));
+    const std::string seen = shown(middle_row(0, 1000, 0));
+    EXPECT_EQ(board.log(), enabling(1) + seen + seen + seen + enabling(0));
+}
+
+TEST_F(TofHook, TriesThreeTimesAndStoresNothingWhenAllFail) {
+    measuring_chip();
+    focus_config.focus_state.distance_enabled = 0;
+    std::array<int32_t, 6> record = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(keystone_get_tof_rawdata(record.data()), -1);
+    EXPECT_EQ(record, (std::array<int32_t, 6>{1, 2, 3, 4, 5, 6}));
+    std::string tries;
+    for (int i = 0; i < 3; ++i) {
+        tries += tagged("keystone_get_tof_avg, get_tof_distance fail") + average_failed;
+    }
+    EXPECT_EQ(board.log(), enabling(1) + tries + enabling(0) + tagged("keystone_get_tof_rawdata,fail"));
+    EXPECT_EQ(writes("poll_period"), (Entries{"50\n", "180\n"}));
+}
+
+TEST_F(TofHook, TakesTheThirdTry) {
+    measuring_chip();
+    distances({"a", "b", middle_row(0, 500, 0)});
+    std::array<int32_t, 5> record = {};
+    EXPECT_EQ(keystone_get_tof_rawdata(record.data()), 0);
+    EXPECT_EQ(record[4], 496);
+}
+
+}  // namespace

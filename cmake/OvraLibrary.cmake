@@ -14,5 +14,7 @@ endif()
 target_include_directories(ovrafocus
   PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
   PRIVATE "${PROJECT_SOURCE_DIR}")
-target_link_options(ovrafocus PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,now -Wl,-z,relro)
+target_link_options(ovrafocus PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,now -Wl,-z,relro
+  "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/ovrafocus.map")
+set_target_properties(ovrafocus PROPERTIES LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/ovrafocus.map")
 target_link_libraries(ovrafocus PUBLIC Threads::Threads m)

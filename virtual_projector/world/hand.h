@@ -1,0 +1,82 @@
+// Somebody's hand on the projector: it takes the unit from one pose to another in some time, and holds it
+// less still than a table does.
+#ifndef VIRTUAL_PROJECTOR_WORLD_HAND_H
+#define VIRTUAL_PROJECTOR_WORLD_HAND_H
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "virtual_projector/world/settings.h"
+#include "virtual_projector/world/time.h"
+#include "virtual_projector/world/vector.h"
+
+namespace vp {
+
+enum class GestureKind {
+    pick_up,     // lifted from where it stands; held from now on
+    carry,       // taken to another pose while held
+    set_down,    // put down at a pose with a small bump, and let go
+    tilt,        // its foot is adjusted: to another pose without leaving the table
+    shake,       // shaken suddenly: fast, large turns about where it is
+    slow_shake,  // moved about slowly and far
+    turn_over,   // turned about its optical axis to another mounting
+    hang,        // turned over, lifted and fixed to the ceiling
+};
+
+/// One gesture. Where `to` matters (all but the shakes and pick_up) the unit ends at it.
+struct Gesture {
+    GestureKind kind = GestureKind::carry;
+    Microseconds duration = 0;
+    Pose to;
+};
+
+/// The gesture of this name ("pick_up", "set_down", ...), if there is one.
+std::optional<GestureKind> gesture_named(std::string_view name);
+const char* gesture_name(GestureKind kind);
+const std::vector<std::string_view>& gesture_names();
+
+/// How long people take for it.
+Microseconds usual_duration(GestureKind kind);
+
+/// The pose and the hand's acceleration at one time.
+struct HandState {
+    Pose pose;
+    Vec3 acceleration_g;  // in the room, in units of the gravity of the earth
+};
+
+class Hand {
+public:
+    explicit Hand(std::uint64_t seed) : seed_(seed) {}
+
+    /// Begins a gesture at `now` from `from`; one that is still under way ends here.
+    void begin(Microseconds now, const Pose& from, const Gesture& gesture);
+
+    /// Lets go at once: the pose is somebody else's to say.
+    void let_go();
+
+    /// True while a gesture is under way at `now`.
+    bool is_moving(Microseconds now) const;
+    Microseconds end_time() const { return start_ + gesture_.duration; }
+
+    /// Where the unit is at `now`, which is not before the gesture's begin. `resting` is its pose when no
+    /// gesture has ever been made or the last one was let go of.
+    HandState state_at(Microseconds now, const Pose& resting) const;
+
+private:
+    Pose pose_at(Microseconds now) const;
+    Vec3 acceleration_at(Microseconds now) const;
+    Vec3 tremor_at(Microseconds now) const;
+
+    std::uint64_t seed_;
+    bool has_gesture_ = false;
+    bool held_ = false;
+    Microseconds start_ = 0;
+    Pose from_;
+    Gesture gesture_;
+};
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,100 @@
+#include "virtual_projector/world/lens.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vp {
+namespace {
+
+constexpr double tiny_steps = 1e-9;  // less than any real travel: sums of step sizes are not exact
+
+double idle_steps(const LensSettings& lens, Side side) {
+    return side == Side::left ? lens.left_idle_steps : lens.right_idle_steps;
+}
+
+// The state of play counts from 0 (taken up to the left) to 1 (taken up to the right), whatever each way
+// costs. Returns the motor steps that are left over for the lens.
+double take_up_play(LensSettings& lens, Side side, double motor_steps) {
+    const double idle = idle_steps(lens, side);
+    const double open = side == Side::left ? lens.play : 1 - lens.play;
+    const double needed = open * idle;
+    if (motor_steps >= needed - tiny_steps) {
+        lens.play = side == Side::left ? 0 : 1;
+        return std::max(motor_steps - needed, 0.0);
+    }
+    const double taken = motor_steps / idle;
+    lens.play += side == Side::left ? -taken : taken;
+    return 0;
+}
+
+Side other(Side side) { return side == Side::left ? Side::right : Side::left; }
+
+bool is_at_end(const LensSettings& lens, Side side) {
+    return side == Side::left ? lens.position_steps <= tiny_steps
+                              : lens.position_steps >= lens.travel_steps - tiny_steps;
+}
+
+}  // namespace
+
+void turn_motor(LensSettings& lens, Side side, double motor_steps) {
+    if (lens.stuck != 0) return;
+    const Side driven = lens.reversed != 0 ? other(side) : side;
+    const double steps = take_up_play(lens, driven, motor_steps) * (1 - lens.slip);
+    const double moved = lens.position_steps + (driven == Side::left ? -steps : steps);
+    lens.position_steps = std::clamp(moved, 0.0, lens.travel_steps);
+}
+
+bool LensMotor::add(Microseconds now, const LensMove& move, const LensSettings& lens) {
+    if (queue_.size() >= queue_limit) return false;
+    if (move.count <= 0) return true;
+    const Microseconds own_period = microseconds(1 / lens.speed_steps_per_s);
+    queue_.push_back({move, step_period_ > 0 ? step_period_ : own_period, 0, 0});
+    if (queue_.size() == 1) take_next(now, lens);
+    return true;
+}
+
+// The first step is done one period after the move begins.
+void LensMotor::take_next(Microseconds from, const LensSettings& lens) {
+    while (!queue_.empty() && is_done(queue_.front(), lens)) queue_.pop_front();
+    if (!queue_.empty()) queue_.front().next_step = from + queue_.front().period;
+}
+
+bool LensMotor::is_done(const Running& running, const LensSettings& lens) const {
+    if (running.done >= running.move.count) return true;
+    return running.move.until_end && is_at_end(lens, running.move.side);
+}
+
+void LensMotor::make_step(Running& running, LensSettings& lens) {
+    turn_motor(lens, running.move.side, running.move.step_size);
+    ++running.done;
+    counted_ += running.move.side == Side::left ? -running.move.step_size : running.move.step_size;
+    if (running.move.until_end && is_at_end(lens, running.move.side)) {
+        counted_ = running.move.side == Side::left ? 0 : lens.travel_steps;
+    }
+}
+
+void LensMotor::advance_to(Microseconds now, LensSettings& lens) {
+    while (!queue_.empty() && queue_.front().next_step <= now) {
+        Running& running = queue_.front();
+        const Microseconds at = running.next_step;
+        make_step(running, lens);
+        if (is_done(running, lens)) {
+            take_next(at, lens);
+        } else {
+            running.next_step = at + running.period;
+        }
+    }
+}
+
+Microseconds LensMotor::finish_time(Microseconds now, const LensSettings& lens) const {
+    LensMotor ahead = *this;
+    LensSettings lens_ahead = lens;
+    Microseconds time = now;
+    while (ahead.is_running()) {
+        time = ahead.queue_.front().next_step;
+        ahead.advance_to(time, lens_ahead);
+    }
+    return time;
+}
+
+}  // namespace vp

@@ -1,0 +1,26 @@
+// Where the lens must stand for a sharp picture, and how sharp it is elsewhere.
+#ifndef VIRTUAL_PROJECTOR_WORLD_OPTICS_H
+#define VIRTUAL_PROJECTOR_WORLD_OPTICS_H
+
+#include "virtual_projector/world/settings.h"
+
+namespace vp {
+
+/// The lens position (full steps from the left end stop) that focuses a wall at this distance, with the LED
+/// at this temperature. Nearer walls want the lens further to the right.
+double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double distance_mm, double led_c);
+
+/// How far the best focus has moved at this LED temperature from where it is between 42 and 46 C, in TMR
+/// units to the right.
+double heat_drift_tmr(const LensSettings& lens, double led_c);
+
+/// The reading that a perfect sensor would give for a lens position, sense corrected: rising to the right.
+/// This is the scale in which calibration tables are written.
+double ideal_tmr(const TmrSettings& tmr, double position_steps);
+
+/// Sharpness from 0 to 1 for a lens so many TMR units from its best place.
+double sharpness(const LensSettings& lens, double error_tmr);
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,248 @@
+#include "virtual_projector/world/parameters.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace vp {
+namespace {
+
+constexpr bool whole = true;
+constexpr bool fraction = false;
+
+// The field of a parameter: a function from the settings to the number.
+#define VP_FIELD(member) [](Settings& s) -> double& { return s.member; }
+
+// The lens: a full step moves it 5 um, as much as the best focus moves for one unit of 3000 mm / distance
+// when the focal length is sqrt(3000 mm * 0.005 mm) = 3.873 mm.
+const std::vector<Parameter> table = {
+    {"pose.distance_mm", "mm", 1500, 100, 20000, fraction, "distance to the wall along the optical axis",
+     VP_FIELD(pose.distance_mm)},
+    {"pose.pitch_deg", "deg", 0, -90, 90, fraction, "optical axis above the horizon", VP_FIELD(pose.pitch_deg)},
+    {"pose.yaw_deg", "deg", 0, -80, 80, fraction, "optical axis to the right of the wall's normal",
+     VP_FIELD(pose.yaw_deg)},
+    {"pose.roll_deg", "deg", 0, -180, 180, fraction,
+     "turn about the optical axis, right side up, added to the mounting", VP_FIELD(pose.roll_deg)},
+    {"pose.mounting", "", 0, 0, 3, whole,
+     "quarter turns about the optical axis: 0 on a table, 2 from the ceiling, 1 and 3 on a side",
+     VP_FIELD(pose.mounting)},
+
+    {"wall.lean_deg", "deg", 0, -45, 90, fraction, "wall leaning over the projector; 90 is the ceiling",
+     VP_FIELD(wall.lean_deg)},
+    {"wall.reflectivity", "", 0.8, 0.01, 1, fraction, "part of the light that the wall throws back",
+     VP_FIELD(wall.reflectivity)},
+
+    {"heat.ambient_c", "C", 25, -20, 60, fraction, "temperature of the room", VP_FIELD(heat.ambient_c)},
+    {"led.temperature_c", "C", 45, -20, 120, fraction, "temperature of the LED now; it stays there",
+     VP_FIELD(heat.led_c)},
+    {"led.rise_c", "C", 20, -100, 100, fraction, "the LED warms up to the room's temperature and this",
+     VP_FIELD(heat.led_rise_c)},
+    {"led.time_constant_s", "s", 240, 1, 100000, fraction, "time in which 63 % of the way is done",
+     VP_FIELD(heat.led_time_constant_s)},
+
+    {"lens.focal_length_mm", "mm", 3.872983346, 1, 50, fraction, "focal length of the thin lens",
+     VP_FIELD(lens.focal_length_mm)},
+    {"lens.step_um", "um", 5, 0.1, 100, fraction, "lens travel of a full motor step", VP_FIELD(lens.step_um)},
+    {"lens.travel_steps", "steps", 42, 5, 1000, fraction, "full steps between the end stops",
+     VP_FIELD(lens.travel_steps)},
+    {"lens.position_steps", "steps", 18, 0, 1000, fraction, "lens position from the left end stop",
+     VP_FIELD(lens.position_steps)},
+    {"lens.play", "", 1, 0, 1, fraction, "state of the idle travel: 0 taken up to the left, 1 to the right",
+     VP_FIELD(lens.play)},
+    {"lens.infinity_steps", "steps", 12, -100, 1000, fraction, "position that focuses infinity, LED warm",
+     VP_FIELD(lens.infinity_steps)},
+    {"lens.left_idle_steps", "steps", 3, 0, 50, fraction, "full steps lost on turning to the left",
+     VP_FIELD(lens.left_idle_steps)},
+    {"lens.right_idle_steps", "steps", 2, 0, 50, fraction, "full steps lost on turning to the right",
+     VP_FIELD(lens.right_idle_steps)},
+    {"lens.speed_steps_per_s", "steps/s", 250, 1, 100000, fraction, "steps per second, full or half",
+     VP_FIELD(lens.speed_steps_per_s)},
+    {"lens.sharpness_width_tmr", "TMR", 64, 1, 10000, fraction, "lens error at which sharpness is 0.37",
+     VP_FIELD(lens.sharpness_width_tmr)},
+    {"lens.hot_drift_tmr", "TMR", -20, -500, 500, fraction, "best focus moves so far from 46 to 58 C",
+     VP_FIELD(lens.hot_drift_tmr)},
+    {"lens.cold_drift_tmr", "TMR", 8, -500, 500, fraction, "best focus moves so far from 42 down to 28 C",
+     VP_FIELD(lens.cold_drift_tmr)},
+    {"lens.stuck", "", 0, 0, 1, whole, "1: the motor turns and the lens stays", VP_FIELD(lens.stuck)},
+    {"lens.reversed", "", 0, 0, 1, whole, "1: the motor is wired the wrong way round", VP_FIELD(lens.reversed)},
+    {"lens.slip", "", 0, 0, 1, fraction, "part of each step that is lost", VP_FIELD(lens.slip)},
+
+    {"tmr.slope_per_step", "TMR/step", 18, 0.1, 1000, fraction, "reading per full step",
+     VP_FIELD(tmr.slope_per_step)},
+    {"tmr.zero_steps", "steps", 18, -1000, 1000, fraction, "lens position that reads as the offset",
+     VP_FIELD(tmr.zero_steps)},
+    {"tmr.offset", "TMR", 6, -2000, 2000, fraction, "reading at the zero position", VP_FIELD(tmr.offset)},
+    {"tmr.sense", "", 1, -1, 1, whole, "1: readings rise to the right, -1: they fall, 0: no sense at all",
+     VP_FIELD(tmr.sense)},
+    {"tmr.noise_sigma", "TMR", 0.6, 0, 1000, fraction, "standard deviation of a reading",
+     VP_FIELD(tmr.noise_sigma)},
+    {"tmr.bus_error", "", 0, 0, 1, whole, "1: the sensor's bus is broken, it reads 32767",
+     VP_FIELD(tmr.bus_error)},
+
+    {"tof.range_mm", "mm", 4000, 100, 20000, fraction, "a zone beyond it is not measured",
+     VP_FIELD(tof.range_mm)},
+    {"tof.noise_mm", "mm", 0.3, 0, 1000, fraction, "standard deviation of a zone at no distance",
+     VP_FIELD(tof.noise_mm)},
+    {"tof.noise_per_mm", "", 0.0005, 0, 1, fraction, "and so much more for each millimetre of distance",
+     VP_FIELD(tof.noise_per_mm)},
+    {"tof.true_offset_mm", "mm", 35, -500, 500, fraction, "what the bare sensor measures too much",
+     VP_FIELD(tof.true_offset_mm)},
+    {"tof.pixel_spread_mm", "mm", 6, 0, 200, fraction, "largest difference of a pixel from that",
+     VP_FIELD(tof.pixel_spread_mm)},
+    {"tof.tilt_offset_deg", "deg", 0, -45, 45, fraction, "sensor looks so far above the optical axis",
+     VP_FIELD(tof.tilt_offset_deg)},
+    {"tof.turn_offset_deg", "deg", 0, -45, 45, fraction, "sensor looks so far to the right of it",
+     VP_FIELD(tof.turn_offset_deg)},
+    {"tof.frames_per_s", "1/s", 30, 1, 1000, fraction, "frame rate after power-up", VP_FIELD(tof.frames_per_s)},
+    {"tof.firmware_version", "", 10302, 0, 2559999, whole, "firmware, as major*10000 + minor*100 + patch",
+     VP_FIELD(tof.firmware_version)},
+    {"tof.blocked_tr_mm", "mm", 0, 0, 20000, fraction, "an obstacle before the top right zone; 0: none",
+     VP_FIELD(tof.blocked_tr_mm)},
+    {"tof.blocked_br_mm", "mm", 0, 0, 20000, fraction, "an obstacle before the bottom right zone; 0: none",
+     VP_FIELD(tof.blocked_br_mm)},
+    {"tof.blocked_tl_mm", "mm", 0, 0, 20000, fraction, "an obstacle before the top left zone; 0: none",
+     VP_FIELD(tof.blocked_tl_mm)},
+    {"tof.blocked_bl_mm", "mm", 0, 0, 20000, fraction, "an obstacle before the bottom left zone; 0: none",
+     VP_FIELD(tof.blocked_bl_mm)},
+    {"tof.error_code", "", 0, 0, 255, whole, "what the ranging driver's error node says",
+     VP_FIELD(tof.error_code)},
+
+    {"gravity.units_per_g", "units/g", 1000, 1, 32000, fraction, "driver units for the gravity of the earth",
+     VP_FIELD(gravity.units_per_g)},
+    {"gravity.offset_x", "units", 12, -20000, 20000, fraction, "what the bare sensor reads too much, left",
+     VP_FIELD(gravity.offset_x)},
+    {"gravity.offset_y", "units", -7, -20000, 20000, fraction, "what the bare sensor reads too much, back",
+     VP_FIELD(gravity.offset_y)},
+    {"gravity.offset_z", "units", 30, -20000, 20000, fraction, "what the bare sensor reads too much, up",
+     VP_FIELD(gravity.offset_z)},
+    {"gravity.noise_sigma", "units", 1.5, 0, 1000, fraction, "standard deviation of a sample",
+     VP_FIELD(gravity.noise_sigma)},
+    {"gravity.period_ms", "ms", 20, 1, 10000, fraction, "time from one sample to the next",
+     VP_FIELD(gravity.period_ms)},
+    {"gravity.error_code", "", 0, 0, 255, whole, "what the gravity sensor's error node says",
+     VP_FIELD(gravity.error_code)},
+
+    {"unit.calibrated", "", 1, 0, 1, whole, "0: the permanent record is blank", VP_FIELD(unit.calibrated)},
+    {"unit.gsensor_flag", "", 1, 0, 9, whole, "gravity sensor's flag in the record; 1: calibrated",
+     VP_FIELD(unit.gsensor_flag)},
+    {"unit.tof_flag", "", 1, 0, 9, whole, "ToF sensor's flag in the record; 1: calibrated",
+     VP_FIELD(unit.tof_flag)},
+    {"unit.tmr_flag", "", 1, 0, 9, whole,
+     "lens flag in the record: 0 no, 1 cold, 2 hot, 3 cold with curve, 4 hot with curve",
+     VP_FIELD(unit.tmr_flag)},
+    {"unit.tof_host_calibration", "", 1, 0, 1, whole, "1: the ToF sensor keeps a good offset calibration",
+     VP_FIELD(unit.tof_host_calibration)},
+    {"unit.tof_factory_data", "", 1, 0, 1, whole, "1: the ToF chip's own factory data are good",
+     VP_FIELD(unit.tof_factory_data)},
+    {"unit.serial", "", 1, 0, 999999, whole, "running number in the serial numbers", VP_FIELD(unit.serial)},
+
+    {"board.has_tof", "", 1, 0, 1, whole, "0: no ToF device", VP_FIELD(board.has_tof)},
+    {"board.has_gravity_sensor", "", 1, 0, 1, whole, "0: no gravity sensor",
+     VP_FIELD(board.has_gravity_sensor)},
+    {"board.has_display", "", 1, 0, 1, whole, "0: no display device", VP_FIELD(board.has_display)},
+    {"board.has_frame_buffer", "", 1, 0, 1, whole, "0: no frame buffer device",
+     VP_FIELD(board.has_frame_buffer)},
+    {"board.has_motor", "", 1, 0, 1, whole, "0: no motor driver", VP_FIELD(board.has_motor)},
+    {"board.has_keys", "", 1, 0, 1, whole, "0: no key input", VP_FIELD(board.has_keys)},
+    {"board.has_fan", "", 1, 0, 1, whole, "0: no fan driver and no LED temperature", VP_FIELD(board.has_fan)},
+    {"board.has_elepn_curve", "", 0, 0, 1, whole, "1: the light engine publishes its focus curve",
+     VP_FIELD(board.has_elepn_curve)},
+    {"board.flash_works", "", 1, 0, 1, whole, "0: the flash cannot be opened", VP_FIELD(board.flash_works)},
+    {"board.hdmi_works", "", 1, 0, 1, whole, "0: the HDMI input cannot be rotated", VP_FIELD(board.hdmi_works)},
+};
+
+#undef VP_FIELD
+
+std::string number_text(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.10g", value);
+    return text;
+}
+
+std::string range_text(const Parameter& parameter) {
+    const std::string kind = parameter.whole ? "a whole number" : "a number";
+    std::string text = kind + " from " + number_text(parameter.least) + " to " + number_text(parameter.most);
+    if (!parameter.unit.empty()) text += " " + std::string(parameter.unit);
+    return text;
+}
+
+std::string unknown_text(std::string_view name) {
+    std::string text = "unknown parameter '" + std::string(name) + "'";
+    const std::size_t dot = name.find('.');
+    std::string known;
+    for (const Parameter& parameter : table) {
+        const bool same_area =
+            dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
+        if (same_area) known += (known.empty() ? "" : ", ") + std::string(parameter.name);
+    }
+    return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
+                         : text + "; there are " + known;
+}
+
+bool in_range(const Parameter& parameter, double value) {
+    return value >= parameter.least && value <= parameter.most &&
+           (!parameter.whole || value == std::floor(value));
+}
+
+std::string out_of_range_text(const Parameter& parameter, const std::string& value) {
+    return std::string(parameter.name) + " cannot be " + value + ": it takes " + range_text(parameter);
+}
+
+}  // namespace
+
+double Parameter::get(const Settings& settings) const {
+    Settings copy = settings;
+    return field(copy);
+}
+
+const std::vector<Parameter>& parameters() { return table; }
+
+const Parameter* find_parameter(std::string_view name) {
+    for (const Parameter& parameter : table) {
+        if (parameter.name == name) return &parameter;
+    }
+    return nullptr;
+}
+
+Settings standard_settings() {
+    Settings settings;
+    for (const Parameter& parameter : table) parameter.field(settings) = parameter.standard;
+    return settings;
+}
+
+std::string set_parameter(Settings& settings, std::string_view name, double value) {
+    const Parameter* parameter = find_parameter(name);
+    if (parameter == nullptr) return unknown_text(name);
+    if (!in_range(*parameter, value)) return out_of_range_text(*parameter, number_text(value));
+    parameter->field(settings) = value;
+    return {};
+}
+
+std::string parse_parameter_value(std::string_view name, std::string_view text, double& value) {
+    const Parameter* parameter = find_parameter(name);
+    if (parameter == nullptr) return unknown_text(name);
+    const std::string copy(text);
+    char* end = nullptr;
+    if (copy == "true" || copy == "false") {
+        value = copy == "true" ? 1 : 0;
+        return {};
+    }
+    value = std::strtod(copy.c_str(), &end);
+    const bool complete = end != copy.c_str() && *end == '\0' && std::isfinite(value);
+    return complete ? std::string{} : out_of_range_text(*parameter, "'" + copy + "'");
+}
+
+std::string describe_parameters() {
+    std::string text;
+    for (const Parameter& parameter : table) {
+        char line[240];
+        std::snprintf(line, sizeof line, "  %-26s %10.10g %-8.*s [%.10g .. %.10g]  %.*s\n",
+                      std::string(parameter.name).c_str(), parameter.standard,
+                      static_cast<int>(parameter.unit.size()), parameter.unit.data(), parameter.least,
+                      parameter.most, static_cast<int>(parameter.meaning.size()), parameter.meaning.data());
+        text += line;
+    }
+    return text;
+}
+
+}  // namespace vp

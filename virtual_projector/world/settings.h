@@ -1,0 +1,122 @@
+// Everything about the simulated room, projector and board that has a number. Meanings, units, ranges and
+// defaults stand in the one table of parameters.cpp; the members here carry the same names.
+//
+// A few members change by themselves as time passes (the pose in a hand, the lens position, the LED
+// temperature). They hold the value of the time to which the world was last advanced.
+#ifndef VIRTUAL_PROJECTOR_WORLD_SETTINGS_H
+#define VIRTUAL_PROJECTOR_WORLD_SETTINGS_H
+
+namespace vp {
+
+struct Pose {
+    double distance_mm = 0;
+    double pitch_deg = 0;
+    double yaw_deg = 0;
+    double roll_deg = 0;
+    double mounting = 0;  // quarter turns
+};
+
+struct Wall {
+    double lean_deg = 0;
+    double reflectivity = 0;
+};
+
+struct Heat {
+    double ambient_c = 0;
+    double led_c = 0;
+    double led_rise_c = 0;
+    double led_time_constant_s = 0;
+};
+
+struct LensSettings {
+    double focal_length_mm = 0;
+    double step_um = 0;
+    double travel_steps = 0;
+    double position_steps = 0;
+    double play = 0;
+    double infinity_steps = 0;
+    double left_idle_steps = 0;
+    double right_idle_steps = 0;
+    double speed_steps_per_s = 0;
+    double sharpness_width_tmr = 0;
+    double hot_drift_tmr = 0;
+    double cold_drift_tmr = 0;
+    double stuck = 0;
+    double reversed = 0;
+    double slip = 0;
+};
+
+struct TmrSettings {
+    double slope_per_step = 0;
+    double zero_steps = 0;
+    double offset = 0;
+    double sense = 1;
+    double noise_sigma = 0;
+    double bus_error = 0;
+};
+
+struct TofSettings {
+    double range_mm = 0;
+    double noise_mm = 0;
+    double noise_per_mm = 0;
+    double true_offset_mm = 0;
+    double pixel_spread_mm = 0;
+    double tilt_offset_deg = 0;
+    double turn_offset_deg = 0;
+    double frames_per_s = 0;
+    double firmware_version = 0;
+    double blocked_tr_mm = 0;
+    double blocked_br_mm = 0;
+    double blocked_tl_mm = 0;
+    double blocked_bl_mm = 0;
+    double error_code = 0;
+};
+
+struct GravitySettings {
+    double units_per_g = 0;
+    double offset_x = 0;
+    double offset_y = 0;
+    double offset_z = 0;
+    double noise_sigma = 0;
+    double period_ms = 0;
+    double error_code = 0;
+};
+
+struct UnitSettings {
+    double calibrated = 0;
+    double gsensor_flag = 0;
+    double tof_flag = 0;
+    double tmr_flag = 0;
+    double tof_host_calibration = 0;
+    double tof_factory_data = 0;
+    double serial = 0;
+};
+
+struct BoardSettings {
+    double has_tof = 0;
+    double has_gravity_sensor = 0;
+    double has_display = 0;
+    double has_frame_buffer = 0;
+    double has_motor = 0;
+    double has_keys = 0;
+    double has_fan = 0;
+    double has_elepn_curve = 0;
+    double flash_works = 0;
+    double hdmi_works = 0;
+};
+
+struct Settings {
+    Pose pose;
+    Wall wall;
+    Heat heat;
+    LensSettings lens;
+    TmrSettings tmr;
+    TofSettings tof;
+    GravitySettings gravity;
+    UnitSettings unit;
+    BoardSettings board;
+};
+
+}  // namespace vp
+
+#endif

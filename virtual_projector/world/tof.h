@@ -1,0 +1,58 @@
+// What the ToF sensor measures.
+//
+// Distances are those along the sensor's axis, not along each ray: the chip converts them, so that a wall
+// squarely faced gives the same number in every zone, and the mean of the zones of a tilted wall is its
+// distance on the axis (to 0.2 % at 12 degrees of tilt), which is what the lens has to be focused for.
+#ifndef VIRTUAL_PROJECTOR_WORLD_TOF_H
+#define VIRTUAL_PROJECTOR_WORLD_TOF_H
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "virtual_projector/world/settings.h"
+#include "virtual_projector/world/time.h"
+#include "virtual_projector/world/tof_optics.h"
+
+namespace vp {
+
+constexpr int no_distance_mm = 8190;  // what a zone says that sees nothing within the range
+constexpr int least_valid_quality = 11;
+constexpr int best_quality = 100;
+
+struct ZoneReading {
+    std::uint16_t distance_mm = 0;
+    std::uint16_t quality = 0;  // valid from 11 to 100
+};
+
+/// What the sensor looks at.
+struct TofScene {
+    Pose pose;
+    Wall wall;
+    TofSettings tof;
+    std::uint64_t seed = 0;
+};
+
+/// Corrections in millimetres, one for each pixel, that are taken off what the bare sensor measures.
+using PixelOffsets = std::array<double, pixel_count>;
+
+/// What the bare sensor's pixels measure too much: the common offset and a pattern of their own.
+PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t seed);
+
+/// The number of the frame that is the latest at this time. A rate of 0: a frame each millisecond.
+std::int64_t tof_frame_index(double frames_per_s, Microseconds time);
+
+/// All zones of frame `index`, with these corrections.
+std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const PixelOffsets& corrections,
+                                   std::int64_t index);
+
+/// All 60 pixels of frame `index`, uncorrected.
+std::vector<ZoneReading> tof_pixels(const TofScene& scene, std::int64_t index);
+
+/// The 3 by 3 zones of the generic ranging driver, row by row from the top left. Its distances lie along
+/// each ray, and the sensor looks 7 degrees above the optical axis.
+std::array<ZoneReading, 9> zone_grid(const TofScene& scene, std::int64_t index);
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,58 @@
+#include "virtual_projector/world/tof_optics.h"
+
+namespace vp {
+namespace {
+
+constexpr std::array<double, 2> column_of_four_deg = {12, -12};
+constexpr std::array<double, 4> column_of_eight_deg = {18, 6, -6, -18};
+constexpr double pixel_pitch_right_deg = 4.8;
+constexpr double pixel_pitch_up_deg = 6;
+
+double from_centre(int index, int count) { return index - (count - 1) / 2.0; }
+
+// The bounds of a zone's columns, counted from the left, among those of all zones of its row.
+struct Columns {
+    int from;
+    int until;
+};
+
+Columns zone_columns(int point_mode, std::size_t zone) {
+    const int zones_of_row = static_cast<int>(zone_count(point_mode)) / 2;
+    const int from_left = zones_of_row - 1 - static_cast<int>(zone) / 2;
+    return {from_left * pixel_columns / zones_of_row, (from_left + 1) * pixel_columns / zones_of_row};
+}
+
+}  // namespace
+
+std::size_t zone_count(int point_mode) { return point_mode == eight_zone_mode ? 8 : 4; }
+
+Ray zone_ray(int point_mode, std::size_t zone) {
+    const double up = zone % 2 == 0 ? zone_row_angle_deg / 2 : -zone_row_angle_deg / 2;
+    const double right =
+        point_mode == eight_zone_mode ? column_of_eight_deg.at(zone / 2) : column_of_four_deg.at(zone / 2);
+    return {right, up};
+}
+
+Ray pixel_ray(int row, int column) {
+    return {from_centre(column, pixel_columns) * pixel_pitch_right_deg,
+            -from_centre(row, pixel_rows) * pixel_pitch_up_deg};
+}
+
+std::array<std::size_t, 4> corner_zones(int point_mode) {
+    const std::size_t last = zone_count(point_mode) - 1;
+    return {0, 1, last - 1, last};
+}
+
+std::vector<int> zone_pixels(int point_mode, std::size_t zone) {
+    const Columns columns = zone_columns(point_mode, zone);
+    const int first_row = zone % 2 == 0 ? 0 : pixel_rows / 2;
+    std::vector<int> pixels;
+    for (int row = first_row; row < first_row + pixel_rows / 2; ++row) {
+        for (int column = columns.from; column < columns.until; ++column) {
+            pixels.push_back(row * pixel_columns + column);
+        }
+    }
+    return pixels;
+}
+
+}  // namespace vp

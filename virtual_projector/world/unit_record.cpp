@@ -1,0 +1,142 @@
+#include "virtual_projector/world/unit_record.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "virtual_projector/world/noise.h"
+#include "virtual_projector/world/optics.h"
+
+namespace vp {
+namespace {
+
+constexpr std::size_t lens_text_at = 0;
+constexpr std::size_t gravity_text_at = 150;
+constexpr std::size_t device_serial_at = 174;
+constexpr std::size_t board_serial_at = 198;
+constexpr std::size_t gsensor_flag_at = 222;
+constexpr std::size_t tof_flag_at = 223;
+constexpr std::size_t tmr_flag_at = 224;
+
+constexpr int places = 25;
+constexpr int measured_places = 14;    // one full step from each other
+constexpr int reference_place = 2;     // the measurement at the target of the sweep
+constexpr double reference_mm = 1000;  // the distance of that target
+constexpr double bench_led_c = 44;     // the bench lets the LED warm up
+constexpr int left_margin_tmr = 20;
+constexpr int right_margin_tmr = 40;
+constexpr int left_idle_surplus = 1;  // the sweep counts one step of the way back with the left idle steps
+
+constexpr int curve_numbers = 20;
+constexpr int curve_points = 13;         // the last of them, nearest distance first
+constexpr int curve_header_number = 13;  // the numbers before them: how many points follow, then zeros
+constexpr int two_to_16 = 65536;
+
+std::array<int, measured_places> sweep(const Settings& settings) {
+    const double reference = best_focus_steps(settings.lens, settings.tmr, reference_mm, bench_led_c);
+    std::array<int, measured_places> measured{};
+    for (int i = 0; i < measured_places; ++i) {
+        const double position = reference + (i - reference_place);
+        measured.at(static_cast<std::size_t>(i)) =
+            static_cast<int>(std::lround(ideal_tmr(settings.tmr, position)));
+    }
+    return measured;
+}
+
+void put_text(Record& record, std::size_t at, const std::string& text) {
+    std::copy(text.begin(), text.end(), record.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+std::string serial(const char* prefix, double number) {
+    char text[25];
+    std::snprintf(text, sizeof text, "%s%08d", prefix, static_cast<int>(number));
+    return text;
+}
+
+std::uint8_t digit(double flag) { return static_cast<std::uint8_t>('0' + static_cast<int>(flag)); }
+
+double between(const Noise& noise, int lane, double least, double most) {
+    return least + (most - least) * noise.uniform(0, lane);
+}
+
+}  // namespace
+
+std::array<int, 30> lens_table(const Settings& settings) {
+    const std::array<int, measured_places> measured = sweep(settings);
+    std::array<int, 30> table{};
+    for (std::size_t place = 0; place < places; ++place) {
+        const int lower = measured.at(place / 2);
+        const int upper = measured.at(place / 2 + 1);
+        table.at(place) = place % 2 == 0 ? lower : (lower + upper) / 2;
+    }
+    table.at(25) = measured.front() - left_margin_tmr;
+    table.at(26) = measured.back() + right_margin_tmr;
+    table.at(27) = settings.tmr.sense < 0 ? 1 : 0;
+    table.at(28) = static_cast<int>(std::lround(settings.lens.left_idle_steps)) + left_idle_surplus;
+    table.at(29) = static_cast<int>(std::lround(settings.lens.right_idle_steps));
+    return table;
+}
+
+std::string lens_table_text(const Settings& settings) {
+    std::string text;
+    for (const int number : lens_table(settings)) text += (text.empty() ? "" : ",") + std::to_string(number);
+    return text;
+}
+
+std::string gravity_offsets_text(const Settings& settings) {
+    const GravitySettings& gravity = settings.gravity;
+    return std::to_string(std::lround(gravity.offset_x)) + "," + std::to_string(std::lround(gravity.offset_y)) +
+           "," + std::to_string(std::lround(gravity.offset_z));
+}
+
+// The points are the sensor's own readings, uncorrected for its sense, as 16-bit numbers.
+std::string elepn_curve_text(const Settings& settings) {
+    const std::array<int, 30> table = lens_table(settings);
+    std::array<int, curve_numbers> numbers{};
+    numbers.front() = curve_header_number;
+    for (int point = 0; point < curve_points; ++point) {
+        const double cold = table.at(static_cast<std::size_t>(2 * point)) + settings.lens.cold_drift_tmr;
+        const int reading = static_cast<int>(std::lround(settings.tmr.sense < 0 ? -cold : cold));
+        numbers.at(static_cast<std::size_t>(curve_numbers - 1 - point)) =
+            reading < 0 ? reading + two_to_16 : reading;
+    }
+    std::string text;
+    for (const int number : numbers) text += (text.empty() ? "" : " ") + std::to_string(number);
+    return text + "\n";
+}
+
+Record blank_record() {
+    Record record{};
+    record.fill(0xFF);
+    return record;
+}
+
+Record factory_record(const Settings& settings) {
+    if (settings.unit.calibrated == 0) return blank_record();
+    Record record{};
+    put_text(record, lens_text_at, lens_table_text(settings));
+    put_text(record, gravity_text_at, gravity_offsets_text(settings));
+    put_text(record, device_serial_at, serial("VP", settings.unit.serial));
+    put_text(record, board_serial_at, serial("VPMB", settings.unit.serial));
+    record.at(gsensor_flag_at) = digit(settings.unit.gsensor_flag);
+    record.at(tof_flag_at) = digit(settings.unit.tof_flag);
+    record.at(tmr_flag_at) = digit(settings.unit.tmr_flag);
+    return record;
+}
+
+void draw_unit(Settings& settings, std::uint64_t seed) {
+    const Noise noise(seed, Stream::unit_spread);
+    settings.tmr.sense = noise.uniform(0, 0) < 0.5 ? -1 : 1;
+    settings.tmr.offset = std::round(between(noise, 1, -30, 30));
+    settings.tmr.slope_per_step = between(noise, 2, 17.6, 18.4);
+    settings.lens.left_idle_steps = std::round(between(noise, 3, 1, 4));
+    settings.lens.right_idle_steps = std::round(between(noise, 4, 1, 4));
+    settings.lens.infinity_steps = between(noise, 5, 11, 13);
+    settings.tof.true_offset_mm = between(noise, 6, -40, 40);
+    settings.gravity.offset_x = std::round(between(noise, 7, -60, 60));
+    settings.gravity.offset_y = std::round(between(noise, 8, -60, 60));
+    settings.gravity.offset_z = std::round(between(noise, 9, -60, 60));
+    settings.unit.serial = static_cast<double>(seed % 1000000);
+}
+
+}  // namespace vp

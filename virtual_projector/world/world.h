@@ -1,0 +1,158 @@
+// The simulated world: one projector before one wall, at one time.
+//
+// Nothing here runs by itself. Whoever wants to know something says what time it is (advance_to) and asks;
+// the world then works out all that has happened since: motor steps, heat, hands, and the actions that were
+// scheduled. Each happens at its own exact time, however late the question comes, so the answers do not
+// depend on how often somebody asked. Not safe for threads: the board that owns it takes a lock.
+//
+//     World world(seed);
+//     world.set("pose.pitch_deg", 12);
+//     world.at(microseconds(5), "somebody shakes it", [](World& w) { w.begin({GestureKind::shake, 2000000,
+//     {}}); }); world.advance_to(now); double sharp = world.truth().sharpness;
+#ifndef VIRTUAL_PROJECTOR_WORLD_WORLD_H
+#define VIRTUAL_PROJECTOR_WORLD_WORLD_H
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "virtual_projector/world/gravity.h"
+#include "virtual_projector/world/hand.h"
+#include "virtual_projector/world/lens.h"
+#include "virtual_projector/world/parameters.h"
+#include "virtual_projector/world/picture.h"
+#include "virtual_projector/world/settings.h"
+#include "virtual_projector/world/time.h"
+#include "virtual_projector/world/tof.h"
+#include "virtual_projector/world/wall.h"
+
+namespace vp {
+
+/// What is really so, for reports: nothing that the library under test could know.
+struct Truth {
+    Pose pose;
+    WallAngles wall;  // how the wall stands to the unit
+    double led_c = 0;
+    double lens_steps = 0;  // from the left end stop
+    double lens_tmr = 0;    // the same in the scale of the lens table, without noise
+    double best_focus_tmr = 0;
+    double lens_error_tmr = 0;  // lens_tmr less best_focus_tmr: positive is too far to the right
+    double sharpness = 0;       // 0 to 1
+    bool lens_is_moving = false;
+    Display display;
+    PictureShape picture;
+    int hdmi_turn_deg = 0;
+    int menu_turn_deg = 0;
+};
+
+/// A key that went down or up.
+struct KeyEvent {
+    Microseconds time = 0;
+    std::uint16_t code = 0;
+    std::int32_t value = 0;  // 1 pressed, 0 released, 2 repeated
+};
+
+class World {
+public:
+    explicit World(std::uint64_t seed = 1);
+
+    std::uint64_t seed() const { return seed_; }
+
+    // --- Time --------------------------------------------------------------------------------------
+    /// Lets everything happen that is due until `now`. A time in the past changes nothing.
+    void advance_to(Microseconds now);
+    Microseconds now() const { return now_; }
+
+    /// Lets `action` happen at its time (at once, with the next advance, when that has passed). Actions of
+    /// the same time happen in the order in which they were scheduled. `what` says it in words.
+    void at(Microseconds time, std::string what, std::function<void(World&)> action);
+
+    /// The time of the next scheduled action, if there is one.
+    std::optional<Microseconds> next_action_time() const;
+
+    /// Called after each scheduled action with its time and words.
+    void on_action(std::function<void(Microseconds, const std::string&)> observer);
+
+    // --- Parameters --------------------------------------------------------------------------------
+    const Settings& settings() const { return settings_; }
+
+    /// Sets one parameter now. Empty, or one line that says what is wrong.
+    std::string set(std::string_view name, double value);
+
+    /// The value of a parameter now; of one that there is none of: 0.
+    double get(std::string_view name) const;
+
+    /// Makes this the unit of that seed (see draw_unit).
+    void draw_unit(std::uint64_t unit_seed);
+
+    // --- Hand and keys -----------------------------------------------------------------------------
+    void begin(const Gesture& gesture);
+    bool hand_is_moving() const { return hand_.is_moving(now_); }
+
+    void key(std::uint16_t code, std::int32_t value);
+    const std::vector<KeyEvent>& keys() const { return keys_; }
+
+    // --- Motor and lens ----------------------------------------------------------------------------
+    /// Queues a move; false when the driver's queue is full.
+    bool move_lens(const LensMove& move);
+    void set_step_period(Microseconds period) { motor_.set_step_period(period); }
+    bool lens_is_moving() const { return motor_.is_running(); }
+    Microseconds lens_finish_time() const;
+    double counted_lens_steps() const { return motor_.counted_position(); }
+    bool lens_is_at_left_end() const;
+    bool lens_is_at_right_end() const;
+
+    /// The TMR sensor's reading now: noise and sense included, within +-2000, or 32767 with a broken bus.
+    int tmr_reading() const;
+
+    // --- Other sensors -----------------------------------------------------------------------------
+    TofScene tof_scene() const;
+
+    /// The bare gravity sensor's sample now, in driver units.
+    std::array<double, 3> gravity_now() const;
+
+    /// The LED's temperature as its sensor says it, in whole degrees.
+    int led_reading_c() const;
+
+    // --- Display -----------------------------------------------------------------------------------
+    Display& display() { return display_; }
+    const Display& display() const { return display_; }
+
+    Truth truth() const;
+
+private:
+    struct Action {
+        Microseconds time = 0;
+        std::string what;
+        std::function<void(World&)> happen;
+    };
+    struct HeatCourse {  // the LED goes from one temperature to another, slower and slower
+        Microseconds start = 0;
+        double from_c = 0;
+    };
+
+    void advance_physics(Microseconds now);
+    void take_due_actions(Microseconds now);
+    void restart_heat();
+    double led_at(Microseconds time) const;
+
+    std::uint64_t seed_;
+    Microseconds now_ = 0;
+    Settings settings_;
+    HeatCourse heat_;
+    LensMotor motor_;
+    Hand hand_;
+    Vec3 hand_acceleration_g_;
+    Display display_;
+    std::vector<KeyEvent> keys_;
+    std::vector<Action> actions_;  // by time
+    std::function<void(Microseconds, const std::string&)> observer_;
+};
+
+}  // namespace vp
+
+#endif

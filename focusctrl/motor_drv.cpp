@@ -70,7 +70,7 @@ int write_or_report(const char* function, const char* node, int value) {
     return result;
 }
 
-// The same for a run to one end of the travel, after which the direction is known.
+// Runs to one end of the travel, after which the direction is known. The message is the caller's.
 int drive_to_end(const char* node, int direction) {
     const int result = write_file(node, go);
     if (result == 0) store(motor_cur_dir, direction);

@@ -9,15 +9,17 @@ namespace vp {
 namespace {
 
 constexpr std::array<std::string_view, 6> board_directories = {
-    "/sys/class/motor/", "/sys/class/nd_tof/",  "/sys/class/tof/",
-    "/sys/class/sensors/", "/sys/class/dlp/", "/sys/devices/platform/pwm-fan/",
+    "/sys/class/motor/",   "/sys/class/nd_tof/", "/sys/class/tof/",
+    "/sys/class/sensors/", "/sys/class/dlp/",    "/sys/devices/platform/pwm-fan/",
 };
 
 constexpr std::array<std::string_view, 5> board_nodes = {
     "/dev/nds01", "/dev/gsensor_daemon", "/dev/dis", "/dev/fb0", "/dev/input/event6",
 };
 
-bool begins_with(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+bool begins_with(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
 
 }  // namespace
 

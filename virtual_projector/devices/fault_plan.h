@@ -19,10 +19,10 @@ namespace vp {
 /// What happens to a call that is hit. The delay comes first and goes with any of the others; of the others
 /// the first one that is set counts, in the order of the members.
 struct FaultEffect {
-    Microseconds delay_us = 0;           // the call takes this much longer
-    int error_number = 0;                // the call fails with this errno, without reaching the device
-    long short_count = -1;               // 0 and more: a read or write moves and reports at most this many bytes;
-                                         // an ioctl or a library function reports this result
+    Microseconds delay_us = 0;  // the call takes this much longer
+    int error_number = 0;       // the call fails with this errno, without reaching the device
+    long short_count = -1;      // 0 and more: a read or write moves and reports at most this many bytes;
+                                // an ioctl or a library function reports this result
     std::optional<std::string> garbage;  // a read delivers these bytes in place of the device's own; an ioctl
                                          // finds them written over the start of its argument
     bool stale = false;                  // a read delivers what the read before it on this path delivered; an
@@ -34,11 +34,11 @@ struct FaultEffect {
 
 /// A rule hits the calls whose operation and path match.
 struct FaultRule {
-    std::string operation;     // "open", "read", "write", "ioctl", "close"; "call" for a function of the board's
-                               // libraries; "pthread_create"; empty: any
-    std::string path;          // the node; the function's name; the thread's entry function; empty: any;
-                               // with a '*' at its end: every path that begins so
-    int nth = 0;               // only the n-th matching call since the rule was added, counted from 1; 0: every one
+    std::string operation;  // "open", "read", "write", "ioctl", "close"; "call" for a function of the board's
+                            // libraries; "pthread_create"; empty: any
+    std::string path;       // the node; the function's name; the thread's entry function; empty: any;
+                            // with a '*' at its end: every path that begins so
+    int nth = 0;  // only the n-th matching call since the rule was added, counted from 1; 0: every one
     double probability = 1.0;  // of a matching call to be hit, drawn from the plan's seed
     FaultEffect effect;
 };

@@ -10,15 +10,15 @@ namespace vp {
 
 /// One call that reached the simulated board. The texts live only as long as the call of record().
 struct CallRecord {
-    std::int64_t t_us = 0;         // time since the program started
-    int thread = 0;                // in order of creation, 1 is the one that started; 0: a thread of no known number
+    std::int64_t t_us = 0;  // time since the program started
+    int thread = 0;         // in order of creation, 1 is the one that started; 0: a thread of no known number
     std::string_view thread_name;  // of its entry function; empty when that has no symbol
-    std::string_view call;         // "open", "read", "write", "ioctl", "close", "sleep", "call", "pthread_create", …
-    std::string_view path;         // the node, or the name of a function or an object; may be empty
-    std::int64_t argument = 0;     // open: the flags; ioctl: the request number; sleep: microseconds; read and
-                                   // write: the count asked for
-    long result = 0;               // 0 and more, or a negated errno
-    std::string_view data;         // the bytes that moved
+    std::string_view call;  // "open", "read", "write", "ioctl", "close", "sleep", "call", "pthread_create", …
+    std::string_view path;  // the node, or the name of a function or an object; may be empty
+    std::int64_t argument = 0;  // open: the flags; ioctl: the request number; sleep: microseconds; read and
+                                // write: the count asked for
+    long result = 0;            // 0 and more, or a negated errno
+    std::string_view data;      // the bytes that moved
 };
 
 class TraceSink {

@@ -1,0 +1,57 @@
+// The PC's own time. Threads run as the kernel likes; the board and its world are touched under one lock.
+#ifndef VIRTUAL_PROJECTOR_CLOCK_REAL_CLOCK_H
+#define VIRTUAL_PROJECTOR_CLOCK_REAL_CLOCK_H
+
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "virtual_projector/clock/clock.h"
+
+namespace vp {
+
+class RealClock final : public Clock {
+public:
+    RealClock();
+    ~RealClock() override;
+    RealClock(const RealClock&) = delete;
+    RealClock& operator=(const RealClock&) = delete;
+
+    Microseconds now() const override;
+    void sleep_until(Microseconds time) override;
+
+    /// The caller holds the world; it is let go for as long as the wait lasts.
+    void wait_for_device(const std::string& what, Microseconds deadline) override;
+    void event_happened() override;
+
+    /// Callbacks run on a thread of the clock's own, with the world held. The thread starts with the first.
+    void at(Microseconds time, Callback callback) override;
+    void on_advance(AdvanceHandler handler) override;
+
+    /// The world is brought up to date as soon as it is held.
+    void lock_world() override;
+    void unlock_world() override;
+    VirtualClock* scheduler() override { return nullptr; }
+
+private:
+    std::chrono::steady_clock::time_point time_point(Microseconds time) const;
+    void bring_world_up_to_date();
+    void run_callbacks();
+    void run_due_callbacks();
+
+    const std::chrono::steady_clock::time_point start_;
+    std::recursive_mutex world_;
+    std::condition_variable_any changed_;    // something happened on the board
+    std::condition_variable_any scheduled_;  // a callback was added, or the end has come
+    std::multimap<Microseconds, Callback> callbacks_;
+    AdvanceHandler advance_handler_;
+    Microseconds world_time_ = 0;
+    bool ending_ = false;
+    std::thread callback_thread_;
+};
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,209 @@
+#include "virtual_projector/interpose/board_files.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/interpose/real_calls.h"
+
+namespace vp {
+namespace {
+
+std::string_view moved(const void* buffer, long result) {
+    return result > 0 ? std::string_view(static_cast<const char*>(buffer), static_cast<std::size_t>(result))
+                      : std::string_view();
+}
+
+std::size_t limited(std::size_t count, long short_count) {
+    return short_count < 0 ? count : std::min(count, static_cast<std::size_t>(short_count));
+}
+
+}  // namespace
+
+BoardFiles::BoardFiles(Clock& clock, DeviceTable& devices, FaultPlan& faults, Recorder& recorder)
+    : clock_(clock), devices_(devices), faults_(faults), recorder_(recorder) {}
+
+std::optional<BoardFiles::Entry> BoardFiles::find(int descriptor) {
+    const WorldLock lock(clock_);
+    const auto found = open_.find(descriptor);
+    if (found == open_.end()) return std::nullopt;
+    return found->second;
+}
+
+// What every call begins with: the turn may pass, and the plan is asked. A delay is over when this returns.
+FaultEffect BoardFiles::enter(const char* operation, const std::string& path) {
+    if (VirtualClock* scheduler = clock_.scheduler()) scheduler->touch();
+    FaultEffect effect;
+    {
+        const WorldLock lock(clock_);
+        effect = faults_.effect_on(operation, path);
+    }
+    if (effect.delay_us > 0) clock_.sleep_until(clock_.now() + effect.delay_us);
+    return effect;
+}
+
+// Asks the device until it has an answer. The caller's copy of the entry keeps the open file alive, whatever
+// other threads close meanwhile.
+template <typename Question>
+long BoardFiles::ask(const std::string& path, Question question) {
+    const WorldLock lock(clock_);
+    for (;;) {
+        const Answer answer = question();
+        if (!answer.wait) return answer.result;
+        clock_.wait_for_device(path, answer.until);
+    }
+}
+
+// --- open and close --------------------------------------------------------------------------------------
+
+std::optional<long> BoardFiles::open(const char* path, int flags) {
+    if (path == nullptr || !DeviceTable::is_board_path(path)) return std::nullopt;
+    const std::string name = path;
+    const FaultEffect effect = enter("open", name);
+    const long result = effect.error_number != 0 ? -effect.error_number : open_device(name, flags);
+    CallRecord record;
+    record.call = "open";
+    record.path = name;
+    record.argument = flags;
+    record.result = result;
+    recorder_.record(record);
+    return result;
+}
+
+long BoardFiles::open_device(const std::string& path, int flags) {
+    const WorldLock lock(clock_);
+    Device* device = devices_.find(path);
+    if (device == nullptr) return -ENOENT;
+    int error_number = 0;
+    std::shared_ptr<OpenFile> file = device->open(flags, error_number);
+    if (file == nullptr) return -error_number;
+    const int descriptor = real::open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (descriptor < 0) return -errno;
+    open_[descriptor] = {path, std::move(file)};
+    return descriptor;
+}
+
+std::optional<long> BoardFiles::close(int descriptor) {
+    const std::optional<Entry> entry = find(descriptor);
+    if (!entry) return std::nullopt;
+    const FaultEffect effect = enter("close", entry->path);
+    // The descriptor is gone even when the driver reports a failure.
+    long result = ask(entry->path, [&] { return entry->file->close(); });
+    if (effect.error_number != 0) result = -effect.error_number;
+    {
+        const WorldLock lock(clock_);
+        open_.erase(descriptor);
+    }
+    (void)real::close(descriptor);
+    CallRecord record;
+    record.call = "close";
+    record.path = entry->path;
+    record.result = result;
+    recorder_.record(record);
+    return result;
+}
+
+// --- read ------------------------------------------------------------------------------------------------
+
+std::optional<long> BoardFiles::read(int descriptor, void* buffer, std::size_t count) {
+    const std::optional<Entry> entry = find(descriptor);
+    if (!entry) return std::nullopt;
+    const FaultEffect effect = enter("read", entry->path);
+    const long result = read_with(effect, *entry, static_cast<char*>(buffer), count);
+    CallRecord record;
+    record.call = "read";
+    record.path = entry->path;
+    record.argument = static_cast<std::int64_t>(count);
+    record.result = result;
+    record.data = moved(buffer, result);
+    recorder_.record(record);
+    return result;
+}
+
+// Garbage and stale content take the place of what the device would have given now, so the device is asked
+// in any case.
+long BoardFiles::read_with(const FaultEffect& effect, const Entry& entry, char* buffer, std::size_t count) {
+    if (effect.error_number != 0) return -effect.error_number;
+    if (effect.short_count >= 0) return read_device(entry, buffer, limited(count, effect.short_count));
+    std::optional<std::string> instead = effect.garbage;
+    if (!instead && effect.stale) {
+        const WorldLock lock(clock_);
+        const auto last = last_read_.find(entry.path);
+        if (last != last_read_.end()) instead = last->second;
+    }
+    if (!instead) return read_device(entry, buffer, count);
+    const long result = ask(entry.path, [&] { return entry.file->read(buffer, count); });
+    return result <= 0 ? result : deliver(*instead, buffer, count);
+}
+
+long BoardFiles::read_device(const Entry& entry, void* buffer, std::size_t count) {
+    const long result = ask(entry.path, [&] { return entry.file->read(buffer, count); });
+    const WorldLock lock(clock_);
+    if (result > 0) last_read_[entry.path] = moved(buffer, result);
+    return result;
+}
+
+long BoardFiles::deliver(const std::string& bytes, char* buffer, std::size_t count) {
+    const std::size_t length = std::min(count, bytes.size());
+    std::memcpy(buffer, bytes.data(), length);
+    return static_cast<long>(length);
+}
+
+// --- write and ioctl -------------------------------------------------------------------------------------
+
+std::optional<long> BoardFiles::write(int descriptor, const void* buffer, std::size_t count) {
+    const std::optional<Entry> entry = find(descriptor);
+    if (!entry) return std::nullopt;
+    const FaultEffect effect = enter("write", entry->path);
+    const std::size_t accepted = limited(count, effect.short_count);
+    const long result = effect.error_number != 0
+                            ? -effect.error_number
+                            : ask(entry->path, [&] { return entry->file->write(buffer, accepted); });
+    CallRecord record;
+    record.call = "write";
+    record.path = entry->path;
+    record.argument = static_cast<std::int64_t>(count);
+    record.result = result;
+    record.data = {static_cast<const char*>(buffer), count};
+    recorder_.record(record);
+    return result;
+}
+
+std::optional<long> BoardFiles::request(int descriptor, std::uint32_t number, void* argument) {
+    const std::optional<Entry> entry = find(descriptor);
+    if (!entry) return std::nullopt;
+    const FaultEffect effect = enter("ioctl", entry->path);
+    const long result = request_with(effect, *entry, number, argument);
+    CallRecord record;
+    record.call = "ioctl";
+    record.path = entry->path;
+    record.argument = number;
+    record.result = result;
+    recorder_.record(record);
+    return result;
+}
+
+long BoardFiles::request_with(const FaultEffect& effect, const Entry& entry, std::uint32_t number,
+                              void* argument) {
+    if (effect.error_number != 0) return -effect.error_number;
+    if (effect.short_count >= 0) return effect.short_count;
+    if (effect.garbage) {
+        std::memcpy(argument, effect.garbage->data(), effect.garbage->size());
+        return 0;
+    }
+    if (effect.stale) return 0;
+    return ask(entry.path, [&] { return entry.file->request(number, argument); });
+}
+
+std::vector<std::string> BoardFiles::open_paths() const {
+    const WorldLock lock(clock_);
+    std::vector<std::string> paths;
+    for (const auto& [descriptor, entry] : open_) paths.push_back(entry.path);
+    return paths;
+}
+
+}  // namespace vp

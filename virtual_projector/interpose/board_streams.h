@@ -1,0 +1,19 @@
+// stdio streams on the board's nodes.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
+
+#include <cstdio>
+#include <optional>
+
+namespace vp {
+
+/// open(2)'s flags for fopen's mode; nothing for a mode that fopen refuses with EINVAL.
+std::optional<int> flags_of_mode(const char* mode);
+
+/// A stream over an open descriptor of a node, which it closes at its end. errno after a failed read, write
+/// or close is the node's. Null when there is no memory.
+FILE* stream_on(int descriptor, const char* mode);
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,56 @@
+// The simulated machine that the program's calls reach: one place for its files, threads, locks and time.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_MACHINE_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_MACHINE_H
+
+#include <memory>
+
+#include "virtual_projector/clock/clock.h"
+#include "virtual_projector/devices/device.h"
+#include "virtual_projector/devices/fault_plan.h"
+#include "virtual_projector/interpose/board_files.h"
+#include "virtual_projector/interpose/program_threads.h"
+#include "virtual_projector/interpose/program_time.h"
+#include "virtual_projector/interpose/recorder.h"
+#include "virtual_projector/interpose/thread_locks.h"
+#include "virtual_projector/trace/trace_sink.h"
+
+namespace vp {
+
+class Machine {
+public:
+    /// All of them must outlive the machine. `sink` may be null.
+    Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSink* sink);
+    ~Machine();  // uninstalls
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    /// From now on the process's calls reach this machine; the calling thread becomes the program's first.
+    /// Without a machine every call passes through to the C library. Threads that run when their machine goes
+    /// stop at their next wait and stay there to the end of the process.
+    void install();
+    void uninstall();
+
+    /// The machine that a call of this thread is for; null when the C library is to answer: no machine, a
+    /// thread that is none of the program's, or the virtual projector's own work.
+    static Machine* active();
+
+    BoardFiles& files() { return files_; }
+    ProgramTime& time() { return time_; }
+    ProgramThreads& threads() { return threads_; }
+    ThreadLocks* locks() { return locks_.get(); }  // null on the PC's own time
+    Recorder& recorder() { return recorder_; }
+
+private:
+    bool serves_this_thread() const;
+
+    Clock& clock_;
+    Recorder recorder_;
+    BoardFiles files_;
+    ProgramTime time_;
+    ProgramThreads threads_;
+    std::unique_ptr<ThreadLocks> locks_;
+};
+
+}  // namespace vp
+
+#endif

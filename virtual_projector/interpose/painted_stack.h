@@ -1,0 +1,46 @@
+// A thread's stack, painted before use so that its deepest use can be told later.
+//
+//   low address                                                                   high address
+//   | guard page | never painted, still zero ... | painted ...      | used by the thread ... |
+//                                                                 ^ deepest use            ^ entry
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_PAINTED_STACK_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_PAINTED_STACK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace vp {
+
+class PaintedStack {
+public:
+    /// Maps a stack of at least `size` bytes and paints the part of it that a thread is likely to use.
+    /// Nothing when there is no memory.
+    static std::optional<PaintedStack> map(std::size_t size);
+
+    PaintedStack(PaintedStack&& other) noexcept;
+    PaintedStack& operator=(PaintedStack&& other) noexcept;
+    ~PaintedStack();  // unmaps: only after the thread's very end
+
+    void* base() const { return base_; }  // the lowest usable address, as pthread_attr_setstack wants it
+    std::size_t size() const { return size_; }
+
+    /// Where the thread's own code began to use the stack: what lies above is the C library's.
+    void entered_at(const void* address) { entry_ = reinterpret_cast<std::uintptr_t>(address); }
+
+    /// Bytes between the thread's entry and the deepest place that was ever written to; 0 before the entry.
+    std::size_t deepest_use() const;
+
+private:
+    PaintedStack(char* mapping, std::size_t mapping_size, std::size_t guard_size);
+
+    char* mapping_ = nullptr;
+    std::size_t mapping_size_ = 0;
+    char* base_ = nullptr;
+    std::size_t size_ = 0;
+    std::uintptr_t entry_ = 0;
+};
+
+}  // namespace vp
+
+#endif

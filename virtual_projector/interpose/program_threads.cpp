@@ -1,0 +1,243 @@
+#include "virtual_projector/interpose/program_threads.h"
+
+#include <dlfcn.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+
+#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/interpose/real_calls.h"
+
+namespace vp {
+namespace {
+
+// What the calls of the virtual projector itself need below the program's own depth.
+constexpr std::size_t headroom_bytes = std::size_t{256} * 1024;
+
+thread_local ProgramThread* current_thread = nullptr;
+
+// Threads that still run, or wait for ever, when their program's threads are given up.
+std::vector<std::unique_ptr<ProgramThread>>& abandoned_threads() {
+    static auto* threads = new std::vector<std::unique_ptr<ProgramThread>>;
+    return *threads;
+}
+
+std::string name_of_function(void* (*function)(void*)) {
+    Dl_info info{};
+    void* address = reinterpret_cast<void*>(function);
+    if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
+    return info.dli_sname;
+}
+
+bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id, 0) != 0 && errno == ESRCH; }
+
+bool program_gave_stack(const pthread_attr_t& attributes) {
+    void* base = nullptr;
+    std::size_t size = 0;
+    if (::pthread_attr_getstack(&attributes, &base, &size) != 0) return false;
+    // Without one, the base is told as "size bytes below 0".
+    return reinterpret_cast<std::uintptr_t>(base) + size != 0;
+}
+
+}  // namespace
+
+const ProgramThread* ProgramThread::current() { return current_thread; }
+
+// Ends the thread's part in the program when its entry function returns, and also when pthread_exit unwinds.
+struct ProgramThreads::ThreadEnd {
+    ProgramThread& thread;
+    ~ThreadEnd() { thread.owner->end(thread); }
+};
+
+ProgramThreads::ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder)
+    : clock_(clock), faults_(faults), recorder_(recorder) {}
+
+ProgramThreads::~ProgramThreads() {
+    sweep();
+    for (std::unique_ptr<ProgramThread>& thread : threads_) {
+        if (thread->entry != nullptr) abandoned_threads().push_back(std::move(thread));
+    }
+}
+
+void ProgramThreads::adopt_current() {
+    auto thread = std::make_unique<ProgramThread>();
+    thread->owner = this;
+    thread->number = ++last_number_;
+    thread->name = "main";
+    thread->id = ::pthread_self();
+    if (VirtualClock* scheduler = clock_.scheduler()) {
+        thread->turn = scheduler->adopt_current(thread->number, thread->name);
+    }
+    current_thread = thread.get();
+    threads_.push_back(std::move(thread));
+}
+
+void ProgramThreads::forget_current() { current_thread = nullptr; }
+
+bool ProgramThreads::knows_current() const {
+    return current_thread != nullptr && current_thread->owner == this;
+}
+
+// --- Start -----------------------------------------------------------------------------------------------
+
+int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
+                           void* argument) {
+    if (VirtualClock* scheduler = clock_.scheduler()) scheduler->touch();
+    const WorldLock lock(clock_);
+    sweep();
+    auto started = std::make_unique<ProgramThread>();
+    started->owner = this;
+    started->name = name_of_function(entry);
+    started->entry = entry;
+    started->argument = argument;
+    CallRecord record;
+    record.call = "pthread_create";
+    const std::string name = started->name;
+    record.path = name;
+    int failure = faults_.effect_on("pthread_create", name).error_number;
+    if (failure == 0) {
+        started->number = ++last_number_;
+        failure = start(*started, attributes);
+    }
+    if (failure == 0) {
+        *thread = started->id;
+        threads_.push_back(std::move(started));
+    }
+    record.result = failure == 0 ? last_number_ : -failure;
+    recorder_.record(record);
+    return failure;
+}
+
+int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attributes) {
+    pthread_attr_t own;
+    if (attributes == nullptr) {
+        (void)::pthread_attr_init(&own);
+    } else {
+        own = *attributes;  // only the stack of the copy is set anew; the copy is never destroyed
+    }
+    int detach_state = PTHREAD_CREATE_JOINABLE;
+    (void)::pthread_attr_getdetachstate(&own, &detach_state);
+    thread.detached = detach_state == PTHREAD_CREATE_DETACHED;
+    if (!program_gave_stack(own)) give_stack(thread, own);
+    VirtualClock* scheduler = clock_.scheduler();
+    if (scheduler != nullptr) thread.turn = scheduler->prepare_thread(thread.number, thread.name);
+    const int failure = real::pthread_create(&thread.id, &own, &ProgramThreads::run, &thread);
+    if (failure != 0 && scheduler != nullptr) scheduler->forget_thread(thread.turn);
+    return failure;
+}
+
+void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attributes) {
+    std::size_t size = 0;
+    (void)::pthread_attr_getstacksize(&attributes, &size);
+    thread.stack = PaintedStack::map(size + headroom_bytes);
+    if (!thread.stack) return;
+    (void)::pthread_attr_setstack(&attributes, thread.stack->base(), thread.stack->size());
+}
+
+void* ProgramThreads::run(void* started) {
+    ProgramThread& thread = *static_cast<ProgramThread*>(started);
+    thread.owner->begin(thread);
+    const ThreadEnd end{thread};
+    return thread.entry(thread.argument);
+}
+
+void ProgramThreads::begin(ProgramThread& thread) {
+    const OwnWork own;
+    current_thread = &thread;
+    thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
+    if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
+    if (thread.turn != nullptr) clock_.scheduler()->begin_current(thread.turn);
+}
+
+// --- End -------------------------------------------------------------------------------------------------
+
+// With the turn gone nothing may be touched any more.
+void ProgramThreads::end(ProgramThread& thread) {
+    const OwnWork own;
+    {
+        const WorldLock lock(clock_);
+        if (thread.stack) {
+            ended_.push_back({thread.number, thread.name, thread.stack->size(), thread.stack->deepest_use()});
+        }
+        thread.finished = true;
+        current_thread = nullptr;
+    }
+    if (thread.turn != nullptr) clock_.scheduler()->finish_current();
+}
+
+void ProgramThreads::exit_current() {
+    ProgramThread* thread = current_thread;
+    if (thread == nullptr || thread->entry != nullptr) return;
+    end(*thread);
+}
+
+ProgramThread* ProgramThreads::find(pthread_t id) {
+    const WorldLock lock(clock_);
+    const auto found = std::find_if(threads_.rbegin(), threads_.rend(), [id](const auto& thread) {
+        return ::pthread_equal(thread->id, id) != 0 && !(thread->detached && thread->finished);
+    });
+    return found == threads_.rend() ? nullptr : found->get();
+}
+
+void ProgramThreads::wait_for_end(ProgramThread& thread) {
+    VirtualClock* scheduler = clock_.scheduler();
+    if (scheduler == nullptr) return;
+    scheduler->touch();
+    const std::string who = std::to_string(thread.number) + (thread.name.empty() ? "" : " " + thread.name);
+    while (!scheduler->is_finished(thread.turn)) {
+        (void)scheduler->wait({Wait::Kind::join, thread.turn, who}, no_deadline);
+    }
+}
+
+int ProgramThreads::join(pthread_t id, void** result) {
+    ProgramThread* thread = find(id);
+    const bool can_be_waited_for = thread != nullptr && thread != current_thread && !thread->detached;
+    if (can_be_waited_for) wait_for_end(*thread);
+    const int failure = real::pthread_join(id, result);
+    if (failure == 0 && can_be_waited_for) let_go(*thread);
+    return failure;
+}
+
+int ProgramThreads::detach(pthread_t id) {
+    ProgramThread* thread = find(id);
+    const int failure = real::pthread_detach(id);
+    const WorldLock lock(clock_);
+    if (failure == 0 && thread != nullptr) thread->detached = true;
+    return failure;
+}
+
+// --- Stacks ----------------------------------------------------------------------------------------------
+
+void ProgramThreads::let_go(ProgramThread& thread) {
+    const WorldLock lock(clock_);
+    const auto found = std::find_if(threads_.begin(), threads_.end(),
+                                    [&thread](const auto& kept) { return kept.get() == &thread; });
+    if (found != threads_.end()) threads_.erase(found);
+}
+
+// A detached thread's stack may go when the kernel knows the thread no more.
+void ProgramThreads::sweep() {
+    const auto done = [](const std::unique_ptr<ProgramThread>& thread) {
+        return thread->entry != nullptr && thread->detached && thread->finished && is_gone(thread->kernel_id);
+    };
+    threads_.erase(std::remove_if(threads_.begin(), threads_.end(), done), threads_.end());
+}
+
+std::vector<StackUse> ProgramThreads::stack_uses() const {
+    const WorldLock lock(clock_);
+    std::vector<StackUse> uses = ended_;
+    for (const std::unique_ptr<ProgramThread>& thread : threads_) {
+        if (!thread->stack || thread->finished) continue;
+        uses.push_back({thread->number, thread->name, thread->stack->size(), thread->stack->deepest_use()});
+    }
+    std::sort(uses.begin(), uses.end(),
+              [](const StackUse& a, const StackUse& b) { return a.thread < b.thread; });
+    return uses;
+}
+
+}  // namespace vp

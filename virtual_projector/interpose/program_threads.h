@@ -1,0 +1,93 @@
+// The program's threads: started on painted stacks, numbered in the order of their creation, and known by
+// the names of their entry functions.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_THREADS_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_THREADS_H
+
+#include <pthread.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/devices/fault_plan.h"
+#include "virtual_projector/interpose/painted_stack.h"
+#include "virtual_projector/interpose/recorder.h"
+
+namespace vp {
+
+class ProgramThreads;
+
+struct ProgramThread {
+    ProgramThreads* owner = nullptr;
+    int number = 0;
+    std::string name;  // of the entry function; empty when it has no symbol
+    void* (*entry)(void*) = nullptr;
+    void* argument = nullptr;
+    pthread_t id{};
+    int kernel_id = 0;
+    bool detached = false;
+    bool finished = false;
+    std::optional<PaintedStack> stack;     // none for the first thread, or where the program gave one
+    VirtualClock::Thread* turn = nullptr;  // null on the PC's own time
+
+    /// The calling thread's own; null when it was not started by the program.
+    static const ProgramThread* current();
+};
+
+/// How deep one thread's stack has been used.
+struct StackUse {
+    int thread = 0;
+    std::string name;
+    std::size_t size = 0;
+    std::size_t deepest_use = 0;  // bytes
+};
+
+class ProgramThreads {
+public:
+    ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder);
+    ~ProgramThreads();
+    ProgramThreads(const ProgramThreads&) = delete;
+    ProgramThreads& operator=(const ProgramThreads&) = delete;
+
+    /// Makes the calling thread the program's first, number 1, by the name "main".
+    void adopt_current();
+    void forget_current();
+    bool knows_current() const;
+
+    // Results as those of the pthread functions of the same names.
+    int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument);
+    int join(pthread_t thread, void** result);
+    int detach(pthread_t thread);
+    /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
+    void exit_current();
+
+    /// Every thread that was started, in the order of creation.
+    std::vector<StackUse> stack_uses() const;
+
+private:
+    struct ThreadEnd;
+    static void* run(void* thread);
+
+    void begin(ProgramThread& thread);
+    void end(ProgramThread& thread);
+    int start(ProgramThread& thread, const pthread_attr_t* attributes);
+    void give_stack(ProgramThread& thread, pthread_attr_t& attributes);
+    ProgramThread* find(pthread_t id);
+    void wait_for_end(ProgramThread& thread);
+    void let_go(ProgramThread& thread);
+    void sweep();
+
+    Clock& clock_;
+    FaultPlan& faults_;
+    Recorder& recorder_;
+    int last_number_ = 0;
+    std::vector<std::unique_ptr<ProgramThread>> threads_;  // those whose stack may still be in use
+    std::vector<StackUse> ended_;
+};
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,55 @@
+// What the program sees of time: clocks, and sleeping.
+//
+// In virtual time the wall clock starts at a fixed date and the other clocks at a fixed uptime, so that no run
+// depends on the day it is made. Results are 0 and more or negated errnos; nothing at all means that the
+// C library is to answer.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_TIME_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_TIME_H
+
+#include <sys/time.h>
+#include <time.h>
+
+#include <functional>
+#include <optional>
+
+#include "virtual_projector/clock/clock.h"
+#include "virtual_projector/interpose/recorder.h"
+
+namespace vp {
+
+class ProgramTime {
+public:
+    using SleepHandler = std::function<void(Microseconds length)>;
+
+    ProgramTime(Clock& clock, Recorder& recorder);
+
+    /// What the wall clock shows at time 0, in microseconds since 1970.
+    void set_wall_clock(Microseconds at_start) { wall_at_start_ = at_start; }
+
+    /// Called by the thread that is about to sleep, before it does.
+    void on_sleep(SleepHandler handler);
+
+    long sleep(Microseconds length);
+    std::optional<long> sleep(const timespec* length);
+    std::optional<long> sleep(clockid_t clock, int flags, const timespec* time);
+
+    std::optional<long> get_time_of_day(timeval* time) const;
+    std::optional<long> get_time(clockid_t clock, timespec* time) const;
+    std::optional<long> get_seconds(time_t* time) const;
+
+    /// The virtual time at which that clock shows `time`.
+    Microseconds to_virtual(clockid_t clock, const timespec& time) const;
+
+private:
+    Microseconds start_of(clockid_t clock) const;
+    void touch() const;
+
+    Clock& clock_;
+    Recorder& recorder_;
+    Microseconds wall_at_start_;
+    SleepHandler sleep_handler_;
+};
+
+}  // namespace vp
+
+#endif

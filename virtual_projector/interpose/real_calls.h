@@ -1,0 +1,86 @@
+// The keeper of the C library's own functions, behind the ones that the virtual projector puts before them.
+//
+// Each is looked up when it is first called, which may be before any constructor of this program has run:
+// nothing here needs one.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_REAL_CALLS_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_REAL_CALLS_H
+
+#include <pthread.h>
+#include <sys/time.h>
+#include <sys/types.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+
+namespace vp::real {
+
+/// The next function of that name, by dlsym. The process ends when there is none.
+void* next_function(const char* name);
+
+template <typename Function>
+class Call {
+public:
+    constexpr explicit Call(const char* name) : name_(name) {}
+
+    template <typename... Arguments>
+    auto operator()(Arguments... arguments) {
+        return function()(arguments...);
+    }
+
+private:
+    Function* function() {
+        Function* known = function_.load(std::memory_order_acquire);
+        if (known != nullptr) return known;
+        known = reinterpret_cast<Function*>(next_function(name_));
+        function_.store(known, std::memory_order_release);
+        return known;
+    }
+
+    const char* name_;
+    std::atomic<Function*> function_{nullptr};
+};
+
+inline Call<int(const char*, int, ...)> open{"open"};
+inline Call<int(const char*, int, ...)> open64{"open64"};
+inline Call<int(int, const char*, int, ...)> openat{"openat"};
+inline Call<int(int, const char*, int, ...)> openat64{"openat64"};
+inline Call<FILE*(const char*, const char*)> fopen{"fopen"};
+inline Call<FILE*(const char*, const char*)> fopen64{"fopen64"};
+inline Call<ssize_t(int, void*, size_t)> read{"read"};
+inline Call<ssize_t(int, const void*, size_t)> write{"write"};
+inline Call<int(int)> close{"close"};
+inline Call<int(int, unsigned long, ...)> ioctl{"ioctl"};
+
+inline Call<int(useconds_t)> usleep{"usleep"};
+inline Call<unsigned(unsigned)> sleep{"sleep"};
+inline Call<int(const timespec*, timespec*)> nanosleep{"nanosleep"};
+inline Call<int(clockid_t, int, const timespec*, timespec*)> clock_nanosleep{"clock_nanosleep"};
+inline Call<int(timeval*, void*)> gettimeofday{"gettimeofday"};
+inline Call<int(clockid_t, timespec*)> clock_gettime{"clock_gettime"};
+inline Call<time_t(time_t*)> time{"time"};
+
+inline Call<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)> pthread_create{"pthread_create"};
+inline Call<int(pthread_t, void**)> pthread_join{"pthread_join"};
+inline Call<int(pthread_t)> pthread_detach{"pthread_detach"};
+inline Call<void(void*)> pthread_exit{"pthread_exit"};
+
+inline Call<int(pthread_mutex_t*)> pthread_mutex_lock{"pthread_mutex_lock"};
+inline Call<int(pthread_mutex_t*)> pthread_mutex_trylock{"pthread_mutex_trylock"};
+inline Call<int(pthread_mutex_t*, const timespec*)> pthread_mutex_timedlock{"pthread_mutex_timedlock"};
+inline Call<int(pthread_mutex_t*)> pthread_mutex_unlock{"pthread_mutex_unlock"};
+
+inline Call<int(pthread_cond_t*, const pthread_condattr_t*)> pthread_cond_init{"pthread_cond_init"};
+inline Call<int(pthread_cond_t*)> pthread_cond_destroy{"pthread_cond_destroy"};
+inline Call<int(pthread_cond_t*, pthread_mutex_t*)> pthread_cond_wait{"pthread_cond_wait"};
+inline Call<int(pthread_cond_t*, pthread_mutex_t*, const timespec*)> pthread_cond_timedwait{
+    "pthread_cond_timedwait"};
+inline Call<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const timespec*)> pthread_cond_clockwait{
+    "pthread_cond_clockwait"};
+inline Call<int(pthread_cond_t*)> pthread_cond_signal{"pthread_cond_signal"};
+inline Call<int(pthread_cond_t*)> pthread_cond_broadcast{"pthread_cond_broadcast"};
+
+}  // namespace vp::real
+
+#endif

@@ -1,0 +1,48 @@
+// Mutexes and condition variables in virtual time.
+//
+// A mutex is the real one, tried and never waited for: on contention the thread waits in the scheduler until
+// the holder unlocks. A condition variable is the scheduler's alone. Results as those of the pthread
+// functions of the same names.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_THREAD_LOCKS_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_THREAD_LOCKS_H
+
+#include <pthread.h>
+#include <time.h>
+
+#include <unordered_map>
+
+#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/interpose/program_time.h"
+
+namespace vp {
+
+class ThreadLocks {
+public:
+    ThreadLocks(VirtualClock& scheduler, ProgramTime& time);
+
+    int lock(pthread_mutex_t* mutex);
+    int try_lock(pthread_mutex_t* mutex);
+    int timed_lock(pthread_mutex_t* mutex, const timespec* until);
+    int unlock(pthread_mutex_t* mutex);
+
+    int condition_init(pthread_cond_t* condition, const pthread_condattr_t* attributes);
+    int condition_destroy(pthread_cond_t* condition);
+    int wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
+    int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* until);
+    int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const timespec* until);
+    int signal(pthread_cond_t* condition);
+    int broadcast(pthread_cond_t* condition);
+
+private:
+    int lock_until(pthread_mutex_t* mutex, Microseconds deadline);
+    int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
+
+    VirtualClock& scheduler_;
+    ProgramTime& time_;
+    std::unordered_map<const pthread_cond_t*, clockid_t>
+        condition_clocks_;  // those that are not the wall clock
+};
+
+}  // namespace vp
+
+#endif

@@ -28,17 +28,19 @@ constexpr bool is_known_mode(std::int32_t mode) { return mode >= 1 && mode <= 3;
 
 constexpr std::size_t record_words = sizeof(ovra_focus_config) / sizeof(std::uint32_t);
 
-static_assert(sizeof(ovra_user_setting) == 4 * 4, "4 words");
-static_assert(sizeof(ovra_system_state) == 6 * 4, "6 words");
-static_assert(sizeof(ovra_focus_state) == 10 * 4, "10 words");
-static_assert(sizeof(ovra_focus_data) == 11 * 4, "11 words");
+static_assert(sizeof(ovra_user_setting) == sizeof(std::uint32_t) * 4, "4 words");
+static_assert(sizeof(ovra_system_state) == sizeof(std::uint32_t) * 6, "6 words");
+static_assert(sizeof(ovra_focus_state) == sizeof(std::uint32_t) * 10, "10 words");
+static_assert(sizeof(ovra_focus_data) == sizeof(std::uint32_t) * 11, "11 words");
 static_assert(record_words == 31, "the host knows the record as 31 words");
-static_assert(offsetof(ovra_focus_config, system_state) == 4 * 4, "follows the user setting");
-static_assert(offsetof(ovra_focus_config, focus_state) == 10 * 4, "follows the system state");
-static_assert(offsetof(ovra_focus_config, focus_data) == 20 * 4, "follows the focus state");
-static_assert(offsetof(ovra_focus_state, distance_enabled) == 6 * 4, "word 6");
-static_assert(offsetof(ovra_focus_state, tof_polling) == 7 * 4, "word 7");
-static_assert(offsetof(ovra_focus_state, busy) == 8 * 4, "word 8");
+static_assert(offsetof(ovra_focus_config, system_state) == sizeof(std::uint32_t) * 4,
+              "follows the user setting");
+static_assert(offsetof(ovra_focus_config, focus_state) == sizeof(std::uint32_t) * 10,
+              "follows the system state");
+static_assert(offsetof(ovra_focus_config, focus_data) == sizeof(std::uint32_t) * 20, "follows the focus state");
+static_assert(offsetof(ovra_focus_state, distance_enabled) == sizeof(std::uint32_t) * 6, "word 6");
+static_assert(offsetof(ovra_focus_state, tof_polling) == sizeof(std::uint32_t) * 7, "word 7");
+static_assert(offsetof(ovra_focus_state, busy) == sizeof(std::uint32_t) * 8, "word 8");
 
 // The record is nothing but words, and words are what other threads see whole.
 std::uint32_t* words_of(ovra_focus_config& record) { return reinterpret_cast<std::uint32_t*>(&record); }

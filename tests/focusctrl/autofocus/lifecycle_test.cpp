@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -22,6 +23,7 @@
 
 namespace {
 
+using testkit::located;
 using testkit::ScriptedBoard;
 using testkit::tagged;
 using testkit::vendor;
@@ -31,6 +33,8 @@ constexpr const char* tof_device = "/dev/nds01";
 constexpr const char* gravity_device = "/dev/gsensor_daemon";
 constexpr const char* display_device = "/dev/dis";
 constexpr const char* focus_curve = "/sys/class/dlp/elepn_focus_curve_data";
+
+constexpr const char* sample = "ioctl /dev/gsensor_daemon 0x4004a109 = EIO";
 
 constexpr std::size_t lens_flag_byte = 224;
 constexpr int ms = 1000;  // in microseconds, as usleep counts
@@ -149,7 +153,7 @@ TEST_F(Lifecycle, ATofDeviceThatDoesNotStartIsNoFailureButEndsTheStartUp) {
     const std::string end =
         "[ovra_focus]  autofocus: nds01_dev_init\n"
         "[ovra_tof]  tof: work in ioctl mode\n\n"
-        "[ovra_tof]  open nds01 file: /dev/nds01 fail!\n"
+        "[ovra_tof]  open nds01 file: /dev/nds01 fail!\n\n"
         "[ovra_tof]  TOF: not have found tof input device path\n"
         "[ovra_focus]  \033[31;1mnds01_dev_init failed\033[0m\n";
     ASSERT_GE(log.size(), end.size());
@@ -335,7 +339,7 @@ TEST_F(Lifecycle, StartsTheDetectorWhichReadsWithoutAPauseOfItsOwn) {
     usleep(105 * ms);
 
     EXPECT_EQ(count_of("print [ovra_focus]  gsensor_det_thread,start"), 1);
-    EXPECT_EQ(count_of("ioctl /dev/gsensor_daemon 0x4004a109"), 11);
+    EXPECT_EQ(count_of(sample), 10);
     EXPECT_EQ(count_of("sleep 20000"), 0);
 }
 
@@ -386,7 +390,7 @@ TEST_F(Lifecycle, TheGravityThreadStartsThePollerBeforeItsFirstSample) {
     usleep(10 * ms);
     EXPECT_EQ(count_of("print [ovra_focus]  ovra_gsensor_thread start"), 1);
     EXPECT_EQ(count_of("print [ovra_focus]  UI_update_thread start"), 1);
-    EXPECT_EQ(count_of("ioctl /dev/gsensor_daemon 0x4004a109"), 1);
+    EXPECT_EQ(count_of(sample), 1);
 }
 
 TEST_F(Lifecycle, TheGravityThreadSamplesEvery20Milliseconds) {
@@ -394,7 +398,7 @@ TEST_F(Lifecycle, TheGravityThreadSamplesEvery20Milliseconds) {
     ovra_gsensor_init();
     usleep(10 * ms);
     for (int cycle = 1; cycle <= 5; ++cycle) {
-        EXPECT_EQ(count_of("ioctl /dev/gsensor_daemon 0x4004a109"), cycle);
+        EXPECT_EQ(count_of(sample), cycle);
         usleep(20 * ms);
     }
 }
@@ -405,14 +409,14 @@ TEST_F(Lifecycle, TheGravityThreadRunsOnWhenThePollerCannotBeStarted) {
     EXPECT_EQ(ovra_gsensor_init(), 0);
     usleep(50 * ms);
     EXPECT_EQ(count_of("print [ovra_focus]  UI_update_thread create failed!"), 1);
-    EXPECT_EQ(count_of("ioctl /dev/gsensor_daemon 0x4004a109"), 3);
+    EXPECT_EQ(count_of(sample), 3);
 }
 
 TEST_F(Lifecycle, RefreshesUsbEthernetOnEvery400thCycle) {
     connect_silent_gravity_sensor();
     long samples_at_refresh = -1;
     vendor().usb_eth_config = [&] {
-        samples_at_refresh = count_of("ioctl /dev/gsensor_daemon 0x4004a109");
+        samples_at_refresh = count_of(sample);
         return 0;
     };
     ovra_gsensor_init();
@@ -631,8 +635,50 @@ TEST_F(Worker, ARequestAfterTheShutDownIsNotServed) {
 // --- The boot-focus placeholder -----------------------------------------------------------------------------
 
 TEST_F(Lifecycle, TheBootPlaceholderEndsAtOnceOnASystemThatIsOff) {
+    focus_config.system_state.skip_boot_action = 1;
     EXPECT_EQ(UI_prop_thread(nullptr), nullptr);
     EXPECT_EQ(board.log(), tagged("UI_prop_thread,start\n"));
+}
+
+// On a system that is on it never ends, whatever becomes of the system: a process of its own, whose standard
+// output ends it once it has heard enough.
+std::string expected_output;
+
+ssize_t end_process_when_heard_enough(void*, const char* bytes, std::size_t count) {
+    static std::string heard;
+    heard.append(bytes, count);
+    focus_config.system_state.is_system_on = 0;
+    if (heard.size() >= expected_output.size()) {
+        _exit(heard.compare(0, expected_output.size(), expected_output) == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    return static_cast<ssize_t>(count);
+}
+
+void run_boot_placeholder() {
+    cookie_io_functions_t listener{};
+    listener.write = end_process_when_heard_enough;
+    stdout = fopencookie(nullptr, "w", listener);
+    UI_prop_thread(nullptr);
+    _exit(EXIT_FAILURE);
+}
+
+void expect_endless_boot_report(const std::string& line) {
+    expected_output = tagged("UI_prop_thread,start\n");
+    for (int i = 0; i < 1000; ++i) expected_output += line;
+    EXPECT_EXIT(run_boot_placeholder(), ::testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST_F(Lifecycle, TheBootPlaceholderReportsTheFocusAtBootWithoutEnd) {
+    focus_config.system_state.is_system_on = 1;
+    expect_endless_boot_report(
+        located("UI_prop_thread", "focusctrl/autofocus", 273, "UI_prop_thread,focus.auto_boot_focus"));
+}
+
+TEST_F(Lifecycle, TheBootPlaceholderReportsASkippedFocusAtBootWithoutEnd) {
+    focus_config.system_state.is_system_on = 1;
+    focus_config.system_state.skip_boot_action = 7;
+    expect_endless_boot_report(
+        located("UI_prop_thread", "focusctrl/autofocus", 271, "UI_prop_thread,skip boot action"));
 }
 
 }  // namespace

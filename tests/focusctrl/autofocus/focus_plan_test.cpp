@@ -7,9 +7,6 @@
 #include <limits>
 #include <vector>
 
-// Not exported by the library, so this program has its own.
-#include "focusctrl/autofocus/focus_plan.cpp"  // NOLINT(bugprone-suspicious-include)
-
 namespace {
 
 using ovra::CurveNumbers;

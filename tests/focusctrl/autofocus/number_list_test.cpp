@@ -7,9 +7,6 @@
 #include <string>
 #include <vector>
 
-// Not exported by the library, so this program has its own.
-#include "focusctrl/autofocus/number_list.cpp"  // NOLINT(bugprone-suspicious-include)
-
 namespace {
 
 using ovra::parse_numbers;

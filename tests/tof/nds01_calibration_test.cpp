@@ -157,7 +157,8 @@ TEST_F(OffsetCalibration, StoresTheRepackedTableBeforeTheGeneratedData) {
 
 TEST_F(OffsetCalibration, TakesPositiveAnswersOfMeasuringAndPreparingAsSuccess) {
     vendor().calibration_3d = [](void*) { return 5; };
-    vendor().isp_lib_init = [offers = 0](void*, void*) mutable { return offers++ == 0 ? -1 : 0; };
+    int offers = 0;
+    vendor().isp_lib_init = [&](void*, void*) { return offers++ == 0 ? -1 : 0; };
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), 0);
 }
 
@@ -175,7 +176,7 @@ TEST_F(OffsetCalibration, FailsWhenTheFirstStepCannotBeAnnounced) {
     refuse_text(attribute, "step_1");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
     EXPECT_EQ(board.log(), step("step_1 fail!") + step_4);
-    EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1", "write fps 0", "write running_state 0"}));
+    EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1 = EIO", "write fps 0", "write running_state 0"}));
 }
 
 TEST_F(OffsetCalibration, FailsWhenTheFactoryDataCannotBeRead) {
@@ -190,8 +191,9 @@ TEST_F(OffsetCalibration, FailsWhenTheSecondStepCannotBeAnnounced) {
     refuse_text(attribute, "step_2");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
     EXPECT_EQ(board.log(), step("step_2 fail!") + step_4);
-    EXPECT_EQ(story(), join({{until_library.begin(), until_library.begin() + 3},
-                             {"write fps 0", "write running_state 0"}}));
+    EXPECT_EQ(story(),
+              join({{until_library[0], until_library[1]},
+                    {"write " + attribute + " step_2 = EIO", "write fps 0", "write running_state 0"}}));
 }
 
 TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeSet) {
@@ -297,7 +299,7 @@ TEST_F(OffsetCalibration, ForgetsTheSavedRangingOfAnEarlierRun) {
     refuse_text(attribute, "step_1");
     board.clear_journal();
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1", "write fps 0", "write running_state 0"}));
+    EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1 = EIO", "write fps 0", "write running_state 0"}));
 }
 
 // --- The run around it ------------------------------------------------------------------------------
@@ -312,14 +314,16 @@ struct CalibrationRun : OffsetCalibration {
 
     void TearDown() override { nds01_dev_uninit(); }
 
-    void refuse_mode(int mode, std::vector<int> visits) {
-        vendor().get_recommended_points_mode = [mode, visits, visit = 0](void*, uint8_t*, int asked) mutable {
+    /// The vendor refuses these selections of a point mode (1 is the first from now on).
+    void refuse_mode(int mode, const std::vector<int>& visits) {
+        visit = 0;
+        vendor().get_recommended_points_mode = [this, mode, visits](void*, uint8_t*, int asked) {
             if (asked != mode) return 0;
-            ++visit;
-            return std::find(visits.begin(), visits.end(), visit) == visits.end() ? 0 : -1;
+            return std::count(visits.begin(), visits.end(), ++visit) == 0 ? 0 : -1;
         };
     }
 
+    int visit = 0;
     const std::string mode_refused = tof_tagged("nds01_set_point_mode: fail to set point mode!\n");
 };
 

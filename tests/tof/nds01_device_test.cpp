@@ -403,7 +403,7 @@ TEST_F(DevicePointMode, IsNotChangedWhenRangingCannotBeStopped) {
                    [](const std::string&) { return -static_cast<long>(EBUSY); });
     EXPECT_EQ(nds01_set_point_mode(1), -1);
     EXPECT_EQ(board.log(), tof_tagged("nds01_set_point_mode: stop ranging failed!\n"));
-    EXPECT_EQ(story(), Lines{"write running_state 0"});
+    EXPECT_EQ(story(), Lines{"write running_state 0 = EBUSY"});
 }
 
 TEST_F(DevicePointMode, StaysStoppedWhenTheLibraryRefuses) {
@@ -533,7 +533,7 @@ TEST_F(DeviceCommand, CarriesAnArgumentOf64BitsAndACode) {
 }
 
 TEST_F(DeviceCommand, SignExtendsAPlainValue) {
-    board.text(nds01_attribute("lib_data"), "");
+    board.on_write(nds01_attribute("lib_data"), [](const std::string&) { return 12L; });
     EXPECT_EQ(nds01_set_isp_spad_enable(-2, 8), 0);
     EXPECT_EQ(testkit::hex(board.writes(nds01_attribute("lib_data")).at(0)), "feffffffffffffff03000000");
 }

@@ -157,10 +157,13 @@ struct IspInit : Nds01Isp {
 
     /// The library refuses the first calibration it is offered and answers this to the second.
     void refuse_host_calibration(int second_answer) {
-        vendor().isp_lib_init = [second_answer, offers = 0](void*, void*) mutable {
+        offers = 0;
+        vendor().isp_lib_init = [this, second_answer](void*, void*) {
             return offers++ == 0 ? -1 : second_answer;
         };
     }
+
+    int offers = 0;
 
     void calibrated_start_bin(uint16_t bin) {
         driver.set_firmware(0x0102FF);
@@ -281,8 +284,8 @@ TEST_F(IspInit, MakesTheWholeHighTemperatureFixWhenRangingCannotBeStopped) {
     refuse_running_state("0");
     EXPECT_EQ(nds01_isp_init(5), -1);
     EXPECT_EQ(board.log(), firmware("1.3.0") + tof_tagged("isp_fix_high_temperature error!!\r"));
-    EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
-                              "write running_state 1"}));
+    EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0 = EBUSY",
+                              "call ispFixHighTemperature", "write running_state 1"}));
 }
 
 TEST_F(IspInit, EndsWhenRangingCannotBeStartedAfterTheHighTemperatureFix) {
@@ -484,7 +487,7 @@ TEST_F(IspSettings, ChangeTheFrequencyAlsoWhenRangingCannotBeStopped) {
     refuse_running_state("0");
     const uint32_t word = 1;
     EXPECT_LT(nds01_isp_set_config(nullptr, &word, 2), 0);
-    EXPECT_EQ(story(), (Lines{"write running_state 0", "call ispFreqConfig"}));
+    EXPECT_EQ(story(), (Lines{"write running_state 0 = EBUSY", "call ispFreqConfig"}));
 }
 
 TEST_F(IspSettings, TellThatAFrequencyIsRefused) {

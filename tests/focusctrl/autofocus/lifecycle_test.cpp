@@ -143,6 +143,12 @@ TEST_F(Lifecycle, TellsThatTheTofDeviceHasStarted) {
               std::string::npos);
 }
 
+TEST_F(Lifecycle, StartsTheTofDeviceWithEightZones) {
+    connect_tof();
+    ovrafocus_init();
+    EXPECT_EQ(board.writes("/sys/class/nd_tof/nds01/point_mode"), Entries{"1"});
+}
+
 TEST_F(Lifecycle, ATofDeviceThatDoesNotStartIsNoFailureButEndsTheStartUp) {
     vendor().otp[lens_flag_byte] = '1';
     app_callback_init(&table);

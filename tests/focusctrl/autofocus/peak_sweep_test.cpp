@@ -1,0 +1,158 @@
+#include "ovrafocus/peak_sweep.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "ovrafocus/focus_nodes.h"
+#include "ovrafocus/peak_search.h"
+#include "tests/support/scripted_board.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testkit::ScriptedBoard;
+
+using Journal = std::vector<std::string>;
+
+constexpr const char* tmr_node = "/sys/class/motor/tmr_adc";
+constexpr const char* left_node = "/sys/class/motor/left";
+constexpr const char* right_node = "/sys/class/motor/right";
+constexpr const char* pulse_node = "/sys/class/motor/pulse";
+
+// A lens that follows its motor by so many TMR units a step.
+class PeakSweep : public testing::Test {
+protected:
+    PeakSweep() {
+        board.text("/sys/class/motor/stop", "1");
+        board.text(pulse_node, "");
+        board.on_read(tmr_node, [this] { return std::to_string(tmr) + "\n"; });
+        board.on_write(left_node, [this](const std::string& steps) {
+            tmr -= travel * std::stoi(steps);
+            return static_cast<long>(steps.size());
+        });
+        board.on_write(right_node, [this](const std::string& steps) {
+            tmr += right_travel * std::stoi(steps);
+            return static_cast<long>(steps.size());
+        });
+    }
+
+    ScriptedBoard board;
+    int tmr = 0;
+    int travel = 8;
+    int right_travel = 30;
+};
+
+TEST_F(PeakSweep, FindsThePeakOfItsSeriesAndStopsAfterTwoFalls) {
+    EXPECT_EQ(get_cali_peak_tmr(), 0);
+    EXPECT_EQ(board.writes(left_node).size(), 12u);
+    ASSERT_EQ(m_sharpness.size(), 5u);
+    // One step of 30 by the sense probe, five of 30 to the right, then 8 a step: sample n lies at 180 - 8(n+1).
+    const double sharpness[] = {2.8, 3.4, 3.5, 3.35, 3.2};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(m_sharpness[i].step, 180 - 8 * (i + 8)) << i;
+        EXPECT_EQ(m_sharpness[i].sharpness, sharpness[i]) << i;
+    }
+    EXPECT_GT(getDoublePeekStep(), 90.0);
+    EXPECT_LT(getDoublePeekStep(), 110.0);
+}
+
+TEST_F(PeakSweep, TellsEachStep) {
+    get_cali_peak_tmr();
+    const std::string log = board.log();
+    EXPECT_THAT(log, HasSubstr("[ovra_focus]  direction = 0\n"
+                               "[ovra_focus]  get_direction val = 0\n\n"
+                               "[ovra_focus]  current tmr ret=3, tmr_adc:30\n\n"
+                               "[ovra_focus]  currentTMR = 30\n"
+                               "[ovra_focus]  move 5 right step--5*5um\n\n"
+                               "[ovra_focus]  motor_right_write val:5\n"
+                               "[ovra_focus]  move 1 left step--5um\n\n"
+                               "[ovra_focus]  motor_left_write val:1\n"
+                               "[ovra_focus]  current tmr ret=4, tmr_adc:172\n\n"
+                               "[ovra_focus]  currentTMR = 172\n"
+                               "[ovra_focus]  sharpness = 1.010000\n\n"
+                               "[ovra_focus]  move 1 left step--5um\n\n"));
+    EXPECT_THAT(log, HasSubstr("[ovra_focus]  sharpness = 3.200000\n\n"
+                               "[ovra_focus]  max_sharpness = 3.500000, max_index = 9, tmr[max_index] = 100\n\n"
+                               "[ovra_focus]  peek step = "));
+    EXPECT_EQ(board.writes(pulse_node), Journal({"2", "2", "2"}));
+}
+
+TEST_F(PeakSweep, WaitsATenthOfASecondAfterEachStep) {
+    get_cali_peak_tmr();
+    EXPECT_EQ(board.journal({"sleep"}), Journal(13, "sleep 100000"));  // one of them is the sense probe's
+}
+
+TEST_F(PeakSweep, ClearsTheSamplesOfTheLastRun) {
+    addSharpnessList({1, 99.0});
+    board.remove(tmr_node);
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_TRUE(m_sharpness.empty());
+}
+
+TEST_F(PeakSweep, GoesOnWithoutASense) {
+    right_travel = 0;
+    EXPECT_EQ(get_cali_peak_tmr(), 0);
+    EXPECT_THAT(board.log(), HasSubstr("[ovra_focus]  direction: MOTOR_IDLE_DIST NG, rightR > 14\n"
+                                       "[ovra_focus]  get_direction val = 0\n\n"));
+}
+
+TEST_F(PeakSweep, ThatReachesItsEndBeforeTheFallsFindsNoPeak) {
+    right_travel = 21;
+    travel = 21;  // 11 samples reach 100 left of the start; the maximum is the last but one
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_THAT(board.log(), EndsWith("max_index = 9, tmr[max_index] = -84\n\n"
+                                      "[ovra_focus]  auto focus cali: peak not found!\n\n"));
+}
+
+TEST_F(PeakSweep, ThatEndsWithItsFirstSampleFindsNoPeak) {
+    travel = 2000;
+    tmr = 1500;
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_THAT(board.log(),
+                EndsWith("[ovra_focus]  max_sharpness = 1.010000, max_index = 0, tmr[max_index] = -320\n\n"
+                         "[ovra_focus]  auto focus cali: peak not found!\n\n"));
+}
+
+TEST_F(PeakSweep, WithAPeakAboveAThousandFailsButKeepsIt) {
+    tmr = 1200;
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_GT(getDoublePeekStep(), 1000.0);
+    EXPECT_THAT(board.log(), testing::Not(HasSubstr("peak not found")));
+}
+
+TEST_F(PeakSweep, FailsAtOnceWithEachPulse) {
+    for (int nth : {2, 3}) {  // the first belongs to the sense probe, which ignores it
+        board.clear_faults();
+        board.clear_journal();
+        testkit::Fault fault;
+        fault.operation = "open";
+        fault.path = pulse_node;
+        fault.nth = nth;
+        fault.error_number = ENOENT;
+        board.fail(fault);
+        EXPECT_EQ(get_cali_peak_tmr(), -1) << nth;
+        EXPECT_TRUE(board.writes(left_node).empty());
+    }
+}
+
+TEST_F(PeakSweep, IgnoresTheHeadStartsResultButNotASteps) {
+    board.remove(right_node);
+    EXPECT_EQ(get_cali_peak_tmr(), 0);
+    board.remove(left_node);
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_THAT(board.log(), testing::Not(HasSubstr("peak not found")));
+}
+
+TEST_F(PeakSweep, FailsWithAReadingOfItsWalk) {
+    int reads = 0;
+    board.on_read(tmr_node, [&] { return std::string(++reads == 5 ? "2500" : std::to_string(reads * 30)); });
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  motor iic error:2500\n\n"));
+}
+
+}  // namespace

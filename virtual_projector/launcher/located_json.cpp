@@ -1,0 +1,92 @@
+#include "virtual_projector/launcher/located_json.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace vp {
+namespace {
+
+constexpr std::size_t longest_excerpt = 40;
+
+std::string excerpt(const nlohmann::ordered_json& value) {
+    std::string text = value.dump();
+    if (text.size() > longest_excerpt) text = text.substr(0, longest_excerpt) + "...";
+    return text;
+}
+
+std::string join(std::initializer_list<std::string_view> names) {
+    std::string text;
+    for (const std::string_view name : names) text += (text.empty() ? "" : ", ") + std::string(name);
+    return text;
+}
+
+std::string range_text(const char* kind, double least, double most) {
+    std::ostringstream text;
+    text << kind << " from " << least << " to " << most;
+    return text.str();
+}
+
+}  // namespace
+
+void LocatedJson::fail(const std::string& expectation) const {
+    throw LocatedError(place_ + ": expected " + expectation + ", found " + excerpt(value_));
+}
+
+void LocatedJson::allow_members(std::initializer_list<std::string_view> names) const {
+    if (!value_.is_object()) fail("an object with " + join(names));
+    for (const auto& [name, ignored] : value_.items()) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            throw LocatedError(place_ + "." + name + ": expected one of " + join(names));
+        }
+    }
+}
+
+bool LocatedJson::has(std::string_view name) const { return value_.is_object() && value_.contains(name); }
+
+LocatedJson LocatedJson::member(std::string_view name) const {
+    if (!has(name)) fail("an object with \"" + std::string(name) + "\"");
+    return {value_.at(std::string(name)), place_ + "." + std::string(name)};
+}
+
+std::vector<std::pair<std::string, LocatedJson>> LocatedJson::members() const {
+    if (!value_.is_object()) fail("an object");
+    std::vector<std::pair<std::string, LocatedJson>> all;
+    for (const auto& [name, value] : value_.items()) {
+        all.emplace_back(name, LocatedJson(value, place_ + "[\"" + name + "\"]"));
+    }
+    return all;
+}
+
+std::vector<LocatedJson> LocatedJson::elements() const {
+    if (!value_.is_array()) fail("a list");
+    std::vector<LocatedJson> all;
+    for (std::size_t i = 0; i < value_.size(); ++i) {
+        all.emplace_back(value_[i], place_ + "[" + std::to_string(i) + "]");
+    }
+    return all;
+}
+
+double LocatedJson::number(double least, double most) const {
+    const bool fits = value_.is_number() && value_.get<double>() >= least && value_.get<double>() <= most;
+    if (!fits) fail(range_text("a number", least, most));
+    return value_.get<double>();
+}
+
+std::int64_t LocatedJson::whole_number(std::int64_t least, std::int64_t most) const {
+    const bool fits =
+        value_.is_number_integer() && value_.get<std::int64_t>() >= least && value_.get<std::int64_t>() <= most;
+    if (!fits) fail(range_text("a whole number", static_cast<double>(least), static_cast<double>(most)));
+    return value_.get<std::int64_t>();
+}
+
+bool LocatedJson::boolean() const {
+    if (!value_.is_boolean()) fail("true or false");
+    return value_.get<bool>();
+}
+
+std::string LocatedJson::text() const {
+    if (!value_.is_string()) fail("a text");
+    return value_.get<std::string>();
+}
+
+}  // namespace vp

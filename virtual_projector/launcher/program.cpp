@@ -1,0 +1,93 @@
+#include "virtual_projector/launcher/program.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#ifndef VP_INSTALLED_PRELOAD
+#define VP_INSTALLED_PRELOAD ""
+#endif
+
+namespace vp {
+namespace {
+
+constexpr const char* preload_name = "libvirtual-projector.so";
+constexpr int cannot_start = 127;
+constexpr int signal_base = 128;
+
+std::string own_directory() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    if (length <= 0) return ".";
+    const std::string own(path, static_cast<std::size_t>(length));
+    return own.substr(0, own.rfind('/'));
+}
+
+void prepend_to_preload(const std::string& library) {
+    const char* const others = std::getenv("LD_PRELOAD");
+    const std::string all = others == nullptr || *others == '\0' ? library : library + ":" + others;
+    setenv("LD_PRELOAD", all.c_str(), 1);
+}
+
+// A sanitized build brings its runtime along behind the preloaded library, which the runtime would refuse.
+void accept_sanitizer_behind_preload() {
+#ifdef __SANITIZE_ADDRESS__
+    const char* const given = std::getenv("ASAN_OPTIONS");
+    const std::string options = std::string(given == nullptr ? "" : given) + ":verify_asan_link_order=0";
+    setenv("ASAN_OPTIONS", options.c_str(), 1);
+#endif
+}
+
+[[noreturn]] void become(const std::vector<std::string>& command, const RunOptions& options,
+                         const std::string& preload) {
+    prepend_to_preload(preload);
+    accept_sanitizer_behind_preload();
+    setenv(run_options_variable, to_text(options).c_str(), 1);
+    std::vector<char*> arguments;
+    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", arguments[0], std::strerror(errno));
+    _exit(cannot_start);
+}
+
+int exit_code_of(int status) {
+    if (WIFEXITED(status)) return WEXITSTATUS(status);
+    const int signal = WTERMSIG(status);
+    std::fprintf(stderr, "virtual-projector: the program was ended by signal %d (%s)\n", signal,
+                 strsignal(signal));
+    return signal_base + signal;
+}
+
+}  // namespace
+
+std::string find_preload_library() {
+    for (const std::string& candidate :
+         {own_directory() + "/" + preload_name, std::string(VP_INSTALLED_PRELOAD)}) {
+        if (!candidate.empty() && access(candidate.c_str(), R_OK) == 0) return candidate;
+    }
+    return "";
+}
+
+int run_program(const std::vector<std::string>& command, const RunOptions& options,
+                const std::string& preload) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) become(command, options, preload);
+    if (child < 0) {
+        std::fprintf(stderr, "virtual-projector: cannot start a process: %s\n", std::strerror(errno));
+        return cannot_start;
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return cannot_start;
+    }
+    return exit_code_of(status);
+}
+
+}  // namespace vp

@@ -1,0 +1,35 @@
+// What the launcher tells the part of the virtual projector that is loaded into the program.
+#ifndef VIRTUAL_PROJECTOR_LAUNCHER_RUN_OPTIONS_H
+#define VIRTUAL_PROJECTOR_LAUNCHER_RUN_OPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "virtual_projector/launcher/scenario.h"
+
+namespace vp {
+
+/// Environment variable that carries the options, as JSON.
+constexpr const char* run_options_variable = "VIRTUAL_PROJECTOR_RUN";
+
+struct RunOptions {
+    std::string scenario;  // file; empty: the standard unit 1.5 m before the wall, and nothing happens
+    std::optional<std::uint64_t> seed;
+    ParameterValues parameters;  // set behind the scenario's own
+    std::string trace;           // file; empty: none
+    std::string summary;         // file for the run's figures; empty: none
+    std::string flash;           // file that keeps the permanent record from run to run; empty: memory
+    bool real_time = false;
+    double preempt = 0;  // probability that a thread loses its turn at a call
+};
+
+std::string to_text(const RunOptions& options);
+RunOptions run_options_from(const std::string& text);
+
+/// The seed that counts: the command line's, else the scenario's, else 1.
+std::uint64_t seed_of(const RunOptions& options, const Scenario& scenario);
+
+}  // namespace vp
+
+#endif

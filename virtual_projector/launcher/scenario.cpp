@@ -1,0 +1,193 @@
+#include "virtual_projector/launcher/scenario.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+#include "virtual_projector/launcher/located_json.h"
+#include "virtual_projector/world/parameters.h"
+
+namespace vp {
+namespace {
+
+constexpr double longest_s = 10.0 * 24 * 3600;
+constexpr std::int64_t any_seed = std::numeric_limits<std::int64_t>::max();
+
+struct NamedErrno {
+    const char* name;
+    int number;
+};
+constexpr NamedErrno named_errnos[] = {
+    {"EIO", EIO},       {"ENOENT", ENOENT}, {"ENODEV", ENODEV}, {"EACCES", EACCES},       {"EBUSY", EBUSY},
+    {"EINVAL", EINVAL}, {"EAGAIN", EAGAIN}, {"ENOMEM", ENOMEM}, {"ETIMEDOUT", ETIMEDOUT}, {"ENXIO", ENXIO},
+    {"EINTR", EINTR},   {"ENOSPC", ENOSPC}, {"EPERM", EPERM},   {"EMFILE", EMFILE},       {"ENOTTY", ENOTTY}};
+
+int read_errno(const LocatedJson& json) {
+    const std::string name = json.text();
+    std::string known;
+    for (const NamedErrno& named : named_errnos) {
+        if (name == named.name) return named.number;
+        known += (known.empty() ? "" : ", ") + std::string(named.name);
+    }
+    json.fail("one of " + known);
+}
+
+Microseconds read_seconds(const LocatedJson& json) { return microseconds(json.number(0, longest_s)); }
+
+void read_parameter(const std::string& name, const LocatedJson& json, ParameterValues& values) {
+    const Parameter* const parameter = find_parameter(name);
+    if (parameter == nullptr)
+        throw LocatedError(json.place() + ": there is no parameter of this name; --help lists them");
+    const double value = json.number(parameter->least, parameter->most);
+    if (parameter->whole && value != static_cast<double>(static_cast<std::int64_t>(value))) {
+        json.fail("a whole number");
+    }
+    values.emplace_back(name, value);
+}
+
+ParameterValues read_parameters(const LocatedJson& json) {
+    ParameterValues values;
+    for (const auto& [name, value] : json.members()) read_parameter(name, value, values);
+    return values;
+}
+
+// Members of the pose without their "pose." prefix.
+ParameterValues read_pose(const LocatedJson& json) {
+    ParameterValues values;
+    for (const auto& [name, value] : json.members()) read_parameter("pose." + name, value, values);
+    return values;
+}
+
+FaultEffect read_effect(const LocatedJson& json) {
+    FaultEffect effect;
+    if (json.has("delay_ms")) effect.delay_us = microseconds(json.member("delay_ms").number(0, 1e6) / 1000);
+    if (json.has("error")) effect.error_number = read_errno(json.member("error"));
+    if (json.has("short_count"))
+        effect.short_count = static_cast<long>(json.member("short_count").whole_number(0, 4096));
+    if (json.has("garbage")) effect.garbage = json.member("garbage").text();
+    if (json.has("stale")) effect.stale = json.member("stale").boolean();
+    if (effect.is_harmless()) json.fail("a fault with error, short_count, garbage, stale or delay_ms");
+    return effect;
+}
+
+FaultRule read_fault(const LocatedJson& json) {
+    json.allow_members(
+        {"operation", "path", "nth", "probability", "error", "short_count", "garbage", "stale", "delay_ms"});
+    FaultRule rule;
+    if (json.has("operation")) rule.operation = json.member("operation").text();
+    if (json.has("path")) rule.path = json.member("path").text();
+    if (json.has("nth")) rule.nth = static_cast<int>(json.member("nth").whole_number(0, 1000000));
+    if (json.has("probability")) rule.probability = json.member("probability").number(0, 1);
+    rule.effect = read_effect(json);
+    return rule;
+}
+
+GestureEvent read_gesture(const LocatedJson& json) {
+    const LocatedJson name = json.member("gesture");
+    const std::optional<GestureKind> kind = gesture_named(name.text());
+    if (!kind) {
+        std::string known;
+        for (const std::string_view gesture : gesture_names())
+            known += (known.empty() ? "" : ", ") + std::string(gesture);
+        name.fail("one of " + known);
+    }
+    GestureEvent event;
+    event.kind = *kind;
+    event.duration = json.has("for_s") ? read_seconds(json.member("for_s")) : usual_duration(*kind);
+    if (json.has("to")) event.to = read_pose(json.member("to"));
+    return event;
+}
+
+BlockEvent read_block(const LocatedJson& json) {
+    BlockEvent event;
+    for (const LocatedJson& zone : json.member("block").elements()) {
+        event.zones.push_back(zone.text());
+        if (find_parameter("tof.blocked_" + event.zones.back() + "_mm") == nullptr)
+            zone.fail("tr, br, tl or bl");
+    }
+    event.distance_mm = json.member("distance_mm").number(1, 20000);
+    if (json.has("for_s")) event.duration = read_seconds(json.member("for_s"));
+    return event;
+}
+
+KeyPress read_key(const LocatedJson& json) {
+    KeyPress key;
+    key.code = static_cast<std::uint16_t>(json.member("key").whole_number(0, 65535));
+    if (json.has("value")) key.value = static_cast<std::int32_t>(json.member("value").whole_number(0, 2));
+    return key;
+}
+
+ScenarioEvent read_event(const LocatedJson& json) {
+    json.allow_members({"at_s", "what", "set", "gesture", "to", "for_s", "block", "distance_mm", "key", "value",
+                        "fault", "clear_faults"});
+    ScenarioEvent event;
+    event.at = read_seconds(json.member("at_s"));
+    if (json.has("what")) event.what = json.member("what").text();
+    if (json.has("set")) {
+        event.action = SetEvent{read_parameters(json.member("set"))};
+    } else if (json.has("gesture")) {
+        event.action = read_gesture(json);
+    } else if (json.has("block")) {
+        event.action = read_block(json);
+    } else if (json.has("key")) {
+        event.action = read_key(json);
+    } else if (json.has("fault")) {
+        event.action = read_fault(json.member("fault"));
+    } else if (json.has("clear_faults")) {
+        event.action = ClearFaults{};
+    } else {
+        json.fail("an event with set, gesture, block, key, fault or clear_faults");
+    }
+    return event;
+}
+
+Scenario read_document(const LocatedJson& json) {
+    json.allow_members({"story", "seed", "unit_seed", "set", "faults", "events"});
+    Scenario scenario;
+    if (json.has("story")) scenario.story = json.member("story").text();
+    if (json.has("seed"))
+        scenario.seed = static_cast<std::uint64_t>(json.member("seed").whole_number(0, any_seed));
+    if (json.has("unit_seed")) {
+        scenario.unit_seed = static_cast<std::uint64_t>(json.member("unit_seed").whole_number(0, any_seed));
+    }
+    if (json.has("set")) scenario.parameters = read_parameters(json.member("set"));
+    if (json.has("faults")) {
+        for (const LocatedJson& fault : json.member("faults").elements())
+            scenario.faults.push_back(read_fault(fault));
+    }
+    if (json.has("events")) {
+        for (const LocatedJson& event : json.member("events").elements())
+            scenario.events.push_back(read_event(event));
+    }
+    return scenario;
+}
+
+std::string line_of(const std::string& text, std::size_t byte) {
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
+    return std::to_string(1 + std::count(text.begin(), end, '\n'));
+}
+
+}  // namespace
+
+Scenario parse_scenario(const std::string& text, const std::string& name) {
+    nlohmann::ordered_json document;
+    try {
+        document = nlohmann::ordered_json::parse(text);
+    } catch (const nlohmann::json::parse_error& error) {
+        throw LocatedError(name + ": $: expected JSON, found a mistake in line " + line_of(text, error.byte));
+    }
+    return read_document(LocatedJson(document, name + ": $"));
+}
+
+Scenario read_scenario(const std::string& path) {
+    std::ifstream file(path);
+    if (!file)
+        throw LocatedError(path + ": $: expected a readable scenario file, found: " + std::strerror(errno));
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return parse_scenario(text, path);
+}
+
+}  // namespace vp

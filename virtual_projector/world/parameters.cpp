@@ -136,7 +136,8 @@ const std::vector<Parameter> table = {
      VP_FIELD(unit.tof_factory_data)},
     {"unit.serial", "", 1, 0, 999999, whole, "running number in the serial numbers", VP_FIELD(unit.serial)},
 
-    {"board.has_tof", "", 1, 0, 1, whole, "0: no ToF device", VP_FIELD(board.has_tof)},
+    {"board.has_tof", "", 1, 0, 1, whole, "0: no nds01 ToF device", VP_FIELD(board.has_tof)},
+    {"board.has_zone_grid", "", 1, 0, 1, whole, "0: no generic ranging driver", VP_FIELD(board.has_zone_grid)},
     {"board.has_gravity_sensor", "", 1, 0, 1, whole, "0: no gravity sensor",
      VP_FIELD(board.has_gravity_sensor)},
     {"board.has_display", "", 1, 0, 1, whole, "0: no display device", VP_FIELD(board.has_display)},

@@ -42,7 +42,7 @@ bool project(const Pose& pose, const Wall& wall, const PanelPoint& pixel, WallPo
     const double z = pixel.z / throw_pixels;
     const double y_mm = axial_distance_mm(wall_direction(pose, wall), pose.distance_mm, x, z);
     if (!std::isfinite(y_mm)) return false;
-    const Vec3 in_room = unit_turn(pose).to_room({x * y_mm, y_mm, z * y_mm});
+    const Vec3 in_room = unit_orientation(pose).to_room({x * y_mm, y_mm, z * y_mm});
     const WallAxes axes = wall_axes(pose, wall);
     out = {dot(in_room, axes.right), dot(in_room, axes.up)};
     return true;

@@ -94,6 +94,7 @@ struct UnitSettings {
 
 struct BoardSettings {
     double has_tof = 0;
+    double has_zone_grid = 0;
     double has_gravity_sensor = 0;
     double has_display = 0;
     double has_frame_buffer = 0;

@@ -25,7 +25,7 @@ inline Vec3 operator*(double k, const Vec3& v) { return {k * v.x, k * v.y, k * v
 inline double dot(const Vec3& a, const Vec3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
 /// A turn from the unit's frame to the room's, by the three images of the unit's axes.
-struct Turn {
+struct Orientation {
     Vec3 right{1, 0, 0};
     Vec3 forward{0, 1, 0};
     Vec3 up{0, 0, 1};

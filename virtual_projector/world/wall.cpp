@@ -9,7 +9,7 @@ constexpr double quarter_turn_deg = 90;
 
 }  // namespace
 
-Turn unit_turn(const Pose& pose) {
+Orientation unit_orientation(const Pose& pose) {
     const double roll = radians(pose.roll_deg + quarter_turn_deg * pose.mounting);
     const double pitch = radians(pose.pitch_deg);
     const double yaw = radians(pose.yaw_deg);
@@ -25,7 +25,7 @@ Turn unit_turn(const Pose& pose) {
 
 Vec3 wall_direction(const Pose& pose, const Wall& wall) {
     const double lean = radians(wall.lean_deg);
-    return unit_turn(pose).to_unit({0, std::cos(lean), std::sin(lean)});
+    return unit_orientation(pose).to_unit({0, std::cos(lean), std::sin(lean)});
 }
 
 WallAngles wall_angles(const Vec3& direction) {

@@ -9,7 +9,7 @@ namespace vp {
 
 /// The unit's axes in the room. Mounting and roll turn it about its optical axis (right side up), pitch
 /// raises the axis, yaw turns it to the right.
-Turn unit_turn(const Pose& pose);
+Orientation unit_orientation(const Pose& pose);
 
 /// The wall's normal pointing away from the projector, in the unit's frame. (0, 1, 0): squarely faced.
 Vec3 wall_direction(const Pose& pose, const Wall& wall);

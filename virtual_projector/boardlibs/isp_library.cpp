@@ -1,0 +1,167 @@
+#include "virtual_projector/boardlibs/isp_library.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+
+namespace vp::boardlibs {
+namespace {
+
+enum Slot : std::size_t {
+    write_byte_register = 0,
+    write_word_register = 2,
+    delay_ms = 5,
+    last_needed = 8,
+};
+
+// Widths as the arguments travel in registers: the callees cut them to what they need.
+using RegisterWrite = std::int8_t (*)(void* context, std::uint32_t address, std::uint8_t* data,
+                                      std::uint32_t size);
+using Delay = std::int8_t (*)(void* context, std::uint32_t duration);
+
+constexpr std::uint32_t temperature_register = 0x0130;
+constexpr std::uint8_t temperature_fix = 0x01;
+constexpr std::uint32_t start_bin_register = 0x42;
+constexpr int least_start_bin = 1;
+constexpr int most_start_bin = 119;
+constexpr int most_mode = 2;
+constexpr std::array<std::uint8_t, most_points> eight_zone_spads = {0x11, 0x21, 0x12, 0x22,
+                                                                    0x13, 0x23, 0x14, 0x24};
+constexpr std::array<std::uint8_t, most_points> four_zone_spads = {0x1A, 0x2A, 0x1B, 0x2B, 0, 0, 0, 0};
+
+constexpr int calibration_frames = 16;
+constexpr unsigned frame_pause_ms = 2;
+constexpr int least_depth_mm = 100;
+constexpr int most_depth_mm = 4000;
+constexpr double most_offset_mm = 300;  // more, and the target does not stand where it is said to
+constexpr int pixel_bytes = 240;
+
+struct FreeMemory {
+    void operator()(std::uint16_t* memory) const { std::free(memory); }
+};
+
+bool write_register(const PlatformTable& platform, Slot slot, std::uint32_t address, std::uint8_t value) {
+    const auto write = reinterpret_cast<RegisterWrite>(platform.at(slot));
+    return write(nullptr, address, &value, 1) >= 0;
+}
+
+PixelTable table_of(const std::array<double, pixel_count>& distances,
+                    const std::array<double, pixel_count>& signals, int depth_mm) {
+    PixelTable table{};
+    for (std::size_t pixel = 0; pixel < table.size(); ++pixel) {
+        const double offset = distances.at(pixel) / calibration_frames - depth_mm;
+        table.at(pixel) = {static_cast<std::int16_t>(std::lround(offset)),
+                           static_cast<std::uint16_t>(std::lround(signals.at(pixel) / calibration_frames))};
+    }
+    return table;
+}
+
+bool is_believable(const PixelTable& table) {
+    return std::all_of(table.begin(), table.end(), [](const PixelCalibration& pixel) {
+        return pixel.signal > 0 && std::abs(pixel.offset_mm) <= most_offset_mm;
+    });
+}
+
+}  // namespace
+
+bool IspLibrary::register_platform(void* const* table) {
+    const bool complete =
+        std::all_of(table, table + last_needed + 1, [](const void* slot) { return slot != nullptr; });
+    if (complete) std::copy_n(table, platform_slots, platform_.begin());
+    is_registered_ = is_registered_ || complete;
+    return complete;
+}
+
+bool IspLibrary::load_calibration(const std::uint8_t* data) {
+    is_loaded_ = is_good_calibration(data);
+    return is_loaded_;
+}
+
+bool IspLibrary::fix_high_temperature(std::uint32_t /*firmware_version*/) {
+    return is_registered_ &&
+           write_register(platform_, write_word_register, temperature_register, temperature_fix);
+}
+
+bool IspLibrary::set_start_bin(int start_bin) {
+    if (!is_registered_ || start_bin < least_start_bin || start_bin > most_start_bin) return false;
+    return write_register(platform_, write_byte_register, start_bin_register,
+                          static_cast<std::uint8_t>(start_bin));
+}
+
+bool IspLibrary::set_limits(const AngleLimits& limits) {
+    const bool in_order = limits.turn_lower <= limits.turn_upper && limits.tilt_lower <= limits.tilt_upper &&
+                          limits.distance_lower <= limits.distance_upper;
+    if (in_order) limits_ = limits;
+    return in_order;
+}
+
+bool IspLibrary::select_mode(int mode, std::uint8_t* spad_selection) {
+    if (mode < 0 || mode > most_mode) return false;
+    point_mode_ = mode;
+    const auto& spads = mode == eight_zone_mode ? eight_zone_spads : four_zone_spads;
+    std::copy(spads.begin(), spads.end(), spad_selection);
+    return true;
+}
+
+bool IspLibrary::make_cloud(const std::uint16_t* distances_mm, CloudPoint* cloud) const {
+    if (!is_loaded_) return false;
+    const std::array<CloudPoint, most_points> points = point_cloud(distances_mm, point_mode_);
+    std::copy_n(points.begin(), zone_count(point_mode_), cloud);
+    return true;
+}
+
+AngleResult IspLibrary::angle_of(const CloudPoint* cloud) const {
+    return angle_result(fit_plane(cloud, zone_count(point_mode_)), limits_);
+}
+
+bool IspLibrary::begin_calibration(const std::uint8_t* factory_data, const CalibrationSetup& setup,
+                                   int depth_mm) {
+    measured_.reset();
+    is_calibrating_ = has_factory_mark(factory_data) && setup.columns == pixel_columns &&
+                      setup.rows == pixel_rows && setup.get_pixels != nullptr && depth_mm >= least_depth_mm &&
+                      depth_mm <= most_depth_mm;
+    setup_ = setup;
+    depth_mm_ = depth_mm;
+    return is_calibrating_;
+}
+
+void IspLibrary::wait_ms(unsigned duration_ms) const {
+    if (is_registered_) reinterpret_cast<Delay>(platform_.at(delay_ms))(nullptr, duration_ms);
+}
+
+bool IspLibrary::add_frame(void* context, PixelSums& distances, PixelSums& signals) const {
+    std::uint16_t* memory = nullptr;
+    const int size = setup_.get_pixels(context, &memory);
+    const std::unique_ptr<std::uint16_t, FreeMemory> pixels(memory);
+    if (size != pixel_bytes || memory == nullptr) return false;
+    for (std::size_t pixel = 0; pixel < distances.size(); ++pixel) {
+        distances.at(pixel) += memory[pixel];
+        signals.at(pixel) += memory[pixel_count + pixel];
+    }
+    return true;
+}
+
+// The target is flat and squarely faced, so every pixel should measure its depth.
+bool IspLibrary::measure_pixels(void* context) {
+    if (!is_calibrating_) return false;
+    PixelSums distances{};
+    PixelSums signals{};
+    for (int frame = 0; frame < calibration_frames; ++frame) {
+        if (frame > 0) wait_ms(frame_pause_ms);
+        if (!add_frame(context, distances, signals)) return false;
+    }
+    const PixelTable table = table_of(distances, signals, depth_mm_);
+    if (!is_believable(table)) return false;
+    measured_ = table;
+    return true;
+}
+
+bool IspLibrary::finish_calibration(std::uint8_t* generated) const {
+    if (!measured_) return false;
+    const GeneratedData data = generate_calibration(*measured_, depth_mm_);
+    std::copy(data.begin(), data.end(), generated);
+    return true;
+}
+
+}  // namespace vp::boardlibs

@@ -1,0 +1,15 @@
+// The board's network set-up.
+#include "platform/board_network.h"
+#include "virtual_projector/boardlibs/installation.h"
+
+using vp::boardlibs::Libraries;
+using vp::boardlibs::perform;
+
+extern "C" int usb_eth_config(void) {
+    return perform("usb_eth_config", {}, [](Libraries& all) {
+        return all.installation.board->with_world([&](vp::World&) -> long {
+            ++all.usb_eth_configurations;
+            return 0;
+        });
+    });
+}

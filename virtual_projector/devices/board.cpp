@@ -1,0 +1,63 @@
+#include "virtual_projector/devices/board.h"
+
+#include "virtual_projector/devices/drivers.h"
+#include "virtual_projector/world/tof_calibration.h"
+#include "virtual_projector/world/unit_record.h"
+
+namespace vp {
+namespace {
+
+constexpr std::uint8_t erased = 0xFF;
+
+std::vector<std::uint8_t> initial_flash(const World& world) {
+    const Record record = factory_record(world.settings());
+    return {record.begin(), record.end()};
+}
+
+std::vector<std::uint8_t> initial_tof_memory(const World& world) {
+    const Settings& settings = world.settings();
+    if (settings.unit.tof_host_calibration == 0) return std::vector<std::uint8_t>(calibration_size, erased);
+    const PixelTable table = ideal_table(settings.tof, world.seed());
+    constexpr int bench_depth_mm = 500;
+    const CalibrationData data = pack_calibration(generate_calibration(table, bench_depth_mm));
+    return {data.begin(), data.end()};
+}
+
+}  // namespace
+
+Board::Board(World& world, std::function<Microseconds()> now, const MemoryFiles& files)
+    : world_(world),
+      now_(std::move(now)),
+      flash_(files.flash, initial_flash(world)),
+      tof_memory_(files.tof_memory, initial_tof_memory(world)) {
+    world_.on_action([this](Microseconds time, const std::string& what) {
+        if (observer_) later([observer = observer_, time, what] { observer(time, what); });
+    });
+}
+
+void Board::on_action(std::function<void(Microseconds, const std::string&)> observer) {
+    const std::lock_guard<SpinLock> guard(lock_);
+    observer_ = std::move(observer);
+}
+
+void Board::do_later() {
+    std::vector<std::function<void()>> work;
+    {
+        const std::lock_guard<SpinLock> guard(lock_);
+        work.swap(later_);
+    }
+    for (const std::function<void()>& piece : work) piece();
+}
+
+void build_board(Board& board, DeviceTable& nodes) {
+    add_motor(board, nodes);
+    add_nds01(board, nodes);
+    add_zone_grid(board, nodes);
+    add_gravity_sensor(board, nodes);
+    add_display(board, nodes);
+    add_keys(board, nodes);
+    add_fan(board, nodes);
+    add_light_engine(board, nodes);
+}
+
+}  // namespace vp

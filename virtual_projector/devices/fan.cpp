@@ -1,0 +1,44 @@
+// The fan's driver, which knows the LED's temperature as well. A target speed is taken only while the fan is
+// not under automatic control.
+
+#include <cerrno>
+
+#include "virtual_projector/devices/attribute.h"
+#include "virtual_projector/devices/drivers.h"
+
+namespace vp {
+namespace {
+
+constexpr char directory[] = "/sys/devices/platform/pwm-fan/";
+constexpr long most_speed = 10000;  // revolutions per minute
+
+struct Fan {
+    long automatic = 1;
+    long target_speed = 0;
+};
+
+}  // namespace
+
+void add_fan(Board& board, DeviceTable& nodes) {
+    const Presence present = [](const Settings& s) { return s.board.has_fan != 0; };
+    const auto fan = std::make_shared<Fan>();
+    const std::string path = directory;
+    nodes.add(
+        path + "r_temp",
+        make_attribute(board, present, show_number([](World& world) { return world.led_reading_c(); }), {}));
+    nodes.add(path + "fan_auto_ctrl",
+              make_attribute(board, present, show_number([fan](World&) { return fan->automatic; }),
+                             store_number(0, 1, [fan](World&, long on) {
+                                 fan->automatic = on;
+                                 return 0L;
+                             })));
+    nodes.add(path + "target_speed",
+              make_attribute(board, present, show_number([fan](World&) { return fan->target_speed; }),
+                             store_number(0, most_speed, [fan](World&, long speed) -> long {
+                                 if (fan->automatic != 0) return -EBUSY;
+                                 fan->target_speed = speed;
+                                 return 0;
+                             })));
+}
+
+}  // namespace vp

@@ -212,7 +212,8 @@ bool drive_lens(const PlaceTable& positions, int target_place, int32_t target) {
 
 // --- The run ---------------------------------------------------------------------------------------------
 
-int32_t focus_lens() {
+// A function of its own for the compiler too: the keystone step needs the stack that the tables take here.
+[[gnu::noinline]] int32_t focus_lens() {
     const int32_t distance = measure_distance();
     if (distance == -1) {
         show_korbet_toast_akaf(toast_no_distance);
@@ -238,15 +239,17 @@ void log_times(const Times& times) {
     }
 }
 
+int32_t focus_holding_lens(const Times& times, int32_t keystone_toast) {
+    const ovra::MutexGuard lens(mutex_focus);
+    const int32_t result = focus_lens();
+    log_times(times);
+    if (keystone_toast != ovra::no_toast) show_korbet_toast_akaf(keystone_toast);
+    log_state();
+    return result;
+}
+
 int32_t focus_step(const Times& times, int32_t keystone_toast) {
-    int32_t result;
-    {
-        const ovra::MutexGuard lens(mutex_focus);
-        result = focus_lens();
-        log_times(times);
-        if (keystone_toast != ovra::no_toast) show_korbet_toast_akaf(keystone_toast);
-        log_state();
-    }
+    const int32_t result = focus_holding_lens(times, keystone_toast);
     lv_refresh_callback();
     return result;
 }

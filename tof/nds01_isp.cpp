@@ -45,17 +45,17 @@ int8_t stored_point_mode = -1;
 std::array<uint8_t, spad_bytes> spad_selection{};
 
 // --- Platform functions of the vendor's library -----------------------------------------------------
-// The vendor reads a signed byte where a result is narrowed; the rest of the word agrees with it.
+// The vendor looks at a signed byte where a result is narrowed; the rest of the word agrees with it.
 
-int32_t platform_i2c_write(void*, uint8_t reg, const uint8_t* buffer, uint16_t length) {
-    return static_cast<int8_t>(nds01_i2c_write_nbytes(reg, buffer, length));
+int32_t platform_i2c_write(void*, uint8_t reg, uint8_t* buffer, uint32_t length) {
+    return static_cast<int8_t>(nds01_i2c_write_nbytes(reg, buffer, static_cast<uint16_t>(length)));
 }
 
-int32_t platform_i2c_read(void*, uint8_t reg, uint8_t* buffer, uint16_t length) {
-    return static_cast<int8_t>(nds01_i2c_read_nbytes(reg, buffer, length));
+int32_t platform_i2c_read(void*, uint8_t reg, uint8_t* buffer, uint32_t length) {
+    return static_cast<int8_t>(nds01_i2c_read_nbytes(reg, buffer, static_cast<uint16_t>(length)));
 }
 
-int32_t platform_addr16_write(void*, uint32_t reg, const uint8_t* buffer, uint32_t length) {
+int32_t platform_addr16_write(void*, uint32_t reg, uint8_t* buffer, uint32_t length) {
     return nds01_addr16_write_nbytes(static_cast<uint16_t>(reg), buffer, static_cast<uint16_t>(length));
 }
 
@@ -88,23 +88,29 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
+/// A function's place in the table; Function is the type that the vendor calls it by.
 template <typename Function>
-void* slot(Function* function) {
+void* entry(Function* function) {
     return reinterpret_cast<void*>(function);
 }
 
-constexpr size_t platform_slots = 14;
-std::array<void*, platform_slots> platform_table{};
+std::array<void*, NDS_PLATFORM_SLOTS> platform_table{};
 
-/// The vendor knows the functions by their places; place 9 is empty.
 void fill_platform_table() {
-    platform_table = {slot(platform_i2c_write),    slot(platform_i2c_read),
-                      slot(platform_addr16_write), slot(platform_addr16_read),
-                      slot(platform_delay_10us),   slot(platform_delay_ms),
-                      slot(platform_get_time_us),  slot(platform_set_xshut),
-                      slot(nds01_isp_get_dev_ptr), nullptr,
-                      slot(ispfht_get_isp_id),     slot(nx_user_calibration_init),
-                      slot(nds01_isp_set_config),  slot(nx_calibration_generate_data)};
+    platform_table.fill(nullptr);
+    platform_table[NDS_WRITE_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_write);
+    platform_table[NDS_READ_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_read);
+    platform_table[NDS_WRITE_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_write);
+    platform_table[NDS_READ_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_read);
+    platform_table[NDS_DELAY_10US] = entry<nds_delay>(platform_delay_10us);
+    platform_table[NDS_DELAY_MS] = entry<nds_delay>(platform_delay_ms);
+    platform_table[NDS_GET_TIME_US] = entry<nds_get_time_us>(platform_get_time_us);
+    platform_table[NDS_SET_XSHUT] = entry<nds_set_level>(platform_set_xshut);
+    platform_table[NDS_GET_DEVICE] = entry<nds_get_device>(nds01_isp_get_dev_ptr);
+    platform_table[NDS_GET_ID] = entry<nds_get_id>(ispfht_get_isp_id);
+    platform_table[NDS_USER_CALIBRATION_INIT] = entry(nx_user_calibration_init);
+    platform_table[NDS_SET_CONFIG] = entry<nds_set_config>(nds01_isp_set_config);
+    platform_table[NDS_GENERATE_DATA] = entry(nx_calibration_generate_data);
 }
 
 // --- Initialisation ---------------------------------------------------------------------------------
@@ -182,7 +188,7 @@ struct OperationRecord {
 
 int32_t start_operation(int32_t filter) {
     static OperationRecord operations{};
-    operations = {nullptr, slot(nds01_isp_set_config)};
+    operations = {nullptr, entry<nds_set_config>(nds01_isp_set_config)};
     const int32_t operating = nx_isp_op_init(isp_context(), &operations);
     const int32_t limited = nx_set_angle_limit(isp_context(), angle_limits.data());
     const int32_t filtered = nds01_isp_set_filter_para(filter, 0, 0);

@@ -67,40 +67,40 @@ struct PlatformTable : Nds01Isp {
 };
 
 TEST_F(PlatformTable, WritesAndReadsEightBitRegisters) {
-    char data[] = "ab";
-    EXPECT_EQ(entry<int8_t(void*, uint8_t, void*, uint16_t)>(0)(nullptr, 0x30, data, 2), 0);
+    uint8_t data[] = {'a', 'b'};
+    EXPECT_EQ(entry<nds_register8_transfer>(0)(nullptr, 0x30, data, 2), 0);
     EXPECT_EQ(driver.written_register_data, "ab");
     driver.register_content = "xy";
-    EXPECT_EQ(entry<int8_t(void*, uint8_t, void*, uint16_t)>(1)(nullptr, 0x31, data, 2), 0);
-    EXPECT_STREQ(data, "xy");
+    EXPECT_EQ(entry<nds_register8_transfer>(1)(nullptr, 0x31, data, 2), 0);
+    EXPECT_EQ(std::string(data, data + 2), "xy");
     EXPECT_EQ(commands(), (Lines{"driver writes register 30 of chip 5c00, 2 bytes",
                                  "driver reads register 31 of chip 5c00, 2 bytes"}));
 }
 
 TEST_F(PlatformTable, CutsSixteenBitRegistersAndLengths) {
-    char data[] = "ab";
-    EXPECT_EQ(entry<int32_t(void*, uint32_t, void*, uint32_t)>(2)(nullptr, 0x71234, data, 0x10002), 0);
+    uint8_t data[] = {'a', 'b'};
+    EXPECT_EQ(entry<nds_register16_transfer>(2)(nullptr, 0x71234, data, 0x10002), 0);
     EXPECT_EQ(driver.written_register_data, "ab");
     driver.register_content = "xy";
-    EXPECT_EQ(entry<int32_t(void*, uint32_t, void*, uint32_t)>(3)(nullptr, 0x75678, data, 0x10002), 0);
-    EXPECT_STREQ(data, "xy");
+    EXPECT_EQ(entry<nds_register16_transfer>(3)(nullptr, 0x75678, data, 0x10002), 0);
+    EXPECT_EQ(std::string(data, data + 2), "xy");
     EXPECT_EQ(commands(), (Lines{"driver writes register 1234 of chip 5c00, 2 bytes",
                                  "driver reads register 5678 of chip 5c00, 2 bytes"}));
 }
 
 TEST_F(PlatformTable, PassesFailuresOfTheChipOn) {
     board.remove(nds01_attribute("lib_data"));
-    char data[] = "ab";
-    EXPECT_EQ(entry<int8_t(void*, uint8_t, void*, uint16_t)>(0)(nullptr, 1, data, 2), -1);
-    EXPECT_EQ(entry<int32_t(void*, uint8_t, void*, uint16_t)>(1)(nullptr, 1, data, 2), -1);
-    EXPECT_EQ(entry<int32_t(void*, uint32_t, void*, uint32_t)>(2)(nullptr, 1, data, 2), -1);
-    EXPECT_EQ(entry<int32_t(void*, uint32_t, void*, uint32_t)>(3)(nullptr, 1, data, 2), -1);
-    EXPECT_EQ(entry<int8_t(void*, int32_t)>(7)(nullptr, 1), -1);
+    uint8_t data[] = {'a', 'b'};
+    EXPECT_EQ(entry<nds_register8_transfer>(0)(nullptr, 1, data, 2), -1);
+    EXPECT_EQ(entry<nds_register8_transfer>(1)(nullptr, 1, data, 2), -1);
+    EXPECT_EQ(entry<nds_register16_transfer>(2)(nullptr, 1, data, 2), -1);
+    EXPECT_EQ(entry<nds_register16_transfer>(3)(nullptr, 1, data, 2), -1);
+    EXPECT_EQ(entry<nds_set_level>(7)(nullptr, 1), -1);
 }
 
 TEST_F(PlatformTable, SleepsInTensOfMicrosecondsAndInMilliseconds) {
-    EXPECT_EQ(entry<int32_t(void*, uint32_t)>(4)(nullptr, 25), 0);
-    EXPECT_EQ(entry<int32_t(void*, uint32_t)>(5)(nullptr, 3), 0);
+    EXPECT_EQ(entry<nds_delay>(4)(nullptr, 25), 0);
+    EXPECT_EQ(entry<nds_delay>(5)(nullptr, 3), 0);
     EXPECT_EQ(board.journal({"sleep"}), (Lines{"sleep 250", "sleep 3000"}));
 }
 
@@ -108,26 +108,26 @@ TEST_F(PlatformTable, TellsTheTimeOfDayInMicroseconds) {
     board.set_wall_clock_us(1'700'000'000'123'456);
     const int64_t expected = 1'700'000'000'123'456 + board.now_us();
     int64_t time_us = 0;
-    EXPECT_EQ(entry<int32_t(int64_t*)>(6)(&time_us), 0);
+    EXPECT_EQ(entry<nds_get_time_us>(6)(&time_us), 0);
     EXPECT_EQ(time_us, expected);
 }
 
 TEST_F(PlatformTable, SetsTheShutDownPin) {
-    EXPECT_EQ(entry<int8_t(void*, int32_t)>(7)(nullptr, 1), 0);
+    EXPECT_EQ(entry<nds_set_level>(7)(nullptr, 1), 0);
     EXPECT_EQ(driver.xshut_level, 1);
 }
 
 TEST_F(PlatformTable, OffersADeviceContextOf1024Bytes) {
-    void* context = entry<void*()>(8)();
+    void* context = entry<nds_get_device>(8)();
     ASSERT_NE(context, nullptr);
-    EXPECT_EQ(entry<void*()>(8)(), context);
+    EXPECT_EQ(entry<nds_get_device>(8)(), context);
     std::memset(context, 0xFF, 1024);
     EXPECT_EQ(nds01_isp_uninit(), 0);
 }
 
 TEST_F(PlatformTable, HoldsTheVendorsOwnFunctionsAndTheConfigurationCallback) {
     EXPECT_EQ(table[9], nullptr);
-    EXPECT_EQ(entry<int32_t()>(10)(), 0);
+    EXPECT_EQ(entry<nds_get_id>(10)(), 0);
     EXPECT_EQ(table[11], reinterpret_cast<void*>(nx_user_calibration_init));
     EXPECT_EQ(table[12], reinterpret_cast<void*>(nds01_isp_set_config));
     EXPECT_EQ(table[13], reinterpret_cast<void*>(nx_calibration_generate_data));

@@ -440,6 +440,15 @@ TEST_F(MotorTmr, TakesMoreForAFailedBusAndStoresItAllTheSame) {
     EXPECT_EQ(board.log(), tagged("current tmr ret=6, tmr_adc:-2001\n") + tagged("motor iic error:-2001\n"));
 }
 
+TEST_F(MotorTmr, ReadsASingleDigitAndClosesTheAttribute) {
+    board.text(motor + "tmr_adc", "7");
+    int32_t tmr = 0;
+    EXPECT_EQ(motor_tmr_read(&tmr), 0);
+    EXPECT_EQ(tmr, 7);
+    EXPECT_EQ(board.open_descriptors(), Entries{});
+    EXPECT_EQ(board.log(), tagged("current tmr ret=1, tmr_adc:7\n"));
+}
+
 TEST_F(MotorTmr, LooksAtSixCharacters) {
     board.text(motor + "tmr_adc", "0012345");
     int32_t tmr = 0;

@@ -229,6 +229,12 @@ TEST_F(ReadFile, ReturnsTheNumber) {
     EXPECT_EQ(board.log(), "");
 }
 
+TEST_F(ReadFile, ReadsASingleDigit) {
+    board.text(node, "5");
+    EXPECT_EQ(read_file(node), 5);
+    EXPECT_EQ(board.log(), "");
+}
+
 TEST_F(ReadFile, ParsesNothingBehindTwentyCharacters) {
     board.text(node, std::string(18, ' ') + "1234");
     EXPECT_EQ(read_file(node), 12);
@@ -276,6 +282,14 @@ TEST_F(ReadFileBuf, FillsUpAShortTextWithZeroBytes) {
     std::memset(buffer, '#', sizeof buffer);
     EXPECT_EQ(read_file_buf(node, buffer, 6), 3);
     EXPECT_EQ(std::string(buffer, sizeof buffer), std::string("abc\0\0\0##", 8));
+}
+
+TEST_F(ReadFileBuf, CopiesATextOfOneCharacter) {
+    board.text(node, "5");
+    char buffer[] = "##";
+    EXPECT_EQ(read_file_buf(node, buffer, 1), 1);
+    EXPECT_STREQ(buffer, "5#");
+    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(ReadFileBuf, WarnsOfALengthAboveSeventyTwoAndCopiesSeventyTwo) {
@@ -377,6 +391,12 @@ TEST_F(Waiting, WaitMsNapsUntilTheTimeHasPassed) {
     wait_ms(start, 3);
     // Seen: 0, 1, 2 and 3 ms; a nap follows each look at the clock.
     EXPECT_EQ(board.journal({"sleep"}), Entries(4, "sleep 1000"));
+}
+
+TEST_F(Waiting, WaitMsLooksAtTheClockBeforeItCountsAnything) {
+    board.set_wall_clock_us(1'700'000'000'000'000);
+    wait_ms(timeval{1'700'000'000, 0}, 1);
+    EXPECT_EQ(board.journal({"sleep"}), Entries(2, "sleep 1000"));
 }
 
 TEST_F(Waiting, WaitMsNapsOnceWhenTheTimeHasPassedAlready) {

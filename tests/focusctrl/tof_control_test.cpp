@@ -203,6 +203,15 @@ TEST_F(TofAttribute, DistanceTextIsReadAndShownBare) {
     EXPECT_EQ(board.log(), "tfdbg Tof_Get_Distance \n tof distance:0123 \n");
 }
 
+TEST_F(TofAttribute, DistanceTextOfNoLengthIsReadAndNotShown) {
+    attribute("distance", "0");
+    char buffer[] = "##";
+    EXPECT_EQ(Tof_Get_Distance(buffer, 0), 1);
+    EXPECT_EQ(Tof_Get_Distance(buffer, -1), 1);
+    EXPECT_EQ(std::string(buffer), "##");
+    EXPECT_EQ(board.log(), shown("") + shown(""));
+}
+
 TEST_F(TofAttribute, DistanceTextOfALongBufferIsShownToItsEnd) {
     attribute("distance", std::string(80, 'a'));
     char buffer[100];
@@ -512,6 +521,14 @@ TEST_F(TofEyeBase, TellsTheLeastDistanceOfTheZonesThatSeeWellEnough) {
     EXPECT_EQ(board.log(),
               shown(text) + tagged("tof_check_eye_base tof data:") + tagged("tof_check_eye_base,min val:400"));
     EXPECT_EQ(board.journal({"sleep"}), Entries{});
+}
+
+TEST_F(TofEyeBase, JudgesEachZoneByItsOwnSecondValue) {
+    const std::string text = frame({0, 0x00320010, 0x00330500, 0, 0x00330300, 0, 0, 0x00320020, 0x00330400});
+    attribute("distance", text);
+    tof_check_eye_base();
+    EXPECT_EQ(board.log(),
+              shown(text) + tagged("tof_check_eye_base tof data:") + tagged("tof_check_eye_base,min val:768"));
 }
 
 TEST_F(TofEyeBase, CountsADistanceOfOneMillimetre) {

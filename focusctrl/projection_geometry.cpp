@@ -92,7 +92,8 @@ Panel panel_at(float halg_deg, float valg_deg, int width_px, int height_px) {
 // Where the optical axis passes the image plane: half the panel's width along its zero line. An odd width is
 // halved downwards, because the axis is taken to pass through a pixel.
 Vector3 rotation_centre(const Panel& panel) {
-    const auto half = static_cast<float>(panel.width_px / 2);
+    const int half_px = panel.width_px / 2;
+    const auto half = static_cast<float>(half_px);
     return {panel.h.cos * half, panel.h.sin * half, 0.0F};
 }
 

@@ -26,17 +26,20 @@ namespace testkit {
 
 /// A node operation that fails. The n-th matching call is hit (1 is the first); nth 0 hits every one.
 struct Fault {
-    std::string operation;   // "open", "read", "write", "ioctl", "close"
-    std::string path;
+    std::string operation;  // "open", "read", "write", "ioctl", "close"; "pthread_create"
+    std::string path;       // the node, or the thread's entry function; empty: any
     int nth = 0;
-    int error_number = 0;    // what errno is set to; 0: no error, see below
-    long short_count = -1;   // with error_number 0: the count that the read or write reports (and moves)
-    std::string garbage;     // with error_number 0 and short_count -1: what a read delivers instead
+    int error_number = 0;   // what errno is set to; 0: no error, see below
+    long short_count = -1;  // with error_number 0: the count that the read or write reports (and moves)
+    std::string garbage;    // with error_number 0 and short_count -1: what a read delivers instead
 };
 
 class ScriptedBoard {
 public:
-    ScriptedBoard();   // installs itself; no node exists until the test adds it; captures standard output
+    ScriptedBoard();  // installs itself; no node exists until the test adds it; captures standard output
+
+    /// Threads that have not ended are left where they wait, for the rest of the process: harmless to a
+    /// next board, but the library's globals stay as they left them.
     ~ScriptedBoard();
     ScriptedBoard(const ScriptedBoard&) = delete;
     ScriptedBoard& operator=(const ScriptedBoard&) = delete;
@@ -64,8 +67,9 @@ public:
     /// The journal: one entry per event since the start or the last clear_journal(). Entries look like
     ///   "open /sys/class/motor/stop O_RDONLY", "open ... = ENOENT", "read PATH", "write PATH 12\n" (bytes as
     ///   they are, control characters escaped as \n \t \xNN), "ioctl PATH 0x4004a203", "close PATH",
-    ///   "sleep 20000" (microseconds, from usleep, sleep and nanosleep alike), "print TEXT" (one log line, without its
-    ///   newline), "call NAME" (a function of the board's libraries), and the test's notes as given.
+    ///   "sleep 20000" (microseconds, from usleep, sleep and nanosleep alike), "print TEXT" (one log line as it
+    ///   is, without its newline; an empty line is "print "), "call NAME" (a function of the board's
+    ///   libraries), and the test's notes as given.
     std::vector<std::string> journal();
     /// The entries that begin with one of these words, e.g. journal({"write", "sleep"}).
     std::vector<std::string> journal(const std::vector<std::string>& first_words);

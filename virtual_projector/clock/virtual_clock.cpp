@@ -162,7 +162,6 @@ void VirtualClock::event_happened() { wake_all(&callbacks_); }
 
 void VirtualClock::make_ready(Thread* thread, bool timed_out) {
     thread->state = Thread::State::ready;
-    thread->reason = {Wait::Kind::turn, nullptr, {}};
     thread->timed_out = timed_out;
     ++thread->wait_number;
     ready_.push_back(thread);
@@ -205,7 +204,8 @@ void VirtualClock::pass_turn() {
 VirtualClock::Thread* VirtualClock::choose_or_stuck() {
     Thread* next = next_to_run();
     if (next != nullptr) return next;
-    const std::string text = table();
+    const std::string text =
+        "No thread can go on at " + seconds_text(now_) + ". What each waits for:\n" + table();
     if (stuck_handler_) stuck_handler_(text);
     end_stuck_process(text);
 }
@@ -317,7 +317,7 @@ bool VirtualClock::is_held_by_current(const void* object) const {
 void VirtualClock::on_stuck(StuckHandler handler) { stuck_handler_ = std::move(handler); }
 
 std::string VirtualClock::table() const {
-    std::string text = "No thread can go on at " + seconds_text(now_) + ". What each waits for:\n";
+    std::string text;
     for (const std::unique_ptr<Thread>& thread : threads_) {
         if (thread->state != Thread::State::finished) text += table_line(*thread);
     }
@@ -325,21 +325,19 @@ std::string VirtualClock::table() const {
 }
 
 std::string VirtualClock::table_line(const Thread& thread) const {
-    char head[16];
-    std::snprintf(head, sizeof head, "%4d  ", thread.number);
-    std::string line = head + thread.title() + ": " + describe_wait(thread);
-    line += ", since " + seconds_text(thread.since);
-    line += thread.deadline == no_deadline ? ", no deadline" : ", until " + seconds_text(thread.deadline);
-    return line + "\n";
+    char number[16];
+    std::snprintf(number, sizeof number, "%4d  ", thread.number);
+    const std::string line = number + thread.title() + ": ";
+    if (thread.state == Thread::State::running) return line + "runs\n";
+    if (thread.state == Thread::State::ready) return line + "its turn\n";
+    const bool for_ever = thread.deadline == no_deadline;
+    return line + describe_wait(thread) + ", since " + seconds_text(thread.since) +
+           (for_ever ? ", no deadline" : ", until " + seconds_text(thread.deadline)) + "\n";
 }
 
 std::string VirtualClock::describe_wait(const Thread& thread) const {
     const std::string what = thread.reason.what.empty() ? "" : " " + thread.reason.what;
     switch (thread.reason.kind) {
-        case Wait::Kind::nothing:
-            return "runs";
-        case Wait::Kind::turn:
-            return "its turn";
         case Wait::Kind::sleep:
             return "sleep";
         case Wait::Kind::condition:

@@ -37,8 +37,8 @@ constexpr int stuck_exit_code = 120;
 
 /// Why a thread waits.
 struct Wait {
-    enum class Kind { nothing, turn, sleep, mutex, condition, join, device };
-    Kind kind = Kind::nothing;
+    enum class Kind { sleep, mutex, condition, join, device };
+    Kind kind = Kind::sleep;
     const void* object = nullptr;  // what wake_one and wake_all name; null: only the deadline ends the wait
     std::string what;              // for the table
 };
@@ -107,8 +107,8 @@ public:
     bool is_held_by_current(const void* object) const;
 
     // --- No thread can go on -------------------------------------------------------------------------
-    /// Called in place of the default, which prints the table on standard error and ends the process with
-    /// stuck_exit_code. It must not return.
+    /// Called, with a headline and the table, in place of the default, which prints them on standard error and
+    /// ends the process with stuck_exit_code. It must not return.
     void on_stuck(StuckHandler handler);
     /// One line for each thread that has not finished: number, name, what it waits for, since when, until when.
     std::string table() const;

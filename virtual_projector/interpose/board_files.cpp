@@ -69,7 +69,7 @@ std::optional<long> BoardFiles::open(const char* path, int flags) {
     record.call = "open";
     record.path = name;
     record.argument = flags;
-    record.result = result;
+    record.result = std::min(result, 0L);  // the number itself depends on what else the process has open
     recorder_.record(record);
     return result;
 }

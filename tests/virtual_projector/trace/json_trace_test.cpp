@@ -1,0 +1,122 @@
+#include "virtual_projector/trace/json_trace.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+using vp::CallRecord;
+using vp::JsonTrace;
+using vp::TraceDetail;
+
+CallRecord call(std::string_view name, std::string_view path, std::int64_t argument, long result,
+                std::string_view data = {}) {
+    CallRecord record;
+    record.t_us = 20;
+    record.thread = 2;
+    record.thread_name = "worker";
+    record.call = name;
+    record.path = path;
+    record.argument = argument;
+    record.result = result;
+    record.data = data;
+    return record;
+}
+
+TEST(JsonOfARecord, HasItsKeysInAFixedOrder) {
+    EXPECT_EQ(json_of(call("open", "/dev/dis", 2, 0)).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/dis","flags":2,"result":0})");
+    EXPECT_EQ(json_of(call("read", "/dev/dis", 20, 2, "1\n")).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","call":"read","path":"/dev/dis","count":20,"result":2,)"
+              R"("data":"1\n"})");
+    EXPECT_EQ(json_of(call("sleep", "", 1000, 0)).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","call":"sleep","us":1000,"result":0})");
+    EXPECT_EQ(json_of(call("call", "usb_eth_config", 0, 0)).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","call":"call","path":"usb_eth_config","result":0})");
+}
+
+TEST(JsonOfARecord, NamesTheErrorOfAFailure) {
+    EXPECT_EQ(json_of(call("ioctl", "/dev/nds01", 0x4004a203, -EIO)).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","call":"ioctl","path":"/dev/nds01",)"
+              R"("request":"0x4004a203","result":-5,"error":"EIO"})");
+}
+
+TEST(JsonOfARecord, LeavesOutAnUnknownThread) {
+    CallRecord record = call("close", "/dev/dis", 0, 0);
+    record.thread = 0;
+    record.thread_name = {};
+    EXPECT_EQ(json_of(record).dump(), R"({"t_us":20,"call":"close","path":"/dev/dis","result":0})");
+}
+
+TEST(JsonOfARecord, ShowsBytesThatAreNoTextAsHexadecimal) {
+    const nlohmann::ordered_json line =
+        json_of(call("write", "/dev/dis", 3, 3, std::string_view("a\0\xff", 3)));
+    EXPECT_EQ(line["hex"], "6100ff");
+    EXPECT_FALSE(line.contains("data"));
+}
+
+// A trace into memory.
+struct JsonTraceFile : ::testing::Test {
+    std::string written(TraceDetail detail) {
+        char* text = nullptr;
+        std::size_t size = 0;
+        {
+            JsonTrace trace(::open_memstream(&text, &size), detail);
+            trace.record(call("read", "/dev/dis", 1, 1, "x"));
+            trace.record(call("write", "/dev/dis", 1, 1, "y"));
+            trace.record(call("open", "/dev/fb0", 0, -ENOENT));
+            trace.record_event(30, "tilted \"up\"");
+            trace.record_truth(40, {{"sharpness", 0.5}});
+        }
+        const std::string all(text, size);
+        std::free(text);
+        return all;
+    }
+};
+
+constexpr const char* event_lines =
+    "{\"t_us\":30,\"event\":\"tilted \\\"up\\\"\"}\n{\"t_us\":40,\"truth\":{\"sharpness\":0.5}}\n";
+constexpr const char* write_line =
+    R"({"t_us":20,"thread":2,"name":"worker","call":"write","path":"/dev/dis","count":1,"result":1,"data":"y"})";
+constexpr const char* read_line =
+    R"({"t_us":20,"thread":2,"name":"worker","call":"read","path":"/dev/dis","count":1,"result":1,"data":"x"})";
+constexpr const char* failed_line =
+    R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/fb0","flags":0,"result":-2,"error":"ENOENT"})";
+
+TEST_F(JsonTraceFile, HoldsEveryCallOnALineOfItsOwn) {
+    EXPECT_EQ(written(TraceDetail::calls),
+              std::string(read_line) + "\n" + write_line + "\n" + failed_line + "\n" + event_lines);
+}
+
+TEST_F(JsonTraceFile, HoldsChangesAndFailuresOnly) {
+    EXPECT_EQ(written(TraceDetail::changes), std::string(write_line) + "\n" + failed_line + "\n" + event_lines);
+}
+
+TEST_F(JsonTraceFile, HoldsEventsOnly) { EXPECT_EQ(written(TraceDetail::events), event_lines); }
+
+TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
+    errno = 0;
+    EXPECT_EQ(JsonTrace::to_file("/nowhere/trace.jsonl", TraceDetail::calls), nullptr);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
+    const std::string path = ::testing::TempDir() + "json_trace_test.jsonl";
+    const auto trace = JsonTrace::to_file(path, TraceDetail::events);
+    ASSERT_NE(trace, nullptr);
+    trace->record_event(1, "x");
+    trace->flush();
+    std::FILE* file = std::fopen(path.c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    char line[64] = {};
+    EXPECT_NE(std::fgets(line, sizeof line, file), nullptr);
+    std::fclose(file);
+    std::remove(path.c_str());
+    EXPECT_STREQ(line, "{\"t_us\":1,\"event\":\"x\"}\n");
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include "virtual_projector/trace/json_trace.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+
+namespace vp {
+namespace {
+
+constexpr std::array<std::string_view, 4> changing_calls = {"write", "ioctl", "call", "pthread_create"};
+
+bool belongs_to_changes(const CallRecord& record) {
+    if (record.result < 0) return true;
+    for (const std::string_view call : changing_calls) {
+        if (record.call == call) return true;
+    }
+    return false;
+}
+
+std::string request_text(std::int64_t number) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(number));
+    return text;
+}
+
+bool is_plain_text(std::string_view bytes) {
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        const bool is_space = byte == '\n' || byte == '\t' || byte == '\r';
+        if ((value < 0x20 && !is_space) || value >= 0x7f) return false;
+    }
+    return true;
+}
+
+std::string hexadecimal(std::string_view bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += digits[value >> 4];
+        text += digits[value & 15];
+    }
+    return text;
+}
+
+void add_argument(nlohmann::ordered_json& line, const CallRecord& record) {
+    if (record.call == "open") line["flags"] = record.argument;
+    if (record.call == "read" || record.call == "write") line["count"] = record.argument;
+    if (record.call == "ioctl") line["request"] = request_text(record.argument);
+    if (record.call == "sleep") line["us"] = record.argument;
+}
+
+void add_error(nlohmann::ordered_json& line, long result) {
+    if (result >= 0) return;
+    const char* name = ::strerrorname_np(static_cast<int>(-result));
+    if (name != nullptr) line["error"] = name;
+}
+
+}  // namespace
+
+nlohmann::ordered_json json_of(const CallRecord& record) {
+    nlohmann::ordered_json line;
+    line["t_us"] = record.t_us;
+    if (record.thread != 0) line["thread"] = record.thread;
+    if (!record.thread_name.empty()) line["name"] = record.thread_name;
+    line["call"] = record.call;
+    if (!record.path.empty()) line["path"] = record.path;
+    add_argument(line, record);
+    line["result"] = record.result;
+    add_error(line, record.result);
+    if (record.data.empty()) return line;
+    if (is_plain_text(record.data)) {
+        line["data"] = record.data;
+    } else {
+        line["hex"] = hexadecimal(record.data);
+    }
+    return line;
+}
+
+std::unique_ptr<JsonTrace> JsonTrace::to_file(const std::string& path, TraceDetail detail) {
+    std::FILE* stream = std::fopen(path.c_str(), "we");
+    return stream == nullptr ? nullptr : std::make_unique<JsonTrace>(stream, detail);
+}
+
+JsonTrace::JsonTrace(std::FILE* stream, TraceDetail detail) : stream_(stream), detail_(detail) {}
+
+JsonTrace::~JsonTrace() { std::fclose(stream_); }
+
+void JsonTrace::record(const CallRecord& record) {
+    if (detail_ == TraceDetail::events) return;
+    if (detail_ == TraceDetail::changes && !belongs_to_changes(record)) return;
+    write_line(json_of(record));
+}
+
+void JsonTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
+    nlohmann::ordered_json line;
+    line["t_us"] = t_us;
+    line["truth"] = state;
+    write_line(line);
+}
+
+void JsonTrace::record_event(std::int64_t t_us, std::string_view what) {
+    nlohmann::ordered_json line;
+    line["t_us"] = t_us;
+    line["event"] = what;
+    write_line(line);
+}
+
+void JsonTrace::write_line(const nlohmann::ordered_json& line) {
+    constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
+    const std::string text = line.dump(-1, ' ', false, replace) + "\n";
+    std::fwrite(text.data(), 1, text.size(), stream_);
+}
+
+void JsonTrace::flush() { std::fflush(stream_); }
+
+}  // namespace vp

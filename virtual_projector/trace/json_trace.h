@@ -1,0 +1,63 @@
+// The trace as a file: one JSON object on each line, in the order of events.
+//
+//     {"t_us":20000,"thread":2,"name":"keystonefocus_thread","call":"open","path":"/sys/class/motor/stop",
+//      "flags":0,"result":0}
+//     {"t_us":20000,...,"call":"read","path":"/sys/class/motor/stop","count":20,"result":2,"data":"1\n"}
+//     {"t_us":20000,...,"call":"ioctl","path":"/dev/nds01","request":"0x4004a203","result":-5,"error":"EIO"}
+//     {"t_us":21000,...,"call":"sleep","us":1000,"result":0}
+//     {"t_us":22000,"event":"tilt to 12 degrees"}
+//     {"t_us":22000,"truth":{"sharpness":0.98}}
+//
+// (each on one line). Keys stand in this order always; those that say nothing are left out. Bytes that are no
+// text stand as "hex" in place of "data". Nothing in it depends on addresses, descriptors or the kernel's
+// numbers of threads, so the same run gives the same file, byte for byte.
+#ifndef VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
+#define VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "virtual_projector/trace/trace_sink.h"
+
+namespace vp {
+
+/// How much is written; each level holds the one before it.
+enum class TraceDetail {
+    events,   // events and the world's truth
+    changes,  // and calls that may change the board (write, ioctl, call, pthread_create), and all failures
+    calls,    // and every other call
+};
+
+class JsonTrace final : public TraceSink {
+public:
+    /// Null when the file cannot be made; errno tells why.
+    static std::unique_ptr<JsonTrace> to_file(const std::string& path, TraceDetail detail);
+
+    /// Takes the stream over and closes it. Lines are buffered; what the process leaves unwritten at a regular
+    /// exit is written then.
+    JsonTrace(std::FILE* stream, TraceDetail detail);
+    ~JsonTrace() override;
+    JsonTrace(const JsonTrace&) = delete;
+    JsonTrace& operator=(const JsonTrace&) = delete;
+
+    void record(const CallRecord& record) override;
+    void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
+    void record_event(std::int64_t t_us, std::string_view what) override;
+
+    void flush();
+
+private:
+    void write_line(const nlohmann::ordered_json& line);
+
+    std::FILE* stream_;
+    TraceDetail detail_;
+};
+
+/// The object that stands on a record's line.
+nlohmann::ordered_json json_of(const CallRecord& record);
+
+}  // namespace vp
+
+#endif

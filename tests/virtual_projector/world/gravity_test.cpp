@@ -1,0 +1,77 @@
+#include "virtual_projector/world/gravity.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "virtual_projector/world/parameters.h"
+
+namespace vp {
+namespace {
+
+struct Gravity : ::testing::Test {
+    GravitySettings gravity = standard_settings().gravity;
+
+    std::array<double, 3> clean(const Pose& pose, const Vec3& acceleration = {}) const {
+        GravitySettings perfect = gravity;
+        perfect.noise_sigma = perfect.offset_x = perfect.offset_y = perfect.offset_z = 0;
+        return gravity_sample(perfect, pose, acceleration, 1, 0);
+    }
+};
+
+void expect_axes(const std::array<double, 3>& actual, double x, double y, double z) {
+    EXPECT_NEAR(actual[0], x, 1e-6);
+    EXPECT_NEAR(actual[1], y, 1e-6);
+    EXPECT_NEAR(actual[2], z, 1e-6);
+}
+
+TEST_F(Gravity, ReadsOneGUpwardsOnATable) { expect_axes(clean({1500, 0, 0, 0, 0}), 0, 0, 1000); }
+
+TEST_F(Gravity, TellsTheMountings) {
+    expect_axes(clean({1500, 0, 0, 0, 1}), -1000, 0, 0);
+    expect_axes(clean({1500, 0, 0, 0, 2}), 0, 0, -1000);
+    expect_axes(clean({1500, 0, 0, 0, 3}), 1000, 0, 0);
+}
+
+TEST_F(Gravity, TheLensUpIsMinusYAndDownIsPlusY) {
+    expect_axes(clean({1500, 90, 0, 0, 0}), 0, -1000, 0);
+    expect_axes(clean({1500, -90, 0, 0, 0}), 0, 1000, 0);
+}
+
+// The tilt that the projector takes from it is minus the elevation of y on a table, plus from the ceiling.
+TEST_F(Gravity, SharesTheSignOfTheTiltWithTheToFSensor) {
+    const std::array<double, 3> table = clean({1500, 12, 0, 0, 0});
+    EXPECT_NEAR(degrees(std::asin(table[1] / 1000)), -12, 1e-6);
+    const std::array<double, 3> ceiling = clean({1500, 12, 0, 0, 2});
+    EXPECT_NEAR(degrees(std::asin(ceiling[1] / 1000)), -12, 1e-6);
+    EXPECT_LT(ceiling[2], 0);
+}
+
+TEST_F(Gravity, DoesNotFeelTheDirectionItFaces) { expect_axes(clean({1500, 0, 40, 0, 0}), 0, 0, 1000); }
+
+TEST_F(Gravity, FeelsTheHandThatLiftsIt) {
+    expect_axes(clean({1500, 0, 0, 0, 0}, {0, 0, 0.2}), 0, 0, 1200);
+    expect_axes(clean({1500, 0, 0, 0, 0}, {0, 0.1, 0}), 0, -100, 1000);
+}
+
+TEST_F(Gravity, AddsItsOwnOffsetsAndNoise) {
+    std::array<double, 3> sums{};
+    constexpr int samples = 2000;
+    for (int i = 0; i < samples; ++i) {
+        const std::array<double, 3> sample = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i);
+        for (std::size_t axis = 0; axis < 3; ++axis) sums[axis] += sample[axis] / samples;
+    }
+    EXPECT_NEAR(sums[0], 12, 0.2);
+    EXPECT_NEAR(sums[1], -7, 0.2);
+    EXPECT_NEAR(sums[2], 1030, 0.2);
+    EXPECT_NE(gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 0),
+              gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 1));
+}
+
+TEST_F(Gravity, SamplesAreNumberedByThePeriod) {
+    EXPECT_EQ(gravity_sample_index(gravity, 19999), 0);
+    EXPECT_EQ(gravity_sample_index(gravity, 20000), 1);
+}
+
+}  // namespace
+}  // namespace vp

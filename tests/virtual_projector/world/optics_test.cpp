@@ -1,0 +1,83 @@
+#include "virtual_projector/world/optics.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "virtual_projector/world/parameters.h"
+
+namespace vp {
+namespace {
+
+constexpr double warm_c = 45;
+constexpr double focus_distances_mm[] = {3000, 1500, 1000, 750, 600, 500, 430, 375, 333, 300, 275, 255, 240};
+
+struct Optics : ::testing::Test {
+    Settings s = standard_settings();
+
+    double best(double distance_mm, double led_c = warm_c) const {
+        return best_focus_steps(s.lens, s.tmr, distance_mm, led_c);
+    }
+};
+
+TEST_F(Optics, NearerWallsWantTheLensFurtherRight) {
+    for (std::size_t i = 1; i < std::size(focus_distances_mm); ++i) {
+        EXPECT_GT(best(focus_distances_mm[i]), best(focus_distances_mm[i - 1]));
+    }
+}
+
+TEST_F(Optics, NeighbouringFocusDistancesAreOneFullStepApart) {
+    for (std::size_t i = 1; i < std::size(focus_distances_mm); ++i) {
+        EXPECT_NEAR(best(focus_distances_mm[i]) - best(focus_distances_mm[i - 1]), 1, 0.25)
+            << focus_distances_mm[i];
+    }
+}
+
+TEST_F(Optics, AFullStepIsAboutEighteenUnitsOfTheSensor) {
+    EXPECT_NEAR(ideal_tmr(s.tmr, 19) - ideal_tmr(s.tmr, 18), 18, 1e-9);
+}
+
+TEST_F(Optics, InfinityIsWhereTheParameterSays) { EXPECT_NEAR(best(1e9), s.lens.infinity_steps, 1e-4); }
+
+TEST_F(Optics, IsSharpestInPlaceAndStillGoodHalfAStepBesides) {
+    EXPECT_EQ(sharpness(s.lens, 0), 1);
+    EXPECT_GE(sharpness(s.lens, 9), 0.98);
+    EXPECT_EQ(sharpness(s.lens, -9), sharpness(s.lens, 9));
+    EXPECT_LT(sharpness(s.lens, 18), 0.95);
+    EXPECT_NEAR(sharpness(s.lens, s.lens.sharpness_width_tmr), std::exp(-1), 1e-12);
+}
+
+TEST_F(Optics, DoesNotDriftAtWorkingTemperature) {
+    EXPECT_EQ(heat_drift_tmr(s.lens, 42), 0);
+    EXPECT_EQ(heat_drift_tmr(s.lens, 46), 0);
+}
+
+TEST_F(Optics, DriftsLeftWhenHotAndRightWhenCold) {
+    EXPECT_NEAR(heat_drift_tmr(s.lens, 52), -10, 1e-9);
+    EXPECT_NEAR(heat_drift_tmr(s.lens, 58), -20, 1e-9);
+    EXPECT_NEAR(heat_drift_tmr(s.lens, 90), -20, 1e-9);
+    EXPECT_NEAR(heat_drift_tmr(s.lens, 35), 4, 1e-9);
+    EXPECT_NEAR(heat_drift_tmr(s.lens, 20), 8, 1e-9);
+}
+
+// Steps of 10 at 51 C and 20 at 56 C follow the drift closely enough for a sharp picture.
+TEST_F(Optics, TwoStepsOfCorrectionKeepAHotLensSharp) {
+    for (double led_c = 40; led_c <= 70; led_c += 0.5) {
+        const double correction = led_c >= 56 ? 20 : led_c >= 51 ? 10 : 0;
+        EXPECT_GE(sharpness(s.lens, heat_drift_tmr(s.lens, led_c) + correction), 0.98) << led_c;
+    }
+}
+
+TEST_F(Optics, HeatMovesTheBestFocusByTheDrift) {
+    EXPECT_NEAR((best(1500, 58) - best(1500)) * s.tmr.slope_per_step, -20, 1e-9);
+}
+
+TEST_F(Optics, TheTablesScaleRisesToTheRightForEitherSense) {
+    s.tmr.sense = -1;
+    s.tmr.offset = 10;
+    EXPECT_NEAR(ideal_tmr(s.tmr, s.tmr.zero_steps), -10, 1e-9);
+    EXPECT_GT(ideal_tmr(s.tmr, 20), ideal_tmr(s.tmr, 19));
+}
+
+}  // namespace
+}  // namespace vp

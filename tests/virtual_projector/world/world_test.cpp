@@ -1,0 +1,207 @@
+#include "virtual_projector/world/world.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace vp {
+namespace {
+
+struct WorldTest : ::testing::Test {
+    World world{1};
+
+    void set(std::string_view name, double value) { ASSERT_EQ(world.set(name, value), ""); }
+};
+
+TEST_F(WorldTest, BeginsWithTheStandardUnitOutOfFocus) {
+    EXPECT_EQ(world.get("pose.distance_mm"), 1500);
+    EXPECT_LT(world.truth().sharpness, 0.5);
+    EXPECT_GT(world.truth().lens_error_tmr, 50);
+}
+
+TEST_F(WorldTest, NeverGoesBackInTime) {
+    world.advance_to(1000);
+    world.advance_to(500);
+    EXPECT_EQ(world.now(), 1000);
+}
+
+TEST_F(WorldTest, ActionsHappenAtTheirOwnTimeInTheirOrder) {
+    std::string order;
+    world.at(2000, "second", [&](World& w) { order += "b" + std::to_string(w.now()); });
+    world.at(1000, "first", [&](World& w) { order += "a" + std::to_string(w.now()); });
+    world.at(2000, "third", [&](World& w) { order += "c" + std::to_string(w.now()); });
+    EXPECT_EQ(world.next_action_time(), Microseconds{1000});
+    world.advance_to(999);
+    EXPECT_EQ(order, "");
+    world.advance_to(9000);
+    EXPECT_EQ(order, "a1000b2000c2000");
+    EXPECT_EQ(world.now(), 9000);
+    EXPECT_FALSE(world.next_action_time().has_value());
+}
+
+TEST_F(WorldTest, AnActionMayScheduleAnother) {
+    std::vector<Microseconds> times;
+    world.at(10, "one",
+             [&](World& w) { w.at(20, "two", [&](World& later) { times.push_back(later.now()); }); });
+    world.advance_to(30);
+    EXPECT_EQ(times, std::vector<Microseconds>{20});
+}
+
+TEST_F(WorldTest, TellsItsObserverWhatHappened) {
+    std::string told;
+    world.on_action(
+        [&](Microseconds time, const std::string& what) { told = std::to_string(time) + " " + what; });
+    world.at(70, "the lamp is moved", [](World&) {});
+    world.advance_to(100);
+    EXPECT_EQ(told, "70 the lamp is moved");
+}
+
+TEST_F(WorldTest, AnActionInTheMiddleOfAMoveFindsTheLensWhereItIsThen) {
+    double position = 0;
+    ASSERT_TRUE(world.move_lens({Side::right, 10, 1, false}));
+    world.at(20000, "a look", [&](World& w) { position = w.settings().lens.position_steps; });
+    world.advance_to(1000000);
+    EXPECT_EQ(position, 18 + 5);
+    EXPECT_EQ(world.settings().lens.position_steps, 28);
+}
+
+TEST_F(WorldTest, RefusesParametersLikeTheTable) {
+    EXPECT_NE(world.set("pose.pitch_deg", 200), "");
+    EXPECT_NE(world.set("pose.colour", 1), "");
+    EXPECT_EQ(world.get("pose.colour"), 0);
+}
+
+TEST_F(WorldTest, TheTmrReadingFollowsTheLensWithALittleNoise) {
+    int least = 100;
+    int most = -100;
+    for (int ms = 0; ms < 500; ++ms) {
+        world.advance_to(ms * 1000);
+        least = std::min(least, world.tmr_reading());
+        most = std::max(most, world.tmr_reading());
+    }
+    EXPECT_GE(least, 6 - 4);
+    EXPECT_LE(most, 6 + 4);
+    EXPECT_LT(least, most);
+    set("lens.position_steps", 20);
+    EXPECT_NEAR(world.tmr_reading(), 6 + 36, 4);
+}
+
+TEST_F(WorldTest, TheTmrReadingFollowsItsSense) {
+    set("tmr.noise_sigma", 0);
+    set("tmr.sense", -1);
+    set("lens.position_steps", 20);
+    EXPECT_EQ(world.tmr_reading(), 6 - 36);
+    set("tmr.sense", 0);
+    EXPECT_EQ(world.tmr_reading(), 6);
+}
+
+TEST_F(WorldTest, TheTmrReadingStaysWithinItsRangeUnlessItsBusIsBroken) {
+    set("tmr.slope_per_step", 1000);
+    set("lens.position_steps", 42);
+    EXPECT_EQ(world.tmr_reading(), 2000);
+    set("lens.position_steps", 0);
+    EXPECT_EQ(world.tmr_reading(), -2000);
+    set("tmr.bus_error", 1);
+    EXPECT_EQ(world.tmr_reading(), 32767);
+}
+
+TEST_F(WorldTest, TheTmrReadingIsTheSameForTheSameSeedAndTime) {
+    World twin(1);
+    World other(2);
+    int different = 0;
+    for (int ms = 0; ms < 100; ++ms) {
+        for (World* w : {&world, &twin, &other}) w->advance_to(ms * 1000);
+        EXPECT_EQ(world.tmr_reading(), twin.tmr_reading());
+        different += world.tmr_reading() != other.tmr_reading() ? 1 : 0;
+    }
+    EXPECT_GT(different, 10);
+}
+
+TEST_F(WorldTest, ReadingOneSensorDoesNotChangeAnother) {
+    World quiet(1);
+    for (int ms = 0; ms < 100; ms += 10) {
+        world.advance_to(ms * 1000);
+        world.gravity_now();
+        tof_zones(world.tof_scene(), 1, {}, ms);
+    }
+    world.advance_to(200000);
+    quiet.advance_to(200000);
+    EXPECT_EQ(world.tmr_reading(), quiet.tmr_reading());
+    EXPECT_EQ(world.gravity_now(), quiet.gravity_now());
+}
+
+TEST_F(WorldTest, ALedTemperatureThatIsSetStays) {
+    set("led.temperature_c", 56);
+    world.advance_to(microseconds(3600));
+    EXPECT_EQ(world.led_reading_c(), 56);
+}
+
+TEST_F(WorldTest, TheLedWarmsUpTowardsTheRoomAndItsRise) {
+    set("led.temperature_c", 25);
+    set("led.rise_c", 35);
+    set("led.time_constant_s", 100);
+    world.advance_to(microseconds(100));
+    EXPECT_NEAR(world.truth().led_c, 60 - 35 * std::exp(-1), 1e-6);
+    set("heat.ambient_c", 35);
+    EXPECT_NEAR(world.truth().led_c, 60 - 35 * std::exp(-1), 1e-6);
+    world.advance_to(microseconds(5000));
+    EXPECT_EQ(world.led_reading_c(), 70);
+}
+
+TEST_F(WorldTest, TheWarmingDoesNotDependOnHowOftenItIsLookedAt) {
+    World often(1);
+    for (World* w : {&world, &often}) {
+        w->set("led.temperature_c", 25);
+        w->set("led.rise_c", 35);
+    }
+    for (int s = 1; s <= 300; ++s) often.advance_to(microseconds(s));
+    world.advance_to(microseconds(300));
+    EXPECT_EQ(often.truth().led_c, world.truth().led_c);
+}
+
+TEST_F(WorldTest, AGestureTakesTheUnitToItsPlace) {
+    world.begin({GestureKind::tilt, microseconds(1), {1500, 12, 0, 0, 0}});
+    EXPECT_TRUE(world.hand_is_moving());
+    world.advance_to(microseconds(2));
+    EXPECT_FALSE(world.hand_is_moving());
+    EXPECT_EQ(world.get("pose.pitch_deg"), 12);
+    EXPECT_NEAR(world.truth().wall.tilt_deg, 12, 1e-9);
+}
+
+TEST_F(WorldTest, APoseThatIsSetIsTakenOutOfTheHand) {
+    world.begin({GestureKind::pick_up, microseconds(1), {}});
+    world.advance_to(microseconds(0.5));
+    set("pose.distance_mm", 900);
+    world.advance_to(microseconds(5));
+    EXPECT_EQ(world.get("pose.distance_mm"), 900);
+    set("gravity.noise_sigma", 0);
+    EXPECT_NEAR(world.gravity_now()[0], 12 + 1000 * 0, 60);
+    const auto still = world.gravity_now();
+    world.advance_to(microseconds(6));
+    EXPECT_EQ(world.gravity_now(), still);
+}
+
+TEST_F(WorldTest, KeysAreKeptWithTheirTime) {
+    world.advance_to(1234);
+    world.key(28, 1);
+    ASSERT_EQ(world.keys().size(), 1u);
+    EXPECT_EQ(world.keys()[0].time, 1234);
+    EXPECT_EQ(world.keys()[0].code, 28);
+    EXPECT_EQ(world.keys()[0].value, 1);
+}
+
+TEST_F(WorldTest, TheTruthKnowsFocusAndPicture) {
+    set("lens.position_steps", 14);
+    set("pose.pitch_deg", 12);
+    const Truth truth = world.truth();
+    EXPECT_NEAR(truth.lens_tmr, 18 * (14 - 18) + 6, 1e-9);
+    EXPECT_NEAR(truth.lens_error_tmr, truth.lens_tmr - truth.best_focus_tmr, 1e-12);
+    EXPECT_NEAR(truth.picture.worst_side_deg(), 5.448, 0.001);
+    EXPECT_GE(truth.sharpness, 0.98);
+    EXPECT_EQ(truth.hdmi_turn_deg, 0);
+}
+
+}  // namespace
+}  // namespace vp

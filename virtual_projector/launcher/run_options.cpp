@@ -11,6 +11,7 @@ std::string to_text(const RunOptions& options) {
     json["parameters"] = nlohmann::ordered_json::array();
     for (const auto& [name, value] : options.parameters) json["parameters"].push_back({name, value});
     json["trace"] = options.trace;
+    json["trace_detail"] = static_cast<int>(options.trace_detail);
     json["summary"] = options.summary;
     json["flash"] = options.flash;
     json["real_time"] = options.real_time;
@@ -26,6 +27,7 @@ RunOptions run_options_from(const std::string& text) {
     for (const auto& parameter : json.at("parameters"))
         options.parameters.emplace_back(parameter.at(0), parameter.at(1));
     options.trace = json.at("trace");
+    options.trace_detail = static_cast<TraceDetail>(json.at("trace_detail").get<int>());
     options.summary = json.at("summary");
     options.flash = json.at("flash");
     options.real_time = json.at("real_time");

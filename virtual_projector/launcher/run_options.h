@@ -7,6 +7,7 @@
 #include <string>
 
 #include "virtual_projector/launcher/scenario.h"
+#include "virtual_projector/trace/json_trace.h"
 
 namespace vp {
 
@@ -18,8 +19,9 @@ struct RunOptions {
     std::optional<std::uint64_t> seed;
     ParameterValues parameters;  // set behind the scenario's own
     std::string trace;           // file; empty: none
-    std::string summary;         // file for the run's figures; empty: none
-    std::string flash;           // file that keeps the permanent record from run to run; empty: memory
+    TraceDetail trace_detail = TraceDetail::calls;
+    std::string summary;  // file for the run's figures; empty: none
+    std::string flash;    // file that keeps the permanent record from run to run; empty: memory
     bool real_time = false;
     double preempt = 0;  // probability that a thread loses its turn at a call
 };

@@ -1,0 +1,167 @@
+#include "virtual_projector/launcher/session.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+
+#include "virtual_projector/boardlibs/boardlibs.h"
+#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/real_clock.h"
+#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/devices/board.h"
+#include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/launcher/scenario_events.h"
+#include "virtual_projector/launcher/truth_trace.h"
+#include "virtual_projector/trace/json_trace.h"
+
+namespace vp {
+namespace {
+
+std::unique_ptr<Clock> make_clock(const RunOptions& options, std::uint64_t seed) {
+    if (options.real_time) return std::make_unique<RealClock>();
+    VirtualClock::Options scheduling;
+    scheduling.seed = seed;
+    scheduling.preempt = options.preempt;
+    return std::make_unique<VirtualClock>(scheduling);
+}
+
+std::unique_ptr<JsonTrace> make_trace(const RunOptions& options) {
+    if (options.trace.empty()) return nullptr;
+    std::unique_ptr<JsonTrace> trace = JsonTrace::to_file(options.trace, options.trace_detail);
+    if (trace == nullptr) throw std::runtime_error(options.trace + ": " + std::strerror(errno));
+    return trace;
+}
+
+World make_world(const RunOptions& options, const Scenario& scenario) {
+    World world(seed_of(options, scenario));
+    if (scenario.unit_seed) world.draw_unit(*scenario.unit_seed);
+    for (const auto& [name, value] : scenario.parameters) world.set(name, value);
+    for (const auto& [name, value] : options.parameters) world.set(name, value);
+    return world;
+}
+
+nlohmann::ordered_json json_of(const std::vector<StackUse>& stacks) {
+    nlohmann::ordered_json json = nlohmann::ordered_json::array();
+    for (const StackUse& stack : stacks) {
+        json.push_back({{"thread", stack.thread},
+                        {"name", stack.name},
+                        {"size", stack.size},
+                        {"deepest_use", stack.deepest_use}});
+    }
+    return json;
+}
+
+}  // namespace
+
+struct Session::Parts {
+    explicit Parts(const RunOptions& given)
+        : options(given),
+          scenario(given.scenario.empty() ? Scenario{} : read_scenario(given.scenario)),
+          world(make_world(given, scenario)),
+          clock(make_clock(given, world.seed())),
+          board(world, [this] { return clock->now(); }, {given.flash, ""}),
+          faults(world.seed()),
+          file_trace(make_trace(given)) {
+        if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
+        machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
+    }
+
+    Truth truth() {
+        return board.with_world([](World& now) { return now.truth(); });
+    }
+
+    void connect_board() {
+        build_board(board, nodes);
+        boardlibs::Installation installation;
+        installation.board = &board;
+        installation.fault = [this](std::string_view function) { return begin_library_call(function); };
+        installation.called = [this](std::string_view function, long result) {
+            const WorldLock lock(*clock);
+            CallRecord record;
+            record.call = "call";
+            record.path = function;
+            record.result = result;
+            machine->recorder().record(record);
+        };
+        boardlibs::install(std::move(installation));
+    }
+
+    FaultEffect begin_library_call(std::string_view function) {
+        FaultEffect effect;
+        {
+            const WorldLock lock(*clock);
+            effect = faults.effect_on("call", function);
+        }
+        if (effect.delay_us > 0) clock->sleep_until(clock->now() + effect.delay_us);
+        return effect;
+    }
+
+    void tell(Microseconds at, const std::string& what) {
+        if (trace) trace->record_event(at, what);
+    }
+
+    void connect_time() {
+        clock->on_advance([this](Microseconds now) {
+            board.with_world([](World&) {});
+            if (trace) trace->time_is(now);
+        });
+        board.on_action([this](Microseconds at, const std::string& what) { tell(at, what); });
+        schedule(scenario,
+                 {world, faults,
+                  [this](Microseconds at, std::function<void()> action) { clock->at(at, std::move(action)); },
+                  [this](Microseconds at, const std::string& what) { tell(at, what); }});
+    }
+
+    std::int64_t real_microseconds() const {
+        const auto passed = std::chrono::steady_clock::now() - started;
+        return std::chrono::duration_cast<std::chrono::microseconds>(passed).count();
+    }
+
+    void write_summary() {
+        if (options.summary.empty()) return;
+        nlohmann::ordered_json summary;
+        summary["simulated_us"] = clock->now();
+        summary["real_us"] = real_microseconds();
+        if (const VirtualClock* scheduler = clock->scheduler()) summary["switches"] = scheduler->switches();
+        summary["stacks"] = json_of(machine->threads().stack_uses());
+        summary["open_nodes"] = machine->files().open_paths();
+        std::ofstream(options.summary) << summary.dump() << "\n";
+    }
+
+    const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
+    RunOptions options;
+    Scenario scenario;
+    World world;
+    std::unique_ptr<Clock> clock;
+    Board board;
+    DeviceTable nodes;
+    FaultPlan faults;
+    std::unique_ptr<JsonTrace> file_trace;
+    std::unique_ptr<TruthTrace> trace;
+    std::unique_ptr<Machine> machine;
+};
+
+Session::Session(const RunOptions& options) {
+    const OwnWork own;
+    parts_ = std::make_unique<Parts>(options);
+    parts_->connect_board();
+    parts_->connect_time();
+    if (parts_->trace) parts_->trace->record_now(0);
+    parts_->machine->install();
+}
+
+Session::~Session() {
+    const OwnWork own;
+    parts_->machine->uninstall();
+    if (parts_->trace) parts_->trace->record_now(parts_->clock->now());
+    if (parts_->file_trace) parts_->file_trace->flush();
+    parts_->write_summary();
+    // The program's other threads are still there, standing at their waits: what they stand on stays.
+    static const Parts* ended_run = nullptr;
+    ended_run = parts_.release();
+    static_cast<void>(ended_run);
+}
+
+}  // namespace vp

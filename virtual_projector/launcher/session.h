@@ -1,0 +1,30 @@
+// One run of a program against the virtual projector, inside the program's own process.
+#ifndef VIRTUAL_PROJECTOR_LAUNCHER_SESSION_H
+#define VIRTUAL_PROJECTOR_LAUNCHER_SESSION_H
+
+#include <memory>
+
+#include "virtual_projector/launcher/run_options.h"
+
+namespace vp {
+
+class Session {
+public:
+    /// Builds the world, the board and the machine, and installs them: from here on the process's calls
+    /// reach the virtual projector. Throws LocatedError when the scenario cannot be read, std::runtime_error
+    /// when a file cannot be written.
+    explicit Session(const RunOptions& options);
+
+    /// Closes the trace and writes the summary.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace vp
+
+#endif

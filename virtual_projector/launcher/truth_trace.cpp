@@ -1,0 +1,66 @@
+#include "virtual_projector/launcher/truth_trace.h"
+
+#include <cmath>
+
+namespace vp {
+namespace {
+
+constexpr std::int64_t interval_us = 100000;
+
+double rounded(double value) {
+    constexpr double scale = 1000;
+    return std::round(value * scale) / scale + 0.0;  // + 0.0: no negative zero
+}
+
+bool changes_lens_or_picture(const CallRecord& record) {
+    if (record.call == "write") return record.path.substr(0, 17) == "/sys/class/motor/";
+    return record.call == "ioctl" && record.path == "/dev/dis";
+}
+
+}  // namespace
+
+nlohmann::ordered_json json_of(const Truth& truth) {
+    nlohmann::ordered_json json;
+    json["distance_mm"] = rounded(truth.pose.distance_mm);
+    json["pitch_deg"] = rounded(truth.pose.pitch_deg);
+    json["yaw_deg"] = rounded(truth.pose.yaw_deg);
+    json["roll_deg"] = rounded(truth.pose.roll_deg);
+    json["mounting"] = rounded(truth.pose.mounting);
+    json["led_c"] = rounded(truth.led_c);
+    json["lens_tmr"] = rounded(truth.lens_tmr);
+    json["lens_error_tmr"] = rounded(truth.lens_error_tmr);
+    json["sharpness"] = rounded(truth.sharpness);
+    json["top_width"] = truth.display.top_width;
+    json["bottom_width"] = truth.display.bottom_width;
+    json["left_side_deg"] = rounded(truth.picture.left_side_deg);
+    json["right_side_deg"] = rounded(truth.picture.right_side_deg);
+    json["edge_difference"] = rounded(truth.picture.edge_difference);
+    json["on_wall"] = truth.picture.is_on_wall;
+    json["hdmi_turn_deg"] = truth.hdmi_turn_deg;
+    json["menu_turn_deg"] = truth.menu_turn_deg;
+    return json;
+}
+
+TruthTrace::TruthTrace(TraceSink& sink, std::function<Truth()> truth) : sink_(sink), truth_(std::move(truth)) {}
+
+void TruthTrace::record(const CallRecord& record) {
+    sink_.record(record);
+    if (record.result >= 0 && changes_lens_or_picture(record)) record_now(record.t_us);
+}
+
+void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
+    sink_.record_truth(t_us, state);
+}
+
+void TruthTrace::record_event(std::int64_t t_us, std::string_view what) { sink_.record_event(t_us, what); }
+
+void TruthTrace::time_is(std::int64_t t_us) {
+    if (last_us_ < 0 || t_us - last_us_ >= interval_us) record_now(t_us);
+}
+
+void TruthTrace::record_now(std::int64_t t_us) {
+    last_us_ = t_us;
+    sink_.record_truth(t_us, json_of(truth_()));
+}
+
+}  // namespace vp

@@ -1,0 +1,39 @@
+// The world's truth in the trace: at intervals, and behind each call that changed the lens or the picture.
+#ifndef VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
+#define VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
+
+#include <functional>
+#include <nlohmann/json.hpp>
+
+#include "virtual_projector/trace/trace_sink.h"
+#include "virtual_projector/world/world.h"
+
+namespace vp {
+
+/// The truth as it stands in a trace, rounded so that the last bits of a float make no difference.
+nlohmann::ordered_json json_of(const Truth& truth);
+
+class TruthTrace final : public TraceSink {
+public:
+    /// `truth` tells the truth now. `sink` gets everything and must outlive this.
+    TruthTrace(TraceSink& sink, std::function<Truth()> truth);
+
+    void record(const CallRecord& record) override;
+    void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
+    void record_event(std::int64_t t_us, std::string_view what) override;
+
+    /// To be called as time goes by; records the truth when the last one is old enough.
+    void time_is(std::int64_t t_us);
+
+    /// Records the truth now.
+    void record_now(std::int64_t t_us);
+
+private:
+    TraceSink& sink_;
+    std::function<Truth()> truth_;
+    std::int64_t last_us_ = -1;
+};
+
+}  // namespace vp
+
+#endif

@@ -699,6 +699,17 @@ TEST_F(TofAverage, EndsAtAFrameThatCannotBeRead) {
     EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 70000", "sleep 70000"}));
 }
 
+TEST_F(TofAverage, FailsForAnUnreadableFrameHoweverStableTheZonesWere) {
+    distances({middle_row(1, 2, 3), "short"});
+    int32_t left = -7;
+    int32_t centre = -7;
+    int32_t right = -7;
+    EXPECT_EQ(keystone_get_tof_avg(&left, &centre, &right, 3), -1);
+    EXPECT_EQ(left, -7);
+    EXPECT_EQ(centre, -7);
+    EXPECT_EQ(right, -7);
+}
+
 TEST_F(TofAverage, AlsoTellsTheZonesThatWereUnstableUntilThen) {
     distances({middle_row(0, 2, 3), "short"});
     int32_t left = -7;

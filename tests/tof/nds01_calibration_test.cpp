@@ -221,6 +221,14 @@ TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeSaved) {
     EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 0", "write running_state 1"}));
 }
 
+TEST_F(OffsetCalibration, FailsWhenTheRunningStateCannotBeSaved) {
+    board.text(nds01_attribute("running_state"), "yes\n");
+    EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
+    EXPECT_EQ(board.log(), step("step_2: set_fps or set_running_state fail!") + step_4);
+    const Lines events = story();
+    EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 15", "write running_state 0"}));
+}
+
 TEST_F(OffsetCalibration, FailsWhenTheVendorRefusesToBegin) {
     for (const int answer : {-1, 1}) {
         vendor().user_calibration_init = [answer](void*, void*, void*, int, int) { return answer; };

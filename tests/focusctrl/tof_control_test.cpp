@@ -640,6 +640,13 @@ TEST_F(TofAverage, RefusesACentreThatComesAndGoes) {
                                unstable(590, "dc", "(4,2)") + average_failed);
 }
 
+TEST_F(TofAverage, ChecksTheCentreFromTwoFramesOn) {
+    distances({middle_row(1, 0, 1), middle_row(1, 400, 1)});
+    int32_t centre = -7;
+    EXPECT_EQ(keystone_get_tof_avg(nullptr, &centre, nullptr, 2), -1);
+    EXPECT_EQ(centre, -7);
+}
+
 TEST_F(TofAverage, AcceptsACentreThatIsNeverSeen) {
     distances({middle_row(1, 0, 1)});
     int32_t centre = -7;

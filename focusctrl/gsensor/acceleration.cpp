@@ -59,7 +59,7 @@ constexpr std::int64_t ms_per_second = 1000;
 constexpr std::int64_t us_per_ms = 1000;
 
 // The argument of both requests.
-struct __attribute__((packed)) DriverAxes {
+struct __attribute__((packed, aligned(4))) DriverAxes {
     std::int32_t x;
     std::int32_t y;
     std::int32_t z;

@@ -28,6 +28,9 @@ OVRA_BEGIN_DECLS
  * Turns display output and HDMI input to the rotation of a direction and tells the host through slot 7 of
  * its table, as rotation 0, 1, 2, 3 counts 0, 3, 2, 1 there. Nothing is done when the picture has that
  * rotation already. A failing HDMI input is reported and does not stop the rest.
+ *
+ * For one thread at a time. The gravity threads call it when the projector was turned, so a host calls it
+ * before they run.
  * @param index 0 to 5, see the table above.
  * @return 0, or -1 when there is no such index, negative ones included; nothing changes then.
  */

@@ -34,8 +34,8 @@ TEST(TiltFromGravity, IsCountedFromTheVerticalFrom50Degrees) {
     EXPECT_EQ(ovra::tilt_from_gravity(-80, 10), -10);
 }
 
-TEST(TiltFromGravity, IsAQuarterTurnFurtherWhenTheAngleIsBelowOne) {
-    // No unit gives elevations like these; the bound between the two ways is at 1 all the same.
+TEST(TiltFromGravity, BearsElevationsBeyondTheVertical) {
+    // No unit measures elevations like these, but a host can write them.
     EXPECT_EQ(ovra::tilt_from_gravity(181, -10), 91);
     EXPECT_EQ(ovra::tilt_from_gravity(-181, -10), -91);
     EXPECT_EQ(ovra::tilt_from_gravity(-180, -10), -90);

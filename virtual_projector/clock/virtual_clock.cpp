@@ -340,6 +340,10 @@ std::string VirtualClock::describe_wait(const Thread& thread) const {
     switch (thread.reason.kind) {
         case Wait::Kind::sleep:
             return "sleep";
+        case Wait::Kind::read_write_lock:
+            return "read-write lock" + what;
+        case Wait::Kind::semaphore:
+            return "semaphore" + what;
         case Wait::Kind::condition:
             return "condition" + what;
         case Wait::Kind::join:

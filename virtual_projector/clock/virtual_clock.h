@@ -37,7 +37,7 @@ constexpr int stuck_exit_code = 120;
 
 /// Why a thread waits.
 struct Wait {
-    enum class Kind { sleep, mutex, condition, join, device };
+    enum class Kind { sleep, mutex, read_write_lock, semaphore, condition, join, device };
     Kind kind = Kind::sleep;
     const void* object = nullptr;  // what wake_one and wake_all name; null: only the deadline ends the wait
     std::string what;              // for the table

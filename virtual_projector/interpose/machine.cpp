@@ -16,6 +16,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       recorder_(clock, sink),
       files_(clock, devices, faults, recorder_),
       time_(clock, recorder_),
+      polls_(clock, time_),
       threads_(clock, faults, recorder_) {
     if (VirtualClock* scheduler = clock.scheduler()) locks_ = std::make_unique<ThreadLocks>(*scheduler, time_);
 }

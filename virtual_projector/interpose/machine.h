@@ -8,6 +8,7 @@
 #include "virtual_projector/devices/device.h"
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/interpose/board_files.h"
+#include "virtual_projector/interpose/program_polls.h"
 #include "virtual_projector/interpose/program_threads.h"
 #include "virtual_projector/interpose/program_time.h"
 #include "virtual_projector/interpose/recorder.h"
@@ -36,6 +37,7 @@ public:
 
     BoardFiles& files() { return files_; }
     ProgramTime& time() { return time_; }
+    ProgramPolls& polls() { return polls_; }
     ProgramThreads& threads() { return threads_; }
     ThreadLocks* locks() { return locks_.get(); }  // null on the PC's own time
     Recorder& recorder() { return recorder_; }
@@ -47,6 +49,7 @@ private:
     Recorder recorder_;
     BoardFiles files_;
     ProgramTime time_;
+    ProgramPolls polls_;
     ProgramThreads threads_;
     std::unique_ptr<ThreadLocks> locks_;
 };

@@ -159,6 +159,7 @@ void ProgramThreads::begin(ProgramThread& thread) {
 // With the turn gone nothing may be touched any more.
 void ProgramThreads::end(ProgramThread& thread) {
     const OwnWork own;
+    call_begins();
     {
         const WorldLock lock(clock_);
         if (thread.stack) {
@@ -226,6 +227,16 @@ void ProgramThreads::sweep() {
         return thread->entry != nullptr && thread->detached && thread->finished && is_gone(thread->kernel_id);
     };
     threads_.erase(std::remove_if(threads_.begin(), threads_.end(), done), threads_.end());
+}
+
+void ProgramThreads::call_begins() {
+    if (exact_stacks_ && current_thread != nullptr && current_thread->stack) current_thread->stack->note_use();
+}
+
+void ProgramThreads::call_ends() {
+    if (exact_stacks_ && current_thread != nullptr && current_thread->stack) {
+        current_thread->stack->paint_unused();
+    }
 }
 
 std::vector<StackUse> ProgramThreads::stack_uses() const {

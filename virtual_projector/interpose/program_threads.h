@@ -64,6 +64,11 @@ public:
     /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
     void exit_current();
 
+    /// Tells the program's use of its stacks from the virtual projector's own, from now on; slow.
+    void measure_stacks_exactly() { exact_stacks_ = true; }
+    void call_begins();  // on the thread that makes it
+    void call_ends();
+
     /// Every thread that was started, in the order of creation.
     std::vector<StackUse> stack_uses() const;
 
@@ -83,6 +88,7 @@ private:
     Clock& clock_;
     FaultPlan& faults_;
     Recorder& recorder_;
+    bool exact_stacks_ = false;
     int last_number_ = 0;
     std::vector<std::unique_ptr<ProgramThread>> threads_;  // those whose stack may still be in use
     std::vector<StackUse> ended_;

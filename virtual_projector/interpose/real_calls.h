@@ -5,7 +5,10 @@
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_REAL_CALLS_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_REAL_CALLS_H
 
+#include <poll.h>
 #include <pthread.h>
+#include <semaphore.h>
+#include <sys/select.h>
 #include <sys/time.h>
 #include <sys/types.h>
 #include <time.h>
@@ -80,6 +83,20 @@ inline Call<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const timespec*)> 
     "pthread_cond_clockwait"};
 inline Call<int(pthread_cond_t*)> pthread_cond_signal{"pthread_cond_signal"};
 inline Call<int(pthread_cond_t*)> pthread_cond_broadcast{"pthread_cond_broadcast"};
+
+inline Call<int(pthread_rwlock_t*)> pthread_rwlock_rdlock{"pthread_rwlock_rdlock"};
+inline Call<int(pthread_rwlock_t*)> pthread_rwlock_tryrdlock{"pthread_rwlock_tryrdlock"};
+inline Call<int(pthread_rwlock_t*)> pthread_rwlock_wrlock{"pthread_rwlock_wrlock"};
+inline Call<int(pthread_rwlock_t*)> pthread_rwlock_trywrlock{"pthread_rwlock_trywrlock"};
+inline Call<int(pthread_rwlock_t*)> pthread_rwlock_unlock{"pthread_rwlock_unlock"};
+
+inline Call<int(sem_t*)> sem_wait{"sem_wait"};
+inline Call<int(sem_t*)> sem_trywait{"sem_trywait"};
+inline Call<int(sem_t*, const timespec*)> sem_timedwait{"sem_timedwait"};
+inline Call<int(sem_t*)> sem_post{"sem_post"};
+
+inline Call<int(pollfd*, nfds_t, int)> poll{"poll"};
+inline Call<int(int, fd_set*, fd_set*, fd_set*, timeval*)> select{"select"};
 
 }  // namespace vp::real
 

@@ -2,10 +2,13 @@
 // the call is not for it, the C library.
 #undef _FORTIFY_SOURCE
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
+#include <sys/select.h>
 #include <sys/time.h>
 #include <time.h>
 #include <unistd.h>
@@ -24,12 +27,25 @@ using vp::Machine;
 
 namespace {
 
+// Around each call that the machine answers.
+class Answering {
+public:
+    explicit Answering(Machine& machine) : threads_(machine.threads()) { threads_.call_begins(); }
+    ~Answering() { threads_.call_ends(); }
+    Answering(const Answering&) = delete;
+    Answering& operator=(const Answering&) = delete;
+
+private:
+    const vp::OwnWork own_;
+    vp::ProgramThreads& threads_;
+};
+
 // What the machine has to say; nothing when the call is not for it.
 template <typename Question>
 std::optional<long> ask_machine(Question question) {
     Machine* machine = Machine::active();
     if (machine == nullptr) return std::nullopt;
-    const vp::OwnWork own;
+    const Answering answering(*machine);
     return question(*machine);
 }
 
@@ -177,6 +193,19 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* 
     return result ? static_cast<int>(-*result) : real::clock_nanosleep(clock, flags, time, remaining);
 }
 
+int poll(pollfd* descriptors, nfds_t count, int milliseconds) {
+    const auto result =
+        ask_machine([&](Machine& m) { return m.polls().poll(descriptors, count, milliseconds); });
+    return result ? static_cast<int>(with_errno(*result)) : real::poll(descriptors, count, milliseconds);
+}
+
+int select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional, timeval* length) {
+    const auto result = ask_machine(
+        [&](Machine& m) { return m.polls().select(count, readable, writable, exceptional, length); });
+    return result ? static_cast<int>(with_errno(*result))
+                  : real::select(count, readable, writable, exceptional, length);
+}
+
 int gettimeofday(timeval* time, void* zone) noexcept {
     const auto result = ask_machine([&](Machine& m) { return m.time().get_time_of_day(time); });
     return result ? static_cast<int>(*result) : real::gettimeofday(time, zone);
@@ -232,7 +261,7 @@ template <typename Question>
 std::optional<int> ask_locks(Question question) {
     Machine* machine = Machine::active();
     if (machine == nullptr || machine->locks() == nullptr) return std::nullopt;
-    const vp::OwnWork own;
+    const Answering answering(*machine);
     return question(*machine->locks());
 }
 
@@ -297,6 +326,36 @@ int pthread_cond_signal(pthread_cond_t* condition) noexcept {
 int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
     const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.broadcast(condition); });
     return result ? *result : real::pthread_cond_broadcast(condition);
+}
+
+int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.lock_to_read(lock); });
+    return result ? *result : real::pthread_rwlock_rdlock(lock);
+}
+
+int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.lock_to_write(lock); });
+    return result ? *result : real::pthread_rwlock_wrlock(lock);
+}
+
+int pthread_rwlock_unlock(pthread_rwlock_t* lock) noexcept {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.unlock(lock); });
+    return result ? *result : real::pthread_rwlock_unlock(lock);
+}
+
+int sem_wait(sem_t* semaphore) {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.wait(semaphore); });
+    return result ? static_cast<int>(with_errno(*result)) : real::sem_wait(semaphore);
+}
+
+int sem_timedwait(sem_t* semaphore, const timespec* until) {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.timed_wait(semaphore, until); });
+    return result ? static_cast<int>(with_errno(*result)) : real::sem_timedwait(semaphore, until);
+}
+
+int sem_post(sem_t* semaphore) noexcept {
+    const auto result = ask_locks([&](vp::ThreadLocks& locks) { return locks.post(semaphore); });
+    return result ? static_cast<int>(with_errno(*result)) : real::sem_post(semaphore);
 }
 
 }  // extern "C"

@@ -128,4 +128,65 @@ int ThreadLocks::broadcast(pthread_cond_t* condition) {
     return 0;
 }
 
+// --- Read-write locks --------------------------------------------------------------------------------------
+
+namespace {
+
+template <typename Try>
+int lock_by_trying(VirtualClock& scheduler, pthread_rwlock_t* lock, Try try_lock) {
+    scheduler.touch();
+    for (;;) {
+        const int result = try_lock(lock);
+        if (result != EBUSY) return result;
+        (void)scheduler.wait({Wait::Kind::read_write_lock, lock, name_of_object(lock)}, no_deadline);
+    }
+}
+
+}  // namespace
+
+int ThreadLocks::lock_to_read(pthread_rwlock_t* lock) {
+    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_tryrdlock(tried); });
+}
+
+int ThreadLocks::lock_to_write(pthread_rwlock_t* lock) {
+    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_trywrlock(tried); });
+}
+
+int ThreadLocks::unlock(pthread_rwlock_t* lock) {
+    scheduler_.touch();
+    const int result = real::pthread_rwlock_unlock(lock);
+    if (result == 0) scheduler_.wake_all(lock);
+    return result;
+}
+
+// --- Semaphores --------------------------------------------------------------------------------------------
+
+int ThreadLocks::wait(sem_t* semaphore) {
+    scheduler_.touch();
+    return wait_until(semaphore, no_deadline);
+}
+
+int ThreadLocks::timed_wait(sem_t* semaphore, const timespec* until) {
+    scheduler_.touch();
+    if (!is_valid(until)) return -EINVAL;
+    return wait_until(semaphore, time_.to_virtual(CLOCK_REALTIME, *until));
+}
+
+int ThreadLocks::wait_until(sem_t* semaphore, Microseconds deadline) {
+    bool in_time = true;
+    for (;;) {
+        if (real::sem_trywait(semaphore) == 0) return 0;
+        if (errno != EAGAIN) return -errno;
+        if (!in_time) return -ETIMEDOUT;
+        in_time = scheduler_.wait({Wait::Kind::semaphore, semaphore, name_of_object(semaphore)}, deadline);
+    }
+}
+
+int ThreadLocks::post(sem_t* semaphore) {
+    scheduler_.touch();
+    if (real::sem_post(semaphore) != 0) return -errno;
+    scheduler_.wake_all(semaphore);
+    return 0;
+}
+
 }  // namespace vp

@@ -1,12 +1,13 @@
-// Mutexes and condition variables in virtual time.
+// Mutexes, read-write locks, semaphores and condition variables in virtual time.
 //
-// A mutex is the real one, tried and never waited for: on contention the thread waits in the scheduler until
-// the holder unlocks. A condition variable is the scheduler's alone. Results as those of the pthread
-// functions of the same names.
+// A lock or semaphore is the real one, tried and never waited for: on contention the thread waits in the
+// scheduler until another unlocks or posts. A condition variable is the scheduler's alone. Results as those of
+// the pthread functions of the same names.
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_THREAD_LOCKS_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_THREAD_LOCKS_H
 
 #include <pthread.h>
+#include <semaphore.h>
 #include <time.h>
 
 #include <unordered_map>
@@ -33,7 +34,17 @@ public:
     int signal(pthread_cond_t* condition);
     int broadcast(pthread_cond_t* condition);
 
+    int lock_to_read(pthread_rwlock_t* lock);
+    int lock_to_write(pthread_rwlock_t* lock);
+    int unlock(pthread_rwlock_t* lock);
+
+    // A failure of these is an errno, with the result -1; told here as a negated errno.
+    int wait(sem_t* semaphore);
+    int timed_wait(sem_t* semaphore, const timespec* until);
+    int post(sem_t* semaphore);
+
 private:
+    int wait_until(sem_t* semaphore, Microseconds deadline);
     int lock_until(pthread_mutex_t* mutex, Microseconds deadline);
     int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
 

@@ -27,9 +27,12 @@ constexpr double jolt_harmonic = 3;
 
 constexpr double tremor_g = 0.015;
 constexpr Microseconds tremor_period_us = 10000;
-constexpr double sway_deg = 2.5;
+constexpr double sway_deg = 4;  // of somebody who walks about
 constexpr double sway_pitch_hz = 0.7;
+constexpr double sway_roll_hz = 0.55;
 constexpr double sway_yaw_hz = 0.45;
+constexpr double grip_pitch_deg = 22;  // how people hold it: front up, one side a little lower
+constexpr double grip_roll_deg = 6;
 
 constexpr double bump_g = 0.25;
 constexpr Microseconds bump_us = 60000;
@@ -75,17 +78,18 @@ Pose blend(const Pose& from, const Pose& to, double part) {
     return pose;
 }
 
-bool stays_in_hand(GestureKind kind, bool held_before) {
+// 1 when the unit stays in the hand, 0 when it is let go.
+double grip_after(GestureKind kind, double grip_before) {
     switch (kind) {
         case GestureKind::pick_up:
         case GestureKind::carry:
-            return true;
+            return 1;
         case GestureKind::set_down:
         case GestureKind::tilt:
         case GestureKind::hang:
-            return false;
+            return 0;
         default:
-            return held_before;
+            return grip_before;
     }
 }
 
@@ -149,7 +153,8 @@ const std::vector<std::string_view>& gesture_names() {
 Microseconds usual_duration(GestureKind kind) { return microseconds(entry(kind).usual_s); }
 
 void Hand::begin(Microseconds now, const Pose& from, const Gesture& gesture) {
-    held_ = stays_in_hand(gesture.kind, has_gesture_ && held_);
+    grip_before_ = has_gesture_ ? grip_at(now) : 0;
+    grip_after_ = grip_after(gesture.kind, grip_before_);
     has_gesture_ = true;
     start_ = now;
     from_ = from;
@@ -158,31 +163,38 @@ void Hand::begin(Microseconds now, const Pose& from, const Gesture& gesture) {
     if (stays_in_place(gesture.kind)) gesture_.to = from;
 }
 
-void Hand::let_go() {
-    has_gesture_ = false;
-    held_ = false;
-}
+void Hand::let_go() { has_gesture_ = false; }
 
 bool Hand::is_moving(Microseconds now) const { return has_gesture_ && now < end_time(); }
 
 HandState Hand::state_at(Microseconds now, const Pose& resting) const {
-    if (!has_gesture_) return {resting, {}};
-    return {pose_at(now), acceleration_at(now) + tremor_at(now)};
+    if (!has_gesture_) return {resting, resting, {}};
+    return {meant_at(now), really_at(now), acceleration_at(now) + tremor_at(now)};
 }
 
-Pose Hand::pose_at(Microseconds now) const {
-    Pose pose = gesture_.to;
+double Hand::part_at(Microseconds now) const {
+    return static_cast<double>(now - start_) / static_cast<double>(gesture_.duration);
+}
+
+double Hand::grip_at(Microseconds now) const {
+    return is_moving(now) ? mix(grip_before_, grip_after_, smooth(part_at(now))) : grip_after_;
+}
+
+Pose Hand::meant_at(Microseconds now) const {
+    return is_moving(now) ? blend(from_, gesture_.to, smooth(part_at(now))) : gesture_.to;
+}
+
+Pose Hand::really_at(Microseconds now) const {
+    Pose pose = meant_at(now);
+    const double grip = grip_at(now);
+    pose.pitch_deg += grip * (grip_pitch_deg + sway_deg * wave(sway_pitch_hz, now));
+    pose.roll_deg += grip * (grip_roll_deg + sway_deg * wave(sway_roll_hz, now));
+    pose.yaw_deg += grip * sway_deg * wave(sway_yaw_hz, now);
     if (is_moving(now)) {
-        const double part = static_cast<double>(now - start_) / static_cast<double>(gesture_.duration);
         const Shaking shaking = shaking_of(gesture_.kind);
-        const double turn = shaking.turn_deg * envelope(part) * wave(shaking.hz, now - start_);
-        pose = blend(from_, gesture_.to, smooth(part));
+        const double turn = shaking.turn_deg * envelope(part_at(now)) * wave(shaking.hz, now - start_);
         pose.pitch_deg += turn;
         pose.roll_deg += roll_part * turn;
-    }
-    if (held_) {
-        pose.pitch_deg += sway_deg * wave(sway_pitch_hz, now - start_);
-        pose.yaw_deg += sway_deg * wave(sway_yaw_hz, now - start_);
     }
     return pose;
 }
@@ -191,7 +203,7 @@ Pose Hand::pose_at(Microseconds now) const {
 // unit sideways, and setting down ends with a bump.
 Vec3 Hand::acceleration_at(Microseconds now) const {
     if (!is_moving(now)) return {};
-    const double part = static_cast<double>(now - start_) / static_cast<double>(gesture_.duration);
+    const double part = part_at(now);
     const double duration_s = seconds(gesture_.duration);
     const double per_mm = smooth_acceleration(part) / (duration_s * duration_s * gravity_mm_per_s2);
     const Shaking shaking = shaking_of(gesture_.kind);
@@ -202,7 +214,7 @@ Vec3 Hand::acceleration_at(Microseconds now) const {
 }
 
 Vec3 Hand::tremor_at(Microseconds now) const {
-    const bool is_touched = held_ || (is_moving(now) && gesture_.kind != GestureKind::tilt);
+    const bool is_touched = grip_at(now) > 0 || (is_moving(now) && gesture_.kind != GestureKind::tilt);
     if (!is_touched) return {};
     const Noise noise(seed_, Stream::hand);
     const std::int64_t index = now / tremor_period_us;

@@ -40,17 +40,19 @@ const std::vector<std::string_view>& gesture_names();
 /// How long people take for it.
 Microseconds usual_duration(GestureKind kind);
 
-/// The pose and the hand's acceleration at one time.
+/// Where the unit is at one time, and what moves it.
 struct HandState {
-    Pose pose;
-    Vec3 acceleration_g;  // in the room, in units of the gravity of the earth
+    Pose meant;           // on its way from one pose to the other, as gestures say it
+    Pose pose;            // as it really is: shaken, tipped by the grip, swaying in the hand
+    Vec3 acceleration_g;  // the hand's, in the room, in units of the gravity of the earth
 };
 
 class Hand {
 public:
     explicit Hand(std::uint64_t seed) : seed_(seed) {}
 
-    /// Begins a gesture at `now` from `from`; one that is still under way ends here.
+    /// Begins a gesture at `now` from the pose `from` (meant, without what a hand adds); one that is still
+    /// under way ends here.
     void begin(Microseconds now, const Pose& from, const Gesture& gesture);
 
     /// Lets go at once: the pose is somebody else's to say.
@@ -65,13 +67,17 @@ public:
     HandState state_at(Microseconds now, const Pose& resting) const;
 
 private:
-    Pose pose_at(Microseconds now) const;
+    Pose meant_at(Microseconds now) const;
+    Pose really_at(Microseconds now) const;
+    double grip_at(Microseconds now) const;
+    double part_at(Microseconds now) const;
     Vec3 acceleration_at(Microseconds now) const;
     Vec3 tremor_at(Microseconds now) const;
 
     std::uint64_t seed_;
     bool has_gesture_ = false;
-    bool held_ = false;
+    double grip_before_ = 0;  // 0: out of the hand; 1: held
+    double grip_after_ = 0;
     Microseconds start_ = 0;
     Pose from_;
     Gesture gesture_;

@@ -57,7 +57,7 @@ const std::vector<Parameter> table = {
      VP_FIELD(lens.right_idle_steps)},
     {"lens.speed_steps_per_s", "steps/s", 250, 1, 100000, fraction, "steps per second, full or half",
      VP_FIELD(lens.speed_steps_per_s)},
-    {"lens.sharpness_width_tmr", "TMR", 64, 1, 10000, fraction, "lens error at which sharpness is 0.37",
+    {"lens.sharpness_width_tmr", "TMR", 85, 1, 10000, fraction, "lens error at which sharpness is 0.37",
      VP_FIELD(lens.sharpness_width_tmr)},
     {"lens.hot_drift_tmr", "TMR", -20, -500, 500, fraction, "best focus moves so far from 46 to 58 C",
      VP_FIELD(lens.hot_drift_tmr)},

@@ -21,7 +21,10 @@ bool begins_with(std::string_view text, std::string_view start) {
 
 }  // namespace
 
-World::World(std::uint64_t seed) : seed_(seed), settings_(standard_settings()), hand_(seed) { restart_heat(); }
+World::World(std::uint64_t seed)
+    : seed_(seed), settings_(standard_settings()), hand_(seed), pose_(settings_.pose) {
+    restart_heat();
+}
 
 void World::advance_to(Microseconds now) {
     take_due_actions(now);
@@ -44,7 +47,8 @@ void World::advance_physics(Microseconds now) {
     motor_.advance_to(now, settings_.lens);
     settings_.heat.led_c = led_at(now);
     const HandState hand = hand_.state_at(now, settings_.pose);
-    settings_.pose = hand.pose;
+    settings_.pose = hand.meant;
+    pose_ = hand.pose;
     hand_acceleration_g_ = hand.acceleration_g;
 }
 
@@ -69,6 +73,7 @@ std::string World::set(std::string_view name, double value) {
     if (!error.empty()) return error;
     if (begins_with(name, "pose.")) {
         hand_.let_go();
+        pose_ = settings_.pose;
         hand_acceleration_g_ = {};
     }
     if (name == "led.temperature_c") settings_.heat.led_rise_c = value - settings_.heat.ambient_c;
@@ -117,10 +122,10 @@ int World::tmr_reading() const {
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }
 
-TofScene World::tof_scene() const { return {settings_.pose, settings_.wall, settings_.tof, seed_}; }
+TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_}; }
 
 std::array<double, 3> World::gravity_now() const {
-    return gravity_sample(settings_.gravity, settings_.pose, hand_acceleration_g_, seed_,
+    return gravity_sample(settings_.gravity, pose_, hand_acceleration_g_, seed_,
                           gravity_sample_index(settings_.gravity, now_));
 }
 
@@ -129,19 +134,19 @@ int World::led_reading_c() const { return static_cast<int>(std::lround(settings_
 Truth World::truth() const {
     Truth truth;
     const Settings& s = settings_;
-    truth.pose = s.pose;
-    truth.wall = wall_angles(wall_direction(s.pose, s.wall));
+    truth.pose = pose_;
+    truth.wall = wall_angles(wall_direction(pose_, s.wall));
     truth.led_c = s.heat.led_c;
     truth.lens_steps = s.lens.position_steps;
     truth.lens_tmr = ideal_tmr(s.tmr, s.lens.position_steps);
-    truth.best_focus_tmr = ideal_tmr(s.tmr, best_focus_steps(s.lens, s.tmr, s.pose.distance_mm, s.heat.led_c));
+    truth.best_focus_tmr = ideal_tmr(s.tmr, best_focus_steps(s.lens, s.tmr, pose_.distance_mm, s.heat.led_c));
     truth.lens_error_tmr = truth.lens_tmr - truth.best_focus_tmr;
     truth.sharpness = sharpness(s.lens, truth.lens_error_tmr);
     truth.lens_is_moving = motor_.is_running();
     truth.display = display_;
-    truth.picture = picture_shape(s.pose, s.wall, display_);
-    truth.hdmi_turn_deg = hdmi_picture_turn_deg(s.pose, display_);
-    truth.menu_turn_deg = menu_turn_deg(s.pose, display_);
+    truth.picture = picture_shape(pose_, s.wall, display_);
+    truth.hdmi_turn_deg = hdmi_picture_turn_deg(pose_, display_);
+    truth.menu_turn_deg = menu_turn_deg(pose_, display_);
     return truth;
 }
 

@@ -146,6 +146,7 @@ private:
     HeatCourse heat_;
     LensMotor motor_;
     Hand hand_;
+    Pose pose_;  // as it really is; the settings hold the pose that is meant
     Vec3 hand_acceleration_g_;
     Display display_;
     std::vector<KeyEvent> keys_;

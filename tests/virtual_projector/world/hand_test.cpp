@@ -65,6 +65,32 @@ TEST_F(HandTest, HoldsAUnitLessStillThanATable) {
     EXPECT_GT(most - least, 0.2);
 }
 
+TEST_F(HandTest, AHeldUnitIsTippedAndStraightAgainWhenItIsSetDown) {
+    begin(GestureKind::pick_up, 0.8);
+    const HandState held = hand.state_at(microseconds(1), on_table);
+    EXPECT_EQ(held.meant.pitch_deg, 0);
+    EXPECT_NEAR(held.pose.pitch_deg, 22, 4);
+    EXPECT_NEAR(held.pose.roll_deg, 6, 4);
+    hand.begin(microseconds(1), held.meant, {GestureKind::set_down, microseconds(1), elsewhere});
+    EXPECT_NEAR(pose_at(1.0001).pitch_deg, held.pose.pitch_deg, 0.1);
+    EXPECT_EQ(pose_at(2).pitch_deg, 8);
+    EXPECT_EQ(pose_at(2).roll_deg, 0);
+}
+
+TEST_F(HandTest, OneGestureGoesOnWhereTheOtherWas) {
+    begin(GestureKind::pick_up, 0.8);
+    for (const GestureKind kind :
+         {GestureKind::carry, GestureKind::shake, GestureKind::turn_over, GestureKind::hang}) {
+        const Microseconds at = microseconds(0.4) + hand.end_time();
+        const HandState before = hand.state_at(at, on_table);
+        hand.begin(at, before.meant, {kind, microseconds(1), elsewhere});
+        const HandState after = hand.state_at(at + 100, on_table);
+        EXPECT_NEAR(after.pose.pitch_deg, before.pose.pitch_deg, 0.1) << gesture_name(kind);
+        EXPECT_NEAR(after.pose.roll_deg, before.pose.roll_deg, 0.1) << gesture_name(kind);
+        EXPECT_NEAR(after.pose.distance_mm, before.pose.distance_mm, 0.1) << gesture_name(kind);
+    }
+}
+
 TEST_F(HandTest, LiftingIsFeltUpwardsFirstThenDownwards) {
     begin(GestureKind::pick_up, 0.8);
     EXPECT_GT(felt_at(0.2).z, 0.1);

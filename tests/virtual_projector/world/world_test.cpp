@@ -170,6 +170,15 @@ TEST_F(WorldTest, AGestureTakesTheUnitToItsPlace) {
     EXPECT_NEAR(world.truth().wall.tilt_deg, 12, 1e-9);
 }
 
+TEST_F(WorldTest, TheHandTipsTheUnitButNotThePoseThatIsMeant) {
+    world.begin({GestureKind::pick_up, microseconds(1), {}});
+    world.advance_to(microseconds(2));
+    EXPECT_EQ(world.get("pose.pitch_deg"), 0);
+    EXPECT_GT(world.truth().pose.pitch_deg, 15);
+    EXPECT_GT(world.truth().wall.tilt_deg, 15);
+    EXPECT_LT(world.gravity_now()[1], -200);
+}
+
 TEST_F(WorldTest, APoseThatIsSetIsTakenOutOfTheHand) {
     world.begin({GestureKind::pick_up, microseconds(1), {}});
     world.advance_to(microseconds(0.5));

@@ -16,8 +16,9 @@
 namespace vp {
 namespace {
 
-// What the calls of the virtual projector itself need below the program's own depth.
-constexpr std::size_t headroom_bytes = std::size_t{256} * 1024;
+// What the calls of the virtual projector itself, and a sanitizer where there is one, need beside the
+// program's own. Memory that is never touched costs nothing.
+constexpr std::size_t headroom_bytes = std::size_t{1024} * 1024;
 
 thread_local ProgramThread* current_thread = nullptr;
 

@@ -89,6 +89,10 @@ bool needs_permissions(int flags) { return (flags & O_CREAT) != 0 || (flags & O_
 
 extern "C" {
 
+// Asked for by name when a program is linked: the other names may be found elsewhere first.
+extern const char vp_interposed_calls[];
+const char vp_interposed_calls[] = "interposed calls of the virtual projector";
+
 // --- Files -----------------------------------------------------------------------------------------------
 
 int open(const char* path, int flags, ...) {

@@ -94,10 +94,11 @@ TEST_F(ThreadStacks, HaveTheSizeAskedForAndMore) {
 }
 
 TEST_F(ThreadStacks, OfTheProgramsOwnMakingAreLeftToIt) {
-    std::vector<std::uint64_t> memory(256 * kib / 8);
+    constexpr std::size_t size = 4096 * kib;
+    std::vector<std::uint64_t> memory(size / 8);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstack(&attributes, memory.data(), 256 * kib), 0);
+    ASSERT_EQ(pthread_attr_setstack(&attributes, memory.data(), size), 0);
     const vp::StackUse use = use_of_thread_using(1 * kib, &attributes);
     EXPECT_EQ(use.thread, 0);  // none was measured
     pthread_attr_destroy(&attributes);

@@ -8,15 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "host/commands.h"
 #include "host/console.h"
 #include "host/host_session.h"
+#include "host/script.h"
 
 namespace {
-
-constexpr int exit_success = 0;
-constexpr int exit_request_failed = 1;
-constexpr int exit_usage = 2;
 
 struct Options {
     std::vector<std::string> commands;
@@ -24,67 +20,26 @@ struct Options {
     std::string library_log;
 };
 
-int outcome_exit_code(host::Outcome outcome) {
-    if (outcome == host::Outcome::misused) return exit_usage;
-    if (outcome == host::Outcome::failed) return exit_request_failed;
-    return host::last_request_succeeded() ? exit_success : exit_request_failed;
+int complain(const std::string& what) {
+    std::cerr << "ovrafocus-host: " << what << ": " << std::strerror(errno) << "\n";
+    return host::exit_usage;
 }
 
-int run_arguments(const std::vector<std::string>& lines) {
-    host::Outcome outcome = host::Outcome::done;
-    for (const std::string& line : lines) {
-        outcome = host::run_line(line);
-        if (outcome != host::Outcome::done) break;
-    }
-    return outcome_exit_code(outcome);
-}
-
-// A script stops at the first failing step and says which.
-int run_stream(std::istream& stream, const std::string& name) {
-    std::string line;
-    for (int number = 1; std::getline(stream, line); ++number) {
-        const host::Outcome outcome = host::run_line(line);
-        if (outcome == host::Outcome::quit) break;
-        if (outcome != host::Outcome::done) {
-            host::say("%s:%d: stopped at '%s'", name.c_str(), number, line.c_str());
-            return outcome_exit_code(outcome);
-        }
-    }
-    return outcome_exit_code(host::Outcome::done);
-}
-
-int run_script(const std::string& path) {
+int run_script_file(const std::string& path) {
     std::ifstream script(path);
-    if (!script) {
-        std::cerr << "ovrafocus-host: cannot read " << path << ": " << std::strerror(errno) << "\n";
-        return exit_usage;
-    }
-    return run_stream(script, path);
+    return script ? host::run_script(script, path) : complain("cannot read " + path);
 }
 
-// At a prompt a mistake is only told: the person tries again.
-int run_standard_input() {
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        if (host::run_line(line) == host::Outcome::quit) break;
-    }
-    return outcome_exit_code(host::Outcome::done);
+int run_all(const Options& options) {
+    if (!options.script.empty()) return run_script_file(options.script);
+    return options.commands.empty() ? host::run_dialogue(std::cin) : host::run_commands(options.commands);
 }
 
 int run(const Options& options) {
     if (!options.library_log.empty() && !host::send_library_log_to(options.library_log)) {
-        std::cerr << "ovrafocus-host: cannot write " << options.library_log << ": " << std::strerror(errno)
-                  << "\n";
-        return exit_usage;
+        return complain("cannot write " + options.library_log);
     }
-    int code = exit_success;
-    if (!options.script.empty()) {
-        code = run_script(options.script);
-    } else if (!options.commands.empty()) {
-        code = run_arguments(options.commands);
-    } else {
-        code = run_standard_input();
-    }
+    const int code = run_all(options);
     host::stop_library();
     return code;
 }
@@ -105,7 +60,7 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exit_success : exit_usage;
+        return app.exit(error) == 0 ? host::exit_success : host::exit_usage;
     }
     return run(options);
 }

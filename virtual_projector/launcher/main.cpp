@@ -3,10 +3,16 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
@@ -14,6 +20,8 @@
 #include "virtual_projector/launcher/run_options.h"
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
+#include "virtual_projector/world/tof_calibration.h"
+#include "virtual_projector/world/unit_record.h"
 
 namespace {
 
@@ -26,8 +34,33 @@ struct CommandLine {
     bool story = false;
     std::string title;  // the scenario's
     std::string library_log;
-    std::vector<std::string> program;
+    std::string emulator;
+    vp::Program program;
 };
+
+class Help : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string) const override {
+        return "\nUsage: virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]\n";
+    }
+};
+
+std::string is_seed(const std::string& text) {
+    const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    return digits && text.size() <= 19 ? "" : "expected a whole number of at least 0, found '" + text + "'";
+}
+
+std::string is_probability(const std::string& text) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    const bool good = end != text.c_str() && *end == '\0' && value >= 0 && value <= 1;
+    return good ? "" : "expected a number from 0 to 1, found '" + text + "'";
+}
+
+std::string is_detail(const std::string& text) {
+    const bool good = text == "events" || text == "changes" || text == "calls";
+    return good ? "" : "expected events, changes or calls, found '" + text + "'";
+}
 
 int complain(const std::string& what) {
     std::fprintf(stderr, "virtual-projector: %s\n", what.c_str());
@@ -35,15 +68,18 @@ int complain(const std::string& what) {
 }
 
 void describe(CLI::App& app, CommandLine& line) {
+    app.formatter(std::make_shared<Help>());
     app.description(
         "Runs PROGRAM, any dynamically linked host program with libovrafocus.so, on a simulated board, lens, "
         "room\n"
-        "and wall, in virtual time, and returns PROGRAM's exit code (128 and the signal when one ended it).\n\n"
-        "  virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]");
+        "and wall, in virtual time, and returns PROGRAM's exit code (128 and the signal when one ended it, 2 "
+        "when\n"
+        "the command line or the scenario is wrong, 120 when no thread can go on, 127 when it cannot run).\n");
     app.add_option("--scenario", line.run.scenario, "what the unit and the room are like, and what happens")
         ->type_name("FILE");
     app.add_option("--seed", line.run.seed,
                    "seed of noise and of ties between threads (scenario's own, else 1)")
+        ->check(is_seed)
         ->type_name("N");
     app.add_option("--set", line.settings, "set a parameter behind the scenario's; may be repeated")
         ->type_name("NAME=VALUE")
@@ -51,37 +87,88 @@ void describe(CLI::App& app, CommandLine& line) {
         ->take_all();
     app.add_option("--trace", line.run.trace, "write what happened, one JSON record a line")->type_name("FILE");
     app.add_option("--trace-detail", line.detail, "events; changes: and what changes the board; calls: all")
-        ->check(CLI::IsMember({"events", "changes", "calls"}))
+        ->check(is_detail)
         ->type_name("LEVEL")
         ->capture_default_str();
-    app.add_option("--flash", line.run.flash, "keep the permanent record in this file from run to run")
+    app.add_option("--flash", line.run.flash,
+                   "keep the permanent record in this file from run to run, the ToF sensor's own calibration "
+                   "in FILE.tof")
         ->type_name("FILE");
     app.add_option("--summary", line.run.summary, "write the run's figures (times, stacks) as JSON")
         ->type_name("FILE");
     app.add_flag("--real-time", line.run.real_time, "run on the wall clock, without the scheduler");
     app.add_option("--preempt", line.run.preempt, "probability that a thread loses its turn at a call")
-        ->check(CLI::Range(0.0, 1.0))
+        ->check(is_probability)
         ->type_name("P");
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
     app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
         ->type_name("FILE");
-    app.add_option("PROGRAM", line.program, "the program and its arguments");
+    app.add_option(
+           "--emulator", line.emulator,
+           "run PROGRAM, and the virtual projector in it, by this user-mode emulator of another processor: "
+           "its command in one argument, such as 'qemu-mipsel -L /usr/mipsel-linux-gnu'")
+        ->type_name("COMMAND");
     app.footer("Parameters (name, default and unit, range, meaning):\n" + vp::describe_parameters());
+}
+
+std::string take_setting(const std::string& setting, vp::ParameterValues& parameters) {
+    const std::size_t equals = setting.find('=');
+    if (equals == std::string::npos) return "expected NAME=VALUE";
+    const std::string name = setting.substr(0, equals);
+    double value = 0;
+    const std::string mistake = vp::parse_parameter_value(name, setting.substr(equals + 1), value);
+    if (!mistake.empty()) return mistake;
+    parameters.emplace_back(name, value);
+    vp::Settings trial = vp::standard_settings();
+    return vp::set_parameter(trial, name, value);
+}
+
+// A file that is to be written can be: it is there afterwards, empty when it is new.
+std::string check_writable(const char* option, const std::string& path) {
+    if (path.empty()) return "";
+    if (std::FILE* const file = std::fopen(path.c_str(), "ae")) {
+        std::fclose(file);
+        return "";
+    }
+    return std::string(option) + " " + path + ": cannot write it: " + std::strerror(errno);
+}
+
+// A memory's file comes into being with the first write; one that is there must have the memory's size.
+std::string check_memory(const std::string& path, std::uintmax_t size) {
+    const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
+    const bool there = access(path.c_str(), F_OK) == 0;
+    if (access(there ? path.c_str() : folder.c_str(), W_OK) != 0)
+        return "--flash " + path + ": cannot write it: " + std::strerror(errno);
+    if (there && std::filesystem::file_size(path) != size)
+        return "--flash " + path + ": expected a file of " + std::to_string(size) + " bytes, found " +
+               std::to_string(std::filesystem::file_size(path));
+    return "";
+}
+
+std::string check_flash(const std::string& path) {
+    if (path.empty()) return "";
+    const std::string mistake = check_memory(path, vp::record_size);
+    return mistake.empty() ? check_memory(vp::tof_memory_file(path), vp::calibration_size) : mistake;
+}
+
+std::vector<std::string> words_of(const std::string& command) {
+    std::istringstream words(command);
+    return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
 // Everything that can be wrong is found before the program starts.
 std::string check(CommandLine& line) {
     for (const std::string& setting : line.settings) {
-        const std::size_t equals = setting.find('=');
-        if (equals == std::string::npos) return "--set " + setting + ": expected NAME=VALUE";
-        const std::string name = setting.substr(0, equals);
-        double value = 0;
-        const std::string mistake = vp::parse_parameter_value(name, setting.substr(equals + 1), value);
+        const std::string mistake = take_setting(setting, line.run.parameters);
         if (!mistake.empty()) return "--set " + setting + ": " + mistake;
-        line.run.parameters.emplace_back(name, value);
     }
-    if (line.program.empty())
+    if (line.program.command.empty())
         return "expected a program to run: virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]";
+    for (const std::string& mistake :
+         {check_writable("--trace", line.run.trace), check_writable("--summary", line.run.summary),
+          check_flash(line.run.flash)}) {
+        if (!mistake.empty()) return mistake;
+    }
     if (!line.run.scenario.empty()) line.title = vp::read_scenario(line.run.scenario).story;
     return "";
 }
@@ -114,6 +201,7 @@ int run(CommandLine& line) {
     const std::string preload = vp::find_preload_library();
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
     line.run.trace_detail = detail_named(line.detail);
+    line.program.emulator = words_of(line.emulator);
     if (!line.story) return vp::run_program(line.program, line.run, preload);
 
     const ScratchFolder scratch;
@@ -137,7 +225,10 @@ int main(int argc, char** argv) {
     CLI::App app;
     describe(app, line);
     try {
-        app.parse(argc, argv);
+        // Behind "--" everything is the program's, whatever it looks like.
+        const auto own_end = std::find(argv + 1, argv + argc, std::string_view("--"));
+        line.program.command.assign(own_end == argv + argc ? own_end : own_end + 1, argv + argc);
+        app.parse(static_cast<int>(own_end - argv), argv);
         const std::string mistake = check(line);
         if (!mistake.empty()) return complain(mistake);
         return run(line);

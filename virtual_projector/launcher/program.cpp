@@ -28,10 +28,9 @@ std::string own_directory() {
     return own.substr(0, own.rfind('/'));
 }
 
-void prepend_to_preload(const std::string& library) {
+std::string with_others_to_preload(const std::string& library) {
     const char* const others = std::getenv("LD_PRELOAD");
-    const std::string all = others == nullptr || *others == '\0' ? library : library + ":" + others;
-    setenv("LD_PRELOAD", all.c_str(), 1);
+    return others == nullptr || *others == '\0' ? library : library + ":" + others;
 }
 
 // A sanitized build brings its runtime along behind the preloaded library, which the runtime would refuse.
@@ -43,13 +42,25 @@ void accept_sanitizer_behind_preload() {
 #endif
 }
 
-[[noreturn]] void become(const std::vector<std::string>& command, const RunOptions& options,
-                         const std::string& preload) {
-    prepend_to_preload(preload);
+// An emulator is itself a program of this computer, which cannot load what is meant for the other processor:
+// it is told what the program's environment is to have.
+std::vector<std::string> words_to_run(const Program& program, const std::string& preload) {
+    if (program.emulator.empty()) {
+        setenv("LD_PRELOAD", with_others_to_preload(preload).c_str(), 1);
+        return program.command;
+    }
+    std::vector<std::string> words = program.emulator;
+    words.insert(words.end(), {"-E", "LD_PRELOAD=" + preload});
+    words.insert(words.end(), program.command.begin(), program.command.end());
+    return words;
+}
+
+[[noreturn]] void become(const Program& program, const RunOptions& options, const std::string& preload) {
     accept_sanitizer_behind_preload();
     setenv(run_options_variable, to_text(options).c_str(), 1);
+    const std::vector<std::string> words = words_to_run(program, preload);
     std::vector<char*> arguments;
-    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
+    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
     std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", arguments[0], std::strerror(errno));
@@ -74,11 +85,10 @@ std::string find_preload_library() {
     return "";
 }
 
-int run_program(const std::vector<std::string>& command, const RunOptions& options,
-                const std::string& preload) {
+int run_program(const Program& program, const RunOptions& options, const std::string& preload) {
     std::fflush(nullptr);
     const pid_t child = fork();
-    if (child == 0) become(command, options, preload);
+    if (child == 0) become(program, options, preload);
     if (child < 0) {
         std::fprintf(stderr, "virtual-projector: cannot start a process: %s\n", std::strerror(errno));
         return cannot_start;

@@ -12,9 +12,16 @@ namespace vp {
 /// Where the library that is preloaded lies: beside the launcher, or where it was installed. Empty: nowhere.
 std::string find_preload_library();
 
+struct Program {
+    std::vector<std::string> command;
+    /// Words of the command of a user-mode emulator that is to run the program; empty: the processor runs it.
+    /// The emulator takes "-E NAME=VALUE" for the program's environment and then the program, as QEMU's do.
+    std::vector<std::string> emulator;
+};
+
 /// Runs the program to its end. Returns its exit code; 128 and the signal's number when a signal ended it;
 /// 127 when it could not be started, which is said on standard error.
-int run_program(const std::vector<std::string>& command, const RunOptions& options, const std::string& preload);
+int run_program(const Program& program, const RunOptions& options, const std::string& preload);
 
 }  // namespace vp
 

@@ -35,6 +35,8 @@ RunOptions run_options_from(const std::string& text) {
     return options;
 }
 
+std::string tof_memory_file(const std::string& flash) { return flash.empty() ? "" : flash + ".tof"; }
+
 std::uint64_t seed_of(const RunOptions& options, const Scenario& scenario) {
     constexpr std::uint64_t standard_seed = 1;
     return options.seed.value_or(scenario.seed.value_or(standard_seed));

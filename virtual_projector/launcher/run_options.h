@@ -29,6 +29,9 @@ struct RunOptions {
 std::string to_text(const RunOptions& options);
 RunOptions run_options_from(const std::string& text);
 
+/// Where the ToF sensor's own calibration stands beside a permanent record; none: none.
+std::string tof_memory_file(const std::string& flash);
+
 /// The seed that counts: the command line's, else the scenario's, else 1.
 std::uint64_t seed_of(const RunOptions& options, const Scenario& scenario);
 

@@ -73,11 +73,19 @@ FaultEffect read_effect(const LocatedJson& json) {
     return effect;
 }
 
+std::string read_operation(const LocatedJson& json) {
+    const std::string name = json.text();
+    for (const char* const operation : {"open", "read", "write", "ioctl", "close", "call", "pthread_create"}) {
+        if (name == operation) return name;
+    }
+    json.fail("one of open, read, write, ioctl, close, call, pthread_create");
+}
+
 FaultRule read_fault(const LocatedJson& json) {
     json.allow_members(
         {"operation", "path", "nth", "probability", "error", "short_count", "garbage", "stale", "delay_ms"});
     FaultRule rule;
-    if (json.has("operation")) rule.operation = json.member("operation").text();
+    if (json.has("operation")) rule.operation = read_operation(json.member("operation"));
     if (json.has("path")) rule.path = json.member("path").text();
     if (json.has("nth")) rule.nth = static_cast<int>(json.member("nth").whole_number(0, 1000000));
     if (json.has("probability")) rule.probability = json.member("probability").number(0, 1);
@@ -120,27 +128,42 @@ KeyPress read_key(const LocatedJson& json) {
     return key;
 }
 
+using Action = decltype(ScenarioEvent::action);
+
+// What kind an event is, is said by one member; the others that may stand beside it belong to that kind.
+Action read_action(const LocatedJson& json) {
+    if (json.has("set")) {
+        json.allow_members({"at_s", "what", "set"});
+        return SetEvent{read_parameters(json.member("set"))};
+    }
+    if (json.has("gesture")) {
+        json.allow_members({"at_s", "what", "gesture", "to", "for_s"});
+        return read_gesture(json);
+    }
+    if (json.has("block")) {
+        json.allow_members({"at_s", "what", "block", "distance_mm", "for_s"});
+        return read_block(json);
+    }
+    if (json.has("key")) {
+        json.allow_members({"at_s", "what", "key", "value"});
+        return read_key(json);
+    }
+    if (json.has("fault")) {
+        json.allow_members({"at_s", "what", "fault"});
+        return read_fault(json.member("fault"));
+    }
+    if (json.has("clear_faults")) {
+        json.allow_members({"at_s", "what", "clear_faults"});
+        return ClearFaults{};
+    }
+    json.fail("an event with set, gesture, block, key, fault or clear_faults");
+}
+
 ScenarioEvent read_event(const LocatedJson& json) {
-    json.allow_members({"at_s", "what", "set", "gesture", "to", "for_s", "block", "distance_mm", "key", "value",
-                        "fault", "clear_faults"});
     ScenarioEvent event;
     event.at = read_seconds(json.member("at_s"));
     if (json.has("what")) event.what = json.member("what").text();
-    if (json.has("set")) {
-        event.action = SetEvent{read_parameters(json.member("set"))};
-    } else if (json.has("gesture")) {
-        event.action = read_gesture(json);
-    } else if (json.has("block")) {
-        event.action = read_block(json);
-    } else if (json.has("key")) {
-        event.action = read_key(json);
-    } else if (json.has("fault")) {
-        event.action = read_fault(json.member("fault"));
-    } else if (json.has("clear_faults")) {
-        event.action = ClearFaults{};
-    } else {
-        json.fail("an event with set, gesture, block, key, fault or clear_faults");
-    }
+    event.action = read_action(json);
     return event;
 }
 

@@ -61,7 +61,7 @@ struct Session::Parts {
           scenario(given.scenario.empty() ? Scenario{} : read_scenario(given.scenario)),
           world(make_world(given, scenario)),
           clock(make_clock(given, world.seed())),
-          board(world, [this] { return clock->now(); }, {given.flash, ""}),
+          board(world, [this] { return clock->now(); }, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
         if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });

@@ -6,6 +6,7 @@ namespace vp {
 namespace {
 
 constexpr std::int64_t interval_us = 100000;
+constexpr std::int64_t longest_silence_us = 60000000;
 
 double rounded(double value) {
     constexpr double scale = 1000;
@@ -55,12 +56,21 @@ void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& s
 void TruthTrace::record_event(std::int64_t t_us, std::string_view what) { sink_.record_event(t_us, what); }
 
 void TruthTrace::time_is(std::int64_t t_us) {
-    if (last_us_ < 0 || t_us - last_us_ >= interval_us) record_now(t_us);
+    if (looked_us_ >= 0 && t_us - looked_us_ < interval_us) return;
+    looked_us_ = t_us;
+    nlohmann::ordered_json state = json_of(truth_());
+    if (t_us - written_us_ >= longest_silence_us || state != written_) write(t_us, std::move(state));
 }
 
 void TruthTrace::record_now(std::int64_t t_us) {
-    last_us_ = t_us;
-    sink_.record_truth(t_us, json_of(truth_()));
+    looked_us_ = t_us;
+    write(t_us, json_of(truth_()));
+}
+
+void TruthTrace::write(std::int64_t t_us, nlohmann::ordered_json state) {
+    sink_.record_truth(t_us, state);
+    written_us_ = t_us;
+    written_ = std::move(state);
 }
 
 }  // namespace vp

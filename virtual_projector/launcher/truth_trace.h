@@ -22,16 +22,21 @@ public:
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 
-    /// To be called as time goes by; records the truth when the last one is old enough.
+    /// To be called as time goes by; looks at the truth ten times a second, and records it when it is another
+    /// than the last one, or a minute has passed.
     void time_is(std::int64_t t_us);
 
     /// Records the truth now.
     void record_now(std::int64_t t_us);
 
 private:
+    void write(std::int64_t t_us, nlohmann::ordered_json state);
+
     TraceSink& sink_;
     std::function<Truth()> truth_;
-    std::int64_t last_us_ = -1;
+    std::int64_t looked_us_ = -1;
+    std::int64_t written_us_ = 0;
+    nlohmann::ordered_json written_;
 };
 
 }  // namespace vp

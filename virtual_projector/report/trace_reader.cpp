@@ -1,5 +1,7 @@
 #include "virtual_projector/report/trace_reader.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -24,7 +26,9 @@ TruthAt truth_of(std::int64_t t_us, const json& truth) {
     at.bottom_width = truth.value("bottom_width", 0);
     at.left_side_deg = truth.value("left_side_deg", 0.0);
     at.right_side_deg = truth.value("right_side_deg", 0.0);
+    at.on_wall = truth.value("on_wall", true);
     at.hdmi_turn_deg = truth.value("hdmi_turn_deg", 0);
+    at.menu_turn_deg = truth.value("menu_turn_deg", 0);
     return at;
 }
 
@@ -42,7 +46,9 @@ private:
     void take_call(std::int64_t t_us, const json& line) {
         const std::string call = line.at("call");
         const std::string path = line.value("path", "");
-        if (line.value("result", 0L) < 0) {
+        const long result = line.value("result", 0L);
+        if (call == "call") contents_.library_calls.push_back({t_us, path, result});
+        if (result < 0) {
             contents_.failures.push_back({t_us, call + " " + path + ": " + line.value("error", "")});
         } else if (call == "write" && path.compare(0, motor.size(), motor) == 0) {
             take_motor(t_us, path.substr(motor.size()), line.value("data", ""));
@@ -61,6 +67,8 @@ private:
 };
 
 }  // namespace
+
+double TruthAt::worst_side_deg() const { return std::max(std::abs(left_side_deg), std::abs(right_side_deg)); }
 
 TraceContents read_trace(const std::string& path) {
     Reader reader;

@@ -21,7 +21,11 @@ struct TruthAt {
     int bottom_width = 0;
     double left_side_deg = 0;
     double right_side_deg = 0;
+    bool on_wall = true;  // false: the sides' angles are not known
     int hdmi_turn_deg = 0;
+    int menu_turn_deg = 0;
+
+    double worst_side_deg() const;  // the larger of the two, without sign
 };
 
 struct LensMoveAt {
@@ -36,10 +40,18 @@ struct EventAt {
     std::string what;
 };
 
+/// A function of the board's libraries that was called.
+struct LibraryCallAt {
+    std::int64_t t_us = 0;
+    std::string function;
+    long result = 0;
+};
+
 struct TraceContents {
     std::vector<TruthAt> truths;
     std::vector<LensMoveAt> lens_moves;
     std::vector<EventAt> events;
+    std::vector<LibraryCallAt> library_calls;
     std::vector<EventAt> failures;  // calls on nodes that failed
 };
 

@@ -1,0 +1,48 @@
+#include "host/script.h"
+
+#include "host/commands.h"
+#include "host/console.h"
+#include "host/host_session.h"
+
+namespace host {
+namespace {
+
+int exit_code_of(Outcome outcome) {
+    if (outcome == Outcome::misused) return exit_usage;
+    if (outcome == Outcome::failed) return exit_request_failed;
+    return last_request_succeeded() ? exit_success : exit_request_failed;
+}
+
+}  // namespace
+
+int run_commands(const std::vector<std::string>& lines) {
+    Outcome outcome = Outcome::done;
+    for (const std::string& line : lines) {
+        outcome = run_line(line);
+        if (outcome != Outcome::done) break;
+    }
+    return exit_code_of(outcome);
+}
+
+int run_script(std::istream& script, const std::string& name) {
+    std::string line;
+    for (int number = 1; std::getline(script, line); ++number) {
+        const Outcome outcome = run_line(line);
+        if (outcome == Outcome::quit) break;
+        if (outcome != Outcome::done) {
+            say("%s:%d: stopped at '%s'", name.c_str(), number, line.c_str());
+            return exit_code_of(outcome);
+        }
+    }
+    return exit_code_of(Outcome::done);
+}
+
+int run_dialogue(std::istream& lines) {
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (run_line(line) == Outcome::quit) break;
+    }
+    return exit_code_of(Outcome::done);
+}
+
+}  // namespace host

@@ -1,0 +1,27 @@
+// Commands one after the other, from a list, a script or a person.
+#ifndef OVRA_HOST_SCRIPT_H
+#define OVRA_HOST_SCRIPT_H
+
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace host {
+
+constexpr int exit_success = 0;
+constexpr int exit_request_failed = 1;
+constexpr int exit_usage = 2;
+
+/// Carries out each command until one cannot be carried out or quits. Returns the program's exit code: that
+/// command's, or whether the last request succeeded.
+int run_commands(const std::vector<std::string>& lines);
+
+/// The same for a script, line by line. The first failing line is named with its place in `name`.
+int run_script(std::istream& script, const std::string& name);
+
+/// The same for a person: a mistake is only told, and the next line is another try.
+int run_dialogue(std::istream& lines);
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,48 @@
+// Starting a program, waiting for its end, and keeping what it said.
+#ifndef TESTS_STORIES_STORYKIT_LAUNCHED_PROGRAM_H
+#define TESTS_STORIES_STORYKIT_LAUNCHED_PROGRAM_H
+
+#include <string>
+#include <vector>
+
+namespace storykit {
+
+/// A folder of its own, removed with everything in it at the end.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+std::string contents_of(const std::string& path);  // empty when it cannot be read
+void write_file(const std::string& path, const std::string& contents);
+
+struct Finished {
+    int exit_code = -1;      // as a shell shows it: 128 and the signal when one ended it
+    std::string words;       // standard output
+    std::string complaints;  // standard error
+};
+
+/// Runs a command to its end. `input` is its standard input.
+Finished launch(const std::vector<std::string>& command, const std::string& input = "");
+
+/// The virtual projector's launcher with these options and, behind "--", this program.
+Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program);
+
+// Where the programs of this build stand.
+extern const char* const launcher;
+extern const char* const host_program;
+extern const char* const odd_program;  // does what a program under test should not do; see odd_program.cpp
+
+/// A file of the project.
+std::string project_file(const std::string& name);
+
+}  // namespace storykit
+
+#endif

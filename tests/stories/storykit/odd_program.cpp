@@ -1,0 +1,88 @@
+// A program for the virtual projector that does the one thing it is told to.
+#include <pthread.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+namespace {
+
+pthread_mutex_t first = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t second = PTHREAD_MUTEX_INITIALIZER;
+
+void* takes_second_then_first(void*) {
+    pthread_mutex_lock(&second);
+    usleep(1000);
+    pthread_mutex_lock(&first);
+    return nullptr;
+}
+
+// Each of two threads holds what the other one wants.
+int block_for_ever() {
+    pthread_t other;
+    pthread_mutex_lock(&first);
+    pthread_create(&other, nullptr, takes_second_then_first, nullptr);
+    usleep(2000);
+    pthread_mutex_lock(&second);
+    return 0;
+}
+
+long long wall_clock_us() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now.tv_sec * 1000000LL + now.tv_usec;
+}
+
+int sleep_for(const char* seconds) {
+    const long long before = wall_clock_us();
+    sleep(static_cast<unsigned>(std::atoi(seconds)));
+    std::printf("%lld us went by\n", wall_clock_us() - before);
+    return 0;
+}
+
+int show_environment() {
+    for (const char* name : {"LD_PRELOAD", "VIRTUAL_PROJECTOR_RUN"}) {
+        std::printf("%s %s\n", name, std::getenv(name) == nullptr ? "is not set" : "is set");
+    }
+    return 0;
+}
+
+int show_node(const char* path) {
+    std::FILE* const node = std::fopen(path, "r");
+    if (node == nullptr) {
+        std::printf("%s: %s\n", path, std::strerror(errno));
+        return 1;
+    }
+    char text[256] = {};
+    const bool read = std::fgets(text, sizeof text, node) != nullptr;
+    std::fclose(node);
+    std::printf("%s", read ? text : "nothing\n");
+    return 0;
+}
+
+int show_arguments(int count, char** words) {
+    for (int i = 0; i < count; ++i) std::printf("[%s]", words[i]);
+    std::printf("\n");
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const char* const what = argc > 1 ? argv[1] : "";
+    const char* const how = argc > 2 ? argv[2] : "";
+    if (std::strcmp(what, "exit") == 0) return std::atoi(how);
+    if (std::strcmp(what, "signal") == 0)
+        return std::signal(std::atoi(how), SIG_DFL), std::raise(std::atoi(how));
+    if (std::strcmp(what, "block") == 0) return block_for_ever();
+    if (std::strcmp(what, "sleep") == 0) return sleep_for(how);
+    if (std::strcmp(what, "environment") == 0) return show_environment();
+    if (std::strcmp(what, "node") == 0) return show_node(how);
+    if (std::strcmp(what, "arguments") == 0) return show_arguments(argc - 2, argv + 2);
+    return 99;
+}

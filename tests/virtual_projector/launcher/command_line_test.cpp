@@ -1,0 +1,231 @@
+// The virtual-projector command as its user meets it.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/world/parameters.h"
+
+namespace {
+
+using storykit::contents_of;
+using storykit::Finished;
+using storykit::launch;
+using storykit::launch_projector;
+using storykit::launcher;
+using storykit::odd_program;
+using storykit::ScratchFolder;
+using storykit::write_file;
+
+// A mistake is one line on standard error and exit code 2, and nothing is run.
+void expect_mistake(const std::vector<std::string>& options, const std::string& line) {
+    const Finished finished = launch_projector(options, {odd_program, "arguments", "it ran"});
+    EXPECT_EQ(finished.complaints, "virtual-projector: " + line + "\n");
+    EXPECT_EQ(finished.words, "");
+    EXPECT_EQ(finished.exit_code, 2);
+}
+
+// --- What ends the command -----------------------------------------------------------------------------
+
+TEST(VirtualProjectorCommand, ReturnsTheProgramsExitCode) {
+    EXPECT_EQ(launch_projector({}, {odd_program, "exit", "0"}).exit_code, 0);
+    EXPECT_EQ(launch_projector({}, {odd_program, "exit", "42"}).exit_code, 42);
+}
+
+TEST(VirtualProjectorCommand, NamesTheSignalThatEndedTheProgram) {
+    const Finished finished = launch_projector({}, {odd_program, "signal", std::to_string(SIGTERM)});
+    EXPECT_EQ(finished.complaints, "virtual-projector: the program was ended by signal 15 (Terminated)\n");
+    EXPECT_EQ(finished.exit_code, 128 + SIGTERM);
+}
+
+TEST(VirtualProjectorCommand, SaysWhenAProgramCannotBeRun) {
+    const Finished finished = launch_projector({}, {"/nowhere/program"});
+    EXPECT_EQ(finished.complaints,
+              "virtual-projector: cannot run /nowhere/program: No such file or directory\n");
+    EXPECT_EQ(finished.exit_code, 127);
+}
+
+TEST(VirtualProjectorCommand, EndsWithATableWhenNoThreadCanGoOn) {
+    const Finished finished = launch_projector({}, {odd_program, "block"});
+    EXPECT_EQ(finished.exit_code, 120);
+    EXPECT_NE(finished.complaints.find("No thread can go on at 0.002000 s. What each waits for:\n"),
+              std::string::npos)
+        << finished.complaints;
+    EXPECT_NE(finished.complaints.find("held by 2 "), std::string::npos) << finished.complaints;
+    EXPECT_NE(finished.complaints.find("held by 1 "), std::string::npos) << finished.complaints;
+}
+
+// --- What it hands to the program ----------------------------------------------------------------------
+
+TEST(VirtualProjectorCommand, LeavesTheProgramsOwnArgumentsAlone) {
+    const Finished finished =
+        launch_projector({}, {odd_program, "arguments", "--seed", "x", "--", "--help", "two words"});
+    EXPECT_EQ(finished.words, "[--seed][x][--][--help][two words]\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+TEST(VirtualProjectorCommand, LeavesNoTraceOfItselfInTheProgramsEnvironment) {
+    const Finished finished = launch_projector({}, {odd_program, "environment"});
+    EXPECT_EQ(finished.words, "LD_PRELOAD is not set\nVIRTUAL_PROJECTOR_RUN is not set\n");
+}
+
+TEST(VirtualProjectorCommand, PutsTheBoardsNodesIntoTheProgramsView) {
+    const Finished finished =
+        launch_projector({"--set", "tmr.noise_sigma=0", "--set", "lens.position_steps=18"},
+                         {odd_program, "node", "/sys/class/motor/tmr_adc"});
+    EXPECT_EQ(finished.words, "6\n");  // the reading at the zero position, 18 steps from the left end
+}
+
+TEST(VirtualProjectorCommand, LetsHoursPassInNoTime) {
+    const Finished finished = launch_projector({}, {odd_program, "sleep", "7200"});
+    EXPECT_EQ(finished.words, "7200000000 us went by\n");
+}
+
+// --- Its options ---------------------------------------------------------------------------------------
+
+TEST(VirtualProjectorCommand, WithoutAProgramSaysHowItIsCalled) {
+    const std::string line =
+        "virtual-projector: expected a program to run: virtual-projector [OPTIONS] -- PROGRAM "
+        "[ARGUMENTS...]\n";
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{launcher}, {launcher, "--"}, {launcher, "--seed", "3"}}) {
+        const Finished finished = launch(command);
+        EXPECT_EQ(finished.complaints, line);
+        EXPECT_EQ(finished.exit_code, 2);
+    }
+}
+
+TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
+    const Finished finished = launch({launcher, "--help"});
+    EXPECT_EQ(finished.exit_code, 0);
+    EXPECT_EQ(finished.complaints, "");
+    for (const char* option :
+         {"virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]", "--help", "--scenario FILE", "--seed N",
+          "--set NAME=VALUE", "--trace FILE", "--trace-detail LEVEL", "--flash FILE", "--summary FILE",
+          "--real-time", "--preempt P", "--story", "--library-log FILE"}) {
+        EXPECT_NE(finished.words.find(option), std::string::npos) << option;
+    }
+    for (const vp::Parameter& parameter : vp::parameters()) {
+        EXPECT_NE(finished.words.find("  " + std::string(parameter.name) + " "), std::string::npos)
+            << parameter.name;
+    }
+}
+
+TEST(VirtualProjectorCommand, RefusesOptionsThatItDoesNotHave) {
+    expect_mistake({"--bogus"}, "The following argument was not expected: --bogus (see --help)");
+    expect_mistake({"program"}, "The following argument was not expected: program (see --help)");
+}
+
+TEST(VirtualProjectorCommand, RefusesASeedThatIsNoWholeNumber) {
+    for (const std::string seed : {"abc", "-1", "1.5", "12345678901234567890"}) {
+        expect_mistake({"--seed", seed},
+                       "--seed: expected a whole number of at least 0, found '" + seed + "' (see --help)");
+    }
+    expect_mistake({"--seed"}, "--seed: 1 required N missing (see --help)");
+}
+
+TEST(VirtualProjectorCommand, RefusesAProbabilityOutOfItsRange) {
+    for (const std::string probability : {"-0.1", "1.01", "often"}) {
+        expect_mistake({"--preempt", probability},
+                       "--preempt: expected a number from 0 to 1, found '" + probability + "' (see --help)");
+    }
+}
+
+TEST(VirtualProjectorCommand, RefusesATraceDetailThatItDoesNotKnow) {
+    expect_mistake({"--trace-detail", "all"},
+                   "--trace-detail: expected events, changes or calls, found 'all' (see --help)");
+}
+
+TEST(VirtualProjectorCommand, RefusesASettingThatIsNone) {
+    expect_mistake({"--set", "lens.play"}, "--set lens.play: expected NAME=VALUE");
+    expect_mistake({"--set", "depth=1"},
+                   "--set depth=1: unknown parameter 'depth'; the areas are pose, wall, heat, led, lens, tmr, "
+                   "tof, gravity, unit, board");
+    expect_mistake({"--set", "wall.colour=1"},
+                   "--set wall.colour=1: unknown parameter 'wall.colour'; there are wall.lean_deg, "
+                   "wall.reflectivity");
+}
+
+TEST(VirtualProjectorCommand, RefusesAValueThatItsParameterDoesNotTake) {
+    expect_mistake({"--set", "lens.play=much"},
+                   "--set lens.play=much: lens.play cannot be 'much': it takes a number from 0 to 1");
+    expect_mistake({"--set", "lens.play=7"},
+                   "--set lens.play=7: lens.play cannot be 7: it takes a number from 0 to 1");
+    expect_mistake({"--set", "lens.stuck=0.5"},
+                   "--set lens.stuck=0.5: lens.stuck cannot be 0.5: it takes a whole number from 0 to 1");
+    expect_mistake({"--set", "pose.distance_mm="},
+                   "--set pose.distance_mm=: pose.distance_mm cannot be '': it takes a number from 100 to "
+                   "20000 mm");
+}
+
+TEST(VirtualProjectorCommand, TheLastSettingOfAParameterCounts) {
+    const Finished finished =
+        launch_projector({"--set", "led.temperature_c=30", "--set", "led.temperature_c=50"},
+                         {odd_program, "node", "/sys/devices/platform/pwm-fan/r_temp"});
+    EXPECT_EQ(finished.words.substr(0, 2), "50") << finished.words;
+}
+
+TEST(VirtualProjectorCommand, RefusesFilesThatItCannotWrite) {
+    for (const std::string option : {"--trace", "--summary", "--flash"}) {
+        expect_mistake({option, "/nowhere/file"},
+                       option + " /nowhere/file: cannot write it: No such file or directory");
+    }
+}
+
+TEST(VirtualProjectorCommand, RefusesAFlashFileThatIsNone) {
+    const ScratchFolder folder;
+    const std::string flash = folder.file("flash");
+    write_file(flash, "short");
+    expect_mistake({"--flash", flash}, "--flash " + flash + ": expected a file of 227 bytes, found 5");
+    write_file(flash, std::string(227, '\xff'));
+    write_file(flash + ".tof", "short");
+    expect_mistake({"--flash", flash}, "--flash " + flash + ".tof: expected a file of 4096 bytes, found 5");
+}
+
+TEST(VirtualProjectorCommand, RefusesAScenarioThatCannotBeRead) {
+    expect_mistake({"--scenario", "/nowhere/file"},
+                   "/nowhere/file: $: expected a readable scenario file, found: No such file or directory");
+}
+
+TEST(VirtualProjectorCommand, NamesTheFileThePlaceAndTheExpectationOfAMistakeInAScenario) {
+    const ScratchFolder folder;
+    const std::string scenario = folder.file("scenario.json");
+    write_file(scenario, R"({"events": [{"at_s": "soon", "gesture": "shake"}]})");
+    expect_mistake({"--scenario", scenario},
+                   scenario + ": $.events[0].at_s: expected a number from 0 to 864000, found \"soon\"");
+}
+
+TEST(VirtualProjectorCommand, WritesATraceOfTheDetailThatIsAskedFor) {
+    const ScratchFolder folder;
+    const auto lines_with = [&folder](const std::string& detail, const std::string& call) {
+        const std::string trace = folder.file("trace");
+        launch_projector({"--trace", trace, "--trace-detail", detail},
+                         {odd_program, "node", "/sys/class/motor/stop"});
+        const std::string text = contents_of(trace);
+        EXPECT_NE(text.find("\"truth\""), std::string::npos);
+        return text.find(call) != std::string::npos;
+    };
+    EXPECT_TRUE(lines_with("calls", "\"call\":\"open\",\"path\":\"/sys/class/motor/stop\""));
+    EXPECT_FALSE(lines_with("changes", "\"call\":\"open\""));
+    EXPECT_FALSE(lines_with("events", "\"call\""));
+}
+
+TEST(VirtualProjectorCommand, WritesASummaryOfTheRun) {
+    const ScratchFolder folder;
+    launch_projector({"--summary", folder.file("summary")}, {odd_program, "sleep", "3"});
+    const std::string text = contents_of(folder.file("summary"));
+    EXPECT_EQ(text.find(R"({"simulated_us":3000000,"real_us":)"), 0U) << text;
+}
+
+TEST(VirtualProjectorCommand, RunsOnTheWallClockOnRequest) {
+    const ScratchFolder folder;
+    const Finished finished = launch_projector({"--real-time", "--summary", folder.file("summary")},
+                                               {odd_program, "node", "/sys/class/motor/stop"});
+    EXPECT_EQ(finished.words, "1\n");
+    EXPECT_EQ(contents_of(folder.file("summary")).find("switches"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "virtual_projector/launcher/run_options.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using vp::RunOptions;
+using vp::Scenario;
+
+TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
+    RunOptions given;
+    given.scenario = "a \"scenario\"\n";
+    given.seed = 18446744073709551615U;
+    given.parameters = {{"pose.pitch_deg", 12.1}, {"pose.pitch_deg", -0.1}};
+    given.trace = "trace";
+    given.trace_detail = vp::TraceDetail::changes;
+    given.summary = "summary";
+    given.flash = "flash";
+    given.real_time = true;
+    given.preempt = 0.25;
+    const RunOptions taken = vp::run_options_from(vp::to_text(given));
+    EXPECT_EQ(taken.scenario, given.scenario);
+    EXPECT_EQ(taken.seed, given.seed);
+    EXPECT_EQ(taken.parameters, given.parameters);
+    EXPECT_EQ(taken.trace, given.trace);
+    EXPECT_EQ(taken.trace_detail, given.trace_detail);
+    EXPECT_EQ(taken.summary, given.summary);
+    EXPECT_EQ(taken.flash, given.flash);
+    EXPECT_EQ(taken.real_time, given.real_time);
+    EXPECT_EQ(taken.preempt, given.preempt);
+}
+
+TEST(RunOptions, MayHaveNoSeedOfTheirOwn) {
+    EXPECT_FALSE(vp::run_options_from(vp::to_text(RunOptions{})).seed.has_value());
+}
+
+TEST(TheSeedThatCounts, IsTheCommandLinesThenTheScenariosThenOne) {
+    RunOptions options;
+    Scenario scenario;
+    EXPECT_EQ(vp::seed_of(options, scenario), 1U);
+    scenario.seed = 5;
+    EXPECT_EQ(vp::seed_of(options, scenario), 5U);
+    options.seed = 0;
+    EXPECT_EQ(vp::seed_of(options, scenario), 0U);
+}
+
+TEST(TheToFSensorsMemory, StandsBesideThePermanentRecord) {
+    EXPECT_EQ(vp::tof_memory_file("unit.flash"), "unit.flash.tof");
+    EXPECT_EQ(vp::tof_memory_file(""), "");
+}
+
+}  // namespace

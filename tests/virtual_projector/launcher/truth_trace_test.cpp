@@ -1,0 +1,89 @@
+#include "virtual_projector/launcher/truth_trace.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+namespace {
+
+using vp::CallRecord;
+
+struct Lines : vp::TraceSink {
+    std::vector<std::string> lines;
+    void record(const CallRecord& record) override { lines.push_back(std::string(record.call)); }
+    void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override {
+        lines.push_back(std::to_string(t_us) + " truth " + state.at("led_c").dump());
+    }
+    void record_event(std::int64_t t_us, std::string_view what) override {
+        lines.push_back(std::to_string(t_us) + " " + std::string(what));
+    }
+};
+
+// A trace over a world whose LED temperature the test says.
+struct TruthTraceTest : ::testing::Test {
+    Lines sink;
+    double led_c = 40;
+    vp::TruthTrace trace{sink, [this] {
+                             vp::Truth truth;
+                             truth.led_c = led_c;
+                             return truth;
+                         }};
+
+    void call(const char* name, const char* path, long result) {
+        CallRecord record;
+        record.t_us = 7;
+        record.call = name;
+        record.path = path;
+        record.result = result;
+        trace.record(record);
+    }
+};
+
+using Expected = std::vector<std::string>;
+
+TEST_F(TruthTraceTest, FollowsEachMoveOfTheLensAndEachChangeOfThePicture) {
+    call("write", "/sys/class/motor/left", 1);
+    call("ioctl", "/dev/dis", 0);
+    EXPECT_EQ(sink.lines, (Expected{"write", "7 truth 40.0", "ioctl", "7 truth 40.0"}));
+}
+
+TEST_F(TruthTraceTest, DoesNotFollowOtherCallsOrFailures) {
+    call("read", "/sys/class/motor/left", 1);
+    call("write", "/sys/class/motor/left", -EBUSY);
+    call("ioctl", "/dev/nds01", 0);
+    EXPECT_EQ(sink.lines, (Expected{"read", "write", "ioctl"}));
+}
+
+TEST_F(TruthTraceTest, IsWrittenEveryTenthOfASecondWhileThingsChange) {
+    trace.time_is(0);
+    for (const std::int64_t t_us : {50000, 99999, 100000, 150000, 200000}) {
+        led_c += 1;
+        trace.time_is(t_us);
+    }
+    EXPECT_EQ(sink.lines, (Expected{"0 truth 40.0", "100000 truth 43.0", "200000 truth 45.0"}));
+}
+
+TEST_F(TruthTraceTest, IsWrittenOnceAMinuteWhileNothingChanges) {
+    for (std::int64_t t_us = 0; t_us <= 120000000; t_us += 1000000) trace.time_is(t_us);
+    EXPECT_EQ(sink.lines, (Expected{"0 truth 40.0", "60000000 truth 40.0", "120000000 truth 40.0"}));
+}
+
+TEST_F(TruthTraceTest, PassesEventsOn) {
+    trace.record_event(5, "something");
+    EXPECT_EQ(sink.lines, (Expected{"5 something"}));
+}
+
+TEST(TheTruthAsJson, IsRoundedSoThatTheLastBitsMakeNoDifference) {
+    vp::Truth truth;
+    truth.sharpness = 0.98765432;
+    truth.lens_error_tmr = -0.0001;
+    truth.lens_tmr = 1.0 / 3;
+    const nlohmann::ordered_json json = vp::json_of(truth);
+    EXPECT_EQ(json["sharpness"].dump(), "0.988");
+    EXPECT_EQ(json["lens_error_tmr"].dump(), "0.0");
+    EXPECT_EQ(json["lens_tmr"].dump(), "0.333");
+}
+
+}  // namespace

@@ -25,9 +25,10 @@
 OVRA_BEGIN_DECLS
 
 /**
- * Turns display output and HDMI input to the rotation of a direction and tells the host through slot 7 of
- * its table, as rotation 0, 1, 2, 3 counts 0, 3, 2, 1 there. Nothing is done when the picture has that
- * rotation already. A failing HDMI input is reported and does not stop the rest.
+ * Turns display output and HDMI input to the rotation of a direction and tells the host through slot 7
+ * (rotation_changed) of `gsensor_app_callback`: rotations 0, 1, 2, 3 are 0, 3, 2, 1 there. Without table or
+ * slot the host is not told. Nothing is done when the picture has that rotation already. A failing HDMI input
+ * is reported and does not stop the rest.
  *
  * For one thread at a time. The gravity threads call it when the projector was turned, so a host calls it
  * before they run.
@@ -41,7 +42,8 @@ OVRA_API int32_t get_device_direction(void);
 
 /**
  * Finds the direction that the angles of the latest block (`acc_degree`) show and rotates the picture if need
- * be. The motion logic calls it for every block after the first five.
+ * be; for one thread at a time, like set_device_direction(). The motion logic calls it for every block after
+ * the first five, except during a factory test; acc_data_handle() calls it every time.
  */
 OVRA_API void match_projection_direction(void);
 

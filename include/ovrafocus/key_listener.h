@@ -11,7 +11,7 @@
 
 OVRA_BEGIN_DECLS
 
-/** A thread body for the host: runs headset_mainloop(). Never returns. */
+/** A thread body for the host: logs whether the system is on, then runs headset_mainloop(). Never returns. */
 OVRA_API void* sensor_main(void* unused);
 
 /**
@@ -26,7 +26,7 @@ OVRA_API void headset_mainloop(void);
  */
 OVRA_API void headset_event_init_read(void);
 
-/** @return 0 once a key was pressed, -1 before. May be called from any thread. */
+/** Logs the key state and returns it: 0 once a key was pressed, -1 before. May be called from any thread. */
 OVRA_API int32_t get_key_state(void);
 
 OVRA_END_DECLS

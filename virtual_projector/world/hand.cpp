@@ -93,6 +93,34 @@ double grip_after(GestureKind kind, double grip_before) {
     }
 }
 
+// Upside down a unit gets over its back: tipped up until the lens looks to the ceiling, turned round there, and
+// tipped down again. (Turned about its lens instead, it would lie on its side half-way.)
+constexpr double tipped_up_at = 0.4;  // parts of the gesture
+constexpr double turned_round_at = 0.6;
+constexpr double lens_up_deg = 90;
+constexpr double over_its_back_deg = 135;  // from so much of a turn on
+
+bool goes_over_its_back(const Pose& from, const Pose& to) {
+    return std::abs(shorter_way_deg(total_roll_deg(from), total_roll_deg(to))) > over_its_back_deg;
+}
+
+double part_between(double part, double begin, double end) {
+    return smooth(std::clamp((part - begin) / (end - begin), 0.0, 1.0));
+}
+
+Pose over_its_back(const Pose& from, const Pose& to, double part) {
+    Pose pose = blend(from, to, smooth(part));
+    const double raised = mix(from.pitch_deg, lens_up_deg, part_between(part, 0, tipped_up_at));
+    pose.pitch_deg = mix(raised, to.pitch_deg, part_between(part, turned_round_at, 1));
+    const double turn = shorter_way_deg(total_roll_deg(from), total_roll_deg(to));
+    pose.roll_deg = from.roll_deg + turn * part_between(part, tipped_up_at, turned_round_at);
+    return pose;
+}
+
+Pose on_the_way(const Pose& from, const Pose& to, double part) {
+    return goes_over_its_back(from, to) ? over_its_back(from, to, part) : blend(from, to, smooth(part));
+}
+
 bool stays_in_place(GestureKind kind) {
     return kind == GestureKind::pick_up || kind == GestureKind::shake || kind == GestureKind::slow_shake;
 }
@@ -181,7 +209,7 @@ double Hand::grip_at(Microseconds now) const {
 }
 
 Pose Hand::meant_at(Microseconds now) const {
-    return is_moving(now) ? blend(from_, gesture_.to, smooth(part_at(now))) : gesture_.to;
+    return is_moving(now) ? on_the_way(from_, gesture_.to, part_at(now)) : gesture_.to;
 }
 
 Pose Hand::really_at(Microseconds now) const {

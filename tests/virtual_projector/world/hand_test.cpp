@@ -143,6 +143,20 @@ TEST_F(HandTest, TurningOverTakesTheShorterWay) {
     EXPECT_EQ(pose_at(3).roll_deg, 0);
 }
 
+TEST_F(HandTest, TurningUpsideDownGoesOverTheBack) {
+    begin(GestureKind::turn_over, 3, {2000, 0, 0, 0, 2});
+    EXPECT_NEAR(pose_at(1.5).pitch_deg, 90, 1e-9);
+    for (double t = 0; t < 3; t += 0.05) {
+        const Pose pose = pose_at(t);
+        if (pose.pitch_deg < 89.9) {
+            EXPECT_NEAR(std::remainder(pose.roll_deg, 180), 0, 0.1) << t;
+        }
+    }
+    EXPECT_EQ(pose_at(3).mounting, 2);
+    EXPECT_EQ(pose_at(3).pitch_deg, 0);
+    EXPECT_EQ(pose_at(3).roll_deg, 0);
+}
+
 TEST_F(HandTest, HangingEndsOnTheCeilingOutOfTheHand) {
     begin(GestureKind::hang, 6, {2500, -10, 0, 0, 2});
     EXPECT_EQ(pose_at(6).mounting, 2);

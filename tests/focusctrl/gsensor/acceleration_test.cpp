@@ -287,15 +287,15 @@ TEST_F(AccInitSet, AbandonsTheDescriptorOfAnEarlierCall) {
     EXPECT_EQ(board.open_descriptors(), (Entries{gravity_node, gravity_node}));
 }
 
-TEST_F(AccInitSet, PrintsErrorsOnlyAtLevelOne) {
-    ovra_log_level = 3;
+TEST_F(AccInitSet, PrintsErrorsFromLevelOne) {
     gravity.set_record("20001,0,0", '1');
     board.remove(gravity_node);
-
-    acc_init_set();
-
     const std::string attempt = callback_line + data_line("20001,0,0") + tagged("gsensor cali data over range");
-    EXPECT_EQ(board.log(), attempt + attempt + attempt + open_failure_line);
+    for (const int level : {1, 3}) {
+        ovra_log_level = level;
+        acc_init_set();
+        EXPECT_EQ(board.log(), attempt + attempt + attempt + open_failure_line);
+    }
 }
 
 TEST_F(AccInitSet, PrintsWhatItReadAtEveryLevel) {
@@ -307,6 +307,27 @@ TEST_F(AccInitSet, PrintsWhatItReadAtEveryLevel) {
 
     const std::string attempt = callback_line + data_line("1,2,3") + offset_line("1 2 3");
     EXPECT_EQ(board.log(), attempt + attempt + attempt);
+}
+
+TEST_F(AccInitSet, IsSilentAboutOffsetsOutOfRangeAtLevelZero) {
+    ovra_log_level = 0;
+    gravity.set_record("20001,0,0", '1');
+
+    acc_init_set();
+
+    const std::string attempt = callback_line + data_line("20001,0,0");
+    EXPECT_EQ(board.log(), attempt + attempt + attempt);
+}
+
+TEST_F(AccInitSet, IsSilentAboutItsSuccessBelowLevelFour) {
+    ovra_log_level = 3;
+    gravity.set_record("1,2,3", '1');
+    acc_init_set();
+    EXPECT_EQ(board.log(), callback_line + data_line("1,2,3") + offset_line("1 2 3"));
+
+    gravity.set_record("1,2,3", '0');
+    acc_init_set();
+    EXPECT_EQ(board.log(), callback_line);
 }
 
 // --- Sampling ---------------------------------------------------------------------------------------------

@@ -105,6 +105,13 @@ struct AutoKeystone : ::testing::Test {
         board.log();
     }
 
+    void turn_over_at_another_distance() {
+        lastDistance = 300;
+        board.text("/sys/class/nd_tof/nds01/ranging_data", "900,900,900,900,0,0,0,0");
+        gravity.block(testkit::under_ceiling);
+        board.log();
+    }
+
     static bool running() { return get_auto_keystone_status() == 1; }
 };
 
@@ -199,14 +206,21 @@ TEST_F(AutoKeystone, CountsFromZeroAfterAMovementThatTheSensorThreadAccepts) {
     gravity.blocks(testkit::on_table, 10);
     step(1500);
     for (int i = 0; i < 4; ++i) step(1500);
-    lastDistance = 300;
-    board.text("/sys/class/nd_tof/nds01/ranging_data", "900,900,900,900,0,0,0,0");
 
-    gravity.block(testkit::under_ceiling);
+    turn_over_at_another_distance();
     board.advance_us(1'000'000);
-    board.log();
 
     EXPECT_EQ(step(1500), Lines{steady_line(1)});
+}
+
+TEST_F(AutoKeystone, CorrectsInTheFirstSecondAfterAMovementThatTheSensorThreadAccepts) {
+    gravity.blocks(testkit::on_table, 10);
+    step(1500);
+
+    turn_over_at_another_distance();
+    board.advance_us(999'999);
+
+    EXPECT_EQ(step(1500), Lines{corrected});
 }
 
 // --- Out of range -----------------------------------------------------------------------------------------
@@ -319,7 +333,8 @@ TEST_F(AutoKeystone, IsSilentAboutStepsBelowLevelFour) {
 
 TEST_F(AutoKeystone, TellsFromLevelOneWhyItEnds) {
     ovra_log_level = 1;
-    EXPECT_EQ(step(3060), Lines{over_range_line(3060, 1)});
+    for (int times = 1; times <= 4; ++times) EXPECT_EQ(step(3060), Lines{over_range_line(3060, times)});
+    EXPECT_EQ(step(3060), (Lines{over_range_line(3060, 5), over_range_end_line}));
     yaw = NDS01_NO_ANGLE;
     EXPECT_EQ(step(1500), Lines{unreadable_line});
 }

@@ -220,6 +220,12 @@ TEST_F(FirstRest, IsTheMeanOfTheFiveBlocks) {
     expect_angles(acc_origin_data, 0, 11.5F, 78.5F);
 }
 
+TEST_F(FirstRest, IsTheMeanOnEveryAxis) {
+    gravity.blocks({100, 200, 1000}, 10);
+    EXPECT_GT(acc_degree.x, 5.0F);
+    expect_angles(acc_origin_data, acc_degree.x, acc_degree.y, acc_degree.z);
+}
+
 TEST_F(FirstRest, DoesNotCountUnsteadyBlocksAndDoesNotBeginAnewAfterThem) {
     warm_up();
     gravity.blocks(on_table, 2);
@@ -404,6 +410,36 @@ TEST_F(Shake, WithAChangedDistanceBeginsTheCountAndTheSumsAnew) {
                                origin_line("0.000", "0.000", "-90.000"));
 }
 
+TEST_F(Shake, WithAChangedDistanceIsTheMovementThatTheHandlerWaitsFor) {
+    board.set_wall_clock_us(1'000'000'000'000);
+    come_to_rest();
+    see(1500);
+    gravity.block(under_ceiling);
+    board.log();
+
+    for (int i = 0; i < 10; ++i) acc_data_handle();
+    EXPECT_EQ(board.log(), "");
+
+    board.advance_us(500'000);
+    for (int i = 0; i < 6; ++i) acc_data_handle();
+    EXPECT_EQ(board.log(), trigger_line + stable_line(0, 0, 0) + request_line);
+}
+
+TEST_F(Shake, IsSilentBelowLevelFourButForDistanceRefreshAndRequest) {
+    come_to_rest();
+    ovra_log_level = 3;
+    g_osd_autofocus = 1;
+    see(1500);
+    gravity.block(under_ceiling);
+    project_tof_dist_changed = 0;
+    gravity.blocks(under_ceiling, 5);
+    EXPECT_EQ(board.log(), distance_lines(1500) + request_line);
+
+    lastDistance = 1500;
+    gravity.block(on_table);
+    EXPECT_EQ(board.log(), distance_lines(1500) + refresh_line);
+}
+
 TEST_F(Shake, HoldsBackTheBlocksOfAnotherThreadDuringItsPause) {
     come_to_rest();
     std::thread other;
@@ -561,6 +597,13 @@ TEST_F(FactoryTest, StopsDirectionAndSteadinessButRemembersTheAngles) {
     expect_angles(acc_degree_last, 0, 0, -90);
     EXPECT_EQ(acc_origin_data.z, 0.0F);
     EXPECT_EQ(acc_get_init_status(), 1);
+}
+
+TEST_F(FactoryTest, IsNotToldBelowLevelFour) {
+    warm_up();
+    ovra_log_level = 3;
+    gravity.block(under_ceiling);
+    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(FactoryTest, IsToldAgainInTheNextPeriod) {

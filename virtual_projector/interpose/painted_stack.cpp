@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace vp {
 namespace {
@@ -18,6 +19,10 @@ constexpr std::uintptr_t frames_below = 512;
 std::size_t page_size() { return static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)); }
 
 std::size_t whole_pages(std::size_t size) { return (size + page_size() - 1) / page_size() * page_size(); }
+
+const volatile std::uint64_t* words_at(char* place) {
+    return reinterpret_cast<const volatile std::uint64_t*>(place);
+}
 
 // The sanitizers know nothing of this use of memory, and another thread's stack is none of their business.
 __attribute__((no_sanitize("address", "thread"))) void paint_words(volatile std::uint64_t* from,
@@ -47,10 +52,7 @@ PaintedStack::PaintedStack(char* mapping, std::size_t mapping_size, std::size_t 
     : mapping_(mapping),
       mapping_size_(mapping_size),
       base_(mapping + guard_size),
-      size_(mapping_size - guard_size) {
-    paint_words(reinterpret_cast<std::uint64_t*>(painted_begin()),
-                reinterpret_cast<std::uint64_t*>(base_ + size_));
-}
+      size_(mapping_size - guard_size) {}
 
 PaintedStack::PaintedStack(PaintedStack&& other) noexcept { *this = std::move(other); }
 
@@ -68,15 +70,44 @@ PaintedStack::~PaintedStack() {
     if (mapping_ != nullptr) (void)::munmap(mapping_, mapping_size_);
 }
 
-char* PaintedStack::painted_begin() const { return base_ + size_ - std::min(size_, painted_bytes); }
+char* PaintedStack::painted_begin() const {
+    const std::size_t below_entry = entry_ - reinterpret_cast<std::uintptr_t>(base_);
+    return base_ + below_entry - std::min(below_entry, painted_bytes);
+}
 
-// The part that was never painted is looked at only when the painted part has been used to its end.
-std::uintptr_t PaintedStack::deepest_address() const {
-    const auto word_at = [](char* place) { return reinterpret_cast<const volatile std::uint64_t*>(place); };
+// The last words are left out where they hold the frames that are at work here.
+void PaintedStack::entered_at(const void* address) {
+    entry_ = reinterpret_cast<std::uintptr_t>(address) / sizeof paint * sizeof paint;
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) - frames_below;
+    const bool on_this_stack = here < entry_ && here >= reinterpret_cast<std::uintptr_t>(base_);
+    paint_up_to(on_this_stack ? here : entry_);
+}
+
+void PaintedStack::paint_up_to(std::uintptr_t end) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(painted_begin());
+    if (end <= begin) return;
+    auto* words = reinterpret_cast<std::uint64_t*>(begin);
+    paint_words(words, words + (end - begin) / sizeof paint);
+}
+
+// Below the paint, pages that were never touched are not there and need no look.
+const volatile std::uint64_t* PaintedStack::deepest_below_paint() const {
+    const std::size_t page = page_size();
     char* painted = painted_begin();
-    const volatile std::uint64_t* deepest = first_other_word(word_at(painted), word_at(base_ + size_), paint);
-    if (deepest == word_at(painted)) deepest = first_other_word(word_at(base_), word_at(painted), 0);
-    return reinterpret_cast<std::uintptr_t>(deepest);
+    const auto length = static_cast<std::size_t>(painted - base_);
+    std::vector<unsigned char> present(length / page + 1);
+    if (::mincore(base_, length, present.data()) != 0) return words_at(painted);
+    std::size_t first = 0;
+    while (first < length / page && (present[first] & 1) == 0) ++first;
+    return first_other_word(words_at(base_ + first * page), words_at(painted), 0);
+}
+
+std::uintptr_t PaintedStack::deepest_address() const {
+    const volatile std::uint64_t* below = deepest_below_paint();
+    const volatile std::uint64_t* painted = words_at(painted_begin());
+    if (below != painted) return reinterpret_cast<std::uintptr_t>(below);
+    const auto* entry = reinterpret_cast<const volatile std::uint64_t*>(entry_);
+    return reinterpret_cast<std::uintptr_t>(first_other_word(painted, entry, paint));
 }
 
 std::size_t PaintedStack::deepest_use() const {
@@ -91,9 +122,7 @@ void PaintedStack::note_use() {
 }
 
 void PaintedStack::paint_unused() {
-    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) - frames_below;
-    auto* begin = reinterpret_cast<std::uint64_t*>(painted_begin());
-    paint_words(begin, begin + (here - reinterpret_cast<std::uintptr_t>(begin)) / sizeof paint);
+    paint_up_to(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) - frames_below);
 }
 
 }  // namespace vp

@@ -14,8 +14,7 @@ namespace vp {
 
 class PaintedStack {
 public:
-    /// Maps a stack of at least `size` bytes and paints the part of it that a thread is likely to use.
-    /// Nothing when there is no memory.
+    /// Maps a stack of at least `size` bytes. Nothing when there is no memory.
     static std::optional<PaintedStack> map(std::size_t size);
 
     PaintedStack(PaintedStack&& other) noexcept;
@@ -25,8 +24,9 @@ public:
     void* base() const { return base_; }  // the lowest usable address, as pthread_attr_setstack wants it
     std::size_t size() const { return size_; }
 
-    /// Where the thread's own code began to use the stack: what lies above is the C library's.
-    void entered_at(const void* address) { entry_ = reinterpret_cast<std::uintptr_t>(address); }
+    /// Where the thread's own code begins to use the stack: what lies above is the C library's. Paints the part
+    /// below it that a thread is likely to use. By the thread itself, or before it runs.
+    void entered_at(const void* address);
 
     /// Bytes between the thread's entry and the deepest place that was ever written to; 0 before the entry.
     /// That of the program alone, when its uses were noted.
@@ -42,11 +42,13 @@ public:
 private:
     PaintedStack(char* mapping, std::size_t mapping_size, std::size_t guard_size);
     char* painted_begin() const;
+    void paint_up_to(std::uintptr_t end);
 
     char* mapping_ = nullptr;
     std::size_t mapping_size_ = 0;
     char* base_ = nullptr;
     std::size_t size_ = 0;
+    const volatile std::uint64_t* deepest_below_paint() const;
     std::uintptr_t deepest_address() const;
 
     std::uintptr_t entry_ = 0;

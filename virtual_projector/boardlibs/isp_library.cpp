@@ -8,21 +8,9 @@
 namespace vp::boardlibs {
 namespace {
 
-enum Slot : std::size_t {
-    write_byte_register = 0,
-    write_word_register = 2,
-    delay_ms = 5,
-    last_needed = 8,
-};
-
-// Widths as the arguments travel in registers: the callees cut them to what they need.
-using RegisterWrite = std::int8_t (*)(void* context, std::uint32_t address, std::uint8_t* data,
-                                      std::uint32_t size);
-using Delay = std::int8_t (*)(void* context, std::uint32_t duration);
-
 constexpr std::uint32_t temperature_register = 0x0130;
 constexpr std::uint8_t temperature_fix = 0x01;
-constexpr std::uint32_t start_bin_register = 0x42;
+constexpr std::uint8_t start_bin_register = 0x42;
 constexpr int least_start_bin = 1;
 constexpr int most_start_bin = 119;
 constexpr int most_mode = 2;
@@ -41,9 +29,10 @@ struct FreeMemory {
     void operator()(std::uint16_t* memory) const { std::free(memory); }
 };
 
-bool write_register(const PlatformTable& platform, Slot slot, std::uint32_t address, std::uint8_t value) {
-    const auto write = reinterpret_cast<RegisterWrite>(platform.at(slot));
-    return write(nullptr, address, &value, 1) >= 0;
+/// The platform function in a slot; Function is the type that platform/nds_isp.h gives for it.
+template <typename Function>
+Function* platform_function(const PlatformTable& platform, nds_platform_slot slot) {
+    return reinterpret_cast<Function*>(platform.at(slot));
 }
 
 PixelTable table_of(const std::array<double, pixel_count>& distances,
@@ -67,8 +56,8 @@ bool is_believable(const PixelTable& table) {
 
 bool IspLibrary::register_platform(void* const* table) {
     const bool complete =
-        std::all_of(table, table + last_needed + 1, [](const void* slot) { return slot != nullptr; });
-    if (complete) std::copy_n(table, platform_slots, platform_.begin());
+        std::all_of(table, table + NDS_GET_DEVICE + 1, [](const void* slot) { return slot != nullptr; });
+    if (complete) std::copy_n(table, NDS_PLATFORM_SLOTS, platform_.begin());
     is_registered_ = is_registered_ || complete;
     return complete;
 }
@@ -79,14 +68,18 @@ bool IspLibrary::load_calibration(const std::uint8_t* data) {
 }
 
 bool IspLibrary::fix_high_temperature(std::uint32_t /*firmware_version*/) {
-    return is_registered_ &&
-           write_register(platform_, write_word_register, temperature_register, temperature_fix);
+    if (!is_registered_) return false;
+    auto* const write = platform_function<nds_register16_transfer>(platform_, NDS_WRITE_REGISTER16);
+    std::uint8_t value = temperature_fix;
+    return write(nullptr, temperature_register, &value, 1) >= 0;
 }
 
 bool IspLibrary::set_start_bin(int start_bin) {
     if (!is_registered_ || start_bin < least_start_bin || start_bin > most_start_bin) return false;
-    return write_register(platform_, write_byte_register, start_bin_register,
-                          static_cast<std::uint8_t>(start_bin));
+    auto* const write = platform_function<nds_register8_transfer>(platform_, NDS_WRITE_REGISTER8);
+    auto value = static_cast<std::uint8_t>(start_bin);
+    // A byte of the answer is all that counts here.
+    return static_cast<std::int8_t>(write(nullptr, start_bin_register, &value, 1)) >= 0;
 }
 
 bool IspLibrary::set_limits(const AngleLimits& limits) {
@@ -127,7 +120,7 @@ bool IspLibrary::begin_calibration(const std::uint8_t* factory_data, const Calib
 }
 
 void IspLibrary::wait_ms(unsigned duration_ms) const {
-    if (is_registered_) reinterpret_cast<Delay>(platform_.at(delay_ms))(nullptr, duration_ms);
+    if (is_registered_) platform_function<nds_delay>(platform_, NDS_DELAY_MS)(nullptr, duration_ms);
 }
 
 bool IspLibrary::add_frame(void* context, PixelSums& distances, PixelSums& signals) const {

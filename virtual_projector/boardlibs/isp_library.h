@@ -6,14 +6,14 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/nds_isp.h"
 #include "virtual_projector/boardlibs/plane_fit.h"
 #include "virtual_projector/world/tof_calibration.h"
 
 namespace vp::boardlibs {
 
-/// The 14 pointers through which the library reaches the chip.
-constexpr std::size_t platform_slots = 14;
-using PlatformTable = std::array<void*, platform_slots>;
+/// The functions through which the library reaches the chip.
+using PlatformTable = std::array<void*, NDS_PLATFORM_SLOTS>;
 
 /// Hands out a buffer with the distances of all pixels and then their signals, 120 16-bit numbers, which the
 /// library frees; 240, or negative.

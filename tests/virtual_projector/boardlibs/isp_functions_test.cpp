@@ -13,15 +13,15 @@ namespace {
 std::string platform_log;
 int platform_result = 0;
 
-std::int8_t write_byte_register(void*, std::uint8_t address, std::uint8_t* data, std::uint16_t size) {
+std::int32_t write_byte_register(void*, std::uint8_t address, std::uint8_t* data, std::uint32_t size) {
     platform_log +=
         "byte " + std::to_string(address) + "=" + std::to_string(data[0]) + "/" + std::to_string(size) + " ";
-    return static_cast<std::int8_t>(platform_result);
+    return platform_result;
 }
-std::int8_t write_word_register(void*, std::uint16_t address, std::uint8_t* data, std::uint16_t size) {
+std::int32_t write_word_register(void*, std::uint32_t address, std::uint8_t* data, std::uint32_t size) {
     platform_log +=
         "word " + std::to_string(address) + "=" + std::to_string(data[0]) + "/" + std::to_string(size) + " ";
-    return static_cast<std::int8_t>(platform_result);
+    return platform_result;
 }
 
 struct IspFunctions : LibrariesTest {
@@ -37,7 +37,7 @@ struct IspFunctions : LibrariesTest {
     }
     ~IspFunctions() override { current = nullptr; }
 
-    static std::int8_t delay_ms(void*, std::uint32_t duration) {
+    static std::int32_t delay_ms(void*, std::uint32_t duration) {
         current->now += duration * 1000;
         return 0;
     }
@@ -65,10 +65,10 @@ struct IspFunctions : LibrariesTest {
         return reinterpret_cast<void*>(function);
     }
     int register_platform() {
-        std::array<void*, 14> table{};
-        table.fill(slot(write_word_register));
-        table[0] = slot(write_byte_register);
-        table[5] = slot(delay_ms);
+        std::array<void*, NDS_PLATFORM_SLOTS> table{};
+        table.fill(slot<nds_register16_transfer>(write_word_register));
+        table[NDS_WRITE_REGISTER8] = slot<nds_register8_transfer>(write_byte_register);
+        table[NDS_DELAY_MS] = slot<nds_delay>(delay_ms);
         table[9] = nullptr;
         return isp_platform_init(table.data());
     }
@@ -105,7 +105,7 @@ IspFunctions* IspFunctions::current = nullptr;
 
 TEST_F(IspFunctions, WantACompletePlatformTable) {
     EXPECT_EQ(register_platform(), 0);
-    std::array<void*, 14> table{};
+    std::array<void*, NDS_PLATFORM_SLOTS> table{};
     EXPECT_LT(isp_platform_init(table.data()), 0);
     EXPECT_LT(isp_platform_init(nullptr), 0);
 }

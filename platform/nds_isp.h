@@ -55,7 +55,7 @@ int nx_get_recommended_points_mode(void* context, uint8_t* spad_selection, int m
 int nx_cal_pc(void* context, const uint16_t* distances, void* point_cloud);            // negative on failure
 int nx_angle_cal(void* context, const void* point_cloud, void* angle_result);
 
-int nx_user_calibration_init(void* context, void* buffer, void* configuration, int depth, int argument);
+int nx_user_calibration_init(void* context, void* buffer, void* configuration, int depth, intptr_t argument);
 int nx_calibration_3d(void* context);
 int nx_calibration_generate_data(void* context, void* output);
 

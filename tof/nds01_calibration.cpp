@@ -84,7 +84,7 @@ void write_offsets(uint8_t* work) {
 }
 
 /// The vendor's calibration: its result stands in the work buffer's output afterwards.
-Outcome measure(uint8_t* work, int32_t depth, int32_t argument) {
+Outcome measure(uint8_t* work, int32_t depth, intptr_t argument) {
     if (nx_user_calibration_init(isp_context(), work, &user_configuration, depth, argument) != 0) {
         return fail("step_2: nx_user_calibration_init failed!");
     }
@@ -103,7 +103,7 @@ Outcome store_output(const uint8_t* output) {
     return nds01_isp_write_calib_data(output, output_bytes) < 0 ? Outcome::not_stored : Outcome::done;
 }
 
-Outcome calibrate(uint8_t* work, Ranging& before, int32_t depth, int32_t argument) {
+Outcome calibrate(uint8_t* work, Ranging& before, int32_t depth, intptr_t argument) {
     if (nds01_get_lib_data(NDS01_LIB_DATA_FACTORY, work, factory_bytes) < 0) {
         return fail("step_2: nds01_get_lib_data failed!");
     }
@@ -120,13 +120,13 @@ Outcome take_over() {
     return (initialised | announced) < 0 ? fail("step_3 fail!") : Outcome::done;
 }
 
-Outcome run_steps(uint8_t* work, Ranging& before, int32_t depth, int32_t argument) {
+Outcome run_steps(uint8_t* work, Ranging& before, int32_t depth, intptr_t argument) {
     if (announce("step_1") < 0) return fail("step_1 fail!");
     const Outcome calibrated = calibrate(work, before, depth, argument);
     return calibrated == Outcome::done ? take_over() : calibrated;
 }
 
-void calibrate_and_return(int32_t point_mode, int32_t depth, int32_t argument) {
+void calibrate_and_return(int32_t point_mode, int32_t depth, intptr_t argument) {
     const bool calibrated = nds01_isp_offset_calibration(depth, argument) >= 0;
     const bool restored = nds01_set_point_mode(point_mode) >= 0;
     log_tof("Calibration %s and recovery point mode %s!", calibrated ? "successfully" : "failed",
@@ -136,7 +136,7 @@ void calibrate_and_return(int32_t point_mode, int32_t depth, int32_t argument) {
 }  // namespace
 }  // namespace ovra
 
-int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, int32_t argument) {
+int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, intptr_t argument) {
     const int32_t point_mode = ovra::current_point_mode();
     ovra::set_calibration_in_progress(true);
     if (nds01_set_point_mode(ovra::calibration_point_mode) < 0) {
@@ -150,7 +150,7 @@ int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, int32_t argumen
     return restored;
 }
 
-int32_t nds01_isp_offset_calibration(int32_t depth, int32_t argument) {
+int32_t nds01_isp_offset_calibration(int32_t depth, intptr_t argument) {
     ovra::WorkBuffer work(static_cast<uint8_t*>(std::malloc(ovra::work_bytes)), std::free);
     if (!work) {
         ovra::log_tof("%s step_1: malloc fail, len = %d!\n", ovra::step_attribute,

@@ -22,10 +22,10 @@ OVRA_BEGIN_DECLS
  * succeeded is printed.
  *
  * @param depth     the target's distance, handed to the vendor's library as it is
- * @param argument  the vendor's second calibration argument, handed on as it is
+ * @param argument  the vendor's second calibration argument, a number or an address, handed on as it is
  * @return what the last return to the former point mode returned: 0, or -1 on failure.
  */
-OVRA_API int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, int32_t argument);
+OVRA_API int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, intptr_t argument);
 
 /**
  * The calibration itself: measures, stores the result in the device and prepares the processing library
@@ -35,7 +35,7 @@ OVRA_API int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, int32_
  *         running state left as the calibration needs them (0 and 1) and its work memory lost; -EINTR on
  *         every other failure.
  */
-OVRA_API int32_t nds01_isp_offset_calibration(int32_t depth, int32_t argument);
+OVRA_API int32_t nds01_isp_offset_calibration(int32_t depth, intptr_t argument);
 
 OVRA_END_DECLS
 

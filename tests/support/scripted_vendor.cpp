@@ -161,7 +161,8 @@ int nx_angle_cal(void* context, const void* point_cloud, void* angle_result) {
     return called("nx_angle_cal", vendor().angle_cal, accept, context, point_cloud, angle_result);
 }
 
-int nx_user_calibration_init(void* context, void* buffer, void* configuration, int depth, int argument) {
+int nx_user_calibration_init(void* context, void* buffer, void* configuration, int depth,
+                             std::intptr_t argument) {
     return called("nx_user_calibration_init", vendor().user_calibration_init, accept, context, buffer,
                   configuration, depth, argument);
 }

@@ -40,7 +40,7 @@ struct ScriptedVendor {
     std::function<int(void*, std::uint8_t*, int)> get_recommended_points_mode;
     std::function<int(void*, const std::uint16_t*, void*)> cal_pc;
     std::function<int(void*, const void*, void*)> angle_cal;
-    std::function<int(void*, void*, void*, int, int)> user_calibration_init;
+    std::function<int(void*, void*, void*, int, std::intptr_t)> user_calibration_init;
     std::function<int(void*)> calibration_3d;
     std::function<int(void*, void*)> calibration_generate_data;
 };

@@ -99,7 +99,7 @@ TEST_F(OffsetCalibration, RestoresAStoppedSensor) {
 TEST_F(OffsetCalibration, TellsTheVendorWhatToCalibrate) {
     driver.lib_data[0x8000].replace(1020, 8, "lastmore");
     vendor().user_calibration_init = [](void* context, void* work, void* configuration, int depth,
-                                        int argument) {
+                                        intptr_t argument) {
         EXPECT_NE(context, nullptr);
         const std::string factory(static_cast<const char*>(work), 8192);
         EXPECT_EQ(factory, std::string(1020, 'd') + "last" + std::string(8192 - 1024, '\0'));
@@ -109,15 +109,15 @@ TEST_F(OffsetCalibration, TellsTheVendorWhatToCalibrate) {
         EXPECT_EQ(number_at<void*>(record, 8), reinterpret_cast<void*>(nds01_isp_get_pixel_data));
         EXPECT_EQ(number_at<void*>(record, 8 + sizeof(void*)), reinterpret_cast<void*>(nds01_isp_set_config));
         EXPECT_EQ(depth, -300);
-        EXPECT_EQ(argument, 0x7FFFFFFF);
+        EXPECT_EQ(argument, INTPTR_MAX);
         return 0;
     };
-    EXPECT_EQ(nds01_isp_offset_calibration(-300, 0x7FFFFFFF), 0);
+    EXPECT_EQ(nds01_isp_offset_calibration(-300, INTPTR_MAX), 0);
 }
 
 TEST_F(OffsetCalibration, StoresTheRepackedTableBeforeTheGeneratedData) {
     void* work = nullptr;
-    vendor().user_calibration_init = [&](void*, void* buffer, void*, int, int) {
+    vendor().user_calibration_init = [&](void*, void* buffer, void*, int, intptr_t) {
         work = buffer;
         return 0;
     };
@@ -231,7 +231,7 @@ TEST_F(OffsetCalibration, FailsWhenTheRunningStateCannotBeSaved) {
 
 TEST_F(OffsetCalibration, FailsWhenTheVendorRefusesToBegin) {
     for (const int answer : {-1, 1}) {
-        vendor().user_calibration_init = [answer](void*, void*, void*, int, int) { return answer; };
+        vendor().user_calibration_init = [answer](void*, void*, void*, int, intptr_t) { return answer; };
         board.clear_journal();
         EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
         EXPECT_EQ(board.log(), step("step_2: nx_user_calibration_init failed!") + step_4);
@@ -343,13 +343,13 @@ TEST_F(CalibrationRun, CalibratesInPointModeZeroAndReturnsTwice) {
 }
 
 TEST_F(CalibrationRun, HandsBothArgumentsOn) {
-    std::vector<int> given;
-    vendor().user_calibration_init = [&](void*, void*, void*, int depth, int argument) {
+    std::vector<intptr_t> given;
+    vendor().user_calibration_init = [&](void*, void*, void*, int depth, intptr_t argument) {
         given = {depth, argument};
         return 0;
     };
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, -7), 0);
-    EXPECT_EQ(given, (std::vector<int>{300, -7}));
+    EXPECT_EQ(given, (std::vector<intptr_t>{300, -7}));
 }
 
 TEST_F(CalibrationRun, ReturnsToThePointModeItFound) {

@@ -4,7 +4,6 @@
 #include "platform/nds_isp.h"
 #include "virtual_projector/boardlibs/installation.h"
 
-using vp::boardlibs::AngleLimits;
 using vp::boardlibs::AngleResult;
 using vp::boardlibs::CalibrationSetup;
 using vp::boardlibs::CloudPoint;
@@ -102,7 +101,7 @@ extern "C" int nx_angle_cal(void* /*context*/, const void* point_cloud, void* an
 }
 
 extern "C" int nx_user_calibration_init(void* context, void* buffer, void* configuration, int depth,
-                                        int /*argument*/) {
+                                        intptr_t /*argument*/) {
     return perform("nx_user_calibration_init", {}, [&](Libraries& all) {
         if (context == nullptr || buffer == nullptr || configuration == nullptr) return refused;
         CalibrationSetup setup{};

@@ -33,6 +33,14 @@ constexpr int serial_number_characters = sizeof(ovra_permanent_record::device_sn
 
 bool initialised() { return load(permanent_data_inited) == 1; }
 
+// Byte by byte, because the gravity thread may read the copy in memory while the host writes the record. It
+// may then see half of either record, but never half of a byte.
+void copy_record(void* to, const void* from) {
+    auto* out = static_cast<uint8_t*>(to);
+    const auto* in = static_cast<const uint8_t*>(from);
+    for (uint32_t i = 0; i < record_bytes; ++i) store(out[i], load(in[i]));
+}
+
 void dump_line(const uint8_t* data, uint32_t length) {
     constexpr char digits[] = "0123456789abcdef";
     char text[dump_bytes_per_line * dump_characters_per_byte + 1];
@@ -145,7 +153,7 @@ int32_t permanent_data_init(void) {
 
 int32_t permanent_data_read(void* out) {
     ensure_initialised(__func__);
-    std::memmove(out, &glb_permanent_data, record_bytes);
+    copy_record(out, &glb_permanent_data);
     return 0;
 }
 
@@ -155,13 +163,15 @@ int32_t permanent_data_write(const void* in) {
         log_bare("ovra: %s, fail.\n", __func__);
         return -1;
     }
-    std::memmove(&glb_permanent_data, in, record_bytes);  // `in` may be the copy itself
+    copy_record(&glb_permanent_data, in);  // `in` may be the copy itself
     return 0;
 }
 
 int32_t permanent_data_clean(void) {
     ensure_initialised(__func__);
-    std::memset(&glb_permanent_data, erased_byte, record_bytes);
+    ovra_permanent_record erased;
+    std::memset(&erased, erased_byte, record_bytes);
+    copy_record(&glb_permanent_data, &erased);
     if (permanent_data_otp_write(&glb_permanent_data) != 0) {
         log_bare("ovra: %s, fail.\n", __func__);
         return -1;

@@ -1,6 +1,7 @@
 #include "host/commands.h"
 
 #include <pthread.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 
 #include "host/console.h"
 #include "host/host_session.h"
+#include "host/peek.h"
 #include "host/record_text.h"
 #include "ovrafocus/ovrafocus.h"
 
@@ -17,7 +19,7 @@ namespace host {
 namespace {
 
 constexpr int idle_timeout_ms = 60 * 1000;
-constexpr int wait_slice_ms = 100;
+constexpr int wait_slice_ms = 500;
 
 // --- Requests ------------------------------------------------------------------------------------------
 
@@ -48,12 +50,21 @@ Outcome run_switches(const Arguments& arguments) {
     return Outcome::done;
 }
 
+long milliseconds_now() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now.tv_sec * 1000L + now.tv_usec / 1000;
+}
+
 Outcome wait_idle() {
+    const long begin_ms = milliseconds_now();
     if (!wait_until_idle(idle_timeout_ms)) {
         say("still busy after %d seconds", idle_timeout_ms / 1000);
         note_request_failed();
         return Outcome::failed;
     }
+    const double waited_s = static_cast<double>(milliseconds_now() - begin_ms) / 1000;
+    say("all is quiet after %.2f seconds; %s", waited_s, last_request_words());
     return Outcome::done;
 }
 
@@ -120,20 +131,27 @@ Outcome run_offset(const Arguments& arguments) {
 
 // --- Questions -----------------------------------------------------------------------------------------
 
-Outcome run_status(const Arguments&) {
-    say("auto-keystone %s, auto-focus %s, last request %s",
-        varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
-        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off",
-        last_request_succeeded() ? "succeeded" : "failed");
-    say("widths: top %d, bottom %d; tilt %d degrees; last distance %d mm", static_cast<int>(preUpW),
-        static_cast<int>(preDownW), get_current_keystone_angle(), static_cast<int>(lastDistance));
+void say_lens_position() {
     int tmr = 0;
     if (motor_tmr_x_dir_read(&tmr) == 0) {
-        say("lens at TMR %d (limits %d to %d)", tmr, static_cast<int>(g_limitLeft),
-            static_cast<int>(g_limitRight));
+        say("lens: at TMR %d, limits %d and %d", tmr, peek(g_limitLeft), peek(g_limitRight));
     } else {
-        say("the lens position cannot be read");
+        say("lens: its position cannot be read");
     }
+}
+
+Outcome run_status(const Arguments&) {
+    say("auto-keystone is %s, auto-focus is %s; %s", varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
+        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off", last_request_words());
+    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
+        peek(preDownW), get_current_keystone_angle());
+    const int distance_mm = peek(lastDistance);
+    if (distance_mm > 0) {
+        say("distance of the last run: %d mm", distance_mm);
+    } else {
+        say("distance of the last run: out of range");
+    }
+    say_lens_position();
     return Outcome::done;
 }
 

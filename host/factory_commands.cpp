@@ -5,6 +5,7 @@
 #include "host/commands.h"
 #include "host/console.h"
 #include "host/host_session.h"
+#include "host/peek.h"
 #include "ovrafocus/ovrafocus.h"
 
 namespace host {
@@ -99,8 +100,7 @@ Outcome calibrate_table(const Arguments& arguments) {
     const int result = get_cali_list_tmr(target, measured);
     if (result == 0) {
         say("lens table: TMR %d (far) to %d (near), limits %d and %d, idle %d and %d", measured[0],
-            measured[sweep_points - 1], static_cast<int>(g_limitLeft), static_cast<int>(g_limitRight),
-            static_cast<int>(leftIdle), static_cast<int>(rightIdle));
+            measured[sweep_points - 1], peek(g_limitLeft), peek(g_limitRight), peek(leftIdle), peek(rightIdle));
     }
     return verdict("lens table", result == 0, result);
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "host/console.h"
+#include "host/peek.h"
 #include "host/toast_words.h"
 #include "ovrafocus/ovrafocus.h"
 
@@ -15,7 +16,7 @@ constexpr int poll_ms = 50;
 
 // Written by the library's threads through the callbacks, read by the command loop.
 std::atomic<bool> started{false};
-std::atomic<bool> request_failed{false};
+std::atomic<RequestState> request_state{RequestState::none};
 
 // g_osd_state_autofocus is 1 from load on, until the first run ends: it tells of a run only once a run has
 // been asked for or one has been seen to end.
@@ -24,7 +25,7 @@ std::atomic<bool> run_state_is_meaningful{false};
 void on_refresh() { run_state_is_meaningful = true; }
 
 void on_toast(std::int32_t code) {
-    if (toast_is_failure(code)) request_failed = true;
+    if (toast_is_failure(code)) note_request_failed();
     say("toast %d: %s", static_cast<int>(code), toast_words(code));
 }
 
@@ -40,13 +41,6 @@ app_callback_table make_callbacks() {
 
 // The library keeps the pointer, so the table lives as long as the process.
 app_callback_table callbacks = make_callbacks();
-
-template <typename T>
-T peek(const T& shared) {
-    T value;
-    __atomic_load(&shared, &value, __ATOMIC_RELAXED);
-    return value;
-}
 
 bool something_is_pending() {
     if (peek(g_run_once_AKAF) != 0 || peek(g_run_once_keystone) != 0) return true;
@@ -91,7 +85,7 @@ void stop_library() {
 }
 
 void begin_request(bool auto_focus) {
-    request_failed = false;
+    request_state = RequestState::succeeded;
     if (auto_focus) run_state_is_meaningful = true;
 }
 
@@ -106,8 +100,19 @@ bool wait_until_idle(int timeout_ms) {
     return false;
 }
 
-bool last_request_succeeded() { return !request_failed; }
+RequestState last_request() { return request_state; }
 
-void note_request_failed() { request_failed = true; }
+void note_request_failed() { request_state = RequestState::failed; }
+
+const char* last_request_words() {
+    switch (last_request()) {
+        case RequestState::none:
+            return "no request yet";
+        case RequestState::failed:
+            return "the last request failed";
+        default:
+            return "the last request succeeded";
+    }
+}
 
 }  // namespace host

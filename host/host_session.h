@@ -15,13 +15,19 @@ void stop_library();
 /// Called when a request is made: failures told by toasts from now on belong to it.
 void begin_request(bool auto_focus);
 
+/// How the last request went.
+enum class RequestState { none, succeeded, failed };
+
 /// Waits until no request is pending, no movement is being handled and no run is in progress; gives up after
 /// `timeout_ms`. Returns whether idleness was reached.
 bool wait_until_idle(int timeout_ms);
 
-/// Whether the last request ended without a failure toast.
-bool last_request_succeeded();
+/// A request that is still being carried out counts as one that succeeded, until a toast says otherwise.
+RequestState last_request();
 void note_request_failed();
+
+/// The same as a sentence's end: "no request yet", "the last request succeeded", "the last request failed".
+const char* last_request_words();
 
 }  // namespace host
 

@@ -10,7 +10,7 @@ namespace {
 int exit_code_of(Outcome outcome) {
     if (outcome == Outcome::misused) return exit_usage;
     if (outcome == Outcome::failed) return exit_request_failed;
-    return last_request_succeeded() ? exit_success : exit_request_failed;
+    return last_request() == RequestState::failed ? exit_request_failed : exit_success;
 }
 
 }  // namespace

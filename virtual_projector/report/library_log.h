@@ -7,12 +7,35 @@
 
 namespace vp {
 
-/// The log's telling lines in plain words, in their order, those that repeat the one before left out. Colour
-/// codes are dropped. A file that cannot be read tells nothing.
-std::vector<std::string> read_library_log(const std::string& path);
+struct LibraryLog {
+    std::vector<std::string> told;  // the telling lines in plain words, in their order
+    int toasts = 0;                 // how many were sent to the host
+};
 
-/// One line of the log in plain words; empty when it tells nothing that a story needs.
-std::string tell_log_line(const std::string& line);
+/// Turns log lines into words, one after the other: some tell something only together with those before.
+class LogTeller {
+public:
+    /// A line in plain words; empty when it tells nothing that a story needs. Colour codes are dropped.
+    std::string tell(const std::string& line);
+
+private:
+    struct Aim {
+        int current = 0;
+        int target = 0;
+    };
+    std::string tell_place(const std::string& message);
+    std::string tell_aim(const std::string& message);
+    std::string tell_arrival(const std::string& message) const;
+
+    bool aims_ = false;  // a target has been told in this run
+    Aim aim_;
+};
+
+/// A file that cannot be read tells nothing. Words that repeat those before them are left out.
+LibraryLog read_library_log(const std::string& path);
+
+/// The distance in millimetres that a focus place (0 to 24) is for; 0 for any other.
+int focus_place_mm(int place);
 
 }  // namespace vp
 

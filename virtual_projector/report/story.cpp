@@ -13,8 +13,8 @@
 namespace vp {
 namespace {
 
-constexpr std::size_t most_decisions = 11;
-constexpr std::size_t most_moves = 12;
+constexpr std::size_t most_decisions = 13;
+constexpr std::size_t most_moves = 9;
 
 __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
     char line[240];
@@ -42,12 +42,17 @@ void append(std::vector<std::string>& story, const std::vector<std::string>& lin
     story.insert(story.end(), lines.begin(), lines.end());
 }
 
-std::vector<std::string> tell_decisions(const std::string& log) {
+std::vector<std::string> tell_decisions(const LibraryLog& log) {
     std::vector<std::string> lines;
-    for (const std::string& words : read_library_log(log)) lines.push_back("  " + words);
+    for (const std::string& words : log.told) lines.push_back("  " + words);
     lines = cut(lines, most_decisions);
     if (!lines.empty()) lines.insert(lines.begin(), "What the library saw and chose:");
     return lines;
+}
+
+std::string tell_toasts(const LibraryLog& log) {
+    if (log.toasts == 0) return "Toasts to the host: none.";
+    return "Toasts to the host: " + std::to_string(log.toasts) + ", told by it above.";
 }
 
 std::string tell_move(const LensMoveAt& move) {
@@ -76,6 +81,22 @@ std::vector<std::string> tell_moves(const TraceContents& trace) {
     return lines;
 }
 
+// "upright", "upside down", ...: the HDMI picture on the wall.
+const char* turn_in_words(int turn_deg) {
+    switch (turn_deg) {
+        case 90:
+            return "turned left";
+        case 180:
+            return "upside down";
+        case 270:
+            return "turned right";
+        default:
+            return "upright";
+    }
+}
+
+std::string edges(const TruthAt& truth) { return text("%d/%d", truth.top_width, truth.bottom_width); }
+
 std::vector<std::string> tell_outcome(const TruthAt& before, const TruthAt& after) {
     return {text("%-34s %12s %12s", "", "before", "after"),
             text("%-34s %12.3f %12.3f", "sharpness (0 to 1)", before.sharpness, after.sharpness),
@@ -84,8 +105,14 @@ std::vector<std::string> tell_outcome(const TruthAt& before, const TruthAt& afte
                  after.left_side_deg),
             text("%-34s %12.2f %12.2f", "right side from upright (degrees)", before.right_side_deg,
                  after.right_side_deg),
-            text("%-34s %6d/%5d %6d/%5d", "widths top/bottom (pixels)", before.top_width, before.bottom_width,
-                 after.top_width, after.bottom_width)};
+            text("%-34s %12s %12s", "edges top/bottom (pixels)", edges(before).c_str(), edges(after).c_str()),
+            text("%-34s %12s %12s", "picture", turn_in_words(before.hdmi_turn_deg),
+                 turn_in_words(after.hdmi_turn_deg))};
+}
+
+std::string tell_start(const TruthAt& before) {
+    return text("At the start: %.0f mm from the wall, tilted by %.1f degrees, LED at %.0f C.",
+                before.distance_mm, before.pitch_deg, before.led_c);
 }
 
 std::string tell_times(const std::string& summary_path) {
@@ -102,15 +129,14 @@ std::string tell_times(const std::string& summary_path) {
 std::vector<std::string> tell_story(const StorySources& sources) {
     const TraceContents trace = read_trace(sources.trace);
     if (trace.truths.empty()) return {"There is nothing to tell: the trace " + sources.trace + " is empty."};
-    const TruthAt& before = trace.truths.front();
-    const TruthAt& after = trace.truths.back();
+    const LibraryLog log = read_library_log(sources.library_log);
     std::vector<std::string> story;
     if (!sources.title.empty()) story.push_back(sources.title);
-    story.push_back(text("At the start: %.0f mm from the wall, tilted by %.1f degrees, LED at %.0f C.",
-                         before.distance_mm, before.pitch_deg, before.led_c));
-    append(story, tell_decisions(sources.library_log));
+    story.push_back(tell_start(trace.truths.front()));
+    append(story, tell_decisions(log));
     append(story, tell_moves(trace));
-    append(story, tell_outcome(before, after));
+    if (!sources.library_log.empty()) story.push_back(tell_toasts(log));
+    append(story, tell_outcome(trace.truths.front(), trace.truths.back()));
     story.push_back(tell_times(sources.summary));
     return story;
 }

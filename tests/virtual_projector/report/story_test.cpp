@@ -1,0 +1,108 @@
+#include "virtual_projector/report/story.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/stories/storykit/launched_program.h"
+
+namespace {
+
+constexpr const char* before =
+    R"({"t_us":0,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_error_tmr":197.9,)"
+    R"("sharpness":0.004,"top_width":1280,"bottom_width":1280,"left_side_deg":-5.45,"right_side_deg":5.45,)"
+    R"("hdmi_turn_deg":0}})"
+    "\n";
+constexpr const char* after =
+    R"({"t_us":400000,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_error_tmr":-0.1,)"
+    R"("sharpness":1.0,"top_width":1148,"bottom_width":1280,"left_side_deg":-0.04,"right_side_deg":0.04,)"
+    R"("hdmi_turn_deg":180}})"
+    "\n";
+
+struct StoryTest : ::testing::Test {
+    storykit::ScratchFolder folder;
+    vp::StorySources sources{"A title.", folder.file("trace"), folder.file("log"), folder.file("summary")};
+
+    std::vector<std::string> tell(const std::string& trace, const std::string& log = "") {
+        storykit::write_file(sources.trace, trace);
+        if (!sources.library_log.empty()) storykit::write_file(sources.library_log, log);
+        storykit::write_file(sources.summary, R"({"simulated_us":350000,"real_us":9000})");
+        return vp::tell_story(sources);
+    }
+};
+
+TEST_F(StoryTest, TellsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
+    const std::string moves =
+        "{\"t_us\":100000,\"event\":\"somebody shakes it\"}\n"
+        "{\"t_us\":200000,\"call\":\"write\",\"path\":\"/sys/class/motor/left\",\"result\":1,\"data\":\"11\"}\n"
+        "{\"t_us\":250000,\"call\":\"write\",\"path\":\"/sys/class/motor/pulse\",\"result\":1,\"data\":\"1\"}\n"
+        "{\"t_us\":300000,\"call\":\"write\",\"path\":\"/sys/class/motor/"
+        "right\",\"result\":1,\"data\":\"1\"}\n";
+    EXPECT_EQ(tell(before + moves + after, "[ovra_focus]  avgDist = 1504\n"),
+              (std::vector<std::string>{
+                  "A title.",
+                  "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.",
+                  "What the library saw and chose:",
+                  "  their mean in range is 1504 mm",
+                  "What happened:",
+                  "     0.100 s  somebody shakes it",
+                  "     0.200 s  lens: 11 full steps to the left",
+                  "     0.300 s  lens: 1 half step to the right",
+                  "     0.400 s  picture: top 1148, bottom 1280 pixels wide",
+                  "Toasts to the host: none.",
+                  "                                         before        after",
+                  "sharpness (0 to 1)                        0.004        1.000",
+                  "lens error (TMR units)                    197.9         -0.1",
+                  "left side from upright (degrees)          -5.45        -0.04",
+                  "right side from upright (degrees)          5.45         0.04",
+                  "edges top/bottom (pixels)             1280/1280    1148/1280",
+                  "picture                                 upright  upside down",
+                  "Simulated time 0.350 s, real time 0.009 s.",
+              }));
+}
+
+TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
+    sources.title.clear();
+    sources.library_log.clear();
+    const std::vector<std::string> story = tell(before);
+    ASSERT_EQ(story.size(), 9U);
+    EXPECT_EQ(story[0], "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.");
+    EXPECT_EQ(story[1], "                                         before        after");
+}
+
+TEST_F(StoryTest, CountsTheToasts) {
+    const std::vector<std::string> story =
+        tell(before, "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
+    EXPECT_EQ(story[3], "  a toast goes to the host");
+    EXPECT_EQ(story[4], "Toasts to the host: 1, told by it above.");
+}
+
+TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
+    std::string trace = before;
+    std::string log;
+    for (int i = 0; i < 100; ++i) {
+        trace += "{\"t_us\":" + std::to_string(i) + ",\"event\":\"event " + std::to_string(i) + "\"}\n";
+        log += "[ovra_focus]  avgDist = " + std::to_string(i) + "\n";
+    }
+    const std::vector<std::string> story = tell(trace + after, log);
+    EXPECT_LE(story.size(), 36U);
+    EXPECT_EQ(story[3], "  their mean in range is 0 mm");
+    EXPECT_EQ(story[9], "  ... and 88 more ...");
+    EXPECT_EQ(story[15], "  their mean in range is 99 mm");
+    EXPECT_EQ(story[17], "     0.000 s  event 0");
+    EXPECT_EQ(story[21], "  ... and 93 more ...");
+    EXPECT_EQ(story[25], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
+}
+
+TEST_F(StoryTest, SaysThatThereIsNothingToTellWithoutATrace) {
+    EXPECT_EQ(tell(""), (std::vector<std::string>{"There is nothing to tell: the trace " + sources.trace +
+                                                  " is empty."}));
+}
+
+TEST_F(StoryTest, SaysWhenTheRunLeftNoFigures) {
+    storykit::write_file(sources.trace, before);
+    EXPECT_EQ(vp::tell_story(sources).back(), "The run left no figures behind.");
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include "virtual_projector/report/trace_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace {
+
+vp::TraceContents read(const std::string& text) {
+    const std::string path = ::testing::TempDir() + "trace_reader_test.jsonl";
+    std::ofstream(path) << text;
+    const vp::TraceContents contents = vp::read_trace(path);
+    std::remove(path.c_str());
+    return contents;
+}
+
+std::string motor_write(const std::string& node, const std::string& value, const std::string& result = "1") {
+    return R"({"t_us":5,"call":"write","path":"/sys/class/motor/)" + node + R"(","result":)" + result +
+           R"(,"data":")" + value + "\"}\n";
+}
+
+TEST(ATrace, HoldsTheTruth) {
+    const vp::TraceContents trace = read(
+        R"({"t_us":7,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_tmr":-66.0,)"
+        R"("lens_error_tmr":1.5,"sharpness":0.99,"top_width":1148,"bottom_width":1280,"left_side_deg":-0.2,)"
+        R"("right_side_deg":0.1,"on_wall":false,"hdmi_turn_deg":180,"menu_turn_deg":90}})"
+        "\n");
+    ASSERT_EQ(trace.truths.size(), 1U);
+    const vp::TruthAt& truth = trace.truths[0];
+    EXPECT_EQ(truth.t_us, 7);
+    EXPECT_EQ(truth.distance_mm, 1500);
+    EXPECT_EQ(truth.pitch_deg, 12);
+    EXPECT_EQ(truth.led_c, 45);
+    EXPECT_EQ(truth.lens_tmr, -66);
+    EXPECT_EQ(truth.lens_error_tmr, 1.5);
+    EXPECT_EQ(truth.sharpness, 0.99);
+    EXPECT_EQ(truth.top_width, 1148);
+    EXPECT_EQ(truth.bottom_width, 1280);
+    EXPECT_EQ(truth.worst_side_deg(), 0.2);
+    EXPECT_FALSE(truth.on_wall);
+    EXPECT_EQ(truth.hdmi_turn_deg, 180);
+    EXPECT_EQ(truth.menu_turn_deg, 90);
+}
+
+TEST(ATrace, HoldsLensMovesWithTheirSideAndStepSize) {
+    const vp::TraceContents trace = read(motor_write("pulse", "2") + motor_write("left", "11") +
+                                         motor_write("pulse", "1") + motor_write("right", "1"));
+    ASSERT_EQ(trace.lens_moves.size(), 2U);
+    EXPECT_FALSE(trace.lens_moves[0].to_the_right);
+    EXPECT_EQ(trace.lens_moves[0].steps, 11);
+    EXPECT_FALSE(trace.lens_moves[0].half_steps);
+    EXPECT_TRUE(trace.lens_moves[1].to_the_right);
+    EXPECT_EQ(trace.lens_moves[1].steps, 1);
+    EXPECT_TRUE(trace.lens_moves[1].half_steps);
+}
+
+TEST(ATrace, DoesNotCountMovesOfNoStepsOrThatFailed) {
+    const vp::TraceContents trace = read(motor_write("left", "0") + motor_write("left", "3", "-16"));
+    EXPECT_TRUE(trace.lens_moves.empty());
+    ASSERT_EQ(trace.failures.size(), 1U);
+    EXPECT_EQ(trace.failures[0].what, "write /sys/class/motor/left: ");
+}
+
+TEST(ATrace, HoldsEventsFailuresAndLibraryCalls) {
+    const vp::TraceContents trace = read(
+        "{\"t_us\":1,\"event\":\"somebody shakes it\"}\n"
+        "{\"t_us\":2,\"call\":\"open\",\"path\":\"/dev/dis\",\"result\":-2,\"error\":\"ENOENT\"}\n"
+        "{\"t_us\":3,\"call\":\"call\",\"path\":\"hudi_flash_open\",\"result\":0}\n"
+        "{\"t_us\":4,\"call\":\"call\",\"path\":\"hdmirx_set_rotate\",\"result\":-5,\"error\":\"EIO\"}\n");
+    ASSERT_EQ(trace.events.size(), 1U);
+    EXPECT_EQ(trace.events[0].t_us, 1);
+    EXPECT_EQ(trace.events[0].what, "somebody shakes it");
+    ASSERT_EQ(trace.failures.size(), 2U);
+    EXPECT_EQ(trace.failures[0].what, "open /dev/dis: ENOENT");
+    EXPECT_EQ(trace.failures[1].what, "call hdmirx_set_rotate: EIO");
+    ASSERT_EQ(trace.library_calls.size(), 2U);
+    EXPECT_EQ(trace.library_calls[0].function, "hudi_flash_open");
+    EXPECT_EQ(trace.library_calls[1].result, -5);
+}
+
+TEST(ATrace, IsReadThroughLinesThatAreNoRecords) {
+    const vp::TraceContents trace = read("\nnonsense\n[1]\n{\"t_us\":1,\"event\":\"x\"}\n{\"t_us\":2,\"eve");
+    EXPECT_EQ(trace.events.size(), 1U);
+}
+
+TEST(ATrace, ThatIsNotThereIsEmpty) { EXPECT_TRUE(vp::read_trace("/nowhere/trace").truths.empty()); }
+
+}  // namespace

@@ -38,7 +38,7 @@ std::size_t open_flash_handles() {
 
 FaultEffect begin_call(const Libraries& all, const char* function) {
     if (!all.installation.fault) return {};
-    const FaultEffect effect = all.installation.fault(function);
+    FaultEffect effect = all.installation.fault(function);
     if (effect.delay_us > 0) usleep(static_cast<useconds_t>(effect.delay_us));
     return effect;
 }

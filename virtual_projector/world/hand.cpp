@@ -172,6 +172,7 @@ const char* gesture_name(GestureKind kind) { return entry(kind).name; }
 const std::vector<std::string_view>& gesture_names() {
     static const std::vector<std::string_view> names = [] {
         std::vector<std::string_view> all;
+        all.reserve(gestures.size());
         for (const NamedGesture& gesture : gestures) all.emplace_back(gesture.name);
         return all;
     }();

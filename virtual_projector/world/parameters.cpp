@@ -11,7 +11,7 @@ constexpr bool whole = true;
 constexpr bool fraction = false;
 
 // The field of a parameter: a function from the settings to the number.
-#define VP_FIELD(member) [](Settings& s) -> double& { return s.member; }
+#define VP_FIELD(member) ([](Settings& s) -> double& { return s.member; })
 
 // The lens: a full step moves it 5 um, as much as the best focus moves for one unit of 3000 mm / distance
 // when the focal length is sqrt(3000 mm * 0.005 mm) = 3.873 mm.

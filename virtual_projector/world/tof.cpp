@@ -105,8 +105,10 @@ std::array<ZoneReading, 9> zone_grid(const TofScene& scene, std::int64_t index) 
     const Noise noise(scene.seed, Stream::zone_grid);
     std::array<ZoneReading, 9> zones{};
     for (std::size_t zone = 0; zone < zones.size(); ++zone) {
-        const Ray ray{(static_cast<double>(zone % 3) - 1) * grid_step_deg,
-                      (1 - static_cast<double>(zone / 3)) * grid_step_deg};
+        const std::size_t column = zone % 3;
+        const std::size_t row = zone / 3;
+        const Ray ray{(static_cast<double>(column) - 1) * grid_step_deg,
+                      (1 - static_cast<double>(row)) * grid_step_deg};
         const Ray mounted{ray.right_deg, ray.up_deg + grid_mount_deg};
         const double x = tangent_deg(mounted.right_deg);
         const double z = tangent_deg(mounted.up_deg);

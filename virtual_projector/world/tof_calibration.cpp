@@ -41,7 +41,7 @@ std::uint32_t checksum(const std::uint8_t* data, std::size_t size) {
 }
 
 std::size_t table_place(int row, int column) {
-    return table_at + static_cast<std::size_t>(row * table_columns + column) * 2;
+    return table_at + 2 * static_cast<std::size_t>(row * table_columns + column);
 }
 
 // Where number `index` of the chip's 120 stands in the table.
@@ -55,11 +55,12 @@ std::size_t chip_number_place(std::size_t index) {
 }
 
 bool is_offset(std::size_t index) {
-    return index / static_cast<std::size_t>(half_rows * pixel_columns) % 2 == 0;
+    constexpr std::size_t block = half_rows * pixel_columns;
+    return index / block % 2 == 0;
 }
 
 std::size_t pixel_of(std::size_t index) {
-    const std::size_t block = static_cast<std::size_t>(half_rows * pixel_columns);
+    constexpr std::size_t block = half_rows * pixel_columns;
     return index / (2 * block) * block + index % block;
 }
 

@@ -27,9 +27,9 @@ constexpr int left_margin_tmr = 20;
 constexpr int right_margin_tmr = 40;
 constexpr int left_idle_surplus = 1;  // the sweep counts one step of the way back with the left idle steps
 
-constexpr int curve_numbers = 20;
-constexpr int curve_points = 13;         // the last of them, nearest distance first
-constexpr int curve_header_number = 13;  // the numbers before them: how many points follow, then zeros
+constexpr std::size_t curve_numbers = 20;
+constexpr std::size_t curve_points = 13;  // the last of them, nearest distance first
+constexpr int curve_header_number = 13;   // the numbers before them: how many points follow, then zeros
 constexpr int two_to_16 = 65536;
 
 std::array<int, measured_places> sweep(const Settings& settings) {
@@ -94,11 +94,10 @@ std::string elepn_curve_text(const Settings& settings) {
     const std::array<int, 30> table = lens_table(settings);
     std::array<int, curve_numbers> numbers{};
     numbers.front() = curve_header_number;
-    for (int point = 0; point < curve_points; ++point) {
-        const double cold = table.at(static_cast<std::size_t>(2 * point)) + settings.lens.cold_drift_tmr;
+    for (std::size_t point = 0; point < curve_points; ++point) {
+        const double cold = table.at(2 * point) + settings.lens.cold_drift_tmr;
         const int reading = static_cast<int>(std::lround(settings.tmr.sense < 0 ? -cold : cold));
-        numbers.at(static_cast<std::size_t>(curve_numbers - 1 - point)) =
-            reading < 0 ? reading + two_to_16 : reading;
+        numbers.at(curve_numbers - 1 - point) = reading < 0 ? reading + two_to_16 : reading;
     }
     std::string text;
     for (const int number : numbers) text += (text.empty() ? "" : " ") + std::to_string(number);

@@ -69,7 +69,7 @@ void World::on_action(std::function<void(Microseconds, const std::string&)> obse
 
 // A pose that is set is taken at once, out of any hand. An LED temperature that is set stays.
 std::string World::set(std::string_view name, double value) {
-    const std::string error = set_parameter(settings_, name, value);
+    std::string error = set_parameter(settings_, name, value);
     if (!error.empty()) return error;
     if (begins_with(name, "pose.")) {
         hand_.let_go();

@@ -18,7 +18,7 @@ struct Installation {
     Board* board = nullptr;
 
     /// Asked before each call with the function's name; may be empty. An errno becomes the negative result,
-    /// a short count the result itself; garbage lies over what the function hands out.
+    /// a short count the result itself; garbage lies over what the function hands out. It makes a delay itself.
     std::function<FaultEffect(std::string_view function)> fault;
 
     /// Told after each call; may be empty.

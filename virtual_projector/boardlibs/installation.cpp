@@ -1,7 +1,5 @@
 #include "virtual_projector/boardlibs/installation.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -37,10 +35,7 @@ std::size_t open_flash_handles() {
 }
 
 FaultEffect begin_call(const Libraries& all, const char* function) {
-    if (!all.installation.fault) return {};
-    FaultEffect effect = all.installation.fault(function);
-    if (effect.delay_us > 0) usleep(static_cast<useconds_t>(effect.delay_us));
-    return effect;
+    return all.installation.fault ? all.installation.fault(function) : FaultEffect{};
 }
 
 void spoil(const FaultEffect& effect, const Output& output) {

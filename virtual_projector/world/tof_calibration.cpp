@@ -14,6 +14,7 @@ constexpr std::size_t depth_at = 8;
 constexpr std::size_t checksum_at = generated_size - 4;
 constexpr std::uint16_t ideal_signal = 200;
 constexpr int half_rows = pixel_rows / 2;
+constexpr std::size_t block_numbers = std::size_t{half_rows} * pixel_columns;
 
 void put16(std::uint8_t* at, std::uint16_t value) {
     at[0] = static_cast<std::uint8_t>(value & 0xFFu);
@@ -54,14 +55,10 @@ std::size_t chip_number_place(std::size_t index) {
     return table_place(row, column);
 }
 
-bool is_offset(std::size_t index) {
-    constexpr std::size_t block = half_rows * pixel_columns;
-    return index / block % 2 == 0;
-}
+bool is_offset(std::size_t index) { return index / block_numbers % 2 == 0; }
 
 std::size_t pixel_of(std::size_t index) {
-    constexpr std::size_t block = half_rows * pixel_columns;
-    return index / (2 * block) * block + index % block;
+    return index / (2 * block_numbers) * block_numbers + index % block_numbers;
 }
 
 bool is_erased(const CalibrationData& data) {

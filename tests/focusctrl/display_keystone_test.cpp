@@ -575,8 +575,10 @@ TEST_F(DisplayKeystone, RemembersTheWidthsSteppedTo) {
     set_keystone_offset_api(0, 10);
     set_keystone_offset_api(1, 50);
     set_keystone_offset_api(1, 7);
+    set_keystone_offset_api(1, 7);
+    set_keystone_offset_api(0, 4);
     EXPECT_THAT(requests, ElementsAre(widths(on, 1270, 1280), widths(on, 1260, 1280), widths(on, 1280, 1280),
-                                      widths(on, 1280, 1273)));
+                                      widths(on, 1280, 1273), widths(on, 1280, 1266), widths(on, 1280, 1270)));
 }
 
 TEST_F(DisplayKeystone, SendsTheCurrentWidthsAgainInAnyOtherDirection) {

@@ -68,22 +68,6 @@ Outcome wait_idle() {
     return Outcome::done;
 }
 
-// "250ms", "1.5s", "2min"; a bare number counts seconds.
-bool parse_duration_ms(const std::string& text, long& milliseconds) {
-    char* unit = nullptr;
-    const double number = std::strtod(text.c_str(), &unit);
-    if (unit == text.c_str() || !(number >= 0)) return false;
-    const std::string name = unit;
-    double scale = 0;
-    if (name == "ms") scale = 1;
-    if (name == "s" || name.empty()) scale = 1000;
-    if (name == "min") scale = 60 * 1000;
-    if (name == "h") scale = 60 * 60 * 1000;
-    if (scale == 0 || number * scale > 1e9) return false;
-    milliseconds = static_cast<long>(number * scale);
-    return true;
-}
-
 Outcome run_wait(const Arguments& arguments) {
     if (arguments[0] == "idle") return wait_idle();
     long milliseconds = 0;
@@ -301,6 +285,21 @@ bool parse_int(const std::string& text, int& value) {
     const long number = std::strtol(text.c_str(), &end, 10);
     if (end == text.c_str() || *end != '\0' || errno != 0 || number < INT_MIN || number > INT_MAX) return false;
     value = static_cast<int>(number);
+    return true;
+}
+
+bool parse_duration_ms(const std::string& text, long& milliseconds) {
+    char* unit = nullptr;
+    const double number = std::strtod(text.c_str(), &unit);
+    if (unit == text.c_str() || !(number >= 0)) return false;
+    const std::string name = unit;
+    double scale = 0;
+    if (name == "ms") scale = 1;
+    if (name == "s" || name.empty()) scale = 1000;
+    if (name == "min") scale = 60 * 1000;
+    if (name == "h") scale = 60 * 60 * 1000;
+    if (scale == 0 || number * scale > 1e9) return false;
+    milliseconds = static_cast<long>(number * scale);
     return true;
 }
 

@@ -35,6 +35,10 @@ const std::vector<Command>& factory_commands();
 /// Carries out one line: a command and its arguments. Empty lines and lines that begin with # do nothing.
 Outcome run_line(const std::string& line);
 
+/// Reads a duration such as "250ms", "1.5s", "2min" or "8h"; a bare number counts seconds. False when the
+/// text is anything else, or longer than eleven days.
+bool parse_duration_ms(const std::string& text, long& milliseconds);
+
 /// Reads a whole number; false when the text is anything else.
 bool parse_int(const std::string& text, int& value);
 

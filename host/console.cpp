@@ -9,8 +9,8 @@
 namespace host {
 namespace {
 
-// The host's words; standard output until the library's log is sent elsewhere.
-std::FILE* words = stdout;
+// The host's words, once they part from the library's log.
+std::FILE* own_words = nullptr;
 
 }  // namespace
 
@@ -23,11 +23,12 @@ bool send_library_log_to(const std::string& path) {
     const bool redirected = stream != nullptr && dup2(log, STDOUT_FILENO) >= 0;
     close(log);
     if (!redirected) return false;
-    words = stream;
+    own_words = stream;
     return true;
 }
 
 void say(const char* format, ...) {
+    std::FILE* const words = own_words != nullptr ? own_words : stdout;
     flockfile(words);
     va_list arguments;
     va_start(arguments, format);

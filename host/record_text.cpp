@@ -1,5 +1,6 @@
 #include "host/record_text.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -15,12 +16,16 @@ std::string field_text(const char (&field)[length]) {
 std::string flag_text(const char* name, char flag) {
     const std::string digit = printable_text(&flag, 1);
     const bool calibrated = flag >= '1' && flag <= '9';
-    return std::string(name) + (calibrated ? "calibrated (" : "not calibrated (") + digit + ")";
+    const bool erased = digit == "(erased)";
+    return std::string(name) + (calibrated ? "calibrated " : "not calibrated ") +
+           (erased ? digit : "(" + digit + ")");
 }
 
 }  // namespace
 
 std::string printable_text(const char* field, std::size_t length) {
+    constexpr char erased = '\xff';
+    if (std::all_of(field, field + length, [](char byte) { return byte == erased; })) return "(erased)";
     std::string text;
     for (std::size_t i = 0; i < length && field[i] != 0; ++i) {
         const auto byte = static_cast<unsigned char>(field[i]);

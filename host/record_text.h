@@ -9,7 +9,8 @@
 
 namespace host {
 
-/// Bytes of one field up to its terminator, or its whole length; what is not printable is shown as \xNN.
+/// Bytes of one field up to its terminator, or its whole length; what is not printable is shown as \xNN,
+/// and a field that was never written as "(erased)".
 std::string printable_text(const char* field, std::size_t length);
 
 /// One line a field, in the record's order.

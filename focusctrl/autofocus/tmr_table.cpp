@@ -54,9 +54,12 @@ int32_t position(int32_t target, StepCount& taken) {
     return failed;
 }
 
+// A reading that failed is not stored, whatever the sensor gave: the caller's array keeps what it had.
 int32_t measure(int32_t& reading) {
-    if (motor_tmr_x_dir_read(&reading) != 0) return failed;
-    log_focus("currentTMR = %d", reading);
+    int32_t current = 0;
+    if (motor_tmr_x_dir_read(&current) != 0) return failed;
+    log_focus("currentTMR = %d", current);
+    reading = current;
     return 0;
 }
 

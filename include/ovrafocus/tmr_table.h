@@ -22,7 +22,8 @@ OVRA_BEGIN_DECLS
  * -1000 and 1000 for the sweep and stay so when it fails.
  *
  * @param target    lens position in TMR units that becomes measured[2]
- * @param measured  14 readings in TMR units, the leftmost first, one motor step apart
+ * @param measured  14 readings in TMR units, the leftmost first, one motor step apart; after a failure it holds
+ *                  those that were made before it
  * @return 0; -1 when a motor call or position read failed: nothing is stored then.
  */
 OVRA_API int32_t get_cali_list_tmr(int32_t target, int32_t* measured);

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -281,6 +283,15 @@ TEST_F(CaliListByFullSteps, AFailedReadingDoesNotBlameThePositioning) {
                                       "[ovra_focus]  steps = 1, microSteps = 0\n\n"
                                       "[ovra_focus]  current tmr ret=4, tmr_adc:2500\n\n"
                                       "[ovra_focus]  motor iic error:2500\n\n"));
+}
+
+TEST_F(CaliListByFullSteps, AFailedReadingIsNotStored) {
+    std::fill(std::begin(measured), std::end(measured), 77);
+    // The reading behind the first of the eleven steps.
+    board.on_read(tmr_node,
+                  [this] { return pulses == 5 && tmr == 30 ? std::string("2500") : std::to_string(tmr); });
+    EXPECT_EQ(get_cali_list_tmr(0, measured), -1);
+    EXPECT_THAT(measured, testing::ElementsAre(77, 77, 0, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77));
 }
 
 TEST_F(CaliListByFullSteps, FailsWhenItsOwnPulseCannotBeSet) {

@@ -56,8 +56,9 @@ OVRA_API int32_t manufocusTargetTMR(int32_t target, int32_t* count, int32_t* mic
 OVRA_API int32_t manufocusTMRxj(int32_t delta);
 
 /**
- * Moves the lens to its left, or right, soft limit (10 units inside it).
- * @param out  the limit itself, in TMR units; untouched when the lens is not calibrated
+ * Moves the lens to its left, or right, soft limit, until it is within 4 units of the limit or past it.
+ * @param out  the limit, in TMR units; untouched when the lens is not calibrated, stored when it only did not
+ *             get there
  * @return 0; -1 when the lens is not calibrated or did not get there.
  */
 OVRA_API int32_t goto_left_limit_safe(int32_t* out);

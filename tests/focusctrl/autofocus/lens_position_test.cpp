@@ -75,6 +75,26 @@ protected:
         return false;
     }
 
+    // What happened, in order: printed lines without their tag, "NODE <- TEXT", "sleep N" and "position" for a
+    // reading of the sensor. What the sensor's own reader prints is left out.
+    Journal events() {
+        const std::string tag = "print [ovra_focus]  ";
+        const std::string motor = "/sys/class/motor/";
+        Journal list;
+        for (const std::string& entry : board.journal({"print", "write", "sleep", "read"})) {
+            if (entry.rfind("sleep", 0) == 0) list.push_back(entry);
+            if (entry == "read " + std::string(tmr_node)) list.emplace_back("position");
+            if (entry.rfind(tag, 0) == 0 && entry.find("current tmr ret") == std::string::npos)
+                list.push_back(entry.substr(tag.size()));
+            if (entry.rfind("write " + motor, 0) == 0) {
+                std::string text = entry.substr(6 + motor.size());
+                text.replace(text.find(' '), 1, " <- ");
+                list.push_back(text.substr(0, text.find("\\n")));
+            }
+        }
+        return list;
+    }
+
     ScriptedBoard board;
     app_callback_table table{};
     int tmr = 0;
@@ -129,6 +149,15 @@ TEST_F(LensOnTheBoard, ManualFocusOfNothingMovesTenUnitsRight) {
     EXPECT_EQ(board.writes(right_node), Journal({"1\n"}));
     EXPECT_TRUE(toasts.empty());
     EXPECT_FALSE(lens_is_locked());
+}
+
+TEST_F(LensOnTheBoard, ManualFocusDoesItsWorkInThisOrder) {
+    manufocusTMR(0);
+    EXPECT_THAT(events(),
+                ElementsAre("position", "manu focus targetTMR = 10--------------------------", "sleep 40000",
+                            "position", "currentTMR = 0, targetTMR = 10", "move 1 right half step",
+                            "pulse <- 1", "motor_right_write val:1", "right <- 1", "sleep 40000", "position",
+                            "currentTMR = 9, targetTMR = 10", "manul focus completed"));
 }
 
 TEST_F(LensOnTheBoard, ManualFocusOfMinusThreeMovesTenUnitsLeft) {
@@ -193,6 +222,7 @@ TEST_F(LensOnTheBoard, ManualFocusGivesUpAfterThirtyPasses) {
     EXPECT_EQ(board.journal({"sleep"}).size(), 31u);
     EXPECT_EQ(board.writes(right_node).size(), 30u);
     EXPECT_THAT(board.log(), testing::EndsWith("[ovra_focus]  auto focus time out\n"));
+    EXPECT_EQ(events().end()[-2], "sleep 40000");
     EXPECT_FALSE(lens_is_locked());
     EXPECT_TRUE(toasts.empty());
 }
@@ -243,6 +273,17 @@ TEST_F(LensOnTheBoard, AbsoluteMoveGoesStepByStepAndCounts) {
                                "[ovra_focus]  manul focus completed\n"
                                "[ovra_focus]  count = 1, microCount = 1\n\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"2", "1", "2"}));
+}
+
+TEST_F(LensOnTheBoard, AbsoluteMoveDoesItsWorkInThisOrder) {
+    Counts counts;
+    manufocusTargetTMR(7, &counts.full, &counts.fine);
+    EXPECT_THAT(events(),
+                ElementsAre("manu focus targetTMR = 7--------------------------", "pulse <- 2", "position",
+                            "sleep 40000", "position", "currentTMR = 0, targetTMR = 7, direct = 0",
+                            "pulse <- 1", "motor_right_write val:1", "right <- 1", "sleep 40000", "position",
+                            "currentTMR = 9, targetTMR = 7, direct = 0", "manul focus completed", "pulse <- 2",
+                            "count = 0, microCount = 1"));
 }
 
 TEST_F(LensOnTheBoard, AbsoluteMoveLeftwardsShowsDirectOne) {
@@ -376,7 +417,7 @@ TEST_F(LensOnTheBoard, LimitMovesNeedACalibratedLens) {
     EXPECT_TRUE(board.journal({"open"}).empty());
 }
 
-TEST_F(LensOnTheBoard, LimitMoveGoesTenInsideTheLimitAndTellsTheLimitItself) {
+TEST_F(LensOnTheBoard, LimitMoveGoesToTheLimitItselfAndTellsIt) {
     calibrate_flags('1');
     setSoftLimit(-30, 40);
     tmr = -20;
@@ -441,6 +482,15 @@ TEST_F(LensOnTheBoard, SenseIsFoundWhenTheReadingHasRisenByTwentyOne) {
                                "[ovra_focus]  direction = 0\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"2"}));
     EXPECT_EQ(board.journal({"sleep"}), Journal(3, "sleep 100000"));
+}
+
+TEST_F(LensOnTheBoard, SenseProbeDoesItsWorkInThisOrder) {
+    full_travel = 21;
+    int32_t sense = -7;
+    get_direction(&sense);
+    EXPECT_THAT(events(), ElementsAre("position", "beforeTMR = 0", "pulse <- 2", "move 1 right step--10um ",
+                                      "motor_right_write val:1", "right <- 1", "sleep 100000", "position",
+                                      "count = 1, afterTMR = 21", "direction = 0"));
 }
 
 TEST_F(LensOnTheBoard, SenseIsOneWhenTheReadingFallsByTwentyOne) {
@@ -530,6 +580,19 @@ TEST_F(LensOnTheBoard, IdleProbeToTheLeftMovesLeft) {
     EXPECT_EQ(go_cali_tmr_idle(1), 0);
     EXPECT_EQ(board.writes(left_node), Journal({"1\n"}));
     EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  move 1 left step--5um \n"));
+}
+
+TEST_F(LensOnTheBoard, IdleProbeDoesItsWorkInThisOrder) {
+    go_cali_tmr_idle(1);
+    EXPECT_THAT(events(), ElementsAre("position", "beforeTMR = 0", "pulse <- 2", "move 1 left step--5um ",
+                                      "motor_left_write val:1", "left <- 1", "sleep 100000", "position",
+                                      "count = 1, afterTMR = -18"));
+    board.clear_journal();
+    tmr = 0;
+    go_cali_tmr_idle(0);
+    EXPECT_THAT(events(), ElementsAre("position", "beforeTMR = 0", "pulse <- 2", "move 1 right step--5um ",
+                                      "motor_right_write val:1", "right <- 1", "sleep 100000", "position",
+                                      "count = 1, afterTMR = 18"));
 }
 
 TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensFollowsAtTheFifteenthStepOnly) {

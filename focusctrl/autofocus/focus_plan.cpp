@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
+
+#include "focusctrl/whole_number.h"
 
 namespace ovra {
 namespace {
@@ -56,12 +57,6 @@ constexpr double idle_share = 0.4;
 constexpr std::int64_t tmr_per_step = 18;
 constexpr std::int64_t whole_steps_from = 31;
 constexpr std::int64_t single_step_from = 5;
-
-std::int32_t saturate(double value) {
-    constexpr double low = std::numeric_limits<std::int32_t>::min();
-    constexpr double high = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(value, low, high));
-}
 
 std::int32_t signed_point(std::int32_t number) {
     return number > largest_positive_point ? number - two_to_the_16 : number;
@@ -166,7 +161,7 @@ PlaceTable shifted_table(const TableChoice& choice, const PlaceTable& table, std
 std::int32_t extrapolate_near(std::int32_t target_tmr, int place, std::int32_t distance_mm) {
     if (place != nearest_calibrated_place || distance_mm >= extrapolate_below_mm) return target_tmr;
     const double missing_mm = static_cast<double>(extrapolate_below_mm) - distance_mm;
-    return saturate(target_tmr + std::max(missing_mm / mm_per_tmr, least_extrapolation_tmr));
+    return whole_number(target_tmr + std::max(missing_mm / mm_per_tmr, least_extrapolation_tmr));
 }
 
 std::int32_t steps_between(int current_place, int target_place) {
@@ -181,7 +176,9 @@ CoarseMove plan_coarse_move(int current_place, int target_place) {
     return move;
 }
 
-std::int32_t idle_steps(std::int32_t idle_travel) { return std::max(saturate(idle_travel * idle_share), 0); }
+std::int32_t idle_steps(std::int32_t idle_travel) {
+    return std::max(whole_number(idle_travel * idle_share), 0);
+}
 
 Side approach_side(std::int32_t target_tmr, std::int32_t current_tmr) {
     return target_tmr > current_tmr ? Side::right : Side::left;

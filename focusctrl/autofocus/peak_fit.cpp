@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+
+#include "focusctrl/whole_number.h"
 
 namespace ovra {
 namespace {
@@ -83,11 +84,6 @@ double peak_position(const std::vector<stepList_>& samples) {
     return -best.b / (2 * best.a);
 }
 
-std::int32_t rounded_position(double position) {
-    constexpr double least = std::numeric_limits<std::int32_t>::min();
-    constexpr double greatest = std::numeric_limits<std::int32_t>::max();
-    if (std::isnan(position)) return 0;
-    return static_cast<std::int32_t>(std::clamp(std::round(position), least, greatest));
-}
+std::int32_t rounded_position(double position) { return whole_number(std::round(position)); }
 
 }  // namespace ovra

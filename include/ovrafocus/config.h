@@ -70,7 +70,8 @@ extern OVRA_API ovra_focus_config focus_config;
 extern OVRA_API int32_t ovra_log_level;
 
 /**
- * Fill one part of the record with its start-up values and log the function's name.
+ * Fill one part of the record with its start-up values and log the function's name. focus_data_init() leaves
+ * words 9 and 10 as they are.
  * @param rec the part to fill; must not be null.
  * @return `rec`.
  * @{

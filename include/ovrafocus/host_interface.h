@@ -31,8 +31,9 @@ typedef struct app_callback_table {
     void* reserved_2; /**< not used by the library */
     void* reserved_3; /**< not used by the library */
 
-    void (*refresh_ui)(void);            /**< slot 4: draw the menu again */
-    void (*toast)(int32_t code);         /**< slot 5: show the message with this code */
+    void (*refresh_ui)(void); /**< slot 4: draw the menu again */
+    /** slot 5: show the message with this code; focus_run.h and lens_position.h say which code tells what */
+    void (*toast)(int32_t code);
     int32_t (*is_factory_test)(void);    /**< slot 6: 1 while the projector is in factory testing */
     void (*rotation_changed)(int32_t r); /**< slot 7: the picture's new rotation, 0 to 3, as the host counts */
 

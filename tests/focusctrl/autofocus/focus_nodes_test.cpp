@@ -84,6 +84,22 @@ TEST_F(TofDistanceRead, GivesZerosForNumbersThatAreMissing) {
     EXPECT_EQ(frame, Frame{});
 }
 
+TEST_F(TofDistanceRead, DoesNotTakeUpTheRestOfALongerTextBefore) {
+    board.text(ranging, "1000,1100,1200,1300,10,20,30,40\n");
+    tof_distance_read(frame.data());
+    board.text(ranging, "5,6");
+    tof_distance_read(frame.data());
+    EXPECT_EQ(frame, (Frame{5, 6, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(TofDistanceRead, FillsEightValuesAndNoMore) {
+    std::array<std::int32_t, 9> nine{};
+    nine[8] = untouched;
+    board.text(ranging, "1,2,3,4,5,6,7,8,9");
+    tof_distance_read(nine.data());
+    EXPECT_EQ(nine, (std::array<std::int32_t, 9>{1, 2, 3, 4, 5, 6, 7, 8, untouched}));
+}
+
 TEST_F(TofDistanceRead, ReadsNoMoreThan36Bytes) {
     board.text(ranging, "1000,1000,1000,1000,1000,1000,1000,123456");
     EXPECT_EQ(tof_distance_read(frame.data()), 0);
@@ -298,6 +314,15 @@ TEST_F(FocusCurve, ChangesItsSignForAnySenseButZero) {
         elepn_calidata_read(curve.data());
         for (std::size_t i = 0; i < curve.size(); ++i) EXPECT_EQ(curve[i], -curve_values[i]) << sense;
     }
+}
+
+TEST_F(FocusCurve, FillsTwentyFiveValuesAndNoMore) {
+    std::array<std::int32_t, 26> longer{};
+    longer[25] = untouched;
+    board.text(curve_node, curve_text);
+    elepn_calidata_read(longer.data());
+    EXPECT_EQ(longer[24], 240);
+    EXPECT_EQ(longer[25], untouched);
 }
 
 TEST_F(FocusCurve, TakesMissingNumbersAsZero) {

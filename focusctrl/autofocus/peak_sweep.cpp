@@ -1,9 +1,8 @@
 #include "ovrafocus/peak_sweep.h"
 
-#include <unistd.h>
-
 #include <array>
 
+#include "focusctrl/autofocus/factory_step.h"
 #include "focusctrl/log.h"
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/lens_position.h"
@@ -16,7 +15,6 @@ using ovra::log_focus;
 
 constexpr int32_t failed = -1;
 constexpr int32_t full_pulse = 2;
-constexpr useconds_t settle_us = 100000;
 constexpr int32_t head_start_steps = 5;  // to the right, before the walk to the left begins
 constexpr int32_t longest_walk = 100;    // TMR units left of where the sweep began
 constexpr int32_t highest_peak = 1000;   // TMR units; beyond it lies no lens
@@ -42,15 +40,6 @@ int32_t take_head_start() {
     return motor_pulse_write(full_pulse);
 }
 
-int32_t step_left(int32_t& tmr) {
-    log_focus("move 1 left step--5um\n");
-    if (motor_left_write(1) == failed) return failed;
-    usleep(settle_us);
-    if (motor_tmr_x_dir_read(&tmr) != 0) return failed;
-    log_focus("currentTMR = %d", tmr);
-    return 0;
-}
-
 // Two falls in a row, from the sixth sample on.
 bool peak_is_passed(const Samples& samples) {
     const int last = samples.count - 1;
@@ -64,7 +53,7 @@ bool peak_is_passed(const Samples& samples) {
 int32_t walk_left(int32_t start_tmr, Samples& samples) {
     int32_t tmr = start_tmr;
     while (tmr > start_tmr - longest_walk && !peak_is_passed(samples)) {
-        if (step_left(tmr) == failed) return failed;
+        if (ovra::step_and_measure("move 1 left step--5um\n", motor_left_write, tmr) == failed) return failed;
         const auto index = static_cast<std::size_t>(samples.count);
         samples.list[index] = {tmr, sharpness_series[index]};
         ++samples.count;
@@ -104,8 +93,7 @@ int32_t get_cali_peak_tmr(void) {
     log_focus("get_direction val = %d\n", sense);
 
     int32_t start_tmr = 0;
-    if (motor_tmr_x_dir_read(&start_tmr) != 0) return failed;
-    log_focus("currentTMR = %d", start_tmr);
+    if (ovra::measure_position(start_tmr) == failed) return failed;
     if (take_head_start() == failed) return failed;
 
     Samples samples;

@@ -1,12 +1,11 @@
 #include "ovrafocus/tmr_table.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "focusctrl/autofocus/factory_step.h"
 #include "focusctrl/autofocus/lens_feedback.h"
 #include "focusctrl/log.h"
 #include "focusctrl/shared_flag.h"
@@ -20,11 +19,12 @@ namespace {
 
 using ovra::load;
 using ovra::log_focus;
+using ovra::measure_position;
+using ovra::step_and_measure;
 using ovra::store;
 
 constexpr int32_t failed = -1;
 constexpr int32_t full_pulse = 2;
-constexpr useconds_t settle_us = 100000;
 
 constexpr int measurements = 14;
 constexpr int target_measurement = 2;
@@ -54,22 +54,6 @@ int32_t position(int32_t target, StepCount& taken) {
     return failed;
 }
 
-// A reading that failed is not stored, whatever the sensor gave: the caller's array keeps what it had.
-int32_t measure(int32_t& reading) {
-    int32_t current = 0;
-    if (motor_tmr_x_dir_read(&current) != 0) return failed;
-    log_focus("currentTMR = %d", current);
-    reading = current;
-    return 0;
-}
-
-int32_t step_and_measure(const char* message, int32_t (*move)(int32_t), int32_t& reading) {
-    log_focus("%s", message);
-    if (move(1) == failed) return failed;
-    usleep(settle_us);
-    return measure(reading);
-}
-
 // To the start, arriving from the left, then eleven steps right.
 int32_t sweep_right(int32_t target, int32_t* measured) {
     StepCount taken;
@@ -78,7 +62,7 @@ int32_t sweep_right(int32_t target, int32_t* measured) {
         return failed;
     log_focus("steps = %d, microSteps = %d\n", taken.steps, taken.micro_steps);
     if (motor_pulse_write(full_pulse) == failed) return failed;
-    if (measure(measured[target_measurement]) == failed) return failed;
+    if (measure_position(measured[target_measurement]) == failed) return failed;
     for (int i = target_measurement + 1; i < measurements; ++i) {
         if (step_and_measure("move 1 right step--5um \n", motor_right_write, measured[i]) == failed)
             return failed;

@@ -200,6 +200,16 @@ TEST_F(GetCaliData, KeepsTheEntriesBehindAShortTable) {
     EXPECT_EQ(table(), expected_table(26));
 }
 
+TEST_F(GetCaliData, TakesNoMoreThanThirtyEntries) {
+    std::string text = "0";
+    for (int i = 1; i < 40; ++i) text += "," + std::to_string(i);
+    put_table(text);
+    const std::int32_t behind = g_flag_high_temp;
+    get_cali_data(listFlash);
+    EXPECT_EQ(listFlash[29], 29);
+    EXPECT_EQ(g_flag_high_temp, behind);
+}
+
 TEST_F(GetCaliData, StopsWhereTheTextIsNoTable) {
     const std::pair<const char*, int> texts[] = {
         {",-90,-80", 0},   {"-100,,-80", 1}, {"-100,-90,x,-70", 2}, {"-100;-90", 1},

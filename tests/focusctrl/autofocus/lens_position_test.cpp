@@ -13,6 +13,7 @@
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/lifecycle.h"
 #include "ovrafocus/permanent_data.h"
+#include "tests/focusctrl/autofocus/lens_events.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 
@@ -75,25 +76,7 @@ protected:
         return false;
     }
 
-    // What happened, in order: printed lines without their tag, "NODE <- TEXT", "sleep N" and "position" for a
-    // reading of the sensor. What the sensor's own reader prints is left out.
-    Journal events() {
-        const std::string tag = "print [ovra_focus]  ";
-        const std::string motor = "/sys/class/motor/";
-        Journal list;
-        for (const std::string& entry : board.journal({"print", "write", "sleep", "read"})) {
-            if (entry.rfind("sleep", 0) == 0) list.push_back(entry);
-            if (entry == "read " + std::string(tmr_node)) list.emplace_back("position");
-            if (entry.rfind(tag, 0) == 0 && entry.find("current tmr ret") == std::string::npos)
-                list.push_back(entry.substr(tag.size()));
-            if (entry.rfind("write " + motor, 0) == 0) {
-                std::string text = entry.substr(6 + motor.size());
-                text.replace(text.find(' '), 1, " <- ");
-                list.push_back(text.substr(0, text.find("\\n")));
-            }
-        }
-        return list;
-    }
+    Journal events() { return testkit::lens_events(board); }
 
     ScriptedBoard board;
     app_callback_table table{};

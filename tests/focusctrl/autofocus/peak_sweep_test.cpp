@@ -4,15 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cmath>
 #include <string>
 #include <vector>
 
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/peak_search.h"
+#include "tests/focusctrl/autofocus/lens_events.h"
 #include "tests/support/scripted_board.h"
 
 namespace {
 
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testkit::ScriptedBoard;
@@ -82,6 +85,34 @@ TEST_F(PeakSweep, TellsEachStep) {
     EXPECT_EQ(board.writes(pulse_node), Journal({"2", "2", "2"}));
 }
 
+TEST_F(PeakSweep, DoesItsWorkInThisOrder) {
+    get_cali_peak_tmr();
+    EXPECT_THAT(
+        testkit::lens_events_after(board, "get_direction val = 0", 13),
+        ElementsAre("position", "currentTMR = 30", "pulse <- 2", "move 5 right step--5*5um",
+                    "motor_right_write val:5", "right <- 5", "pulse <- 2", "move 1 left step--5um",
+                    "motor_left_write val:1", "left <- 1", "sleep 100000", "position", "currentTMR = 172"));
+}
+
+TEST_F(PeakSweep, EndsAHundredLeftOfItsStart) {
+    right_travel = 21;
+    travel = 41;  // from 105 right of the start exactly to 100 left of it in five steps
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_EQ(board.writes(left_node).size(), 5u);
+}
+
+TEST_F(PeakSweep, TakesAPeakOfAThousandAndNoHigherOne) {
+    get_cali_peak_tmr();
+    const int to_a_thousand = 1000 - static_cast<int>(std::lround(getDoublePeekStep()));
+    tmr = to_a_thousand;
+    board.log();
+    EXPECT_EQ(get_cali_peak_tmr(), 0);
+    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  peek step = 1000\n\n"));
+    tmr = to_a_thousand + 1;
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  peek step = 1001\n\n"));
+}
+
 TEST_F(PeakSweep, WaitsATenthOfASecondAfterEachStep) {
     get_cali_peak_tmr();
     EXPECT_EQ(board.journal({"sleep"}), Journal(13, "sleep 100000"));  // one of them is the sense probe's
@@ -103,9 +134,18 @@ TEST_F(PeakSweep, GoesOnWithoutASense) {
 
 TEST_F(PeakSweep, ThatReachesItsEndBeforeTheFallsFindsNoPeak) {
     right_travel = 21;
-    travel = 21;  // 11 samples reach 100 left of the start; the maximum is the last but one
+    travel = 21;  // 10 samples reach 100 left of the start; the maximum is the last
     EXPECT_EQ(get_cali_peak_tmr(), -1);
     EXPECT_THAT(board.log(), EndsWith("max_index = 9, tmr[max_index] = -84\n\n"
+                                      "[ovra_focus]  auto focus cali: peak not found!\n\n"));
+}
+
+TEST_F(PeakSweep, NeedsTwoSamplesBehindThePeak) {
+    right_travel = 21;
+    travel = 20;  // 11 samples: one behind the maximum
+    EXPECT_EQ(get_cali_peak_tmr(), -1);
+    EXPECT_EQ(board.writes(left_node).size(), 11u);
+    EXPECT_THAT(board.log(), EndsWith("max_index = 9, tmr[max_index] = -74\n\n"
                                       "[ovra_focus]  auto focus cali: peak not found!\n\n"));
 }
 

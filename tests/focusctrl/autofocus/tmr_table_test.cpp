@@ -14,11 +14,13 @@
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/lens_position.h"
 #include "ovrafocus/permanent_data.h"
+#include "tests/focusctrl/autofocus/lens_events.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 
 namespace {
 
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -237,6 +239,32 @@ TEST_F(CaliListByFullSteps, OpensTheLimitsAndSaysWhatItDoes) {
                                "[ovra_focus]  tmr_cali_interpolation start\n\n"));
 }
 
+TEST_F(CaliListByFullSteps, GoesToItsFourTargets) {
+    get_cali_list_tmr(100, measured);
+    std::vector<std::string> targets;
+    for (const std::string& event : testkit::lens_events(board))
+        if (event.rfind("manu focus targetTMR", 0) == 0) targets.push_back(event);
+    EXPECT_THAT(targets, ElementsAre("manu focus targetTMR = 70--------------------------",
+                                     "manu focus targetTMR = 102--------------------------",
+                                     "manu focus targetTMR = 98--------------------------",
+                                     "manu focus targetTMR = 102--------------------------"));
+}
+
+TEST_F(CaliListByFullSteps, DoesItsWorkBehindEachTargetInThisOrder) {
+    get_cali_list_tmr(0, measured);
+    EXPECT_THAT(
+        testkit::lens_events_after(board, "steps = 1, microSteps = 0", 9),
+        ElementsAre("pulse <- 2", "position", "currentTMR = 0", "move 1 right step--5um ",
+                    "motor_right_write val:1", "right <- 1", "sleep 100000", "position", "currentTMR = 30"));
+    EXPECT_THAT(
+        testkit::lens_events_after(board, "steps = 11, microSteps = 0, leftR = 1", 13),
+        ElementsAre("pulse <- 2", "move 1 left step--5um ", "motor_left_write val:1", "left <- 1",
+                    "sleep 100000", "position", "currentTMR = -30", "move 1 left step--5um ",
+                    "motor_left_write val:1", "left <- 1", "sleep 100000", "position", "currentTMR = -60"));
+    EXPECT_THAT(testkit::lens_events_after(board, "steps = 2, microSteps = 0, rightR = 0", 2),
+                ElementsAre("pulse <- 2", "tmr_cali_interpolation start"));
+}
+
 TEST_F(CaliList, TellsAMoveThatDidNotArriveAndLeavesTheLimitsOpen) {
     board.on_read(tmr_node, [] { return std::string("500"); });
     EXPECT_EQ(get_cali_list_tmr(0, measured), -1);
@@ -291,7 +319,7 @@ TEST_F(CaliListByFullSteps, AFailedReadingIsNotStored) {
     board.on_read(tmr_node,
                   [this] { return pulses == 5 && tmr == 30 ? std::string("2500") : std::to_string(tmr); });
     EXPECT_EQ(get_cali_list_tmr(0, measured), -1);
-    EXPECT_THAT(measured, testing::ElementsAre(77, 77, 0, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77));
+    EXPECT_THAT(measured, ElementsAre(77, 77, 0, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77));
 }
 
 TEST_F(CaliListByFullSteps, FailsWhenItsOwnPulseCannotBeSet) {

@@ -1,6 +1,7 @@
 #include "ovrafocus/nds01_device.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <string>
@@ -160,6 +161,22 @@ TEST_F(DeviceLife, ClosesNothingWhenNothingWasOpened) {
     EXPECT_EQ(nds01_dev_uninit(), 0);
     EXPECT_EQ(board.journal({"close"}), Lines{});
     EXPECT_EQ(board.log(), tof_tagged("nds01 device uninit successful."));
+}
+
+TEST_F(DeviceLife, RangesOnDescriptorZeroButDoesNotCloseIt) {
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);  // the lowest number is free: the next open gets it
+    start(0);
+    driver.set_frame(50);
+    uint8_t zones[64];
+    EXPECT_EQ(nds01_get_ranging_data(zones), 4);
+    nds01_dev_uninit();
+    EXPECT_EQ(board.open_descriptors(), Lines{nds01_node});
+    ::close(STDIN_FILENO);
+    if (input >= 0) {
+        ::dup2(input, STDIN_FILENO);
+        ::close(input);
+    }
 }
 
 // --- Frames -----------------------------------------------------------------------------------------

@@ -97,7 +97,7 @@ int check_error_code(const char* sensor, const char* node) {
 // The word of one zone. Parsed unsigned, so that the upper half keeps its top bit where `long` has 32 bits.
 uint32_t zone_word(const char* frame, int zone) {
     char digits[word_digits + 1] = {};
-    std::memcpy(digits, frame + zone * word_digits, word_digits);
+    std::memcpy(digits, frame + std::ptrdiff_t{zone} * word_digits, word_digits);
     return static_cast<uint32_t>(std::strtoul(digits, nullptr, 16));
 }
 

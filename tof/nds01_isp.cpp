@@ -265,7 +265,7 @@ int32_t nds01_isp_set_point_mode(int32_t mode) {
 }
 
 int32_t nds01_isp_get_point_mode(int32_t* mode, uint8_t* spad_selection) {
-    *mode = ovra::stored_point_mode;
+    *mode = ovra::stored_point_mode;  // NOLINT(bugprone-signed-char-misuse): -1 means none yet
     std::copy(ovra::spad_selection.begin(), ovra::spad_selection.end(), spad_selection);
     return 0;
 }

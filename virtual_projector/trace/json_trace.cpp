@@ -1,5 +1,6 @@
 #include "virtual_projector/trace/json_trace.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string>
@@ -56,6 +57,15 @@ void add_error(nlohmann::ordered_json& line, long result) {
     if (name != nullptr) line["error"] = name;
 }
 
+// A ToF command record begins with an address in the program's own memory, which no two runs share.
+std::string_view without_address(const CallRecord& record) {
+    constexpr std::string_view commands = "/lib_data";
+    constexpr std::size_t address_bytes = 8;
+    const bool is_command = record.path.size() > commands.size() &&
+                            record.path.substr(record.path.size() - commands.size()) == commands;
+    return is_command ? record.data.substr(std::min(address_bytes, record.data.size())) : record.data;
+}
+
 }  // namespace
 
 nlohmann::ordered_json json_of(const CallRecord& record) {
@@ -68,11 +78,12 @@ nlohmann::ordered_json json_of(const CallRecord& record) {
     add_argument(line, record);
     line["result"] = record.result;
     add_error(line, record.result);
-    if (record.data.empty()) return line;
-    if (is_plain_text(record.data)) {
-        line["data"] = record.data;
+    const std::string_view data = without_address(record);
+    if (data.empty()) return line;
+    if (is_plain_text(data)) {
+        line["data"] = data;
     } else {
-        line["hex"] = hexadecimal(record.data);
+        line["hex"] = hexadecimal(data);
     }
     return line;
 }

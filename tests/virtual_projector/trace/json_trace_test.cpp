@@ -52,6 +52,15 @@ TEST(JsonOfARecord, LeavesOutAnUnknownThread) {
     EXPECT_EQ(json_of(record).dump(), R"({"t_us":20,"call":"close","path":"/dev/dis","result":0})");
 }
 
+TEST(JsonOfARecord, LeavesOutTheAddressInAToFCommand) {
+    CallRecord record;
+    record.call = "write";
+    record.path = "/sys/class/nd_tof/nds01/lib_data";
+    const char bytes[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0};
+    record.data = {bytes, sizeof bytes};
+    EXPECT_EQ(json_of(record).at("hex"), "09000000");
+}
+
 TEST(JsonOfARecord, ShowsBytesThatAreNoTextAsHexadecimal) {
     const nlohmann::ordered_json line =
         json_of(call("write", "/dev/dis", 3, 3, std::string_view("a\0\xff", 3)));

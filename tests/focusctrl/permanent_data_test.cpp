@@ -217,6 +217,15 @@ TEST_F(Read, IsServedFromMemory) {
     EXPECT_EQ(board.log(), "");
 }
 
+TEST_F(Read, FillsTwoHundredAndTwentySevenBytesAndNoMore) {
+    initialise_with(counting());
+    std::array<std::uint8_t, 228> out{};
+    out.back() = 0x55;
+    EXPECT_EQ(permanent_data_read(out.data()), 0);
+    EXPECT_EQ(out[226], 226);
+    EXPECT_EQ(out.back(), 0x55);
+}
+
 TEST_F(Read, InitialisesWhenNobodyHas) {
     vendor().otp = counting();
     Record out{};

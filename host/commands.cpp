@@ -28,6 +28,10 @@ Outcome run_init(const Arguments&) { return start_library() ? Outcome::done : Ou
 Outcome run_akaf(const Arguments&) {
     say("auto-focus and auto-keystone requested");
     begin_request(true);
+    if (varnel_get_osd_settings_autofocus() == 0) {
+        say("auto-focus is off: the lens will stay where it is");
+        note_request_failed();
+    }
     varnel_autofocus();
     return Outcome::done;
 }
@@ -202,6 +206,14 @@ Outcome run_fan(const Arguments& arguments) {
 
 // --- The program itself --------------------------------------------------------------------------------
 
+// For scripts that go on after a step whose failure is part of the plan.
+Outcome run_try(const Arguments& arguments) {
+    std::string line;
+    for (const std::string& word : arguments) line += word + " ";
+    const Outcome outcome = run_line(line);
+    return outcome == Outcome::failed ? Outcome::done : outcome;
+}
+
 Outcome run_quit(const Arguments&) { return Outcome::quit; }
 
 void list_commands(const std::vector<Command>& table) {
@@ -235,8 +247,9 @@ Outcome run_command(const Command& command, const Arguments& arguments) {
     const bool counted =
         arguments.size() >= command.least_arguments && arguments.size() <= command.most_arguments;
     const Outcome outcome = counted ? command.run(arguments) : Outcome::misused;
-    if (outcome == Outcome::misused) say("usage: %s %s", command.name, command.arguments);
-    return outcome;
+    if (outcome != Outcome::misused) return outcome;
+    say("usage: %s %s", command.name, command.arguments);
+    return Outcome::refused;
 }
 
 }  // namespace
@@ -259,6 +272,7 @@ const std::vector<Command>& commands() {
         {"distance", "", "the distance of each zone", 0, 0, true, run_distance},
         {"keys", "", "listen to the keys; then: has one been pressed?", 0, 0, true, run_keys},
         {"fan", "SPEED", "set the fan's speed", 1, 1, false, run_fan},
+        {"try", "COMMAND", "carry out a command; go on when it fails", 1, 8, false, run_try},
         {"help", "", "this list", 0, 0, false, run_help},
         {"quit", "", "end the program", 0, 0, false, run_quit},
     };
@@ -274,7 +288,7 @@ Outcome run_line(const std::string& line) {
     const Command* const command = find_command(name);
     if (command == nullptr) {
         say("unknown command '%s'; 'help' lists them", name.c_str());
-        return Outcome::misused;
+        return Outcome::refused;
     }
     return run_command(*command, arguments);
 }

@@ -11,6 +11,7 @@ enum class Outcome {
     done,     // go on with the next command
     failed,   // the command could not be carried out; a script stops here
     misused,  // the command or its arguments are wrong
+    refused,  // the same, and it has been said how it would be right
     quit,
 };
 

@@ -1,11 +1,13 @@
 // The factory's commands: each calibrates one thing and says what it found.
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "host/commands.h"
 #include "host/console.h"
 #include "host/host_session.h"
 #include "host/peek.h"
+#include "host/record_text.h"
 #include "ovrafocus/ovrafocus.h"
 
 namespace host {
@@ -18,15 +20,20 @@ constexpr int sweep_points = 14;
 constexpr int sweep_target_point = 2;
 constexpr std::size_t longest_table_text = 149;
 
-Outcome verdict(const char* what, bool good, int result) {
+// Says how a step ended; `why` tells what a failure of it means.
+Outcome verdict(const char* what, bool good, int result, const char* why) {
     if (good) {
         say("%s: done", what);
         return Outcome::done;
     }
-    say("%s: failed (%d)", what, result);
+    say("%s: failed (%d): %s", what, result, why);
     note_request_failed();
     return Outcome::failed;
 }
+
+constexpr const char* no_record = "the permanent record could not be written";
+constexpr const char* no_movement =
+    "the reading did not follow the motor: the lens sticks, or its sensor does not work";
 
 Outcome calibrate_gravity(const Arguments& arguments) {
     int offset[3];
@@ -35,6 +42,7 @@ Outcome calibrate_gravity(const Arguments& arguments) {
         if (!parse_int(arguments[axis + 1], offset[axis])) return Outcome::misused;
         if (offset[axis] < -20000 || offset[axis] > 20000) {
             say("gravity offsets must lie in -20000 to 20000");
+            note_request_failed();
             return Outcome::failed;
         }
     }
@@ -44,7 +52,7 @@ Outcome calibrate_gravity(const Arguments& arguments) {
     std::snprintf(record.gsensor_offset_text, sizeof record.gsensor_offset_text, "%d,%d,%d", offset[0],
                   offset[1], offset[2]);
     const int result = permanent_data_write(&record);
-    return verdict("gravity offsets", result == 0, result);
+    return verdict("gravity offsets", result == 0, result, no_record);
 }
 
 Outcome calibrate_tof(const Arguments& arguments) {
@@ -54,20 +62,20 @@ Outcome calibrate_tof(const Arguments& arguments) {
         return Outcome::misused;
     }
     const int result = nds01_offset_calibration_at_depth_for_isp(depth_mm, argument);
-    return verdict("ToF offset", result >= 0, result);
+    return verdict("ToF offset", result >= 0, result, "the sensor did not go back to its point mode");
 }
 
 Outcome calibrate_direction(const Arguments&) {
     int sense = 0;
     const int result = get_direction(&sense);
     if (result == 0) say("TMR sense: %d (%s)", sense, sense == 1 ? "readings are negated" : "as read");
-    return verdict("lens direction", result == 0, result);
+    return verdict("lens direction", result == 0, result, no_movement);
 }
 
 Outcome calibrate_idle(const Arguments& arguments) {
     if (arguments.size() != 2 || (arguments[1] != "left" && arguments[1] != "right")) return Outcome::misused;
     const int result = go_cali_tmr_idle(arguments[1] == "left" ? 1 : 0);
-    return verdict("idle travel", result == 0, result);
+    return verdict("idle travel", result == 0, result, no_movement);
 }
 
 // The library stops the process when the table's text overflows its field, so the text is foreseen here.
@@ -88,6 +96,15 @@ bool table_text_will_fit(int target) {
     return length - 1 <= longest_table_text;
 }
 
+bool table_is_stored() {
+    std::string text;
+    for (const std::int32_t& number : listFlash)
+        text += (text.empty() ? "" : ",") + std::to_string(peek(number));
+    ovra_permanent_record record{};
+    permanent_data_read(&record);
+    return printable_text(record.tmr_table_text, sizeof record.tmr_table_text) == text;
+}
+
 Outcome calibrate_table(const Arguments& arguments) {
     int target = 0;
     if (arguments.size() != 2 || !parse_int(arguments[1], target)) return Outcome::misused;
@@ -98,17 +115,17 @@ Outcome calibrate_table(const Arguments& arguments) {
     }
     int measured[sweep_points] = {};
     const int result = get_cali_list_tmr(target, measured);
-    if (result == 0) {
-        say("lens table: TMR %d (far) to %d (near), limits %d and %d, idle %d and %d", measured[0],
-            measured[sweep_points - 1], peek(g_limitLeft), peek(g_limitRight), peek(leftIdle), peek(rightIdle));
-    }
-    return verdict("lens table", result == 0, result);
+    if (result != 0) return verdict("lens table", false, result, "the lens did not go where it should");
+    say("lens table: TMR %d (far) to %d (near), limits %d and %d, idle %d and %d", measured[0],
+        measured[sweep_points - 1], peek(g_limitLeft), peek(g_limitRight), peek(leftIdle), peek(rightIdle));
+    // The library only prints a failed write; reading back tells.
+    return verdict("lens table", table_is_stored(), -1, no_record);
 }
 
 Outcome calibrate_peak(const Arguments&) {
     const int result = get_cali_peak_tmr();
     if (result == 0) say("sharpness peak at TMR %.1f", getDoublePeekStep());
-    return verdict("sharpness peak", result == 0, result);
+    return verdict("sharpness peak", result == 0, result, "there is none near the lens's place");
 }
 
 struct Step {
@@ -140,18 +157,18 @@ Outcome run_flags(const Arguments& arguments) {
     const bool kept = (stored[0] != 0) == (flags[0] != 0) && (stored[1] != 0) == (flags[1] != 0) &&
                       (stored[2] != 0) == (flags[2] != 0);
     say("calibration flags: gravity %d, ToF %d, lens %d", stored[0], stored[1], stored[2]);
-    return verdict("calibration flags", kept, kept ? 0 : -1);
+    return verdict("calibration flags", kept, kept ? 0 : -1, no_record);
 }
 
 Outcome run_clean(const Arguments&) {
     const int result = permanent_data_clean();
-    return verdict("erasing the record", result == 0, result);
+    return verdict("erasing the record", result == 0, result, no_record);
 }
 
 Outcome run_dump(const Arguments&) {
     const int result = dump_permanent_data_for_debug();
     if (result == 0) say("the record stands in the library's log");
-    return verdict("dumping the record", result == 0, result);
+    return verdict("dumping the record", result == 0, result, "the flash could not be read");
 }
 
 }  // namespace

@@ -29,7 +29,12 @@ void on_toast(std::int32_t code) {
     say("toast %d: %s", static_cast<int>(code), toast_words(code));
 }
 
-void on_rotation(std::int32_t code) { say("the picture's rotation is now %d", static_cast<int>(code)); }
+// The codes count quarter turns the other way round than the display does.
+void on_rotation(std::int32_t code) {
+    constexpr int full_turn_deg = 360;
+    const int turn_deg = (full_turn_deg - 90 * static_cast<int>(code)) % full_turn_deg;
+    say("the picture is turned by %d degrees from now on (rotation code %d)", turn_deg, static_cast<int>(code));
+}
 
 app_callback_table make_callbacks() {
     app_callback_table table{};
@@ -107,7 +112,7 @@ void note_request_failed() { request_state = RequestState::failed; }
 const char* last_request_words() {
     switch (last_request()) {
         case RequestState::none:
-            return "no request yet";
+            return "nothing has been requested";
         case RequestState::failed:
             return "the last request failed";
         default:

@@ -26,7 +26,8 @@ bool wait_until_idle(int timeout_ms);
 RequestState last_request();
 void note_request_failed();
 
-/// The same as a sentence's end: "no request yet", "the last request succeeded", "the last request failed".
+/// The same as a sentence's end: "nothing has been requested", "the last request succeeded", "the last request
+/// failed".
 const char* last_request_words();
 
 }  // namespace host

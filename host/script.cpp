@@ -8,7 +8,7 @@ namespace host {
 namespace {
 
 int exit_code_of(Outcome outcome) {
-    if (outcome == Outcome::misused) return exit_usage;
+    if (outcome == Outcome::misused || outcome == Outcome::refused) return exit_usage;
     if (outcome == Outcome::failed) return exit_request_failed;
     return last_request() == RequestState::failed ? exit_request_failed : exit_success;
 }

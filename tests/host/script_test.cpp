@@ -62,6 +62,19 @@ TEST_F(ScriptTest, StopsAtAStepThatFailsAndSaysWhichAndWhy) {
               "name.host:1: stopped at 'calibrate gravity 1 2 30000'\n");
 }
 
+TEST_F(ScriptTest, GoesOnAfterAFailureThatIsPartOfThePlan) {
+    EXPECT_EQ(script("try calibrate gravity 1 2 30000\nwait 1s\n"), host::exit_request_failed);
+    EXPECT_EQ(board.log(), "gravity offsets must lie in -20000 to 20000\n");
+    EXPECT_EQ(board.now_us(), 1000000);
+}
+
+TEST_F(ScriptTest, StopsAtAMistakeEvenInATry) {
+    EXPECT_EQ(script("try focus\nwait 1s\n"), host::exit_usage);
+    EXPECT_EQ(board.log(), "unknown command 'focus'; 'help' lists them\nname.host:1: stopped at 'try focus'\n");
+    EXPECT_EQ(script("try\n"), host::exit_usage);
+    EXPECT_EQ(board.log(), "usage: try COMMAND\nname.host:1: stopped at 'try'\n");
+}
+
 TEST_F(ScriptTest, EndsAtQuit) {
     EXPECT_EQ(script("quit\nnonsense\n"), host::exit_success);
     EXPECT_EQ(board.log(), "");

@@ -62,8 +62,12 @@ std::vector<std::string> words_to_run(const Program& program, const std::string&
     std::vector<char*> arguments;
     for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", arguments[0], std::strerror(errno));
+    // What an emulator says of a program that is not there is its own.
+    if (program.emulator.empty() || access(program.command[0].c_str(), X_OK) == 0) {
+        execvp(arguments[0], arguments.data());
+    }
+    std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", program.command[0].c_str(),
+                 std::strerror(errno));
     _exit(cannot_start);
 }
 

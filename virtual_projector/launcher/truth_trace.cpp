@@ -46,7 +46,7 @@ TruthTrace::TruthTrace(TraceSink& sink, std::function<Truth()> truth) : sink_(si
 
 void TruthTrace::record(const CallRecord& record) {
     sink_.record(record);
-    if (record.result >= 0 && changes_lens_or_picture(record)) record_now(record.t_us);
+    if (record.result >= 0 && changes_lens_or_picture(record)) record_change(record.t_us);
 }
 
 void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
@@ -57,9 +57,17 @@ void TruthTrace::record_event(std::int64_t t_us, std::string_view what) { sink_.
 
 void TruthTrace::time_is(std::int64_t t_us) {
     if (looked_us_ >= 0 && t_us - looked_us_ < interval_us) return;
+    if (t_us - written_us_ >= longest_silence_us) {
+        record_now(t_us);
+    } else {
+        record_change(t_us);
+    }
+}
+
+void TruthTrace::record_change(std::int64_t t_us) {
     looked_us_ = t_us;
     nlohmann::ordered_json state = json_of(truth_());
-    if (t_us - written_us_ >= longest_silence_us || state != written_) write(t_us, std::move(state));
+    if (state != written_) write(t_us, std::move(state));
 }
 
 void TruthTrace::record_now(std::int64_t t_us) {

@@ -1,4 +1,5 @@
-// The world's truth in the trace: at intervals, and behind each call that changed the lens or the picture.
+// The world's truth in the trace: as it changes, at intervals and behind each call that changes lens or
+// picture.
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
 
@@ -30,6 +31,7 @@ public:
     void record_now(std::int64_t t_us);
 
 private:
+    void record_change(std::int64_t t_us);  // unless it is the truth that was written last
     void write(std::int64_t t_us, nlohmann::ordered_json state);
 
     TraceSink& sink_;

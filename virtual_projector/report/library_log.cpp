@@ -43,13 +43,13 @@ struct Phrase {
     const char* words;
 };
 
-constexpr std::array<Phrase, 27> phrases = {{
+constexpr std::array<Phrase, 26> phrases = {{
     {"nds01_dev_init failed", "the ToF sensor did not start: auto-focus stays off"},
     {"open gsensor file", "there is no gravity sensor: movements are not noticed"},
     {"hudi flash open fail", "the flash cannot be opened"},
     {"hudi_flash_otp_read fail", "the permanent record cannot be read"},
     {"hudi_flash_otp_write fail", "the permanent record cannot be written"},
-    {"use gsensor vAngle", "chosen: the gravity sensor's tilt"},
+    {"use gsensor vAngle", "that was for the gravity sensor's tilt"},
     {"get_tof_angle fail", "the ToF sensor gives no tilt"},
     {"Unable to read TOF angle", "the ToF sensor gives no tilt: auto-keystone ends"},
     {"auto fucos error: move far away", "no ToF zone is in range: move the projector"},
@@ -65,7 +65,6 @@ constexpr std::array<Phrase, 27> phrases = {{
     {"tof stable and exit keystone", "the distance is steady: auto-keystone ends"},
     {"projection exceeds 3000mm, stop keystone", "too far away five times: auto-keystone ends"},
     {"autofocus acc trigger keystone", "at rest in a new place: the library asks itself for a run"},
-    {"device rotation success", "chosen: the picture is rotated"},
     {"HDMI stops working", "the HDMI input does not rotate"},
     {"call back toast", "a toast goes to the host"},
     {"call back refresh ui", "the host is asked to refresh its menu"},
@@ -73,6 +72,7 @@ constexpr std::array<Phrase, 27> phrases = {{
     {"peak not found", "no sharpness peak was found"},
 }};
 
+constexpr const char* no_mean = "avgDist = -1";
 constexpr const char* toast_message = "call back toast";
 
 constexpr std::array<int, 13> calibrated_mm = {3000, 1500, 1000, 750, 600, 500, 430,
@@ -111,6 +111,17 @@ std::string message_of(const std::string& line) {
     return plain[0] == '[' && tag_end != std::string::npos ? plain.substr(tag_end + 3) : plain;
 }
 
+// From one of the rotations' names to another; the first has none of its own.
+std::string tell_rotation(const std::string& message) {
+    constexpr const char* done = ", device rotation success";
+    const std::size_t arrow = message.find(" -> ");
+    const std::size_t end = message.find(done);
+    if (message.rfind("from ", 0) != 0 || arrow == std::string::npos || end == std::string::npos) return "";
+    const std::string from = message.substr(5, arrow - 5);
+    const std::string to = message.substr(arrow + 4, end - arrow - 4);
+    return "chosen: rotation " + to + (from == "startup phase" ? "" : " in place of " + from);
+}
+
 std::string tell_phrase(const std::string& message) {
     for (const Phrase& phrase : phrases) {
         if (message.find(phrase.message) != std::string::npos) return phrase.words;
@@ -119,6 +130,7 @@ std::string tell_phrase(const std::string& message) {
 }
 
 std::string tell_rule(const std::string& message) {
+    if (message == no_mean) return "";  // the line after it says so in words
     for (const Rule& rule : rules) {
         Numbers numbers{};
         if (matches(rule.pattern, rule.numbers, message.c_str(), numbers))
@@ -180,8 +192,8 @@ std::string LogTeller::tell_arrival(const std::string& message) const {
 std::string LogTeller::tell(const std::string& line) {
     if (line.empty()) return "";
     const std::string message = message_of(line);
-    for (const std::string& words :
-         {tell_place(message), tell_aim(message), tell_arrival(message), tell_phrase(message)}) {
+    for (const std::string& words : {tell_place(message), tell_aim(message), tell_arrival(message),
+                                     tell_rotation(message), tell_phrase(message)}) {
         if (!words.empty()) return words;
     }
     return tell_rule(message);

@@ -51,8 +51,7 @@ std::vector<std::string> tell_decisions(const LibraryLog& log) {
 }
 
 std::string tell_toasts(const LibraryLog& log) {
-    if (log.toasts == 0) return "Toasts to the host: none.";
-    return "Toasts to the host: " + std::to_string(log.toasts) + ", told by it above.";
+    return "Toasts sent to the host: " + (log.toasts == 0 ? "none" : std::to_string(log.toasts)) + ".";
 }
 
 std::string tell_move(const LensMoveAt& move) {

@@ -10,8 +10,18 @@ namespace {
 
 constexpr std::array<std::string_view, 4> changing_calls = {"write", "ioctl", "call", "pthread_create"};
 
+// The board encodes in a request's upper three bits which way its data go; 2 is to the program only, such as a
+// sample of a sensor.
+bool only_reads(const CallRecord& record) {
+    constexpr int direction_shift = 29;
+    constexpr std::uint32_t to_the_program = 2;
+    return record.call == "ioctl" &&
+           static_cast<std::uint32_t>(record.argument) >> direction_shift == to_the_program;
+}
+
 bool belongs_to_changes(const CallRecord& record) {
     if (record.result < 0) return true;
+    if (only_reads(record)) return false;
     for (const std::string_view call : changing_calls) {
         if (record.call == call) return true;
     }

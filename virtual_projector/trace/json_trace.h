@@ -26,7 +26,8 @@ namespace vp {
 /// How much is written; each level holds the one before it.
 enum class TraceDetail {
     events,   // events and the world's truth
-    changes,  // and calls that may change the board (write, ioctl, call, pthread_create), and all failures
+    changes,  // and calls that may change the board (write, ioctl that does not only read, call,
+              // pthread_create), and all failures
     calls,    // and every other call
 };
 

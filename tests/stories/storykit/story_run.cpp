@@ -67,6 +67,16 @@ Story& Story::commands(const std::vector<std::string>& lines) {
     return *this;
 }
 
+Story& Story::scenario(const std::string& path) {
+    scenario_ = path;
+    return *this;
+}
+
+Story& Story::detail(const std::string& level) {
+    detail_ = level;
+    return *this;
+}
+
 Story& Story::with(const std::vector<std::string>& options) {
     options_.insert(options_.end(), options.begin(), options.end());
     return *this;
@@ -75,7 +85,7 @@ Story& Story::with(const std::vector<std::string>& options) {
 Told Story::run() const {
     const ScratchFolder folder;
     std::vector<std::string> options = {"--scenario",     scenario_, "--trace",   folder.file("trace"),
-                                        "--trace-detail", "changes", "--summary", folder.file("summary")};
+                                        "--trace-detail", detail_,   "--summary", folder.file("summary")};
     options.insert(options.end(), options_.begin(), options_.end());
     std::vector<std::string> program = program_;
     program.insert(program.begin() + 1, {"--library-log", folder.file("log")});

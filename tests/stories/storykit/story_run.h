@@ -42,6 +42,10 @@ public:
     explicit Story(const std::string& name);
     /// Other commands in place of the script.
     Story& commands(const std::vector<std::string>& lines);
+    /// Another scenario file.
+    Story& scenario(const std::string& path);
+    /// Another detail of the trace than "changes".
+    Story& detail(const std::string& level);
     /// More options of the launcher, such as "--seed", "2".
     Story& with(const std::vector<std::string>& options);
     /// One parameter other than in the scenario.
@@ -51,6 +55,7 @@ public:
 
 private:
     std::string scenario_;
+    std::string detail_ = "changes";
     std::vector<std::string> program_;
     std::vector<std::string> options_;
 };

@@ -12,7 +12,7 @@ using vp::CallRecord;
 
 struct Lines : vp::TraceSink {
     std::vector<std::string> lines;
-    void record(const CallRecord& record) override { lines.push_back(std::string(record.call)); }
+    void record(const CallRecord& record) override { lines.emplace_back(record.call); }
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override {
         lines.push_back(std::to_string(t_us) + " truth " + state.at("led_c").dump());
     }
@@ -45,11 +45,16 @@ using Expected = std::vector<std::string>;
 
 TEST_F(TruthTraceTest, FollowsEachMoveOfTheLensAndEachChangeOfThePicture) {
     call("write", "/sys/class/motor/left", 1);
+    led_c = 41;
     call("ioctl", "/dev/dis", 0);
-    EXPECT_EQ(sink.lines, (Expected{"write", "7 truth 40.0", "ioctl", "7 truth 40.0"}));
+    call("ioctl", "/dev/dis", 0);  // which changed nothing
+    EXPECT_EQ(sink.lines, (Expected{"write", "7 truth 40.0", "ioctl", "7 truth 41.0", "ioctl"}));
 }
 
 TEST_F(TruthTraceTest, DoesNotFollowOtherCallsOrFailures) {
+    trace.record_now(0);
+    sink.lines.clear();
+    led_c = 41;
     call("read", "/sys/class/motor/left", 1);
     call("write", "/sys/class/motor/left", -EBUSY);
     call("ioctl", "/dev/nds01", 0);

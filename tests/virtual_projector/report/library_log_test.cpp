@@ -29,6 +29,7 @@ TEST(ALogLine, TellsNothingWhenAStoryDoesNotNeedIt) {
 
 TEST(ALogLine, IsToldWithoutItsTagAndColours) {
     EXPECT_EQ(tell("[ovra_focus]  \033[36;1mavgDist = 1504\033[0m"), "their mean in range is 1504 mm");
+    EXPECT_EQ(tell("[ovra_focus]  \033[36;1mavgDist = -1\033[0m"), "");
     EXPECT_EQ(tell("avgDist = 1504"), "their mean in range is 1504 mm");
 }
 
@@ -49,7 +50,8 @@ TEST(ALogLine, TellsWhatWasChosen) {
               "chosen: targets 10 TMR units lower, for a warm LED");
     EXPECT_EQ(tell("[ovra_focus]  targetTMR after temp adjust elepn half = 4"),
               "chosen: the light engine's own focus curve, shifted by 4 TMR units");
-    EXPECT_EQ(tell("[ovra_focus]  \033[36;1muse gsensor vAngle\033[0m"), "chosen: the gravity sensor's tilt");
+    EXPECT_EQ(tell("[ovra_focus]  \033[36;1muse gsensor vAngle\033[0m"),
+              "that was for the gravity sensor's tilt");
 }
 
 TEST(AChosenPlace, IsToldWithItsDistanceAndTheWayThere) {
@@ -72,6 +74,13 @@ TEST(AChosenPlace, IsForACalibratedDistanceOrTheMiddleOfTwo) {
     EXPECT_EQ(vp::focus_place_mm(24), 240);
     EXPECT_EQ(vp::focus_place_mm(25), 0);
     EXPECT_EQ(vp::focus_place_mm(-1), 0);
+}
+
+TEST(ARotation, IsToldWithTheOneBeforeIt) {
+    EXPECT_EQ(tell("[ovra_focus]  from startup phase -> HSYNC_0, device rotation success"),
+              "chosen: rotation HSYNC_0");
+    EXPECT_EQ(tell("[ovra_focus]  from HSYNC_0 -> HSYNC_180, device rotation success"),
+              "chosen: rotation HSYNC_180 in place of HSYNC_0");
 }
 
 TEST(TheTarget, IsToldOnceAndCheckedAtTheEnd) {

@@ -50,7 +50,7 @@ TEST_F(StoryTest, TellsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
                   "     0.200 s  lens: 11 full steps to the left",
                   "     0.300 s  lens: 1 half step to the right",
                   "     0.400 s  picture: top 1148, bottom 1280 pixels wide",
-                  "Toasts to the host: none.",
+                  "Toasts sent to the host: none.",
                   "                                         before        after",
                   "sharpness (0 to 1)                        0.004        1.000",
                   "lens error (TMR units)                    197.9         -0.1",
@@ -75,7 +75,7 @@ TEST_F(StoryTest, CountsTheToasts) {
     const std::vector<std::string> story =
         tell(before, "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
     EXPECT_EQ(story[3], "  a toast goes to the host");
-    EXPECT_EQ(story[4], "Toasts to the host: 1, told by it above.");
+    EXPECT_EQ(story[4], "Toasts sent to the host: 1.");
 }
 
 TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {

@@ -77,6 +77,7 @@ struct JsonTraceFile : ::testing::Test {
             JsonTrace trace(::open_memstream(&text, &size), detail);
             trace.record(call("read", "/dev/dis", 1, 1, "x"));
             trace.record(call("write", "/dev/dis", 1, 1, "y"));
+            trace.record(call("ioctl", "/dev/gsensor_daemon", 0x4004a109, 0));
             trace.record(call("open", "/dev/fb0", 0, -ENOENT));
             trace.record_event(30, "tilted \"up\"");
             trace.record_truth(40, {{"sharpness", 0.5}});
@@ -93,12 +94,15 @@ constexpr const char* write_line =
     R"({"t_us":20,"thread":2,"name":"worker","call":"write","path":"/dev/dis","count":1,"result":1,"data":"y"})";
 constexpr const char* read_line =
     R"({"t_us":20,"thread":2,"name":"worker","call":"read","path":"/dev/dis","count":1,"result":1,"data":"x"})";
+constexpr const char* sample_line =
+    R"({"t_us":20,"thread":2,"name":"worker","call":"ioctl","path":"/dev/gsensor_daemon","request":"0x4004a109",)"
+    R"("result":0})";
 constexpr const char* failed_line =
     R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/fb0","flags":0,"result":-2,"error":"ENOENT"})";
 
 TEST_F(JsonTraceFile, HoldsEveryCallOnALineOfItsOwn) {
-    EXPECT_EQ(written(TraceDetail::calls),
-              std::string(read_line) + "\n" + write_line + "\n" + failed_line + "\n" + event_lines);
+    EXPECT_EQ(written(TraceDetail::calls), std::string(read_line) + "\n" + write_line + "\n" + sample_line +
+                                               "\n" + failed_line + "\n" + event_lines);
 }
 
 TEST_F(JsonTraceFile, HoldsChangesAndFailuresOnly) {

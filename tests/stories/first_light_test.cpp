@@ -1,0 +1,150 @@
+// One request from a tilted, unfocused projector, and what becomes of it when something is different.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tests/stories/storykit/story_run.h"
+
+namespace {
+
+using storykit::flaws;
+using storykit::Story;
+using storykit::Told;
+
+Story first_light() { return Story("first-light"); }
+
+std::ptrdiff_t lines_in(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+TEST(FirstLight, BeginsBlurredAndTiltedAndEndsSharpAndSquare) {
+    const Told told = first_light().run();
+    EXPECT_EQ(told.exit_code, 0) << told.complaints;
+    EXPECT_LT(told.at_the_start().sharpness, 0.1);
+    EXPECT_GT(told.at_the_start().worst_side_deg(), 5);
+    EXPECT_EQ(flaws(told.at_the_end()), "");
+    EXPECT_EQ(told.at_the_end().bottom_width, 1280);
+    EXPECT_EQ(told.complaints, "");
+    ASSERT_EQ(told.trace.failures.size(), 1U);  // this light engine has no focus curve of its own
+    EXPECT_EQ(told.trace.failures[0].what, "open /sys/class/dlp/elepn_focus_curve_data: ENOENT");
+}
+
+TEST(FirstLight, SaysWhatItDidInPlainWords) {
+    EXPECT_EQ(first_light().run().words,
+              "the library is started; auto-keystone is on, auto-focus is on\n"
+              "auto-focus and auto-keystone requested\n"
+              "all is quiet after 0.35 seconds; the last request succeeded\n"
+              "auto-keystone is on, auto-focus is on; the last request succeeded\n"
+              "picture: 1148 pixels at the top, 1280 at the bottom, for a tilt of 12 degrees\n"
+              "distance of the last run: 1504 mm\n"
+              "lens: at TMR -66, limits -104 and 190\n");
+}
+
+class FirstLightSeed : public ::testing::TestWithParam<int> {};
+
+TEST_P(FirstLightSeed, ChangesTheNoiseAndNotTheOutcome) {
+    const Told told = first_light().with({"--seed", std::to_string(GetParam())}).run();
+    EXPECT_EQ(told.exit_code, 0);
+    EXPECT_EQ(flaws(told.at_the_end()), "");
+    EXPECT_TRUE(told.trace_text != first_light().run().trace_text);
+}
+INSTANTIATE_TEST_SUITE_P(Seeds, FirstLightSeed, ::testing::Values(2, 3, 4, 5, 6, 7, 8, 9, 10, 4711));
+
+TEST(FirstLight, RunTwentyTimesGivesTheSameTraceToTheByte) {
+    const std::string trace = first_light().detail("calls").run().trace_text;
+    ASSERT_GT(trace.size(), 10000U);
+    for (int i = 1; i < 20; ++i) {
+        ASSERT_TRUE(first_light().detail("calls").run().trace_text == trace) << "run " << i;
+    }
+}
+
+TEST(FirstLight, EndsAlikeWhenThreadsLoseTheirTurnsAnywhere) {
+    for (const std::string probability : {"0.01", "0.3", "1"}) {
+        const Told told = first_light().with({"--preempt", probability}).run();
+        EXPECT_EQ(told.exit_code, 0) << probability;
+        EXPECT_EQ(flaws(told.at_the_end()), "") << probability;
+    }
+}
+
+TEST(FirstLight, WithPreemptionIsTheSameToTheByteForTheSameSeed) {
+    const auto trace = [](const std::string& seed) {
+        return first_light().with({"--preempt", "0.2", "--seed", seed}).run().trace_text;
+    };
+    const std::string first = trace("3");
+    EXPECT_TRUE(trace("3") == first);
+    EXPECT_TRUE(trace("4") != first);
+}
+
+TEST(FirstLight, EndsAlikeOnTheWallClock) {
+    const Told told = first_light().with({"--real-time"}).run();
+    EXPECT_EQ(told.exit_code, 0);
+    EXPECT_EQ(flaws(told.at_the_end()), "");
+}
+
+TEST(FirstLight, BeforeAWallFiveMetresAwayAsksToMoveTheProjector) {
+    const Told told = first_light().set("pose.distance_mm=5000").run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(told.said("toast 9: the wall cannot be measured or is out of range: move the projector\n"));
+    EXPECT_TRUE(told.said("the last request failed"));
+    EXPECT_EQ(told.times_logged("auto fucos error: move far away"), 1);
+    EXPECT_TRUE(told.trace.lens_moves.empty());
+}
+
+TEST(FirstLight, WithoutAToFSensorStartsUpSaysSoAndKeepsAutoFocusOff) {
+    const Told told = first_light().set("board.has_tof=0").run();
+    EXPECT_EQ(told.words.substr(0, told.words.find('\n')),
+              "the library is started; auto-keystone is on, auto-focus is off (no ToF sensor, or the lens is "
+              "not calibrated)");
+    EXPECT_EQ(told.times_logged("nds01_dev_init failed"), 1);
+    EXPECT_TRUE(told.trace.lens_moves.empty());
+}
+
+TEST(FirstLight, WithABlankUnitKeepsAutoFocusOff) {
+    const Told told = first_light().set("unit.calibrated=0").run();
+    EXPECT_TRUE(told.said("auto-focus is off (no ToF sensor, or the lens is not calibrated)"));
+    EXPECT_TRUE(told.trace.lens_moves.empty());
+}
+
+TEST(FirstLight, OfEveryUnitOfASeriesEndsSharpAndSquare) {
+    for (int unit = 1; unit <= 12; ++unit) {
+        const storykit::ScratchFolder folder;
+        const std::string scenario = folder.file("scenario.json");
+        storykit::write_file(scenario, R"({"unit_seed": )" + std::to_string(unit) +
+                                           R"(, "set": {"pose.pitch_deg": 12, "lens.position_steps": 25}})");
+        const Told told = first_light().scenario(scenario).run();
+        EXPECT_EQ(told.exit_code, 0) << "unit " << unit;
+        EXPECT_EQ(flaws(told.at_the_end()), "") << "unit " << unit;
+    }
+}
+
+TEST(TheDemo, IsAtMostFortyLinesAltogether) {
+    const storykit::ScratchFolder folder;
+    const std::string log = folder.file("log");
+    const storykit::Finished demo = storykit::launch_projector(
+        {"--story", "--scenario", storykit::project_file("scenarios/first-light.json"), "--library-log", log},
+        {storykit::host_program, "--script", storykit::project_file("scenarios/first-light.host"),
+         "--library-log", log});
+    EXPECT_EQ(demo.exit_code, 0);
+    EXPECT_LE(lines_in(demo.words), 40);
+    EXPECT_NE(demo.words.find("\n  chosen: lens place 2, for 1500 mm, nearest; it stands at place 24"),
+              std::string::npos);
+    EXPECT_NE(demo.words.find("\nSimulated time 0.350 s, real time "), std::string::npos);
+}
+
+// --- The permanent record from run to run --------------------------------------------------------------
+
+TEST(AFlashFile, KeepsTheRecordFromRunToRun) {
+    const storykit::ScratchFolder folder;
+    Story story = first_light().with({"--flash", folder.file("flash")});
+    const Told first = story.commands({"record", "flags 1 1 2"}).run();
+    EXPECT_EQ(first.exit_code, 0);
+    EXPECT_TRUE(first.said("lens             calibrated (1)"));
+    EXPECT_EQ(storykit::contents_of(folder.file("flash")).size(), 227U);
+    EXPECT_TRUE(story.commands({"record"}).run().said("lens             calibrated (2)"));
+}
+
+TEST(WithoutAFlashFile, EachRunBeginsAsTheFactoryLeftTheUnit) {
+    EXPECT_EQ(first_light().commands({"flags 1 1 2"}).run().exit_code, 0);
+    EXPECT_TRUE(first_light().commands({"record"}).run().said("lens             calibrated (1)"));
+}
+
+}  // namespace

@@ -56,6 +56,11 @@ OVRA_API double getDoublePeekStep(void);
 
 #ifdef __cplusplus
 
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"  // C++ only, and meant to be
+#endif
+
 /** The samples; empty at load. */
 extern OVRA_API std::vector<stepList_> m_sharpness;
 
@@ -65,6 +70,10 @@ extern OVRA_API std::vector<stepList_> m_sharpness;
  */
 OVRA_API std::vector<double> quadraticEquationCoef(double x1, double y1, double x2, double y2, double x3,
                                                    double y3);
+
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 #endif
 

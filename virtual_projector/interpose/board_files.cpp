@@ -149,7 +149,7 @@ long BoardFiles::read_device(const Entry& entry, void* buffer, std::size_t count
 
 long BoardFiles::deliver(const std::string& bytes, char* buffer, std::size_t count) {
     const std::size_t length = std::min(count, bytes.size());
-    std::memcpy(buffer, bytes.data(), length);
+    std::copy_n(bytes.begin(), length, buffer);
     return static_cast<long>(length);
 }
 

@@ -84,10 +84,11 @@ void PaintedStack::entered_at(const void* address) {
 }
 
 void PaintedStack::paint_up_to(std::uintptr_t end) {
-    const auto begin = reinterpret_cast<std::uintptr_t>(painted_begin());
-    if (end <= begin) return;
+    char* begin = painted_begin();
+    const auto begin_address = reinterpret_cast<std::uintptr_t>(begin);
+    if (end <= begin_address) return;
     auto* words = reinterpret_cast<std::uint64_t*>(begin);
-    paint_words(words, words + (end - begin) / sizeof paint);
+    paint_words(words, words + (end - begin_address) / sizeof paint);
 }
 
 // Below the paint, pages that were never touched are not there and need no look.
@@ -106,7 +107,7 @@ std::uintptr_t PaintedStack::deepest_address() const {
     const volatile std::uint64_t* below = deepest_below_paint();
     const volatile std::uint64_t* painted = words_at(painted_begin());
     if (below != painted) return reinterpret_cast<std::uintptr_t>(below);
-    const auto* entry = reinterpret_cast<const volatile std::uint64_t*>(entry_);
+    const volatile std::uint64_t* entry = words_at(base_ + (entry_ - reinterpret_cast<std::uintptr_t>(base_)));
     return reinterpret_cast<std::uintptr_t>(first_other_word(painted, entry, paint));
 }
 

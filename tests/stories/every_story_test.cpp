@@ -1,0 +1,78 @@
+// What holds for every story of the scenarios folder.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/report/story.h"
+
+namespace {
+
+using storykit::project_file;
+using storykit::Story;
+
+constexpr const char* longest_story = "a-day";  // has tests of its own
+
+std::vector<std::string> all_stories() {
+    std::vector<std::string> names;
+    const std::filesystem::path folder = project_file("scenarios");
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        std::filesystem::path name = std::filesystem::relative(entry.path(), folder);
+        if (name.extension() != ".json") continue;
+        names.push_back(name.replace_extension().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> short_stories() {
+    std::vector<std::string> names = all_stories();
+    names.erase(std::remove(names.begin(), names.end(), longest_story), names.end());
+    return names;
+}
+
+class EveryStory : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(EveryStory, IsTheSameToTheByteWhenItIsToldAgain) {
+    const storykit::Told first = Story(GetParam()).detail("calls").run();
+    const storykit::Told second = Story(GetParam()).detail("calls").run();
+    EXPECT_GT(first.trace_text.size(), 1000U);
+    EXPECT_TRUE(first.trace_text == second.trace_text);
+    EXPECT_EQ(first.words, second.words);
+    EXPECT_EQ(first.exit_code, second.exit_code);
+}
+
+TEST_P(EveryStory, IsToldInWordsWithBeforeAndAfter) {
+    const storykit::ScratchFolder folder;
+    const std::string log = folder.file("log");
+    const storykit::Finished told = storykit::launch_projector(
+        {"--story", "--scenario", project_file("scenarios/" + GetParam() + ".json"), "--library-log", log},
+        {storykit::host_program, "--script", project_file("scenarios/" + GetParam() + ".host"), "--library-log",
+         log});
+    EXPECT_NE(told.words.find("\nAt the start: "), std::string::npos);
+    EXPECT_NE(told.words.find("         before        after\n"), std::string::npos);
+    EXPECT_NE(told.words.find("\nsharpness (0 to 1) "), std::string::npos);
+    EXPECT_NE(told.words.find("\nSimulated time "), std::string::npos);
+    EXPECT_EQ(told.complaints, "");
+}
+
+std::string test_name(const ::testing::TestParamInfo<std::string>& info) {
+    std::string name = info.param;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '-' || c == '/'; }, '_');
+    return name;
+}
+INSTANTIATE_TEST_SUITE_P(Scenarios, EveryStory, ::testing::ValuesIn(short_stories()), test_name);
+
+TEST(EveryStoryFile, SaysInOneLineWhatItIsAbout) {
+    for (const std::string& name : all_stories()) {
+        const std::string text = storykit::contents_of(project_file("scenarios/" + name + ".json"));
+        EXPECT_NE(text.find("\n    \"story\": \""), std::string::npos) << name;
+        EXPECT_FALSE(storykit::contents_of(project_file("scenarios/" + name + ".host")).empty()) << name;
+    }
+}
+
+}  // namespace

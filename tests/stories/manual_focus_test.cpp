@@ -1,0 +1,78 @@
+// Focusing by hand through the host.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "tests/stories/storykit/story_run.h"
+
+namespace {
+
+using storykit::flaws;
+using storykit::Story;
+using storykit::Told;
+
+constexpr double dead_band_tmr = 6 + 3 * 0.6;  // of a manual move, and what the last reading's noise may add
+
+// Where the lens stands after one command, begun at the scenario's own place.
+double lens_after(const std::string& command) {
+    const Told told = Story("manual-focus").commands({"init", command}).run();
+    EXPECT_EQ(told.exit_code, 0) << command;
+    return told.at_the_end().lens_tmr;
+}
+
+TEST(ManualFocus, GoesToBothLimitsAndBackAndEndsSharp) {
+    const Told told = Story("manual-focus").run();
+    EXPECT_EQ(told.exit_code, 0);
+    EXPECT_TRUE(told.said("the lens is at its right limit, TMR 190"));
+    EXPECT_TRUE(told.said("the lens is at its left limit, TMR -104"));
+    EXPECT_EQ(flaws(told.at_the_end()), "");
+}
+
+TEST(ManualFocus, TellsOfTheLimitsAndOfBeingRefused) {
+    const Told told = Story("manual-focus").run();
+    EXPECT_TRUE(
+        told.said("toast 6: the lens is at its right limit\n"
+                  "manual focus by 600: stopped at the right limit (-6)\n"));
+    EXPECT_TRUE(
+        told.said("toast 7: the lens is at its left limit\n"
+                  "manual focus by -600: stopped at the left limit (-7)\n"));
+    EXPECT_TRUE(
+        told.said("toast 11: auto-focus is off, or the lens has not been calibrated\n"
+                  "manual focus by 20: failed (-1)\n"));
+    EXPECT_EQ(told.times_said("toast "), 3);
+}
+
+TEST(ManualFocus, StopsTenUnitsInsideALimit) {
+    EXPECT_NEAR(lens_after("manual 600"), 190 - 10, dead_band_tmr);
+    EXPECT_NEAR(lens_after("manual -600"), -104 + 10, dead_band_tmr);
+}
+
+TEST(ManualFocus, MovesByWhatIsAskedFor) {
+    const double before = Story("manual-focus").run().at_the_start().lens_tmr;
+    EXPECT_NEAR(lens_after("manual 60") - before, 60, dead_band_tmr);
+    EXPECT_NEAR(lens_after("manual -20") - before, -20, dead_band_tmr);
+}
+
+TEST(ManualFocus, MovesByTenUnitsAtTheLeastAndToTheRightForZero) {
+    const double before = Story("manual-focus").run().at_the_start().lens_tmr;
+    EXPECT_NEAR(lens_after("manual 0") - before, 10, dead_band_tmr);
+    EXPECT_NEAR(lens_after("manual 3") - before, 10, dead_band_tmr);
+    EXPECT_NEAR(lens_after("manual -3") - before, -10, dead_band_tmr);
+}
+
+TEST(ManualFocus, ALimitIsRefusedToABlankUnit) {
+    const Told told = Story("manual-focus").set("unit.calibrated=0").commands({"init", "limit left"}).run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(told.said("the lens did not go to its left limit (is it calibrated?)"));
+    EXPECT_TRUE(told.trace.lens_moves.empty());
+}
+
+TEST(ManualFocus, GivesUpOnALensThatSticks) {
+    const Told told = Story("manual-focus").set("lens.stuck=1").commands({"init", "manual 60"}).run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(told.said("manual focus by 60: failed (-1)"));
+    EXPECT_EQ(told.times_logged("auto focus time out"), 1);
+}
+
+}  // namespace

@@ -123,8 +123,8 @@ inline bool nearer(float a, float b, float edge) { return std::fabs(a - edge) < 
 inline WallRectangle assign_to_edges(float x_a, float x_b, float z_a, float z_b, const Quadrilateral& q,
                                      bool image_upright) {
     const auto& [p1, p2, p3, p4] = q;
-    const auto [x_low, x_high] = std::minmax({x_a, x_b});
-    const auto [z_low, z_high] = std::minmax({z_a, z_b});
+    const auto [x_low, x_high] = std::minmax(x_a, x_b);
+    const auto [z_low, z_high] = std::minmax(z_a, z_b);
     const bool swap_columns = !image_upright && nearer(x_high, x_low, (p1.x + p4.x) * 0.5F);
     const bool swap_rows = !image_upright && nearer(z_high, z_low, (p1.z + p2.z) * 0.5F);
     return {swap_columns ? x_high : x_low, swap_columns ? x_low : x_high, swap_rows ? z_high : z_low,

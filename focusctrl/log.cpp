@@ -38,6 +38,14 @@ void log_focus(const char* format, ...) {
     va_end(arguments);
 }
 
+void log_focus_at(int level, const char* format, ...) {
+    if (load(ovra_log_level) < level) return;
+    va_list arguments;
+    va_start(arguments, format);
+    print_tagged(focus_tag, format, arguments);
+    va_end(arguments);
+}
+
 void log_tof(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -62,7 +70,5 @@ void log_located(const Location& where, const char* format, ...) {
     va_end(arguments);
     std::putchar('\n');
 }
-
-bool log_enabled(int level) { return load(ovra_log_level) >= level; }
 
 }  // namespace ovra

@@ -9,7 +9,10 @@ namespace ovra {
 /// therefore leaves an empty line behind it; many of the library's messages do.
 void log_focus(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// The same with the tag of the ToF layer, "[ovra_tof]  ".
+/// The same when ovra_log_level is at least `level`, else nothing.
+void log_focus_at(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+/// As log_focus(), with the tag of the ToF layer, "[ovra_tof]  ".
 void log_tof(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Prints the message alone: no tag, no newline added.
@@ -25,9 +28,6 @@ struct Location {
 
 /// Prints "[ovra_focus]  ", "function | room [line=n] ", the message and a newline, as one line.
 void log_located(const Location& where, const char* format, ...) __attribute__((format(printf, 2, 3)));
-
-/// True when ovra_log_level is at least `level`.
-bool log_enabled(int level);
 
 }  // namespace ovra
 

@@ -27,13 +27,12 @@ constexpr int text_limit = 72;  // one ToF frame of nine words
 constexpr int buffer_too_long_line = 214;
 constexpr unsigned microseconds_per_millisecond = 1000;
 
-// Reads once into `text`, which is zeroed and keeps a terminator of its own behind `Size - 1` bytes.
+// Reads once into `text`, which is zeroed and keeps a terminator of its own behind `size - 1` bytes.
 // Returns read's result.
-template <std::size_t Size>
-ssize_t read_text(int fd, char (&text)[Size]) {
-    std::memset(text, 0, Size);
+ssize_t read_text(const Descriptor& node, char* text, std::size_t size) {
+    std::memset(text, 0, size);
     errno = 0;  // an empty node is a failure without an error: it is told as "Success"
-    return ::read(fd, text, Size - 1);
+    return ::read(node.get(), text, size - 1);
 }
 
 int32_t refuse(const char* function) {
@@ -46,9 +45,8 @@ bool open_or_report(const Descriptor& node, const char* direction, const char* p
     return node.is_open();
 }
 
-template <std::size_t Size>
-ssize_t read_or_report(const Descriptor& node, const char* path, char (&text)[Size]) {
-    const ssize_t count = read_text(node.get(), text);
+ssize_t read_or_report(const Descriptor& node, const char* path, char* text, std::size_t size) {
+    const ssize_t count = read_text(node, text, size);
     if (count < 1) log_focus("[read] file(%s) read fail:%s", path, std::strerror(errno));
     return count;
 }
@@ -111,7 +109,7 @@ int32_t read_int(const char* path) {
     const Descriptor node(path, O_RDONLY);
     if (!node.is_open()) return -errno;
     char text[short_number_limit + 1];
-    read_text(node.get(), text);  // an unreadable node leaves the text empty, which reads as 0
+    read_text(node, text, sizeof text);  // an unreadable node leaves the text empty, which reads as 0
     int value = 0;
     std::sscanf(text, "%d", &value);
     return value;
@@ -131,7 +129,7 @@ int32_t read_file(const char* path) {
     const Descriptor node(path, O_RDONLY);
     if (!open_or_report(node, "read", path)) return -1;
     char text[number_limit + 1];
-    return read_or_report(node, path, text) < 1 ? -1 : std::atoi(text);
+    return read_or_report(node, path, text, sizeof text) < 1 ? -1 : std::atoi(text);
 }
 
 int32_t read_file_buf(const char* path, char* buf, int32_t len) {
@@ -140,7 +138,7 @@ int32_t read_file_buf(const char* path, char* buf, int32_t len) {
     const Descriptor node(path, O_RDONLY);
     if (!open_or_report(node, "read", path)) return -1;
     char text[text_limit + 1];
-    const ssize_t count = read_or_report(node, path, text);
+    const ssize_t count = read_or_report(node, path, text, sizeof text);
     if (count < 1) return -1;
     // By the caller's length, not by what was read: behind a short text the caller gets zero bytes.
     std::memcpy(buf, text, static_cast<std::size_t>(std::clamp(len, 0, text_limit)));

@@ -180,10 +180,9 @@ std::array<float, 8> deviation(const Panel& panel, float offset, float ratio, fl
 }
 
 // The host is not made to catch exceptions: without memory it gets an empty vector.
-template <typename Container>
-std::vector<float> to_vector(const Container& values) {
+std::vector<float> to_vector(const float* values, std::size_t count) {
     try {
-        return std::vector<float>(values.begin(), values.end());
+        return std::vector<float>(values, values + count);
     } catch (const std::bad_alloc&) {
         return {};
     }
@@ -225,7 +224,8 @@ std::vector<float> CalPlaneLineIntersectPoint(const std::vector<float>& plane_no
     const auto point = ovra::crossing({to_vector3(plane_normal), to_vector3(plane_point)},
                                       to_vector3(line_direction), to_vector3(line_point));
     if (!point) return {};
-    return ovra::to_vector(std::array<float, 3>{point->x, point->y, point->z});
+    const std::array<float, 3> values{point->x, point->y, point->z};
+    return ovra::to_vector(values.data(), values.size());
 }
 
 std::vector<float> keystoneDeviation(float halg, float valg, float Offset, float ratio, int width_px,
@@ -236,5 +236,6 @@ std::vector<float> keystoneDeviation(float halg, float valg, float Offset, float
         static_cast<double>(halg), static_cast<double>(valg), static_cast<double>(theta),
         static_cast<double>(Offset), static_cast<double>(ratio), width_px, height_px);
     const ovra::Panel panel = ovra::panel_at(halg, valg, width_px, height_px);
-    return ovra::to_vector(ovra::deviation(panel, Offset, ratio, theta));
+    const std::array<float, 8> offsets = ovra::deviation(panel, Offset, ratio, theta);
+    return ovra::to_vector(offsets.data(), offsets.size());
 }

@@ -17,7 +17,7 @@ template <typename T>
 inline constexpr bool shareable = std::is_trivially_copyable_v<T> && (sizeof(T) <= 4 || std::is_pointer_v<T>);
 
 template <typename T>
-T load(const T& variable) {
+[[gnu::always_inline]] inline T load(const T& variable) {
     static_assert(shareable<T>, "only values of at most 32 bits, and pointers, are read without tearing");
     T value;
     __atomic_load(&variable, &value, __ATOMIC_RELAXED);
@@ -25,7 +25,7 @@ T load(const T& variable) {
 }
 
 template <typename T>
-void store(T& variable, std::common_type_t<T> value) {
+[[gnu::always_inline]] inline void store(T& variable, std::common_type_t<T> value) {
     static_assert(shareable<T>, "only values of at most 32 bits, and pointers, are written without tearing");
     __atomic_store(&variable, &value, __ATOMIC_RELAXED);
 }

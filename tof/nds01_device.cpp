@@ -59,7 +59,11 @@ bool is_valid(const nds01_zone& zone) {
 }
 
 bool is_usable(const std::array<nds01_zone, most_zones>& zones, size_t count) {
-    return load(calibration_in_progress) != 0 || std::all_of(zones.begin(), zones.begin() + count, is_valid);
+    if (load(calibration_in_progress) != 0) return true;
+    for (size_t i = 0; i < count; ++i) {
+        if (!is_valid(zones[i])) return false;
+    }
+    return true;
 }
 
 /// One request. Returns the number of zones, or 0 after saying why there is no usable frame.

@@ -89,9 +89,9 @@ int32_t write_text(const Complaints& complaints, const char* name, const char* d
     return close_attribute(complaints, attribute.stream, put_text(attribute.stream, text));
 }
 
-template <typename Value>
+/// `value` is what the format's one conversion stores into.
 int32_t scan(const Complaints& complaints, const char* name, const char* directory, const char* format,
-             Value* value) {
+             void* value) {
     const Attribute attribute = open_attribute(complaints, name, directory, "r");
     if (attribute.stream == nullptr) return attribute.path_length_or_error;
     errno = 0;  // a text that does not fit is told from a read that failed by errno alone

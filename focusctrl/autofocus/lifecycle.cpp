@@ -24,8 +24,8 @@
 
 using ovra::load;
 using ovra::log_bare;
-using ovra::log_enabled;
 using ovra::log_focus;
+using ovra::log_focus_at;
 using ovra::store;
 
 uint8_t AKAF_running_flag = 1;
@@ -76,9 +76,7 @@ void apply_lens_calibration(std::int32_t lens_flag) {
     store(g_osd_autofocus, 1);
 }
 
-void log_thread_start(const char* name) {
-    if (log_enabled(trace_level)) log_focus("%s start", name);
-}
+void log_thread_start(const char* name) { log_focus_at(trace_level, "%s start", name); }
 
 void log_focus_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
 
@@ -158,7 +156,7 @@ int32_t ovrafocus_deinit(void) {
 }
 
 int32_t ovra_sys_param_init(void) {
-    if (log_enabled(ovra::trace_level)) log_focus("ovra_sys_param_init");
+    log_focus_at(ovra::trace_level, "ovra_sys_param_init");
     ovra::build_focus_config();
     if (acc_init_set() != 0) return 0;
     ovra::start_default_detached_thread(gsensor_det_thread, ovra::gsensor_det_thread_id);
@@ -195,7 +193,7 @@ int32_t focus_init(void) { return 0; }
 void* ovra_gsensor_thread(void* /*unused*/) {
     ovra::log_thread_start("ovra_gsensor_thread");
     if (acc_init_set() != 0) {
-        if (log_enabled(ovra::error_level)) log_focus("close ovra gsensor thread");
+        log_focus_at(ovra::error_level, "close ovra gsensor thread");
         return nullptr;
     }
     ovra_ui_update_init();
@@ -237,5 +235,5 @@ void* UI_prop_thread(void* /*unused*/) {
     ovra_focus_config config;
     get_focus_configs(&config);
     while (config.system_state.is_system_on != 0) ovra::report_boot_focus(config);
-    return reinterpret_cast<void*>(std::uintptr_t{config.system_state.is_system_on});
+    return reinterpret_cast<void*>(std::uintptr_t{config.system_state.is_system_on});  // NOLINT(performance-no-int-to-ptr)
 }

@@ -82,9 +82,9 @@ enum class Attempt { settled, failed };
 bool unit_is_calibrated(const ovra_permanent_record& record) {
     const char flag_text[2] = {record.gsensor_flag, '\0'};
     const std::int32_t flag = leading_number(flag_text);
-    if (log_enabled(level_event)) log_focus("gsensor flag:%d (%s)", flag, flag_text);
+    log_focus_at(level_event, "gsensor flag:%d (%s)", flag, flag_text);
     if (flag == calibrated_flag) return true;
-    if (log_enabled(level_event)) log_focus("gsensor has not been calibrated yet");
+    log_focus_at(level_event, "gsensor has not been calibrated yet");
     return false;
 }
 
@@ -95,9 +95,7 @@ void read_offsets(const ovra_permanent_record& record, OffsetParser& parser, Cal
     parser.parse(text, offsets);
 }
 
-void report_open_failure() {
-    if (log_enabled(level_error)) log_focus("open gsensor file: %s fail!", device_path);
-}
+void report_open_failure() { log_focus_at(level_error, "open gsensor file: %s fail!", device_path); }
 
 Attempt hand_to_driver(const CalibrationOffsets& offsets) {
     const Descriptor device(device_path, O_RDWR);
@@ -113,20 +111,18 @@ Attempt calibrate_once(OffsetParser& parser, CalibrationOffsets& offsets) {
     store(gsensor_app_callback, get_app_callback());
     ovra_permanent_record record;
     if (permanent_data_read(&record) != 0) {
-        if (log_enabled(level_error))
-            log_focus("%s get gsensor calibration data from otp partition fail!", "acc_cali_init");
+        log_focus_at(level_error, "%s get gsensor calibration data from otp partition fail!", "acc_cali_init");
         return Attempt::failed;
     }
     if (!unit_is_calibrated(record)) return Attempt::settled;
     read_offsets(record, parser, offsets);
     if (!offsets_in_range(offsets)) {
-        if (log_enabled(level_error)) log_focus("gsensor cali data over range");
+        log_focus_at(level_error, "gsensor cali data over range");
         return Attempt::failed;
     }
     log_bare("[ovra_focus]  get gsensor offset value %d %d %d\n", offsets[0], offsets[1], offsets[2]);
     const Attempt attempt = hand_to_driver(offsets);
-    if (attempt == Attempt::settled && log_enabled(level_event))
-        log_focus("gsensor initialization calibration successful");
+    if (attempt == Attempt::settled) log_focus_at(level_event, "gsensor initialization calibration successful");
     return attempt;
 }
 
@@ -138,7 +134,7 @@ void calibrate() {
         ++attempts;
         if (attempts < calibration_attempts) SleepMs(calibration_pause_ms);
         // The message ends its own line, so an empty one follows; it comes after the last failure as well.
-        if (log_enabled(level_event)) log_focus("try to perform gsensor calibration times %d\n", attempts);
+        log_focus_at(level_event, "try to perform gsensor calibration times %d\n", attempts);
     }
 }
 
@@ -147,7 +143,7 @@ void calibrate() {
 std::optional<Axes> read_sample() {
     DriverAxes raw{};
     if (::ioctl(load(sampling_descriptor), request_get_sample, &raw) < 0) {
-        if (log_enabled(level_sample)) log_focus("GSENSOR IOCTL GET SENSORDATA fali");
+        log_focus_at(level_sample, "GSENSOR IOCTL GET SENSORDATA fali");
         return std::nullopt;
     }
     return Axes{static_cast<float>(raw.x) / driver_units_per_sample_unit,
@@ -156,9 +152,8 @@ std::optional<Axes> read_sample() {
 }
 
 void log_axes(const char* what, const Axes& axes) {
-    if (!log_enabled(level_sample)) return;
-    log_focus("%s %.3f %.3f %.3f", what, static_cast<double>(axes.x), static_cast<double>(axes.y),
-              static_cast<double>(axes.z));
+    log_focus_at(level_sample, "%s %.3f %.3f %.3f", what, static_cast<double>(axes.x),
+                 static_cast<double>(axes.y), static_cast<double>(axes.z));
 }
 
 void process_sample(const Axes& sample) {
@@ -197,9 +192,8 @@ std::int32_t elapsed_ms(const timeval& start, const timeval& now) {
 void acc_caculate_degree(const Axes& average) {
     const Axes tilt = tilt_degrees(average);
     set_axes(acc_degree, tilt);
-    if (log_enabled(level_sample))
-        log_focus("%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree",
-                  static_cast<double>(tilt.x), static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_focus_at(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree",
+                 static_cast<double>(tilt.x), static_cast<double>(tilt.y), static_cast<double>(tilt.z));
 }
 
 }  // namespace ovra
@@ -216,7 +210,7 @@ int32_t acc_init_set(void) {
         report_open_failure();
         return -1;
     }
-    if (log_enabled(level_event)) log_focus("gsensor work in ioctl mode");
+    log_focus_at(level_event, "gsensor work in ioctl mode");
     return 0;
 }
 

@@ -40,27 +40,26 @@ void end_run() { store(project_tof_dist_changed, 0); }
 
 void skip_over_range(std::int32_t distance_mm) {
     ++over_range_readings;
-    if (log_enabled(level_error))
-        log_focus("the projection distance = %d exceeds 3000mm times %d", distance_mm, over_range_readings);
+    log_focus_at(level_error, "the projection distance = %d exceeds 3000mm times %d", distance_mm,
+                 over_range_readings);
     if (over_range_readings != over_range_readings_to_end) return;
     over_range_readings = 0;
     end_run();
-    if (log_enabled(level_error)) log_focus("the projection exceeds 3000mm, stop keystone");
+    log_focus_at(level_error, "the projection exceeds 3000mm, stop keystone");
 }
 
 void count_steady_reading() {
     const std::int32_t count = load(tof_steady_readings) + 1;
     store(tof_steady_readings, count);
-    if (log_enabled(level_event)) log_focus("match tof steady times %d", count);
+    log_focus_at(level_event, "match tof steady times %d", count);
     if (count != steady_readings_to_end) return;
     end_run();
-    if (log_enabled(level_event)) log_focus("tof stable and exit keystone");
+    log_focus_at(level_event, "tof stable and exit keystone");
 }
 
 void correct_keystone() {
     const std::int32_t result = varnel_keystone(0);
-    if (result != 0 && log_enabled(level_event))
-        log_focus("%s keystone fali, ret = %d", "auto_keystone_deal_with", result);
+    if (result != 0) log_focus_at(level_event, "%s keystone fali, ret = %d", "auto_keystone_deal_with", result);
     store(tof_steady_readings, 0);
 }
 
@@ -95,7 +94,7 @@ void auto_keystone_deal_with(void) {
     nds01_angle_result angle{};
     if (nds01_get_angle(&angle) < 0) {
         end_run();
-        if (log_enabled(level_error)) log_focus("Unable to read TOF angle, end auto keystone");
+        log_focus_at(level_error, "Unable to read TOF angle, end auto keystone");
         return;
     }
     follow_distance(angle.depth_mm);

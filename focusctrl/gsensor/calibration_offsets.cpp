@@ -13,9 +13,10 @@ constexpr std::int32_t largest_offset = 20000;
 }  // namespace
 
 bool offsets_in_range(const CalibrationOffsets& offsets) {
-    return std::all_of(offsets.begin(), offsets.end(), [](std::int32_t offset) {
-        return offset >= -largest_offset && offset <= largest_offset;
-    });
+    for (const std::int32_t offset : offsets) {
+        if (offset < -largest_offset || offset > largest_offset) return false;
+    }
+    return true;
 }
 
 std::int32_t leading_number(const char* text) {

@@ -31,7 +31,7 @@ void turn_picture(std::uint8_t rotation) {
     const bool at_half_turn = rotation == half_turn;
     am_set_rotation(at_half_turn ? display_rotation_at_half_turn : rotation);
     const int result = hdmirx_set_rotate(at_half_turn ? hdmi_rotation_at_half_turn : hdmi_rotation_otherwise);
-    if (result < 0 && log_enabled(level_event)) log_focus("HDMI stops working");
+    if (result < 0) log_focus_at(level_event, "HDMI stops working");
 }
 
 void tell_host(std::uint8_t rotation) {
@@ -51,7 +51,7 @@ using namespace ovra;
 
 int32_t set_device_direction(int32_t index) {
     if (index < 0 || index >= static_cast<int32_t>(directions.size())) {
-        if (log_enabled(level_event)) log_focus("The angle set exceeds the range.\n");
+        log_focus_at(level_event, "The angle set exceeds the range.\n");
         return -1;
     }
     const std::uint8_t rotation = direction_at(index).rotation;
@@ -60,9 +60,8 @@ int32_t set_device_direction(int32_t index) {
     if (rotation == old_rotation) return 0;
     turn_picture(rotation);
     tell_host(rotation);
-    if (log_enabled(level_event))
-        log_focus("from %s -> %s, device rotation success", rotation_name(old_rotation),
-                  rotation_name(rotation));
+    log_focus_at(level_event, "from %s -> %s, device rotation success", rotation_name(old_rotation),
+                 rotation_name(rotation));
     store(current_rotation, rotation);
     return 0;
 }
@@ -72,13 +71,12 @@ int32_t get_device_direction(void) { return load(requested_rotation); }
 void match_projection_direction(void) {
     const Axes tilt = axes_of(acc_degree);
     const int matched = matching_direction(tilt);
-    if (matched != no_direction && log_enabled(level_match))
-        log_focus("match projection direction %d", matched);
+    if (matched != no_direction) log_focus_at(level_match, "match projection direction %d", matched);
 
     const RotationAction action = choose_rotation(matched, tilt, load(current_rotation));
     if (action.kind == RotationAction::keep) return;
-    if (action.kind == RotationAction::correct && log_enabled(level_event))
-        log_focus("correct forward or reverse from %s -> %s", "invalid direction",
-                  direction_at(action.target).name);
+    if (action.kind == RotationAction::correct)
+        log_focus_at(level_event, "correct forward or reverse from %s -> %s", "invalid direction",
+                     direction_at(action.target).name);
     set_device_direction(action.target);
 }

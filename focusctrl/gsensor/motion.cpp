@@ -94,7 +94,7 @@ void remember_movement_time() {
 bool skip_first_block(const char* message) {
     if (skipped_blocks >= blocks_to_skip) return false;
     ++skipped_blocks;
-    if (log_enabled(level_event)) log_focus("%s", message);
+    log_focus_at(level_event, "%s", message);
     return true;
 }
 
@@ -102,21 +102,17 @@ void finish_block() { set_axes(acc_degree_last, axes_of(acc_degree)); }
 
 // --- The library's own judge ------------------------------------------------------------------------------
 
-void log_event(const char* message) {
-    if (log_enabled(level_event)) log_focus("%s", message);
-}
+void log_event(const char* message) { log_focus_at(level_event, "%s", message); }
 
 void log_rest_position() {
     const Axes rest = axes_of(acc_origin_data);
-    if (log_enabled(level_event))
-        log_focus("origin x %.3f, origin y %.3f, origin z %.3f", static_cast<double>(rest.x),
-                  static_cast<double>(rest.y), static_cast<double>(rest.z));
+    log_focus_at(level_event, "origin x %.3f, origin y %.3f, origin z %.3f", static_cast<double>(rest.x),
+                 static_cast<double>(rest.y), static_cast<double>(rest.z));
 }
 
 void log_tilt(const char* which, const Axes& tilt) {
-    if (log_enabled(level_event))
-        log_focus("%sx_degree %.3f y_degree %.3f z_degree %.3f", which, static_cast<double>(tilt.x),
-                  static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_focus_at(level_event, "%sx_degree %.3f y_degree %.3f z_degree %.3f", which, static_cast<double>(tilt.x),
+                 static_cast<double>(tilt.y), static_cast<double>(tilt.z));
 }
 
 bool host_is_testing() {
@@ -135,10 +131,10 @@ void pause_for_factory_test() {
 void reject_movement() {
     log_event("\033[32;1mdistance not changed\033[0m");
     // The angle, distance and shake flag under one label: odd, and part of the line's fixed text.
-    if (log_enabled(level_event))
-        log_focus(
-            "project_acc_angle_changed = %d, project_acc_angle_changed = %d, project_acc_angle_changed = %d\n",
-            load(project_acc_angle_changed), load(project_tof_dist_changed), load(project_acc_shake_happened));
+    log_focus_at(
+        level_event,
+        "project_acc_angle_changed = %d, project_acc_angle_changed = %d, project_acc_angle_changed = %d\n",
+        load(project_acc_angle_changed), load(project_tof_dist_changed), load(project_acc_shake_happened));
     store(project_acc_angle_changed, 0);
     store(project_tof_dist_changed, 0);
     store(project_acc_shake_happened, 0);
@@ -173,7 +169,7 @@ std::int32_t count_steady_block(const Axes& now) {
     std::int32_t count = load(steady_blocks);
     if (count >= steady_blocks_to_rest) return count;
     store(steady_blocks, ++count);
-    if (log_enabled(level_event)) log_focus("match device steady times %d", count);
+    log_focus_at(level_event, "match device steady times %d", count);
     steady_sum.x += now.x;
     steady_sum.y += now.y;
     steady_sum.z += now.z;

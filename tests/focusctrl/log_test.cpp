@@ -49,17 +49,18 @@ TEST_F(Log, APercentSignInAnArgumentIsNoFormat) {
     EXPECT_EQ(board.log(), "[ovra_focus]  100 %d\n");
 }
 
-TEST_F(Log, ALevelIsEnabledFromTheThresholdDownwards) {
+TEST_F(Log, AMessageOfALevelIsPrintedFromTheThresholdDownwards) {
     ovra_log_level = 4;
-    EXPECT_TRUE(ovra::log_enabled(1));
-    EXPECT_TRUE(ovra::log_enabled(4));
-    EXPECT_FALSE(ovra::log_enabled(5));
+    for (const int level : {1, 4, 5}) ovra::log_focus_at(level, "of level %d", level);
+    EXPECT_EQ(board.log(), "[ovra_focus]  of level 1\n[ovra_focus]  of level 4\n");
 
     ovra_log_level = 0;
-    EXPECT_FALSE(ovra::log_enabled(1));
+    ovra::log_focus_at(1, "of level 1");
+    EXPECT_EQ(board.log(), "");
 
     ovra_log_level = -1;
-    EXPECT_FALSE(ovra::log_enabled(0));
+    ovra::log_focus_at(0, "of level 0");
+    EXPECT_EQ(board.log(), "");
 }
 
 // --- Two threads --------------------------------------------------------------------------------------------

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 extern char** environ;
@@ -16,7 +17,15 @@ extern char** environ;
 namespace storykit {
 namespace {
 
+constexpr const char* emulator = STORYKIT_EMULATOR;  // the words of its command; none: the processor runs them
 constexpr int signal_base = 128;
+
+std::vector<std::string> emulated(const std::vector<std::string>& command) {
+    std::istringstream words(emulator);
+    std::vector<std::string> all(std::istream_iterator<std::string>(words), {});
+    all.insert(all.end(), command.begin(), command.end());
+    return all;
+}
 
 int shell_exit_code(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : signal_base + WTERMSIG(status);
@@ -71,7 +80,7 @@ Finished launch(const std::vector<std::string>& command, const std::string& inpu
     const ScratchFolder folder;
     write_file(folder.file("in"), input);
     Finished finished;
-    finished.exit_code = spawn_and_wait(command, folder);
+    finished.exit_code = spawn_and_wait(emulated(command), folder);
     finished.words = contents_of(folder.file("out"));
     finished.complaints = contents_of(folder.file("err"));
     return finished;
@@ -79,6 +88,7 @@ Finished launch(const std::vector<std::string>& command, const std::string& inpu
 
 Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program) {
     std::vector<std::string> command = {launcher};
+    if (*emulator != '\0') command.insert(command.end(), {"--emulator", emulator});
     command.insert(command.end(), options.begin(), options.end());
     command.emplace_back("--");
     command.insert(command.end(), program.begin(), program.end());

@@ -113,15 +113,33 @@ TEST(CalcPeekStep, RoundsHalvesAwayFromZero) {
     EXPECT_EQ(calcPeekStep(), -3);
 }
 
-TEST(CalcPeekStep, TakesTheEarlierOfTwoEquallyGoodCandidates) {
-    // Mirrored samples: (0,1,3) and its mirror (1,3,4) predict equally well; so do others. The vertices of a
-    // mirrored pair lie on either side of the middle.
-    fill({{0, 0.0}, {1, 4.0}, {2, 4.5}, {3, 4.0}, {4, 0.0}});
+TEST(CalcPeekStep, TakesTheEarliestOfEquallyGoodCandidates) {
+    // Two samples each at 0 and at 2: whichever of them a parabola goes through, it misses the other ones by 2,
+    // exactly. Parabolas through both samples of one place do not exist.
+    fill({{0, 0.0}, {0, 2.0}, {1, 10.0}, {2, 4.0}, {2, 6.0}});
     calcPeekStep();
-    const double first = m_dPeekStep;
-    fill({{4, 0.0}, {3, 4.0}, {2, 4.5}, {1, 4.0}, {0, 0.0}});
-    calcPeekStep();
-    EXPECT_DOUBLE_EQ(first + m_dPeekStep, 4.0);
+    EXPECT_EQ(m_dPeekStep, 1.125);  // through the first, the third and the fourth: -8 x^2 + 18 x
+}
+
+TEST(CalcPeekStep, TriesEveryThreeOfTheFirstFive) {
+    // Two more samples, far out on the parabola of one choice, leave no other.
+    const std::vector<stepList_> five = at_unit_steps({1.0, 2.2, 3.1, 2.8, 0.9});
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = i + 1; j < 4; ++j) {
+            for (std::size_t k = j + 1; k < 5; ++k) {
+                const std::vector<double> wanted =
+                    quadraticEquationCoef(five[i].step, five[i].sharpness, five[j].step, five[j].sharpness,
+                                          five[k].step, five[k].sharpness);
+                std::vector<stepList_> samples = five;
+                for (const int x : {40, -40}) {
+                    samples.push_back({x, wanted[0] * x * x + wanted[1] * x + wanted[2]});
+                }
+                fill(samples);
+                calcPeekStep();
+                EXPECT_DOUBLE_EQ(m_dPeekStep, -wanted[1] / (2 * wanted[0])) << i << j << k;
+            }
+        }
+    }
 }
 
 TEST(CalcPeekStep, CountsTheResidualsOfSamplesBehindTheFifth) {

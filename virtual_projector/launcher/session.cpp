@@ -1,5 +1,8 @@
 #include "virtual_projector/launcher/session.h"
 
+#include <malloc.h>
+#include <sched.h>
+
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -18,6 +21,15 @@
 
 namespace vp {
 namespace {
+
+// What the process holds is looked at this often, so that a summary shows whether it grows.
+constexpr Microseconds holding_interval = 3600 * microseconds_per_second;
+
+struct Holding {
+    Microseconds time = 0;
+    std::size_t heap_bytes = 0;  // of the whole process
+    std::size_t open_nodes = 0;
+};
 
 std::unique_ptr<Clock> make_clock(const RunOptions& options, std::uint64_t seed) {
     if (options.real_time) return std::make_unique<RealClock>();
@@ -42,6 +54,17 @@ World make_world(const RunOptions& options, const Scenario& scenario) {
     return world;
 }
 
+// In virtual time only one of the program's threads runs at a time, and the turn passes several times as fast
+// between threads of one processor. Where this is not allowed the run is only slower.
+void stay_on_this_processor() {
+    const int processor = sched_getcpu();
+    if (processor < 0) return;
+    cpu_set_t only;
+    CPU_ZERO(&only);
+    CPU_SET(static_cast<unsigned>(processor), &only);
+    static_cast<void>(sched_setaffinity(0, sizeof only, &only));
+}
+
 nlohmann::ordered_json json_of(const std::vector<StackUse>& stacks) {
     nlohmann::ordered_json json = nlohmann::ordered_json::array();
     for (const StackUse& stack : stacks) {
@@ -49,6 +72,15 @@ nlohmann::ordered_json json_of(const std::vector<StackUse>& stacks) {
                         {"name", stack.name},
                         {"size", stack.size},
                         {"deepest_use", stack.deepest_use}});
+    }
+    return json;
+}
+
+nlohmann::ordered_json json_of(const std::vector<Holding>& holdings) {
+    nlohmann::ordered_json json = nlohmann::ordered_json::array();
+    for (const Holding& holding : holdings) {
+        json.push_back(
+            {{"t_us", holding.time}, {"heap_bytes", holding.heap_bytes}, {"open_nodes", holding.open_nodes}});
     }
     return json;
 }
@@ -106,12 +138,18 @@ struct Session::Parts {
         clock->on_advance([this](Microseconds now) {
             board.with_world([](World&) {});
             if (trace) trace->time_is(now);
+            if (now >= next_holding) note_holding(now);
         });
         board.on_action([this](Microseconds at, const std::string& what) { tell(at, what); });
         schedule(scenario,
                  {world, faults,
                   [this](Microseconds at, std::function<void()> action) { clock->at(at, std::move(action)); },
                   [this](Microseconds at, const std::string& what) { tell(at, what); }});
+    }
+
+    void note_holding(Microseconds now) {
+        holdings.push_back({now, mallinfo2().uordblks, machine->files().open_paths().size()});
+        next_holding = now + holding_interval;
     }
 
     std::int64_t real_microseconds() const {
@@ -126,6 +164,7 @@ struct Session::Parts {
         summary["real_us"] = real_microseconds();
         if (const VirtualClock* scheduler = clock->scheduler()) summary["switches"] = scheduler->switches();
         summary["stacks"] = json_of(machine->threads().stack_uses());
+        summary["holdings"] = json_of(holdings);
         summary["open_nodes"] = machine->files().open_paths();
         std::ofstream(options.summary) << summary.dump() << "\n";
     }
@@ -141,10 +180,13 @@ struct Session::Parts {
     std::unique_ptr<JsonTrace> file_trace;
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
+    std::vector<Holding> holdings;
+    Microseconds next_holding = holding_interval;
 };
 
 Session::Session(const RunOptions& options) {
     const OwnWork own;
+    if (!options.real_time) stay_on_this_processor();
     parts_ = std::make_unique<Parts>(options);
     parts_->connect_board();
     parts_->connect_time();

@@ -29,10 +29,10 @@ struct Answer {
 class OpenFile {
 public:
     virtual ~OpenFile() = default;
-    virtual Answer read(void* buffer, std::size_t count);                     // default: -EINVAL
-    virtual Answer write(const void* buffer, std::size_t count);              // default: -EINVAL
-    virtual Answer request(std::uint32_t number, void* argument);             // ioctl; default: -ENOTTY
-    virtual Answer close();                                                   // default: 0
+    virtual Answer read(void* buffer, std::size_t count);          // default: -EINVAL
+    virtual Answer write(const void* buffer, std::size_t count);   // default: -EINVAL
+    virtual Answer request(std::uint32_t number, void* argument);  // ioctl; default: -ENOTTY
+    virtual Answer close();                                        // default: 0
 };
 
 /// One node of the board.

@@ -60,6 +60,7 @@ std::vector<std::string> words_to_run(const Program& program, const std::string&
     setenv(run_options_variable, to_text(options).c_str(), 1);
     const std::vector<std::string> words = words_to_run(program, preload);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     // What an emulator says of a program that is not there is its own.

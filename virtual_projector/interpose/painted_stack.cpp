@@ -103,12 +103,13 @@ const volatile std::uint64_t* PaintedStack::deepest_below_paint() const {
     return first_other_word(words_at(base_ + first * page), words_at(painted), 0);
 }
 
+// The painted part first: looking below it asks for memory, which itself uses the stack.
 std::uintptr_t PaintedStack::deepest_address() const {
-    const volatile std::uint64_t* below = deepest_below_paint();
     const volatile std::uint64_t* painted = words_at(painted_begin());
-    if (below != painted) return reinterpret_cast<std::uintptr_t>(below);
     const volatile std::uint64_t* entry = words_at(base_ + (entry_ - reinterpret_cast<std::uintptr_t>(base_)));
-    return reinterpret_cast<std::uintptr_t>(first_other_word(painted, entry, paint));
+    const volatile std::uint64_t* in_paint = first_other_word(painted, entry, paint);
+    const volatile std::uint64_t* below = deepest_below_paint();
+    return reinterpret_cast<std::uintptr_t>(below != painted ? below : in_paint);
 }
 
 std::size_t PaintedStack::deepest_use() const {

@@ -153,6 +153,7 @@ void ProgramThreads::begin(ProgramThread& thread) {
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
     if (thread.turn != nullptr) clock_.scheduler()->begin_current(thread.turn);
+    call_ends();  // waiting for its first turn the thread may have moved the whole world
 }
 
 // --- End -------------------------------------------------------------------------------------------------

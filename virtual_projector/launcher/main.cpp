@@ -96,6 +96,8 @@ void describe(CLI::App& app, CommandLine& line) {
         ->type_name("FILE");
     app.add_option("--summary", line.run.summary, "write the run's figures (times, stacks) as JSON")
         ->type_name("FILE");
+    app.add_flag("--exact-stacks", line.run.exact_stacks,
+                 "leave the virtual projector's own use out of the summary's stacks; slow");
     app.add_flag("--real-time", line.run.real_time, "run on the wall clock, without the scheduler");
     app.add_option("--preempt", line.run.preempt, "probability that a thread loses its turn at a call")
         ->check(is_probability)

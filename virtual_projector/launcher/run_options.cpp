@@ -14,6 +14,7 @@ std::string to_text(const RunOptions& options) {
     json["trace_detail"] = static_cast<int>(options.trace_detail);
     json["summary"] = options.summary;
     json["flash"] = options.flash;
+    json["exact_stacks"] = options.exact_stacks;
     json["real_time"] = options.real_time;
     json["preempt"] = options.preempt;
     return json.dump();
@@ -30,6 +31,7 @@ RunOptions run_options_from(const std::string& text) {
     options.trace_detail = static_cast<TraceDetail>(json.at("trace_detail").get<int>());
     options.summary = json.at("summary");
     options.flash = json.at("flash");
+    options.exact_stacks = json.at("exact_stacks");
     options.real_time = json.at("real_time");
     options.preempt = json.at("preempt");
     return options;

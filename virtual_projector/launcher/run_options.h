@@ -20,8 +20,9 @@ struct RunOptions {
     ParameterValues parameters;  // set behind the scenario's own
     std::string trace;           // file; empty: none
     TraceDetail trace_detail = TraceDetail::calls;
-    std::string summary;  // file for the run's figures; empty: none
-    std::string flash;    // file that keeps the permanent record from run to run; empty: memory
+    std::string summary;        // file for the run's figures; empty: none
+    std::string flash;          // file that keeps the permanent record from run to run; empty: memory
+    bool exact_stacks = false;  // the summary tells the program's use of its stacks without the projector's own
     bool real_time = false;
     double preempt = 0;  // probability that a thread loses its turn at a call
 };

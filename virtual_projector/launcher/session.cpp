@@ -98,6 +98,7 @@ struct Session::Parts {
           file_trace(make_trace(given)) {
         if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
+        if (options.exact_stacks) machine->threads().measure_stacks_exactly();
     }
 
     Truth truth() {
@@ -116,11 +117,14 @@ struct Session::Parts {
             record.path = function;
             record.result = result;
             machine->recorder().record(record);
+            machine->threads().call_ends();
         };
         boardlibs::install(std::move(installation));
     }
 
+    // The stand-ins run on the stack of the thread that calls them, as the machine's answers do.
     FaultEffect begin_library_call(std::string_view function) {
+        machine->threads().call_begins();
         FaultEffect effect;
         {
             const WorldLock lock(*clock);

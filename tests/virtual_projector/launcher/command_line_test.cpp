@@ -105,7 +105,8 @@ TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
     for (const char* option :
          {"virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]", "--help", "--scenario FILE", "--seed N",
           "--set NAME=VALUE", "--trace FILE", "--trace-detail LEVEL", "--flash FILE", "--summary FILE",
-          "--real-time", "--preempt P", "--story", "--library-log FILE"}) {
+          "--exact-stacks", "--real-time", "--preempt P", "--story", "--library-log FILE",
+          "--emulator COMMAND"}) {
         EXPECT_NE(finished.words.find(option), std::string::npos) << option;
     }
     for (const vp::Parameter& parameter : vp::parameters()) {

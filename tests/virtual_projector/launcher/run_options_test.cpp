@@ -16,6 +16,7 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     given.trace_detail = vp::TraceDetail::changes;
     given.summary = "summary";
     given.flash = "flash";
+    given.exact_stacks = true;
     given.real_time = true;
     given.preempt = 0.25;
     const RunOptions taken = vp::run_options_from(vp::to_text(given));
@@ -26,6 +27,7 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     EXPECT_EQ(taken.trace_detail, given.trace_detail);
     EXPECT_EQ(taken.summary, given.summary);
     EXPECT_EQ(taken.flash, given.flash);
+    EXPECT_EQ(taken.exact_stacks, given.exact_stacks);
     EXPECT_EQ(taken.real_time, given.real_time);
     EXPECT_EQ(taken.preempt, given.preempt);
 }

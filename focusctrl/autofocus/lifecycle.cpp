@@ -235,6 +235,5 @@ void* UI_prop_thread(void* /*unused*/) {
     ovra_focus_config config;
     get_focus_configs(&config);
     while (config.system_state.is_system_on != 0) ovra::report_boot_focus(config);
-    return reinterpret_cast<void*>(
-        std::uintptr_t{config.system_state.is_system_on});  // NOLINT(performance-no-int-to-ptr)
+    return reinterpret_cast<void*>(std::uintptr_t{config.system_state.is_system_on});
 }

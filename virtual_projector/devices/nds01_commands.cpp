@@ -56,7 +56,7 @@ static_assert(sizeof(CommandRecord) == 12 && sizeof(LibraryData) == 16 && sizeof
 // An address as it stands in a record: on a 32-bit board its upper half only repeats the sign.
 std::uint8_t* memory_at(std::uint64_t address) {
     const auto native = static_cast<std::uintptr_t>(address);
-    return reinterpret_cast<std::uint8_t*>(native);  // NOLINT(performance-no-int-to-ptr)
+    return reinterpret_cast<std::uint8_t*>(native);
 }
 
 long move_library_data(Board& board, const Nds01Chip& chip, const LibraryData& data, bool to_device) {

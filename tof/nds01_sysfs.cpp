@@ -96,6 +96,7 @@ int32_t scan(const Complaints& complaints, const char* name, const char* directo
     if (attribute.stream == nullptr) return attribute.path_length_or_error;
     errno = 0;  // a text that does not fit is told from a read that failed by errno alone
     Transfer transfer{attribute.path_length_or_error, false};
+    // cppcheck-suppress invalidScanfArgType_s  // the format is the caller's, and so is its value's type
     if (std::fscanf(attribute.stream, format, value) != 1) transfer = {errno != 0 ? -errno : -ENODATA, true};
     return close_attribute(complaints, attribute.stream, transfer);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 namespace vp {
@@ -229,10 +230,11 @@ VirtualClock::Thread* VirtualClock::take_ready() {
 
 // Jumps to the next thing that has a time. False: there is none.
 bool VirtualClock::advance() {
-    const bool have_deadline = drop_stale_deadlines();
-    if (!have_deadline && callbacks_.empty()) return false;
-    Microseconds next = have_deadline ? deadlines_.top().time : callbacks_.begin()->first;
-    if (!callbacks_.empty()) next = std::min(next, callbacks_.begin()->first);
+    constexpr Microseconds never = std::numeric_limits<Microseconds>::max();
+    const Microseconds next_deadline = drop_stale_deadlines() ? deadlines_.top().time : never;
+    const Microseconds next_callback = callbacks_.empty() ? never : callbacks_.begin()->first;
+    const Microseconds next = std::min(next_deadline, next_callback);
+    if (next == never) return false;
     move_time_to(next);
     run_due_callbacks();
     release_due_sleepers();

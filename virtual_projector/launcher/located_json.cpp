@@ -10,7 +10,10 @@ constexpr std::size_t longest_excerpt = 40;
 
 std::string excerpt(const nlohmann::ordered_json& value) {
     std::string text = value.dump();
-    if (text.size() > longest_excerpt) text = text.substr(0, longest_excerpt) + "...";
+    if (text.size() > longest_excerpt) {
+        text.resize(longest_excerpt);
+        text += "...";
+    }
     return text;
 }
 

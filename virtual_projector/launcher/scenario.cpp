@@ -152,11 +152,9 @@ Action read_action(const LocatedJson& json) {
         json.allow_members({"at_s", "what", "fault"});
         return read_fault(json.member("fault"));
     }
-    if (json.has("clear_faults")) {
-        json.allow_members({"at_s", "what", "clear_faults"});
-        return ClearFaults{};
-    }
-    json.fail("an event with set, gesture, block, key, fault or clear_faults");
+    if (!json.has("clear_faults")) json.fail("an event with set, gesture, block, key, fault or clear_faults");
+    json.allow_members({"at_s", "what", "clear_faults"});
+    return ClearFaults{};
 }
 
 ScenarioEvent read_event(const LocatedJson& json) {

@@ -84,11 +84,13 @@ using Numbers = std::array<int, most_numbers>;
 
 // Reads a pattern's numbers. They must all be there, so that a text that only begins alike does not count.
 bool matches(const char* pattern, int count, const char* text, Numbers& numbers) {
+    // cppcheck-suppress wrongPrintfScanfArgNum  // a pattern takes as many as it has
     return std::sscanf(text, pattern, &numbers[0], &numbers[1], &numbers[2], &numbers[3]) == count;
 }
 
 std::string words_with(const char* words, const Numbers& n) {
     char text[200];
+    // cppcheck-suppress wrongPrintfScanfArgNum  // as above
     std::snprintf(text, sizeof text, words, n[0], n[1], n[2], n[3]);
     return text;
 }

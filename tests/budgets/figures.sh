@@ -9,7 +9,7 @@ over_budget=0
 figure() {
     line=$(awk -v name="$2" '$1 == name { print $2, $3 }' "$1")
     if [ -z "$line" ]; then
-        printf '%-36s %9s %s: nothing is recorded for it in %s\n' "$2" "$3" "$4" "$1"
+        printf 'figure: %-36s %9s %s: nothing is recorded for it in %s\n' "$2" "$3" "$4" "$1"
         over_budget=1
         return
     fi
@@ -17,6 +17,6 @@ figure() {
     allowed=$(awk -v r="$recorded" -v s="$slack_percent" -v l="${limit:-}" \
         'BEGIN { a = r * (100 + s) / 100; if (l != "" && a > l + 0) a = l; printf "%g", a }')
     verdict=$(awk -v m="$3" -v a="$allowed" 'BEGIN { print (m + 0 > a + 0) ? "OVER" : "" }')
-    printf '%-36s %9s %s (recorded %s, at most %s) %s\n' "$2" "$3" "$4" "$recorded" "$allowed" "$verdict"
+    printf 'figure: %-36s %9s %s (recorded %s, at most %s) %s\n' "$2" "$3" "$4" "$recorded" "$allowed" "$verdict"
     [ -z "$verdict" ] || over_budget=1
 }

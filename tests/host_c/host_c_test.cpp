@@ -1,0 +1,74 @@
+// Hosts in plain C, and what their symbols and their process do to the library.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/report/trace_reader.h"
+
+namespace {
+
+using storykit::Finished;
+using storykit::launch;
+using storykit::ScratchFolder;
+
+struct Outcome {
+    Finished finished;
+    std::string trace_text;
+    vp::TraceContents trace;
+};
+
+Outcome outcome_of(const char* host) {
+    const ScratchFolder folder;
+    Outcome run;
+    run.finished = storykit::launch_projector(
+        {"--scenario", storykit::project_file("scenarios/first-light.json"), "--trace", folder.file("trace")},
+        {host});
+    run.trace_text = storykit::contents_of(folder.file("trace"));
+    run.trace = vp::read_trace(folder.file("trace"));
+    return run;
+}
+
+bool said(const Outcome& run, const std::string& line) {
+    return run.finished.words.find(line + "\n") != std::string::npos;
+}
+
+TEST(AHostInC, RegistersItsCallbacksStartsUpAndHasThePictureSquaredAndFocused) {
+    const Outcome told = outcome_of(C_HOST);
+    EXPECT_EQ(told.finished.exit_code, 0) << told.finished.words << told.finished.complaints;
+    EXPECT_TRUE(said(told, "the run has ended"));
+    ASSERT_FALSE(told.trace.truths.empty());
+    EXPECT_LT(told.trace.truths.front().sharpness, 0.1);
+    EXPECT_GT(told.trace.truths.back().sharpness, 0.98);
+    EXPECT_LT(told.trace.truths.back().worst_side_deg(), 0.3);
+}
+
+TEST(AHostWhoseFunctionsAreNamedLikeTheLibrarys, KeepsThemToItself) {
+    const Outcome told = outcome_of(CLASHING_HOST);
+    EXPECT_EQ(told.finished.exit_code, 0) << told.finished.words << told.finished.complaints;
+    EXPECT_TRUE(said(told, "own functions: the host's own")) << told.finished.words;
+}
+
+TEST(AHostWhoseFunctionsAreNamedLikeTheLibrarys, ChangesNothingThatTheLibraryDoes) {
+    const Outcome plain = outcome_of(C_HOST);
+    ASSERT_FALSE(plain.trace_text.empty());
+    EXPECT_EQ(outcome_of(CLASHING_HOST).trace_text, plain.trace_text);
+}
+
+TEST(AProcessWithoutTheBoardsLibraries, IsToldWhichFunctionIsMissing) {
+    for (const char* mode : {"now", "lazy"}) {
+        const Finished finished = launch({LONE_LOADER, LIBRARY, mode});
+        EXPECT_EQ(finished.exit_code, 3) << mode;
+        EXPECT_NE(finished.words.find("libovrafocus.so: undefined symbol: "), std::string::npos)
+            << finished.words;
+        EXPECT_EQ(finished.complaints, "") << mode;
+    }
+}
+
+TEST(AProcessWithTheBoardsLibraries, LoadsTheLibraryAndLetsItGo) {
+    const Finished finished = storykit::launch_projector({}, {LONE_LOADER, LIBRARY});
+    EXPECT_EQ(finished.words, "loaded\n");
+    EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
+}
+
+}  // namespace

@@ -8,12 +8,15 @@
 #include <vector>
 
 #include "host/commands.h"
+#include "host/host_session.h"
 #include "tests/support/scripted_board.h"
 
 namespace {
 
 struct ScriptTest : ::testing::Test {
     testkit::ScriptedBoard board;
+
+    ScriptTest() { host::begin_request(false); }  // no failure is left from before
 
     int script(const std::string& text) {
         std::istringstream lines(text);

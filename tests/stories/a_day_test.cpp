@@ -33,7 +33,7 @@ std::vector<long> holdings_of(const Told& told, const char* what) {
 
 TEST(ADay, EndsSharpAndSquareAndHoldsNoMoreThanInTheMorning) {
 #ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "under a sanitizer a day takes minutes; its first half hour stands for it below";
+    GTEST_SKIP() << "under a sanitizer a day takes minutes; its first quarter of an hour stands for it below";
 #endif
     // Without the allocator's own stores of freed memory the figures are exact.
     setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
@@ -44,11 +44,11 @@ TEST(ADay, EndsSharpAndSquareAndHoldsNoMoreThanInTheMorning) {
 
     // What was asked of it, or noticed by it, was done each time.
     const auto a_minute_after = [&told](double time_h) { return told.at(time_h * hour_s + 60); };
-    EXPECT_EQ(flaws_in_the_warm(a_minute_after(0.5)), "");  // set down on a slope
-    EXPECT_GE(a_minute_after(1.5).sharpness, sharp);        // far back; auto-keystone is off
-    EXPECT_EQ(flaws_in_keystone(a_minute_after(3)), "");    // near the wall; auto-focus is off
-    EXPECT_EQ(flaws_in_the_warm(a_minute_after(4.2)), "");  // with a book under its front
-    EXPECT_EQ(flaws_in_the_warm(a_minute_after(5)), "");    // hung from the ceiling
+    EXPECT_EQ(flaws_in_the_warm(a_minute_after(1.0 / 6)), "");  // set down on a slope
+    EXPECT_GE(a_minute_after(1.5).sharpness, sharp);            // far back; auto-keystone is off
+    EXPECT_EQ(flaws_in_keystone(a_minute_after(3)), "");        // near the wall; auto-focus is off
+    EXPECT_EQ(flaws_in_the_warm(a_minute_after(4.2)), "");      // with a book under its front
+    EXPECT_EQ(flaws_in_the_warm(a_minute_after(5)), "");        // hung from the ceiling
     EXPECT_EQ(a_minute_after(5).hdmi_turn_deg, 0);
     EXPECT_EQ(flaws_in_the_warm(a_minute_after(6.2)), "");  // back on its table
     EXPECT_EQ(a_minute_after(6.2).hdmi_turn_deg, 0);
@@ -60,24 +60,24 @@ TEST(ADay, EndsSharpAndSquareAndHoldsNoMoreThanInTheMorning) {
     EXPECT_EQ(nodes, std::vector<long>(7, nodes.front()));
 }
 
-// The first thirty-five minutes and the first move.
-Told half_an_hour(const std::string& seed) {
+// The first twelve minutes and the first move.
+Told quarter_of_an_hour(const std::string& seed) {
     return Story("a-day")
         .with({"--seed", seed})
-        .commands({"init", "keys", "akaf", "wait idle", "wait 35min", "status"})
+        .commands({"init", "keys", "akaf", "wait idle", "wait 12min", "status"})
         .run();
 }
 
 TEST(ADay, IsTheSameToTheByteWhenItBeginsAgain) {
-    const Told first = half_an_hour("8");
+    const Told first = quarter_of_an_hour("8");
     EXPECT_EQ(flaws_in_the_warm(first.at_the_end()), "");
-    const Told second = half_an_hour("8");
+    const Told second = quarter_of_an_hour("8");
     EXPECT_TRUE(first.trace_text == second.trace_text);
     EXPECT_EQ(first.words, second.words);
 }
 
 TEST(ADay, OfAnotherSeedDiffersInNoiseOnly) {
-    EXPECT_EQ(flaws_in_the_warm(half_an_hour("9").at_the_end()), "");
+    EXPECT_EQ(flaws_in_the_warm(quarter_of_an_hour("9").at_the_end()), "");
 }
 
 }  // namespace

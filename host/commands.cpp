@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
@@ -128,17 +129,23 @@ void say_lens_position() {
     }
 }
 
-Outcome run_status(const Arguments&) {
-    say("auto-keystone is %s, auto-focus is %s; %s", varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
-        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off", last_request_words());
-    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
-        peek(preDownW), get_current_keystone_angle());
+// Before the first run the library holds a distance that nobody measured.
+void say_distance() {
+    if (!a_run_has_ended()) return;
     const int distance_mm = peek(lastDistance);
     if (distance_mm > 0) {
         say("distance of the last run: %d mm", distance_mm);
     } else {
         say("distance of the last run: out of range");
     }
+}
+
+Outcome run_status(const Arguments&) {
+    say("auto-keystone is %s, auto-focus is %s; %s", varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
+        varnel_get_osd_settings_autofocus() != 0 ? "on" : "off", last_request_words());
+    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
+        peek(preDownW), get_current_keystone_angle());
+    say_distance();
     say_lens_position();
     return Outcome::done;
 }
@@ -172,13 +179,16 @@ Outcome run_keys(const Arguments&) {
     return Outcome::done;
 }
 
+// Rounded, and without a negative zero.
+double tenths(float degrees) { return std::round(static_cast<double>(degrees) * 10) / 10 + 0.0; }
+
 Outcome run_angles(const Arguments&) {
     float x = 0;
     float y = 0;
     float z = 0;
     acc_get_degree(&x, &y, &z);
-    say("angles of the axes above the horizontal: x %.1f, y %.1f, z %.1f degrees", static_cast<double>(x),
-        static_cast<double>(y), static_cast<double>(z));
+    say("angles of the axes above the horizontal: x %.1f, y %.1f, z %.1f degrees", tenths(x), tenths(y),
+        tenths(z));
     return Outcome::done;
 }
 

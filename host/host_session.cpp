@@ -22,7 +22,13 @@ std::atomic<RequestState> request_state{RequestState::none};
 // been asked for or one has been seen to end.
 std::atomic<bool> run_state_is_meaningful{false};
 
-void on_refresh() { run_state_is_meaningful = true; }
+std::atomic<bool> refreshed{false};
+
+// The library asks for it at the end of each run.
+void on_refresh() {
+    run_state_is_meaningful = true;
+    refreshed = true;
+}
 
 void on_toast(std::int32_t code) {
     if (toast_is_failure(code)) note_request_failed();
@@ -104,6 +110,8 @@ bool wait_until_idle(int timeout_ms) {
     }
     return false;
 }
+
+bool a_run_has_ended() { return refreshed; }
 
 RequestState last_request() { return request_state; }
 

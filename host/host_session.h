@@ -15,6 +15,9 @@ void stop_library();
 /// Called when a request is made: failures told by toasts from now on belong to it.
 void begin_request(bool auto_focus);
 
+/// Whether a focus run has ended since the start, whoever asked for it.
+bool a_run_has_ended();
+
 /// How the last request went.
 enum class RequestState { none, succeeded, failed };
 

@@ -18,6 +18,7 @@
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_options.h"
+#include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/tof_calibration.h"
@@ -110,7 +111,8 @@ void describe(CLI::App& app, CommandLine& line) {
            "run PROGRAM, and the virtual projector in it, by this user-mode emulator of another processor: "
            "its command in one argument, such as 'qemu-mipsel -L /usr/mipsel-linux-gnu'")
         ->type_name("COMMAND");
-    app.footer("Parameters (name, default and unit, range, meaning):\n" + vp::describe_parameters());
+    app.footer(std::string(vp::scenario_format()) + "\nParameters (name, default and unit, range, meaning):\n" +
+               vp::describe_parameters());
 }
 
 std::string take_setting(const std::string& setting, vp::ParameterValues& parameters) {

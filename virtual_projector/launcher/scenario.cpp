@@ -193,6 +193,27 @@ std::string line_of(const std::string& text, std::size_t byte) {
 
 }  // namespace
 
+const char* scenario_format() {
+    return R"(Scenario files are JSON objects; every member may be left out:
+  "story": TEXT             what it is about, in one line
+  "seed": N                 as --seed
+  "unit_seed": N            draws a unit's manufacturing spread; the standard unit without it
+  "set": {NAME: VALUE}      parameters at the start
+  "faults": [FAULT]         from the start
+  "events": [EVENT]         each an object with "at_s": SECONDS, perhaps "what": TEXT, and one of
+    "set": {NAME: VALUE}
+    "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over or hang; perhaps with
+                            "to": {MEMBER OF THE POSE: VALUE} and "for_s": SECONDS
+    "block": [ZONE]         tr, br, tl, bl; with "distance_mm": MM and perhaps "for_s": SECONDS
+    "key": CODE             perhaps with "value": 1 pressed, 0 released, 2 repeated
+    "fault": FAULT
+    "clear_faults": true
+A FAULT hits calls by "operation" (open, read, write, ioctl, close, call, pthread_create), "path" (a node, or a
+function; * at its end for all that begin so), "nth" and "probability", and does one of "error": ERRNO-NAME,
+"short_count": N, "garbage": TEXT, "stale": true; "delay_ms": MS may stand beside or alone.
+)";
+}
+
 Scenario parse_scenario(const std::string& text, const std::string& name) {
     nlohmann::ordered_json document;
     try {

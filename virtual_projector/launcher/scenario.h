@@ -61,6 +61,9 @@ struct Scenario {
     std::vector<ScenarioEvent> events;
 };
 
+/// What may stand in a scenario file, for people who write one.
+const char* scenario_format();
+
 /// Reads a scenario file. Throws LocatedError with one line that names the file, the place in it and what
 /// was expected there.
 Scenario read_scenario(const std::string& path);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
 namespace {
@@ -113,6 +114,17 @@ TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
         EXPECT_NE(finished.words.find("  " + std::string(parameter.name) + " "), std::string::npos)
             << parameter.name;
     }
+}
+
+TEST(VirtualProjectorCommand, HelpDescribesScenarioFiles) {
+    const std::string help = launch({launcher, "--help"}).words;
+    for (const char* member :
+         {"\"story\"", "\"seed\"", "\"unit_seed\"", "\"set\"", "\"faults\"", "\"events\"", "\"at_s\"",
+          "\"gesture\"", "\"block\"", "\"key\"", "\"fault\"", "\"clear_faults\""}) {
+        EXPECT_NE(help.find(member), std::string::npos) << member;
+    }
+    for (const std::string_view gesture : vp::gesture_names())
+        EXPECT_NE(help.find(gesture), std::string::npos) << gesture;
 }
 
 TEST(VirtualProjectorCommand, RefusesOptionsThatItDoesNotHave) {

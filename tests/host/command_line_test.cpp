@@ -1,0 +1,83 @@
+// The ovrafocus-host command as its user meets it, on a standard unit.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/stories/storykit/launched_program.h"
+
+namespace {
+
+using storykit::Finished;
+
+Finished host(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), storykit::host_program);
+    return storykit::launch_projector({"--set", "tmr.noise_sigma=0"}, arguments);
+}
+
+TEST(OvrafocusHost, TakesCommandsFromItsArguments) {
+    const Finished finished = host({"wait 1s", "fan 3", "--library-log", "/dev/null"});
+    EXPECT_EQ(finished.words, "the fan turns at 3, out of automatic control\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+TEST(OvrafocusHost, TakesCommandsFromStandardInputAndLetsAPersonTryAgain) {
+    const Finished finished =
+        storykit::launch({storykit::launcher, "--", storykit::host_program, "--library-log", "/dev/null"},
+                         "fann 3\nfan 3\nquit\nfan 4\n");
+    EXPECT_EQ(finished.words,
+              "unknown command 'fann'; 'help' lists them\nthe fan turns at 3, out of automatic control\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+TEST(OvrafocusHost, EndsWithTwoForAWrongCommand) { EXPECT_EQ(host({"fann 3"}).exit_code, 2); }
+
+TEST(OvrafocusHost, EndsWithTwoForAWrongOption) {
+    const Finished finished = host({"--bogus"});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_NE(finished.complaints.find("--bogus"), std::string::npos);
+}
+
+TEST(OvrafocusHost, NamesAFileThatItCannotReadOrWrite) {
+    EXPECT_EQ(host({"--script", "/nowhere/script"}).complaints,
+              "ovrafocus-host: cannot read /nowhere/script: No such file or directory\n");
+    EXPECT_EQ(host({"--library-log", "/nowhere/log", "help"}).complaints,
+              "ovrafocus-host: cannot write /nowhere/log: No such file or directory\n");
+    EXPECT_EQ(host({"--script", "/nowhere/script"}).exit_code, 2);
+}
+
+TEST(OvrafocusHost, KeepsTheLibrarysWordsApartFromItsOwn) {
+    const storykit::ScratchFolder folder;
+    const Finished apart = host({"--library-log", folder.file("log"), "distance", "init", "distance"});
+    EXPECT_EQ(apart.words, "distance: start the library first with 'init'\n");
+    EXPECT_EQ(apart.exit_code, 1);
+    const Finished together = host({"init"});
+    EXPECT_NE(together.words.find("\novrafocus_init.\n"), std::string::npos);
+    EXPECT_NE(together.words.find("\nthe library is started; "), std::string::npos);
+}
+
+TEST(OvrafocusHost, AnswersQuestionsInWords) {
+    const Finished finished = host(
+        {"--library-log", "/dev/null", "init", "wait 3s", "angles", "direction", "keys", "keys", "status"});
+    EXPECT_EQ(finished.words,
+              "the library is started; auto-keystone is on, auto-focus is on\n"
+              "the picture is turned by 0 degrees from now on (rotation code 0)\n"
+              "angles of the axes above the horizontal: x 0.0, y 0.0, z 90.0 degrees\n"
+              "the picture is turned by 0 degrees\n"
+              "listening to the keys\n"
+              "no key has been pressed\n"
+              "auto-keystone is on, auto-focus is on; nothing has been requested\n"
+              "picture: 1280 pixels at the top, 1280 at the bottom, for a tilt of 0 degrees\n"
+              "lens: at TMR 6, limits -104 and 190\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+TEST(OvrafocusHost, HelpListsItsCommandsAndItsOptions) {
+    const Finished options = host({"--help"});
+    EXPECT_EQ(options.exit_code, 0);
+    EXPECT_NE(options.words.find("--script FILE"), std::string::npos);
+    EXPECT_NE(options.words.find("--library-log FILE"), std::string::npos);
+    EXPECT_NE(host({"help"}).words.find("  akaf "), std::string::npos);
+}
+
+}  // namespace

@@ -1,6 +1,5 @@
 #include "tests/support/journal.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include <utility>
 
 #include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/trace/open_flags.h"
 
 namespace testkit {
 namespace {
@@ -20,20 +20,6 @@ ssize_t append_to_text(void* text, const char* bytes, std::size_t count) {
     return static_cast<ssize_t>(count);
 }
 
-std::string flag_names(std::int64_t flags) {
-    static const std::vector<std::pair<int, const char*>> names = {
-        {O_CREAT, "O_CREAT"},   {O_EXCL, "O_EXCL"},         {O_TRUNC, "O_TRUNC"},
-        {O_APPEND, "O_APPEND"}, {O_NONBLOCK, "O_NONBLOCK"}, {O_CLOEXEC, "O_CLOEXEC"},
-    };
-    const auto bits = static_cast<int>(flags);
-    const int mode = bits & O_ACCMODE;
-    std::string text = mode == O_RDONLY ? "O_RDONLY" : mode == O_WRONLY ? "O_WRONLY" : "O_RDWR";
-    for (const auto& [bit, name] : names) {
-        if ((bits & bit) != 0) text += std::string("|") + name;
-    }
-    return text;
-}
-
 std::string hexadecimal(std::int64_t number) {
     char text[20];
     std::snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(number));
@@ -43,7 +29,7 @@ std::string hexadecimal(std::int64_t number) {
 // The entry for a call; empty for those that a journal does not show.
 std::string entry_for(const vp::CallRecord& record) {
     const std::string head = std::string(record.call) + " " + std::string(record.path);
-    if (record.call == "open") return head + " " + flag_names(record.argument);
+    if (record.call == "open") return head + " " + vp::open_flags_in_words(record.argument);
     if (record.call == "write") return head + " " + escaped(record.data);
     if (record.call == "ioctl") return head + " " + hexadecimal(record.argument);
     if (record.call == "read" || record.call == "close") return head;

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string>
 
+#include "virtual_projector/trace/open_flags.h"
+
 namespace vp {
 namespace {
 
@@ -55,7 +57,7 @@ std::string hexadecimal(std::string_view bytes) {
 }
 
 void add_argument(nlohmann::ordered_json& line, const CallRecord& record) {
-    if (record.call == "open") line["flags"] = record.argument;
+    if (record.call == "open") line["flags"] = open_flags_in_words(record.argument);
     if (record.call == "read" || record.call == "write") line["count"] = record.argument;
     if (record.call == "ioctl") line["request"] = request_text(record.argument);
     if (record.call == "sleep") line["us"] = record.argument;

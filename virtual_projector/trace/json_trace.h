@@ -1,7 +1,7 @@
 // The trace as a file: one JSON object on each line, in the order of events.
 //
 //     {"t_us":20000,"thread":2,"name":"keystonefocus_thread","call":"open","path":"/sys/class/motor/stop",
-//      "flags":0,"result":0}
+//      "flags":"O_RDONLY","result":0}
 //     {"t_us":20000,...,"call":"read","path":"/sys/class/motor/stop","count":20,"result":2,"data":"1\n"}
 //     {"t_us":20000,...,"call":"ioctl","path":"/dev/nds01","request":"0x4004a203","result":-5,"error":"EIO"}
 //     {"t_us":21000,...,"call":"sleep","us":1000,"result":0}

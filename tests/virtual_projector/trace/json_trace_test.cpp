@@ -28,8 +28,9 @@ CallRecord call(std::string_view name, std::string_view path, std::int64_t argum
 }
 
 TEST(JsonOfARecord, HasItsKeysInAFixedOrder) {
-    EXPECT_EQ(json_of(call("open", "/dev/dis", 2, 0)).dump(),
-              R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/dis","flags":2,"result":0})");
+    EXPECT_EQ(
+        json_of(call("open", "/dev/dis", 2, 0)).dump(),
+        R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/dis","flags":"O_RDWR","result":0})");
     EXPECT_EQ(json_of(call("read", "/dev/dis", 20, 2, "1\n")).dump(),
               R"({"t_us":20,"thread":2,"name":"worker","call":"read","path":"/dev/dis","count":20,"result":2,)"
               R"("data":"1\n"})");
@@ -98,7 +99,7 @@ constexpr const char* sample_line =
     R"({"t_us":20,"thread":2,"name":"worker","call":"ioctl","path":"/dev/gsensor_daemon","request":"0x4004a109",)"
     R"("result":0})";
 constexpr const char* failed_line =
-    R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/fb0","flags":0,"result":-2,"error":"ENOENT"})";
+    R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/fb0","flags":"O_RDONLY","result":-2,"error":"ENOENT"})";
 
 TEST_F(JsonTraceFile, HoldsEveryCallOnALineOfItsOwn) {
     EXPECT_EQ(written(TraceDetail::calls), std::string(read_line) + "\n" + write_line + "\n" + sample_line +

@@ -26,17 +26,17 @@ OVRA_BEGIN_DECLS
 /** One gravity reading, in thousandths of the driver's integer unit. */
 typedef struct ovra_acc_sample {
     uint32_t reserved[5]; /**< neither read nor written by the library */
-    float x;
-    float y;
-    float z;
+    float x;              /**< across, the driver's first axis */
+    float y;              /**< along the optical axis, the driver's second */
+    float z;              /**< up, the driver's third */
 } ovra_acc_sample;
 
 /** Three tilt angles in degrees, -90 to 90. */
 typedef struct ovra_acc_angles {
     uint32_t reserved[2]; /**< neither read nor written by the library */
-    float x;
-    float y;
-    float z;
+    float x;              /**< of the x axis */
+    float y;              /**< of the y axis */
+    float z;              /**< of the z axis */
 } ovra_acc_angles;
 
 /** The latest single sample. */
@@ -88,10 +88,16 @@ OVRA_API int32_t acc_init_set(void);
  */
 OVRA_API void acc_event_read(void);
 
-/** Copies the angles of the latest block, in degrees. No pointer may be null. */
+/**
+ * Copies the angles of the latest block, in degrees.
+ * @param x, y, z receive the angles; none may be null.
+ */
 OVRA_API void acc_get_degree(float* x, float* y, float* z);
 
-/** Copies the average of the latest block. No pointer may be null. */
+/**
+ * Copies the average of the latest block, in thousandths of the driver's unit.
+ * @param x, y, z receive the average; none may be null.
+ */
 OVRA_API void acc_get_data(float* x, float* y, float* z);
 
 /** @return 1 once the motion logic has skipped its first five blocks, else 0. */
@@ -115,6 +121,7 @@ OVRA_API int32_t acc_file_close(void);
 /**
  * The time since `start` by the wall clock, in milliseconds:
  * (now.tv_sec - start.tv_sec) * 1000 + (now.tv_usec - start.tv_usec) / 1000, the division truncated.
+ * @param start a time as gettimeofday() gives it.
  * @return negative when `start` lies in the future; the nearest 32-bit value when the time does not fit.
  */
 OVRA_API int32_t get_systime_ms(struct timeval start);

@@ -33,24 +33,24 @@ typedef struct ovra_system_state {
 
 /** What the focus is doing: 10 words, all 0 after start-up. A host that wants the behaviour sets them. */
 typedef struct ovra_focus_state {
-    uint32_t unused[6];
+    uint32_t unused[6];        /**< 0 */
     uint32_t distance_enabled; /**< word 6; 0: tof_get_distance() refuses */
     uint32_t tof_polling;      /**< word 7; non-zero: tof_init() does not switch the measurement off */
     uint32_t busy;             /**< word 8; non-zero: sensor_triger_focus() reports a state error */
-    uint32_t unused_last;
+    uint32_t unused_last;      /**< 0 */
 } ovra_focus_state;
 
 /** Figures of the focus: 11 words, all 0; not used by the library. */
 typedef struct ovra_focus_data {
-    uint32_t words[11];
+    uint32_t words[11]; /**< 0 */
 } ovra_focus_data;
 
 /** The whole record: 31 words. */
 typedef struct ovra_focus_config {
-    ovra_user_setting user_setting;
-    ovra_system_state system_state;
-    ovra_focus_state focus_state;
-    ovra_focus_data focus_data;
+    ovra_user_setting user_setting; /**< words 0 to 3 */
+    ovra_system_state system_state; /**< words 4 to 9 */
+    ovra_focus_state focus_state;   /**< words 10 to 19 */
+    ovra_focus_data focus_data;     /**< words 20 to 30 */
 } ovra_focus_config;
 
 /** The one record of the process. All 0 until ovra_sys_param_init(). */
@@ -91,6 +91,7 @@ OVRA_API ovra_focus_config* get_focus_configs(ovra_focus_config* out);
 
 /**
  * Check a mode, and log the function's name.
+ * @param mode the mode to check: 1, 2 or 3.
  * @return `mode` when it is 1, 2 or 3; otherwise 1, and the refusal is logged.
  * @{
  */

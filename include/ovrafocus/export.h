@@ -8,8 +8,10 @@
 #ifndef OVRAFOCUS_EXPORT_H
 #define OVRAFOCUS_EXPORT_H
 
+/** Makes a function or an object visible to the host. */
 #define OVRA_API __attribute__((visibility("default")))
 
+/** Stand around declarations that have C linkage. @{ */
 #ifdef __cplusplus
 #define OVRA_BEGIN_DECLS extern "C" {
 #define OVRA_END_DECLS }
@@ -17,5 +19,6 @@
 #define OVRA_BEGIN_DECLS
 #define OVRA_END_DECLS
 #endif
+/** @} */
 
 #endif

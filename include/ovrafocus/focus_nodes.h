@@ -57,12 +57,14 @@ OVRA_API int32_t r_led_temp_read(void);
 /**
  * Writes the motor's pulse setting to /sys/class/motor/pulse: 2 before a coarse move or a calibration sweep,
  * 1 before a single fine step.
+ * @param value 1 half steps, 2 full steps.
  * @return 0, also when the driver refused the write; -1 when the node cannot be opened.
  */
 OVRA_API int32_t motor_pulse_write(int32_t value);
 
 /**
  * Writes the position sensor's direction flag to /sys/class/motor/tmr_dir_flg.
+ * @param value the flag, in the driver's numbering. The library itself never calls this.
  * @return 0, also when the driver refused the write; -1 when the node cannot be opened.
  */
 OVRA_API int32_t motor_dir_write(int32_t value);
@@ -86,9 +88,11 @@ OVRA_API int32_t elepn_calidata_read(int32_t* curve);
  * but not for 0 steps.
  * @param steps  motor steps, 0 or more
  * @return the result of motor_left_write() or motor_right_write(): 0, or -1 on failure.
+ * @{
  */
 OVRA_API int32_t varnel_motor_left_write(int32_t steps);
 OVRA_API int32_t varnel_motor_right_write(int32_t steps);
+/** @} */
 
 /**
  * Waits until the motor rests, for at most about 420 ms (21 times 20 ms), then reads the lens position.

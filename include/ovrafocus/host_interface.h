@@ -23,7 +23,9 @@ OVRA_BEGIN_DECLS
 /**
  * The host's callbacks: 11 pointers. A null slot is skipped silently. The host owns the table and keeps it
  * valid as long as the library runs: only the pointer is stored. The slots are called on the library's
- * threads (keystonefocus_thread(), the gravity threads), never on the host's.
+ * threads, and on the host's own where it calls a function that leads to one itself: manufocusTMR() shows
+ * toasts, set_keystone_api() and varnel_thread_setDLPKeystone() use slots 9 and 10, set_device_direction()
+ * slot 7.
  */
 typedef struct app_callback_table {
     void* reserved_0; /**< not used by the library */
@@ -89,6 +91,7 @@ extern OVRA_API ovra_algutils algutils;
 
 /**
  * Registers the host's table. To be called before every other start-up function.
+ * @param table the table, which stays valid and unchanged as long as the library runs.
  * @return 1, or -1 for a null `table`, which leaves the earlier one registered.
  */
 OVRA_API int32_t app_callback_init(const app_callback_table* table);
@@ -99,6 +102,7 @@ OVRA_API const app_callback_table* get_app_callback(void);
 /**
  * Shows a toast through slot 5 of the table that ovrafocus_init() copied. Without table or slot it is logged
  * and no more.
+ * @param code one of the codes that focus_run.h and lens_position.h tell; any other is handed on as well.
  */
 OVRA_API void show_korbet_toast_akaf(int32_t code);
 
@@ -116,14 +120,27 @@ OVRA_API int32_t varnel_autofocus(void);
 OVRA_API int32_t varnel_setDLPkeystone(int32_t value);
 
 /**
- * Sets both on-screen switches: on for exactly 1, off for anything else. @return 0.
+ * Sets both on-screen switches: on for exactly 1, off for anything else.
+ * @param keystone  auto-keystone.
+ * @param autofocus auto-focus.
+ * @return 0.
  */
 OVRA_API int32_t varnel_set_osd_settings(int32_t keystone, int32_t autofocus);
 
-/** Stores 1 (on) or 0 (off) for both on-screen switches; neither pointer may be null. @return 0. */
+/**
+ * Stores 1 (on) or 0 (off) for both on-screen switches.
+ * @param keystone  receives auto-keystone's; must not be null.
+ * @param autofocus receives auto-focus's; must not be null.
+ * @return 0.
+ */
 OVRA_API int32_t varnel_get_osd_settings(int32_t* keystone, int32_t* autofocus);
 
-/** Sets one switch: on for exactly 1, off for anything else. @return 0. @{ */
+/**
+ * Sets one switch.
+ * @param v on for exactly 1, off for anything else.
+ * @return 0.
+ * @{
+ */
 OVRA_API int32_t varnel_set_osd_settings_keystone(int32_t v);
 OVRA_API int32_t varnel_set_osd_settings_autofocus(int32_t v);
 /** @} */

@@ -11,7 +11,11 @@
 
 OVRA_BEGIN_DECLS
 
-/** A thread body for the host: logs whether the system is on, then runs headset_mainloop(). Never returns. */
+/**
+ * A thread body for the host: logs whether the system is on, then runs headset_mainloop().
+ * @param unused anything.
+ * @return never.
+ */
 OVRA_API void* sensor_main(void* unused);
 
 /**
@@ -26,7 +30,7 @@ OVRA_API void headset_mainloop(void);
  */
 OVRA_API void headset_event_init_read(void);
 
-/** Logs the key state and returns it: 0 once a key was pressed, -1 before. May be called from any thread. */
+/** Logs the key state. May be called from any thread. @return 0 once a key was pressed, -1 before. */
 OVRA_API int32_t get_key_state(void);
 
 OVRA_END_DECLS

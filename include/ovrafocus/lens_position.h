@@ -18,19 +18,22 @@
 
 OVRA_BEGIN_DECLS
 
-/** Soft limits of the lens, in TMR units. -500 and 500 until a calibration is loaded. */
+/** Soft limits of the lens, in TMR units. -500 and 500 until a calibration is loaded. @{ */
 extern OVRA_API int32_t g_limitLeft;
 extern OVRA_API int32_t g_limitRight;
+/** @} */
 
-/** Idle travel of the motor on reversing to the left and to the right, in motor steps. 1 at load. */
+/** Idle travel of the motor on reversing to the left and to the right, in motor steps. 1 at load. @{ */
 extern OVRA_API int32_t leftIdle;
 extern OVRA_API int32_t rightIdle;
+/** @} */
 
 /**
  * Manual focus: moves the lens by `delta` TMR units, at least 10 of them; 0 counts as 10 to the right. A
  * target beyond a soft limit becomes a place 10 units inside it. Takes up to about 1.2 s and the lens's own
  * time. mutex_focus is held meanwhile; it stays held for ever when a motor call fails in mid-move.
  *
+ * @param delta  TMR units, positive to the right
  * @return 0 done; -6 done, stopped at the right limit (toast 6); -7 done, stopped at the left limit
  *         (toast 7); -1 auto-focus is off because the lens is not calibrated (toast 11), or a position read
  *         or motor call failed, or the lens did not settle.
@@ -51,6 +54,7 @@ OVRA_API int32_t manufocusTargetTMR(int32_t target, int32_t* count, int32_t* mic
 /**
  * Moves the lens by `delta` TMR units with the motor driver's own positioning. Nothing moves when the
  * target lies beyond a soft limit.
+ * @param delta  TMR units, positive to the right
  * @return 0; -1 on a failed position read or a target out of range; else the driver call's failing result.
  */
 OVRA_API int32_t manufocusTMRxj(int32_t delta);
@@ -60,11 +64,16 @@ OVRA_API int32_t manufocusTMRxj(int32_t delta);
  * @param out  the limit, in TMR units; untouched when the lens is not calibrated, stored when it only did not
  *             get there
  * @return 0; -1 when the lens is not calibrated or did not get there.
+ * @{
  */
 OVRA_API int32_t goto_left_limit_safe(int32_t* out);
 OVRA_API int32_t goto_right_limit_safe(int32_t* out);
+/** @} */
 
-/** Sets the soft limits, in TMR units. They are not checked and not stored in the permanent record. */
+/**
+ * Sets the soft limits. They are not checked and not stored in the permanent record.
+ * @param left, right  the limits, in TMR units
+ */
 OVRA_API void setSoftLimit(int32_t left, int32_t right);
 
 /**

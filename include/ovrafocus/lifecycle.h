@@ -45,7 +45,10 @@ extern OVRA_API int32_t g_flag_high_temp;
 /** Not 0: the light engine has published a focus curve and the calibration allows its use. */
 extern OVRA_API int32_t g_flag_elepn_temp;
 
-/** The host's table, as it was registered when ovrafocus_init() ran; null before. */
+/**
+ * The host's table, as it was registered when ovrafocus_init() ran; null before, and for good when the ToF
+ * device did not start.
+ */
 extern OVRA_API const app_callback_table* autofocus_app_callback;
 
 /**
@@ -90,25 +93,37 @@ OVRA_API int32_t focus_init(void);
 
 /**
  * Reads and judges a gravity sample every 20 ms, and refreshes the board's Ethernet over USB on every 400th
- * cycle. Returns null at once when the gravity sensor cannot be opened, otherwise never.
+ * cycle.
+ * @param unused anything.
+ * @return null at once when the gravity sensor cannot be opened, otherwise never.
  */
 OVRA_API void* ovra_gsensor_thread(void* unused);
 
-/** Every 40 ms, while auto-keystone is active, makes one step of it. Never returns. */
+/**
+ * Every 40 ms, while auto-keystone is active, makes one step of it.
+ * @param unused anything.
+ * @return never.
+ */
 OVRA_API void* UI_update_thread(void* unused);
 
 /**
- * The worker: every 200 ms serves a requested manual keystone, then a requested combined run. Returns null
- * once AKAF_running_flag is 0.
+ * The worker: every 200 ms serves a requested manual keystone, then a requested combined run.
+ * @param unused anything.
+ * @return null once AKAF_running_flag is 0.
  */
 OVRA_API void* keystonefocus_thread(void* unused);
 
-/** Reads and judges gravity samples, paced by the sensor alone. Never returns. */
+/**
+ * Reads and judges gravity samples, paced by the sensor alone.
+ * @param unused anything.
+ * @return never.
+ */
 OVRA_API void* gsensor_det_thread(void* unused);
 
 /**
  * Reports over and over, without a pause, whether a focus at boot would be skipped, if the system was on when
  * it began; it looks at the configuration once only. A placeholder for that decision.
+ * @param unused anything.
  * @return `is_system_on` as read, converted to a pointer: null, since it does not return otherwise.
  */
 OVRA_API void* UI_prop_thread(void* unused);

@@ -63,10 +63,16 @@ OVRA_API void acc_data_handle(void);
  */
 OVRA_API void clear_acc_gyro_status(void);
 
-/** Forgets the movement and requests a combined run. Both angles, in degrees, are ignored. */
+/**
+ * Forgets the movement and requests a combined run.
+ * @param v, theta angles in degrees, which are ignored.
+ */
 OVRA_API void trigger_auto_keystone_or_autofocus(float v, float theta);
 
-/** Requests a combined run; `unused` is ignored. A busy focus is reported and does not stop the request. */
+/**
+ * Requests a combined run. A busy focus is reported and does not stop the request.
+ * @param unused ignored.
+ */
 OVRA_API void sensor_triger_focus(int32_t unused);
 
 /**
@@ -77,7 +83,10 @@ OVRA_API void sensor_triger_focus(int32_t unused);
  */
 OVRA_API void sensor_triger_stable(int32_t type, int32_t unstable, int32_t state);
 
-/** Reports the request to switch keystone after a movement on or off, and does no more. */
+/**
+ * Reports the request to switch keystone after a movement on or off, and does no more.
+ * @param enable shown as it is.
+ */
 OVRA_API void sensor_triger_trapz(int32_t enable);
 
 /** Report their own name, and do no more. @{ */

@@ -46,7 +46,12 @@ OVRA_API int32_t motor_get_pos(void);
  */
 OVRA_API int32_t motor_run(int32_t dir, int32_t steps, int32_t auto_offset);
 
-/** motor_run() with the automatic offset. @return always 0. */
+/**
+ * motor_run() with the automatic offset.
+ * @param dir   0 left, 1 right.
+ * @param steps steps to make.
+ * @return always 0.
+ */
 OVRA_API int32_t motor_manual(int32_t dir, int32_t steps);
 
 /**
@@ -57,13 +62,15 @@ OVRA_API int32_t motor_manual(int32_t dir, int32_t steps);
  */
 OVRA_API int32_t motor_goto_zero(int32_t add_offset);
 
-/** Drives to the far (right) end. On success motor_cur_dir becomes 1. */
+/** Drives to the far (right) end. On success motor_cur_dir becomes 1. @return 0, or the negative result of the
+ * attribute access. */
 OVRA_API int32_t motor_goto_end(void);
 
 /**
  * Reads the idle travel, the steps that the gear loses on a reversal.
  * @param left, right receive the steps for either side; each may be null. A text without a blank is all
  *        left, and right is 0. Both are untouched on failure.
+ * @return 0, or the negative result of the attribute access.
  */
 OVRA_API int32_t motor_get_air_travel(int32_t* left, int32_t* right);
 
@@ -74,18 +81,23 @@ OVRA_API int32_t motor_get_air_travel(int32_t* left, int32_t* right);
  */
 OVRA_API int32_t motor_get_total_steps(void);
 
-/** Sets the start direction, see motor_start_dir. */
+/** Sets the start direction. @param dir 0 or 1, see motor_start_dir. @return 0, or the negative result of the
+ * attribute access. */
 OVRA_API int32_t motor_set_start_dir(int32_t dir);
 
-/** Sets the delay between steps, in the driver's unit. */
+/** Sets the delay between steps. @param delay in the driver's unit. @return 0, or the negative result of the
+ * attribute access. */
 OVRA_API int32_t motor_set_delay(int32_t delay);
 
-/** Sets the coil excitation mode, in the driver's numbering. */
+/** Sets the coil excitation. @param mode in the driver's numbering. @return 0, or the negative result of the
+ * attribute access. */
 OVRA_API int32_t motor_set_excitation(int32_t mode);
 
 /**
  * Write a step count, 0 included, straight to the "left" or "right" attribute. Neither motor_start_dir nor
  * motor_cur_dir matters or changes.
+ * @param n steps, 0 or more.
+ * @return 0, or the negative result of the attribute access.
  * @{
  */
 OVRA_API int32_t motor_left_write(int32_t n);
@@ -107,7 +119,9 @@ OVRA_API int32_t update_tmr_adc(void);
 
 /**
  * The host's algorithm hook for a move to a TMR value. This motor driver has no such move, so it does
- * nothing. @return 0.
+ * nothing.
+ * @param tmr ignored.
+ * @return 0.
  */
 OVRA_API int32_t motor_move_to_tmr(int32_t tmr);
 

@@ -31,6 +31,8 @@ OVRA_API int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, intptr
  * The calibration itself: measures, stores the result in the device and prepares the processing library
  * anew. Frame rate and running state are restored, also on failure.
  *
+ * @param depth     the target's distance, handed to the vendor's library as it is
+ * @param argument  the vendor's second calibration argument, handed on as it is
  * @return 0; -1 when memory is refused; -ENOENT when the calibration cannot be written, with frame rate and
  *         running state left as the calibration needs them (0 and 1) and its work memory lost; -EINTR on
  *         every other failure.

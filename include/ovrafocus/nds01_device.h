@@ -21,17 +21,17 @@ OVRA_BEGIN_DECLS
 
 /** One zone of a ranging frame: 8 bytes. */
 typedef struct nds01_zone {
-    uint16_t distance_mm;
+    uint16_t distance_mm;   /**< distance in millimetres */
     uint16_t quality;       /**< 11 to 100: the distance can be used */
     uint8_t driver_data[4]; /**< the driver's own */
 } nds01_zone;
 
 /** One pixel of the whole receiver, as the calibration reads it: 8 bytes, 60 of them. */
 typedef struct nds01_pixel {
-    uint16_t distance_mm;
-    uint8_t driver_data[2];
-    uint16_t calibration_value; /**< handed on to the calibration of the processing library */
-    uint8_t more_driver_data[2];
+    uint16_t distance_mm;        /**< distance in millimetres */
+    uint8_t driver_data[2];      /**< the driver's own */
+    uint16_t calibration_value;  /**< handed on to the calibration of the processing library */
+    uint8_t more_driver_data[2]; /**< the driver's own */
 } nds01_pixel;
 
 /** Library data of the driver: what the processing library is fed with. */
@@ -52,7 +52,7 @@ enum {
  */
 OVRA_API int32_t nds01_dev_init(int32_t point_mode);
 
-/** Ends the processing library and closes the device, so that the next nds01_dev_init() opens it. Returns 0. */
+/** Ends the processing library and closes the device, so that the next nds01_dev_init() opens it. @return 0. */
 OVRA_API int32_t nds01_dev_uninit(void);
 
 /* --- Ranging -------------------------------------------------------------------------------------- */
@@ -66,19 +66,39 @@ OVRA_API int32_t nds01_dev_uninit(void);
  */
 OVRA_API int32_t nds01_get_ranging_data(void* zones);
 
-/** Starts (1) or stops (0) ranging; the number is written as it is. */
+/**
+ * Starts or stops ranging.
+ * @param state 1 starts, 0 stops; the number is written as it is.
+ * @return 0, or a negative errno value.
+ */
 OVRA_API int32_t nds01_set_running_state(int32_t state);
 
-/** Reads whether the sensor is ranging (1) or not (0). On failure `*state` keeps what it held. */
+/**
+ * Reads whether the sensor is ranging.
+ * @param state receives 1 or 0; on failure it keeps what it held.
+ * @return 0 or more; a negative errno value on failure.
+ */
 OVRA_API int32_t nds01_get_running_state(int32_t* state);
 
-/** Starts ranging for every value but 0, stops it for 0. Differs from nds01_set_running_state() in that. */
+/**
+ * Starts or stops ranging. Differs from nds01_set_running_state() in what it writes.
+ * @param state 0 stops, every other value starts.
+ * @return 0, or a negative errno value.
+ */
 OVRA_API int32_t nds01_set_runing_state(int32_t state);
 
-/** Sets the frame rate, in frames a second; 0 lets the driver measure as the calibration needs it. */
+/**
+ * Sets the frame rate.
+ * @param frames_per_second 0 lets the driver measure as the calibration needs it.
+ * @return 0, or a negative errno value.
+ */
 OVRA_API int32_t nds01_set_fps(int32_t frames_per_second);
 
-/** Reads the frame rate, in frames a second. On failure `*frames_per_second` keeps what it held. */
+/**
+ * Reads the frame rate.
+ * @param frames_per_second receives it; on failure it keeps what it held.
+ * @return 0 or more; a negative errno value on failure.
+ */
 OVRA_API int32_t nds01_get_fps(int32_t* frames_per_second);
 
 /**
@@ -91,7 +111,8 @@ OVRA_API int32_t nds01_get_fps(int32_t* frames_per_second);
 OVRA_API int32_t nds01_set_point_mode(int32_t mode);
 
 /**
- * Tells the selected point mode (-1 before the first selection) and its SPAD selection.
+ * Tells the selected point mode and its SPAD selection.
+ * @param mode            receives the mode, -1 before the first selection
  * @param spad_selection  room for 8 bytes
  * @return 0
  */
@@ -108,18 +129,23 @@ OVRA_API int32_t nds01_get_point_mode(int32_t* mode, uint8_t* spad_selection);
  */
 OVRA_API int32_t nds01_set_isp_config(const uint8_t* configuration, int32_t kind);
 
-/** Lets the driver apply its configuration. */
+/** Lets the driver apply its configuration. @return 0, or a negative errno value. */
 OVRA_API int32_t nds01_set_config(void);
 
-/** Lets the driver measure its crosstalk; see nds01_get_xtalk_value(). */
+/** Lets the driver measure its crosstalk; see nds01_get_xtalk_value(). @return 0, or a negative errno value. */
 OVRA_API int32_t nds01_xtalk_calibration(void);
 
-/** Lets the driver calibrate its distance offsets by itself against a flat target `depth` millimetres away. */
+/**
+ * Lets the driver calibrate its distance offsets by itself against a flat target.
+ * @param depth the target's distance in millimetres.
+ * @return 0, or a negative errno value.
+ */
 OVRA_API int32_t nds01_offset_calibration_at_depth_for_dev(int32_t depth);
 
 /**
- * Reads the firmware's version: bits 16-23 major, 8-15 minor, 0-7 patch.
- * @return 0; -1 on failure, with `*version` untouched.
+ * Reads the firmware's version.
+ * @param version receives it: bits 16-23 major, 8-15 minor, 0-7 patch. Untouched on failure.
+ * @return 0; -1 on failure.
  */
 OVRA_API int32_t nds01_dev_get_firmware_version(uint32_t* version);
 
@@ -135,11 +161,14 @@ OVRA_API int32_t nds01_get_xtalk_value(uint16_t* values);
 /**
  * Reads or writes library data of the driver.
  * @param index  NDS01_LIB_DATA_FACTORY or NDS01_LIB_DATA_OFFSETS
+ * @param buffer room for, or the data of, `size` bytes
  * @param size   in bytes
  * @return `size`, or -1 on failure.
+ * @{
  */
 OVRA_API int32_t nds01_get_lib_data(uint32_t index, void* buffer, uint32_t size);
 OVRA_API int32_t nds01_set_lib_data(uint32_t index, const void* buffer, uint32_t size);
+/** @} */
 
 /**
  * Enables the selected SPADs (point modes other than 1).
@@ -156,15 +185,35 @@ OVRA_API int32_t nds01_set_isp_spad_enable(intptr_t value, int32_t size);
  */
 OVRA_API int32_t nds01_get_all_pixel_data(void* pixels);
 
-/** Reads or writes `length` bytes at an 8-bit register. Returns 0, or -1 on failure. */
+/**
+ * Reads or writes bytes at an 8-bit register.
+ * @param reg    the register's number
+ * @param buffer room for, or the data of, `length` bytes
+ * @param length in bytes
+ * @return 0, or -1 on failure.
+ * @{
+ */
 OVRA_API int32_t nds01_i2c_read_nbytes(uint8_t reg, uint8_t* buffer, uint16_t length);
 OVRA_API int32_t nds01_i2c_write_nbytes(uint8_t reg, const uint8_t* buffer, uint16_t length);
+/** @} */
 
-/** Reads or writes `length` bytes at a 16-bit register. Returns 0, or -1 on failure. */
+/**
+ * Reads or writes bytes at a 16-bit register.
+ * @param reg    the register's number
+ * @param buffer room for, or the data of, `length` bytes
+ * @param length in bytes
+ * @return 0, or -1 on failure.
+ * @{
+ */
 OVRA_API int32_t nds01_addr16_read_nbytes(uint16_t reg, uint8_t* buffer, uint16_t length);
 OVRA_API int32_t nds01_addr16_write_nbytes(uint16_t reg, const uint8_t* buffer, uint16_t length);
+/** @} */
 
-/** Sets the level of the chip's shut-down pin: 0 shuts the chip down. Returns 0, or -1 on failure. */
+/**
+ * Sets the level of the chip's shut-down pin.
+ * @param level 0 shuts the chip down, 1 lets it run.
+ * @return 0, or -1 on failure.
+ */
 OVRA_API int32_t nds01_set_xshut_pin_level(int32_t level);
 
 OVRA_END_DECLS

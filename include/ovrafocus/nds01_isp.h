@@ -48,16 +48,19 @@ OVRA_API int32_t nds01_ispfht_platform_register(void);
  */
 OVRA_API int32_t nds01_isp_init(int32_t filter);
 
-/** Releases the vendor library's state. Returns 0. */
+/** Releases the vendor library's state. @return 0. */
 OVRA_API int32_t nds01_isp_uninit(void);
 
 /**
  * Reads or writes the calibration this library keeps in the device (see nds01_calibration.h).
- * @param size  in bytes
+ * @param buffer  room for, or the data of, `size` bytes
+ * @param size    in bytes
  * @return 0; -1 unless all of it was moved.
+ * @{
  */
 OVRA_API int32_t nds01_isp_read_calib_data(void* buffer, uint32_t size);
 OVRA_API int32_t nds01_isp_write_calib_data(const void* buffer, uint32_t size);
+/** @} */
 
 /* --- Settings ------------------------------------------------------------------------------------- */
 
@@ -81,20 +84,23 @@ OVRA_API int32_t nds01_isp_set_config(void* context, const void* configuration, 
 OVRA_API int32_t nds01_isp_set_point_mode(int32_t mode);
 
 /**
- * Tells the stored point mode (-1 before the first) and its SPAD selection.
+ * Tells the stored point mode and its SPAD selection.
+ * @param mode            receives the mode, -1 before the first
  * @param spad_selection  room for 8 bytes
  * @return 0
  */
 OVRA_API int32_t nds01_isp_get_point_mode(int32_t* mode, uint8_t* spad_selection);
 
 /**
- * Hands the filter's parameters to the vendor's library. Pass 0 for those that are not needed.
+ * Hands the filter's parameters to the vendor's library. Both functions do the same.
+ * @param parameter      the vendor's filter parameter, NDS01_FILTER_DEFAULT at start-up
+ * @param second, third  the vendor's further parameters; 0 where they are not needed
  * @return the vendor's answer, negative on failure.
+ * @{
  */
 OVRA_API int32_t nds01_isp_set_filter_para(intptr_t parameter, intptr_t second, intptr_t third);
-
-/** The same as nds01_isp_set_filter_para(). */
 OVRA_API int32_t nds01_set_isp_filter_para(intptr_t parameter, intptr_t second, intptr_t third);
+/** @} */
 
 /* --- Queries -------------------------------------------------------------------------------------- */
 
@@ -107,7 +113,10 @@ OVRA_API int32_t nds01_set_isp_filter_para(intptr_t parameter, intptr_t second, 
 OVRA_API int32_t nds01_isp_calculate_point_cloud(const uint16_t* distances, void* point_cloud);
 
 /**
- * Computes the tilt from a point cloud. Returns 0 always: a failure shows as a yaw of NDS01_NO_ANGLE.
+ * Computes the tilt from a point cloud.
+ * @param point_cloud  as nds01_isp_calculate_point_cloud() fills it
+ * @param angle        receives the tilt
+ * @return 0 always: a failure shows as a yaw of NDS01_NO_ANGLE.
  */
 OVRA_API int32_t nds01_isp_calculate_angle(const void* point_cloud, nds01_angle_result* angle);
 
@@ -120,7 +129,8 @@ OVRA_API int32_t nds01_get_point_cloud(void* point_cloud);
 
 /**
  * Reads a frame and computes the tilt of the surface.
- * @return 1; -1 on failure, with `*angle` as the vendor left it.
+ * @param angle  receives the tilt; on failure it is as the vendor left it
+ * @return 1; -1 on failure.
  */
 OVRA_API int32_t nds01_get_angle(nds01_angle_result* angle);
 

@@ -24,39 +24,81 @@
 
 OVRA_BEGIN_DECLS
 
-/** Writes `value` in decimal, without a newline. Returns 0. */
+/**
+ * Writes a number in decimal, without a newline.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param value      the number
+ * @return 0, or a failure as above.
+ */
 OVRA_API int32_t write_sysfs_int(const char* name, const char* directory, int32_t value);
 
-/** Writes `value` with six decimals, without a newline. Returns 0. */
+/**
+ * Writes a number with six decimals, without a newline.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param value      the number
+ * @return 0, or a failure as above.
+ */
 OVRA_API int32_t write_sysfs_float(const char* name, const char* directory, float value);
 
-/** Writes `text` without its terminator. Returns 0. */
+/**
+ * Writes a text without its terminator.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param text       the text
+ * @return 0, or a failure as above.
+ */
 OVRA_API int32_t write_sysfs_string(const char* name, const char* directory, const char* text);
 
 /**
- * Writes `count` raw bytes in one piece; zero or a negative count writes nothing.
- * Returns the number of bytes that the driver took: less than `count` where it took only some.
+ * Writes raw bytes in one piece.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param bytes      the bytes
+ * @param count      how many; zero or a negative count writes nothing
+ * @return the number of bytes that the driver took: less than `count` where it took only some; or a failure as
+ *         above.
  */
 OVRA_API int32_t write_sysfs_u8data(const char* name, const char* directory, const uint8_t* bytes,
                                     int32_t count);
 
-/** Reads a decimal number. Returns a value of 0 or more; on failure `*value` keeps what it held. */
+/**
+ * Reads a decimal number.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param value      receives the number; on failure it keeps what it held
+ * @return 0 or more, or a failure as above.
+ */
 OVRA_API int32_t read_sysfs_int(const char* name, const char* directory, int32_t* value);
 
-/** Reads a floating-point number. Returns a value of 0 or more; on failure `*value` keeps what it held. */
+/**
+ * Reads a floating-point number.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param value      receives the number; on failure it keeps what it held
+ * @return 0 or more, or a failure as above.
+ */
 OVRA_API int32_t read_sysfs_float(const char* name, const char* directory, float* value);
 
 /**
- * Reads the first blank-separated word and terminates it. Returns a value of 0 or more.
- * @param text  room for 4096 bytes, the most that an attribute delivers; unless the word is known to be
- *              shorter. Longer words are cut.
+ * Reads the first blank-separated word and terminates it.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param text       room for 4096 bytes, the most that an attribute delivers; unless the word is known to be
+ *                   shorter. Longer words are cut.
+ * @return 0 or more, or a failure as above.
  */
 OVRA_API int32_t read_sysfs_string(const char* name, const char* directory, char* text);
 
 /**
- * Reads at most `count` raw bytes; zero or a negative count reads nothing.
- * Returns the number of bytes read: less than `count` where the attribute holds less, 0 when it holds
- * nothing or refuses to be read.
+ * Reads raw bytes.
+ * @param name       the attribute's name
+ * @param directory  the directory it stands in
+ * @param bytes      room for `count` bytes
+ * @param count      how many at most; zero or a negative count reads nothing
+ * @return the number of bytes read: less than `count` where the attribute holds less, 0 when it holds nothing
+ * or refuses to be read; or a failure as above.
  */
 OVRA_API int32_t read_sysfs_u8data(const char* name, const char* directory, uint8_t* bytes, int32_t count);
 

@@ -29,7 +29,10 @@ extern OVRA_API double m_dPeekStep;
 /** Empties the sample list. */
 OVRA_API void clearList(void);
 
-/** Appends a copy of a sample to the list. Memory for it belongs to the library until the process ends. */
+/**
+ * Appends a copy of a sample to the list. Memory for it belongs to the library until the process ends.
+ * @param sample the sample.
+ */
 OVRA_API void addSharpnessList(stepList_ sample);
 
 /**
@@ -66,6 +69,9 @@ extern OVRA_API std::vector<stepList_> m_sharpness;
 
 /**
  * The parabola y = a x^2 + b x + c through three points, in Lagrange's form.
+ * @param x1, y1 the first point.
+ * @param x2, y2 the second point.
+ * @param x3, y3 the third point.
  * @return {a, b, c}; infinities or NaN when two x are equal.
  */
 OVRA_API std::vector<double> quadraticEquationCoef(double x1, double y1, double x2, double y2, double x3,

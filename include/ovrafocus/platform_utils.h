@@ -27,12 +27,15 @@ OVRA_API char* itoa(int32_t value, char* buf, uint32_t base);
 
 /**
  * Writes a decimal number and a newline to a node, which is opened for reading and writing. Prints nothing.
+ * @param path  the node.
+ * @param value the number.
  * @return 0 (a short write included), or the negated errno of the open or of the write.
  */
 OVRA_API int32_t write_int(const char* path, int32_t value);
 
 /**
  * Writes a text as it is to a node, which is opened for writing only. Prints nothing.
+ * @param path the node.
  * @param text at most 31 characters. With a longer text the process is stopped (abort), after the node was
  *             opened and before anything is written.
  * @return 0 (a short write included), or the negated errno of the open or of the write.
@@ -42,6 +45,7 @@ OVRA_API int32_t write_str(const char* path, const char* text);
 /**
  * Reads a small decimal number. Only the first four characters of the node are looked at: 12345 reads as
  * 1234 and -1000 as -100. Prints nothing.
+ * @param path the node.
  * @return the number; 0 when the node is empty, unreadable or holds no number; the negated errno when it
  *         cannot be opened.
  */
@@ -49,6 +53,8 @@ OVRA_API int32_t read_int(const char* path);
 
 /**
  * Writes a decimal number and a newline to a node, which is opened for reading and writing.
+ * @param path  the node.
+ * @param value the number.
  * @return 0 on success; -1 when `path` is null or the node cannot be opened; the negative result of the
  *         write when it was refused. Each failure is printed.
  */
@@ -56,6 +62,7 @@ OVRA_API int32_t write_file(const char* path, int32_t value);
 
 /**
  * Reads a decimal number from the first 20 characters of a node.
+ * @param path the node.
  * @return the number, 0 for a text that holds none; -1 when `path` is null, the node cannot be opened, or
  *         nothing can be read. Each failure is printed; a node that holds -1 looks like one.
  */
@@ -63,6 +70,7 @@ OVRA_API int32_t read_file(const char* path);
 
 /**
  * Reads a text of at most 72 characters.
+ * @param path the node.
  * @param buf receives `len` bytes, 72 at most: the text, and zero bytes behind it. A text of `len` or more
  *            characters has no terminator. Untouched on failure.
  * @param len the bytes to copy, not the bytes to read. 73 and more draw a warning and count as 72; 0 and
@@ -73,7 +81,10 @@ OVRA_API int32_t read_file(const char* path);
 OVRA_API int32_t read_file_buf(const char* path, char* buf, int32_t len);
 
 /**
- * Writes `len` bytes to a node, which is opened for reading and writing.
+ * Writes bytes to a node, which is opened for reading and writing.
+ * @param path the node.
+ * @param buf  the bytes.
+ * @param len  how many.
  * @return 0 on success (a short write included); -1 when `path` is null or the node cannot be opened; the
  *         negative result of the write when it was refused. Each failure is printed.
  */

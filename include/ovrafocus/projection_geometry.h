@@ -22,10 +22,18 @@ OVRA_BEGIN_DECLS
  */
 extern OVRA_API float DLP_RATIO;
 
-/** Degrees to radians: degrees * 3.1415927 / 180, in single precision. */
+/**
+ * Degrees to radians, in single precision.
+ * @param degrees the angle in degrees.
+ * @return degrees * 3.1415927 / 180.
+ */
 OVRA_API float degree2radian(float degrees);
 
-/** Radians to degrees: radians * 180 / 3.1415927410125732 in double precision, rounded to float. */
+/**
+ * Radians to degrees.
+ * @param radians the angle in radians.
+ * @return radians * 180 / 3.1415927410125732 in double precision, rounded to float.
+ */
 OVRA_API float radian2degree(float radians);
 
 OVRA_END_DECLS
@@ -58,14 +66,24 @@ OVRA_API void RodriguesRotate(const std::vector<float>& axis, const std::vector<
 
 /**
  * Rotates a point about the line through `centre` with direction `axis`:
- * centre + RodriguesRotate(axis, point - centre, theta). The arguments are those of RodriguesRotate().
+ * centre + RodriguesRotate(axis, point - centre, theta).
+ *
+ * @param point   the point to rotate
+ * @param centre  a point of the line
+ * @param axis    the line's direction, a unit vector
+ * @param theta   angle in radians, right-handed about the axis
+ * @param output  receives the three components
  */
 OVRA_API void pointRodriguesRotate(const std::vector<float>& point, const std::vector<float>& centre,
                                    std::vector<float> axis, float theta, float output[3]);
 
 /**
- * Distance (never negative) from a point P to the infinite line through A and B: with d = A - B and
- * t = ((P - B) . d) / (d . d) the foot is B + t d. Not-a-number when A and B are the same point.
+ * Distance from a point P to the infinite line through A and B: with d = A - B and
+ * t = ((P - B) . d) / (d . d) the foot is B + t d.
+ *
+ * @param point           P
+ * @param line_a, line_b  A and B
+ * @return the distance, never negative; not-a-number when A and B are the same point
  */
 OVRA_API float getpoint2Line(const std::vector<float>& point, const std::vector<float>& line_a,
                              const std::vector<float>& line_b);

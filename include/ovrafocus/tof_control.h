@@ -21,37 +21,46 @@
 
 OVRA_BEGIN_DECLS
 
-/** Number of zones, and length of a zone array. */
+/** Number of zones. */
 #define OVRA_TOF_ZONES 9
+/** Length of a zone array. */
 #define OVRA_TOF_ZONE_ARRAY 18
 
 /** Held while one distance frame is read and decoded. */
 extern OVRA_API pthread_mutex_t tof_mtx;
 
-/**
- * Write one attribute.
- * @return write_file()'s result: 0, or negative when the attribute is missing or refuses the value.
- * @{
- */
-OVRA_API int32_t Tof_Enable_Get_Distance(int32_t on); /**< capture: 1 starts measuring, 0 stops it */
-OVRA_API int32_t Tof_Set_Mode(int32_t mode);          /**< mode: 3 measures distances */
-OVRA_API int32_t Tof_Set_Channel(int32_t ch);         /**< channel: 0 is the one wanted */
-OVRA_API int32_t Tof_Set_poll_period(int32_t ms);     /**< poll_period in milliseconds */
-OVRA_API int32_t Tof_Set_spad_map_id(int32_t id);     /**< spad_map_id: 6 for distances */
-OVRA_API int32_t Tof_Enable(int32_t on);              /**< chip_enable: 1 powers the chip, 0 does not */
-/** @} */
+/** Starts or stops measuring. @param on 1 starts, 0 stops. @return as write_file(). */
+OVRA_API int32_t Tof_Enable_Get_Distance(int32_t on);
 
-/**
- * Read one attribute.
- * @return read_file()'s result: the value, or -1 when the attribute cannot be read.
- * @{
- */
-OVRA_API int32_t Tof_Get_Channel(void);        /**< channel */
-OVRA_API int32_t Tof_Get_Enable_Status(void);  /**< chip_enable: non-zero when the chip has power */
-OVRA_API int32_t Tof_Get_Measure_Status(void); /**< capture: non-zero when it measures */
-OVRA_API int32_t Tof_Error_Check(void);        /**< sensor_error, the ToF driver's error code */
-OVRA_API int32_t Gsensor_Error_Check(void);    /**< the same of the gravity sensor, /sys/class/sensors/ */
-/** @} */
+/** Sets what is measured. @param mode 3 measures distances. @return as write_file(). */
+OVRA_API int32_t Tof_Set_Mode(int32_t mode);
+
+/** Sets the channel. @param ch 0 is the one wanted. @return as write_file(). */
+OVRA_API int32_t Tof_Set_Channel(int32_t ch);
+
+/** Sets the polling period. @param ms in milliseconds. @return as write_file(). */
+OVRA_API int32_t Tof_Set_poll_period(int32_t ms);
+
+/** Sets the SPAD map. @param id 6 for distances. @return as write_file(). */
+OVRA_API int32_t Tof_Set_spad_map_id(int32_t id);
+
+/** Powers the chip. @param on 1 gives it power, 0 takes it. @return as write_file(). */
+OVRA_API int32_t Tof_Enable(int32_t on);
+
+/** @return the channel; -1 when it cannot be read. */
+OVRA_API int32_t Tof_Get_Channel(void);
+
+/** @return not 0 when the chip has power; -1 when that cannot be read. */
+OVRA_API int32_t Tof_Get_Enable_Status(void);
+
+/** @return not 0 when it measures; -1 when that cannot be read. */
+OVRA_API int32_t Tof_Get_Measure_Status(void);
+
+/** @return the ToF driver's error code, from its sensor_error; -1 when that cannot be read. */
+OVRA_API int32_t Tof_Error_Check(void);
+
+/** @return the gravity sensor's error code, from /sys/class/sensors/; -1 when that cannot be read. */
+OVRA_API int32_t Gsensor_Error_Check(void);
 
 /**
  * Reads the text of one distance frame, without the lock.
@@ -84,6 +93,7 @@ OVRA_API int32_t tof_init(int32_t enable);
 
 /**
  * tof_init(), and then the driver's polling period.
+ * @param enable as tof_init() takes it.
  * @param fast non-zero polls every 50 ms while enabling; otherwise, and always when disabling, every 180 ms.
  * @return 0, or the result that failed.
  */
@@ -105,13 +115,24 @@ OVRA_API int32_t tof_get_distance(int32_t zones[OVRA_TOF_ZONE_ARRAY], int32_t wi
  */
 OVRA_API void tof_check_eye_base(void);
 
-/** Logs whether something stands near: 0 or 1. */
+/**
+ * Logs whether something stands near.
+ * @param is_near 1 or 0; shown as it is.
+ */
 OVRA_API void tof_notify_status(int32_t is_near);
 
-/** Logs the distances of a zone array as three rows and, with `with_second` non-zero, the second values. */
+/**
+ * Logs the distances of a zone array as three rows.
+ * @param zones       18 numbers, or nine without second values.
+ * @param with_second non-zero: the second values too.
+ */
 OVRA_API void tof_dump_arr(const int32_t zones[OVRA_TOF_ZONE_ARRAY], int32_t with_second);
 
-/** @return degrees as radians, with pi taken as 3.1415927, in single precision. */
+/**
+ * Degrees to radians, with pi taken as 3.1415927, in single precision.
+ * @param deg the angle in degrees.
+ * @return the angle in radians.
+ */
 OVRA_API float tof_degree2radian(float deg);
 
 /**
@@ -127,6 +148,7 @@ OVRA_API int32_t keystone_get_tof_avg(int32_t* left, int32_t* centre, int32_t* r
 
 /**
  * keystone_get_tof_avg() with fast polling, tried up to five times.
+ * @param left, centre, right, count as keystone_get_tof_avg() takes them.
  * @return 0, or -1 when all five failed. Slow polling is restored in either case.
  */
 OVRA_API int32_t keystone_get_tof_avg2(int32_t* left, int32_t* centre, int32_t* right, int32_t count);

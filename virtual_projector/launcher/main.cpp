@@ -27,6 +27,8 @@
 namespace {
 
 constexpr int exit_usage = 2;
+// The loader takes LD_PRELOAD apart at these, and would run the program on the plain PC.
+constexpr const char* preload_separators = " :";
 
 struct CommandLine {
     vp::RunOptions run;
@@ -204,6 +206,8 @@ private:
 int run(CommandLine& line) {
     const std::string preload = vp::find_preload_library();
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
+    if (preload.find_first_of(preload_separators) != std::string::npos)
+        return complain(preload + ": a path with a blank or a colon cannot be preloaded");
     line.run.trace_detail = detail_named(line.detail);
     line.program.emulator = words_of(line.emulator);
     if (!line.story) return vp::run_program(line.program, line.run, preload);

@@ -9,14 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#ifndef VP_INSTALLED_PRELOAD
-#define VP_INSTALLED_PRELOAD ""
-#endif
-
 namespace vp {
 namespace {
 
 constexpr const char* preload_name = "libvirtual-projector.so";
+constexpr const char* installed_preload_folder = VP_PRELOAD_FROM_PROGRAM;
 constexpr int cannot_start = 127;
 constexpr int signal_base = 128;
 
@@ -83,9 +80,10 @@ int exit_code_of(int status) {
 }  // namespace
 
 std::string find_preload_library() {
-    for (const std::string& candidate :
-         {own_directory() + "/" + preload_name, std::string(VP_INSTALLED_PRELOAD)}) {
-        if (!candidate.empty() && access(candidate.c_str(), R_OK) == 0) return candidate;
+    const std::string own = own_directory();
+    for (const std::string& folder : {own, own + "/" + installed_preload_folder}) {
+        const std::string candidate = folder + "/" + preload_name;
+        if (access(candidate.c_str(), R_OK) == 0) return candidate;
     }
     return "";
 }

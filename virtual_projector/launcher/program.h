@@ -9,7 +9,8 @@
 
 namespace vp {
 
-/// Where the library that is preloaded lies: beside the launcher, or where it was installed. Empty: nowhere.
+/// Where the library that is preloaded lies: beside the launcher, or where it is installed with it. Empty:
+/// nowhere.
 std::string find_preload_library();
 
 struct Program {

@@ -1,0 +1,33 @@
+#!/bin/sh
+# Compares the files of each package with the list, both ways.
+#   contents.sh PLACE LIBRARY_FOLDER BUILD_TYPE SCENARIOS
+set -eu
+LC_ALL=C
+export LC_ALL
+place=$1 library_folder=$2 build_type=$3 scenarios=$4
+list=$(dirname "$0")/contents.txt
+stories=usr/share/virtual-projector/scenarios
+
+{
+    sed -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"
+    # Every story there is.
+    (cd "$scenarios" && find . -name '*.json' -o -name '*.host') | sed "s,^\.,virtual-projector $stories,"
+} | sort >"$place/wanted"
+for package in libovrafocus libovrafocus-dev virtual-projector; do
+    dpkg-deb -c "$place/$package.deb" >"$place/listing"
+    if grep -v ' root/root ' "$place/listing" || grep '^-......w' "$place/listing"; then
+        echo "$package: these belong to somebody else than root, or everybody may write them"
+        exit 1
+    fi
+    sed -n "/^d/!s,^.* \./\([^ ]*\).*,$package \1,p" "$place/listing"
+done | sed 's, -> .*,,' | sort >"$place/found"
+
+if diff "$place/wanted" "$place/found" >"$place/difference"; then
+    echo "$(wc -l <"$place/found") files, as listed"
+else
+    echo "The packages' files (>) are not those of the list (<):"
+    grep '^[<>]' "$place/difference"
+    exit 1
+fi
+broken=$(find "$place/root" -xtype l)
+[ -z "$broken" ] || { echo "these links lead nowhere: $broken"; exit 1; }

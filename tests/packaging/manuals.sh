@@ -1,0 +1,65 @@
+#!/bin/sh
+# Compares the manuals with what the programs say of themselves, both ways: options, and the host's commands.
+#   manuals.sh MANUALS LAUNCHER HOST
+set -eu
+LC_ALL=C
+export LC_ALL
+manuals=$1 launcher=$2 host=$3
+. "$(dirname "$0")/projector.sh"
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+
+# run WORDS...: the host program with these arguments.
+run() { project "$launcher" -- "$host" --library-log "$directory/log" "$@" </dev/null; }
+
+# entries MANUAL SECTION: the tagged paragraphs of a section, without their macros.
+entries() {
+    sed -n "/^\.SH $2\$/,/^\.SH /p" "$manuals/$1.1" | sed -n '/^\.TP/{n;p;}' |
+        sed -e 's/^\.[A-Z]* //' -e 's/"//g' -e 's/\\f.//g' -e 's/\\-/-/g' -e 's/  */ /g' -e 's/ *| */|/g'
+}
+
+# options: those that a line of help or a manual's entry begins with, one a line; -h is another name of --help.
+options() { sed -n 's/^ *\(-h *, *\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort; }
+
+# same WHAT: what was wanted and what was found.
+same() {
+    if ! diff "$directory/wanted" "$directory/found" >"$directory/difference"; then
+        echo "$1: only the program has (<), only the manual has (>)"
+        grep '^[<>]' "$directory/difference"
+        exit 1
+    fi
+    [ -s "$directory/wanted" ] || { echo "$1: there are none"; exit 1; }
+    echo "$1: $(wc -l <"$directory/wanted"), the same"
+}
+
+project "$launcher" --help >"$directory/help"
+options <"$directory/help" >"$directory/wanted"
+entries virtual-projector OPTIONS | options >"$directory/found"
+same "options of virtual-projector"
+
+run --help >"$directory/help"
+options <"$directory/help" >"$directory/wanted"
+entries ovrafocus-host OPTIONS | options >"$directory/found"
+same "options of ovrafocus-host"
+
+run help >"$directory/help"
+sed -n '/:$/!s/^  \([a-z]*\) .*/\1/p' "$directory/help" | sort >"$directory/names"
+entries ovrafocus-host COMMANDS >"$directory/entries"
+cp "$directory/names" "$directory/wanted"
+sed 's/ .*//' "$directory/entries" | sort -u >"$directory/found"
+same "commands of ovrafocus-host"
+
+# Each entry's arguments are those of the command; one kind of calibration is an entry of its own.
+sed 's/ *| */|/g' "$directory/help" >"$directory/usages"
+sed 's/ \*$//' "$directory/entries" | while read -r name arguments; do
+    grep "^  $name " "$directory/usages" | grep -qF -e "${arguments:-$name}" ||
+        { echo "ovrafocus-host has no such command: $name $arguments"; exit 1; }
+done
+
+# The marked ones are those that are refused before the library is started.
+sed -n 's/^\([a-z]*\).* \*$/\1/p' "$directory/entries" | sort >"$directory/found"
+while read -r name; do
+    run "$name" >"$directory/words" || true
+    ! grep -q "^$name: start the library first with 'init'\$" "$directory/words" || echo "$name"
+done <"$directory/names" >"$directory/wanted"
+same "commands that need the library started"

@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # For the scripts beside this one. EMULATOR: the words of its command; none: the processor runs all.
 emulator=${EMULATOR:-}
 

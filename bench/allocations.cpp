@@ -1,0 +1,58 @@
+#include "bench/allocations.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+
+extern "C" {
+// The C library's own, behind the ones below.
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+}
+
+namespace {
+
+std::atomic<long> count{0};
+
+void note() { count.fetch_add(1, std::memory_order_relaxed); }
+
+}  // namespace
+
+// The standard library's operator new, and OpenCV's own allocator, end up here.
+extern "C" {
+
+void* malloc(std::size_t size) {
+    note();
+    return __libc_malloc(size);
+}
+
+void* calloc(std::size_t members, std::size_t size) {
+    note();
+    return __libc_calloc(members, size);
+}
+
+void* realloc(void* memory, std::size_t size) {
+    note();
+    return __libc_realloc(memory, size);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    note();
+    return __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
+    note();
+    *memory = __libc_memalign(alignment, size);
+    return *memory == nullptr ? ENOMEM : 0;
+}
+
+}  // extern "C"
+
+namespace bench {
+
+long allocations() { return count.load(std::memory_order_relaxed); }
+
+}  // namespace bench

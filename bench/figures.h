@@ -1,0 +1,38 @@
+// What Google Benchmark measured, kept for the tables.
+#ifndef BENCH_FIGURES_H
+#define BENCH_FIGURES_H
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+// Statistics over a benchmark's repetitions. Google Benchmark knows the median; each benchmark here adds the
+// worst, the largest.
+constexpr const char* median = "median";
+constexpr const char* worst = "worst";
+double largest(const std::vector<double>& values);
+
+class Figures : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context&) override { return true; }
+    void ReportRuns(const std::vector<Run>& runs) override;
+
+    bool has(const std::string& benchmark) const { return figures_.count(benchmark) != 0; }
+
+    /// Seconds, simulated ones where the benchmark says so.
+    double time_s(const std::string& benchmark, const std::string& statistic = median) const;
+    double counter(const std::string& benchmark, const std::string& name,
+                   const std::string& statistic = median) const;
+
+private:
+    using Statistic = std::map<std::string, double>;  // counters, and the time by the name of "time"
+    std::map<std::string, std::map<std::string, Statistic>> figures_;
+};
+
+}  // namespace bench
+
+#endif

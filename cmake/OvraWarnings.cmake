@@ -17,6 +17,12 @@ if(OVRA_ASAN)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+option(OVRA_TSAN "Build with ThreadSanitizer" OFF)
+if(OVRA_TSAN)
+  add_compile_options(-fsanitize=thread)
+  add_link_options(-fsanitize=thread)
+endif()
+
 option(OVRA_COVERAGE "Build with coverage counters" OFF)
 if(OVRA_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)

@@ -30,12 +30,20 @@ std::string with_others_to_preload(const std::string& library) {
     return others == nullptr || *others == '\0' ? library : library + ":" + others;
 }
 
-// A sanitized build brings its runtime along behind the preloaded library, which the runtime would refuse.
+[[maybe_unused]] void add_option(const char* variable, const std::string& option) {
+    const char* const given = std::getenv(variable);
+    setenv(variable, (given == nullptr ? option : std::string(given) + ":" + option).c_str(), 1);
+}
+
+// A sanitized build brings its runtime along behind the preloaded library. AddressSanitizer would refuse that.
+// ThreadSanitizer looks up the names in a report by calls that the virtual projector answers, with locks of its
+// own held: it shows places in files instead, which addr2line names.
 void accept_sanitizer_behind_preload() {
 #ifdef __SANITIZE_ADDRESS__
-    const char* const given = std::getenv("ASAN_OPTIONS");
-    const std::string options = std::string(given == nullptr ? "" : given) + ":verify_asan_link_order=0";
-    setenv("ASAN_OPTIONS", options.c_str(), 1);
+    add_option("ASAN_OPTIONS", "verify_asan_link_order=0");
+#endif
+#ifdef __SANITIZE_THREAD__
+    add_option("TSAN_OPTIONS", "symbolize=0");
 #endif
 }
 

@@ -38,6 +38,21 @@ long long wall_clock_us() {
     return now.tv_sec * 1000000LL + now.tv_usec;
 }
 
+void* counts_up(void* counter) {
+    for (int i = 0; i < 1000; ++i) ++*static_cast<int*>(counter);
+    return nullptr;
+}
+
+// Two threads count with one counter, and nothing keeps them apart.
+int race() {
+    int counter = 0;
+    pthread_t other;
+    pthread_create(&other, nullptr, counts_up, &counter);
+    counts_up(&counter);
+    pthread_join(other, nullptr);
+    return counter > 2000 ? 1 : 0;
+}
+
 int sleep_for(const char* seconds) {
     const long long before = wall_clock_us();
     sleep(static_cast<unsigned>(std::atoi(seconds)));
@@ -80,6 +95,7 @@ int main(int argc, char** argv) {
     if (std::strcmp(what, "signal") == 0)
         return std::signal(std::atoi(how), SIG_DFL), std::raise(std::atoi(how));
     if (std::strcmp(what, "block") == 0) return block_for_ever();
+    if (std::strcmp(what, "race") == 0) return race();
     if (std::strcmp(what, "sleep") == 0) return sleep_for(how);
     if (std::strcmp(what, "environment") == 0) return show_environment();
     if (std::strcmp(what, "node") == 0) return show_node(how);

@@ -141,11 +141,10 @@ TableChoice choose_table(bool has_curve, bool calibrated_hot, std::int32_t led_c
     return {Table::flash, led_celsius < hot_full_from_celsius ? Grade::half : Grade::full};
 }
 
-std::int32_t temperature_offset(const TableChoice& choice, std::int32_t flash_1000mm,
-                                std::int32_t curve_1000mm) {
+std::int32_t temperature_offset(const TableChoice& choice, std::int32_t flash_tmr, std::int32_t curve_tmr) {
     if (choice.grade == TableChoice::Grade::plain) return 0;
     if (choice.table == TableChoice::Table::curve) {
-        return static_cast<std::int32_t>(widened_difference(flash_1000mm, curve_1000mm) / 2);
+        return static_cast<std::int32_t>(widened_difference(flash_tmr, curve_tmr) / 2);
     }
     return choice.grade == TableChoice::Grade::full ? hot_full_offset_tmr : hot_half_offset_tmr;
 }

@@ -60,12 +60,11 @@ struct TableChoice {
 TableChoice choose_table(bool has_curve, bool calibrated_hot, std::int32_t led_celsius);
 
 /// The amount by which the choice shifts its table, in TMR units: subtracted from the flash table, added to
-/// the curve. `flash_1000mm` and `curve_1000mm` are both tables' entries for 1000 mm.
-std::int32_t temperature_offset(const TableChoice& choice, std::int32_t flash_1000mm,
-                                std::int32_t curve_1000mm);
+/// the curve. `flash_tmr` and `curve_tmr` are both tables' entries for the place that is compared.
+std::int32_t temperature_offset(const TableChoice& choice, std::int32_t flash_tmr, std::int32_t curve_tmr);
 
-/// The place whose entries for 1000 mm are compared.
-constexpr int place_1000mm = 2;
+/// The place, that of 1500 mm, whose entries say how far the curve as a whole lies from the flash table.
+constexpr int compared_place = 2;
 
 /// The lens positions in TMR units of all places: the chosen table, shifted.
 PlaceTable shifted_table(const TableChoice& choice, const PlaceTable& table, std::int32_t offset);

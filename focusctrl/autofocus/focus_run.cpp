@@ -124,8 +124,8 @@ PlaceTable target_positions() {
     const int32_t celsius = r_led_temp_read();
     const TableChoice choice =
         ovra::choose_table(load(g_flag_elepn_temp) != 0, load(g_flag_high_temp) != 0, celsius);
-    const int32_t offset = ovra::temperature_offset(choice, load(listFlash[ovra::place_1000mm]),
-                                                    load(elepnCalidata[ovra::place_1000mm]));
+    const int32_t offset = ovra::temperature_offset(choice, load(listFlash[ovra::compared_place]),
+                                                    load(elepnCalidata[ovra::compared_place]));
     log_adjustment(choice, offset);
     const bool curve = choice.table == TableChoice::Table::curve;
     return ovra::shifted_table(choice, copy_of(curve ? elepnCalidata : listFlash), offset);

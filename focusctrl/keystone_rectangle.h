@@ -69,26 +69,46 @@ inline float crossing_x(const WallLine& a, const WallLine& b) {
     return (b.intercept - a.intercept) / (a.slope - b.slope);
 }
 
-/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4. One vertical side makes both sides count as
-/// vertical: at angles where one of them is exactly upright, the other one is within rounding of it.
-inline std::array<WallPoint, 4> edge_crossings(const WallLine& diagonal, const Quadrilateral& q) {
+/// A picture's edges as lines. One vertical side makes both sides count as vertical: at angles where one of
+/// them is exactly upright, the other one is within rounding of it. Their lines are not used then.
+struct Edges {
+    WallLine edge_12, edge_43, side_23, side_14;
+    bool upright_sides;
+    float x_23, x_14;  // of upright sides
+};
+
+inline Edges edges_of(const Quadrilateral& q) {
     const auto& [p1, p2, p3, p4] = q;
+    return {line_through(p1, p2),
+            line_through(p4, p3),
+            line_through(p2, p3),
+            line_through(p1, p4),
+            p2.x == p3.x || p1.x == p4.x,
+            p2.x,
+            p1.x};
+}
+
+/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4, written from `out` on; returns behind them.
+inline WallPoint* edge_crossings(const WallLine& diagonal, const Edges& e, WallPoint* out) {
     const auto on_edge = [&](const WallLine& edge) {
         const float x = crossing_x(diagonal, edge);
         return WallPoint{x, edge.z_at(x)};
     };
     const auto on_diagonal = [&](float x) { return WallPoint{x, diagonal.z_at(x)}; };
-    const bool upright_sides = p2.x == p3.x || p1.x == p4.x;
-    const float x_23 = upright_sides ? p2.x : crossing_x(diagonal, line_through(p2, p3));
-    const float x_14 = upright_sides ? p1.x : crossing_x(diagonal, line_through(p1, p4));
-    return {on_edge(line_through(p1, p2)), on_edge(line_through(p4, p3)), on_diagonal(x_23), on_diagonal(x_14)};
+    *out++ = on_edge(e.edge_12);
+    *out++ = on_edge(e.edge_43);
+    *out++ = on_diagonal(e.upright_sides ? e.x_23 : crossing_x(diagonal, e.side_23));
+    *out++ = on_diagonal(e.upright_sides ? e.x_14 : crossing_x(diagonal, e.side_14));
+    return out;
 }
 
 /// The rising diagonal's four crossings, then the falling one's.
 inline Crossings all_crossings(const Diagonals& diagonals, const Quadrilateral& q) {
-    const auto r = edge_crossings(diagonals.rising, q);
-    const auto f = edge_crossings(diagonals.falling, q);
-    return {r[0], r[1], r[2], r[3], f[0], f[1], f[2], f[3]};
+    const Edges edges = edges_of(q);
+    Crossings crossings;
+    const auto behind = edge_crossings(diagonals.rising, edges, crossings.data());
+    edge_crossings(diagonals.falling, edges, behind);
+    return crossings;
 }
 
 /// Squared and rooted in double precision: a float's square may overflow where the root would not.
@@ -101,15 +121,15 @@ inline float wall_distance(const WallPoint& p, const WallPoint& q) {
 /// The index of the crossing nearest to the centre, the first one of equals; crossing_count when there is none,
 /// because the first distance is not a number and so nothing is smaller than or equal to it.
 inline std::size_t nearest_crossing(const Crossings& crossings, const WallPoint& centre) {
+    std::array<float, crossing_count> distances;
+    for (std::size_t k = 0; k < crossing_count; ++k) distances[k] = wall_distance(crossings[k], centre);
+    if (std::isnan(distances[0])) return crossing_count;
     std::size_t nearest = 0;
-    float minimum = wall_distance(crossings[0], centre);
-    if (std::isnan(minimum)) return crossing_count;
+    float minimum = distances[0];
     for (std::size_t k = 1; k < crossing_count; ++k) {
-        const float distance = wall_distance(crossings[k], centre);
-        if (distance < minimum) {
-            minimum = distance;
-            nearest = k;
-        }
+        const bool is_nearer = distances[k] < minimum;
+        nearest = is_nearer ? k : nearest;
+        minimum = is_nearer ? distances[k] : minimum;
     }
     return nearest;
 }

@@ -29,6 +29,9 @@ struct SinCos {
     float sin, cos;
 };
 
+// The exported function may be anybody's at run time; this one is ours.
+float in_radians(float degrees) { return degrees * pi / half_turn_deg; }
+
 SinCos sine_and_cosine(float radians) {
     SinCos result{};
     sincosf(radians, &result.sin, &result.cos);
@@ -43,17 +46,20 @@ void copy_out(const Vector3& v, float output[3]) {
     output[2] = v.z;
 }
 
+// The small functions from here on are `inline` for the optimiser's sake: a fast build then takes them in where
+// they are called, several times each, and a small one leaves them as they are.
+
 // Rodrigues' formula for a unit axis k through the origin.
-Vector3 rotate(const Vector3& k, const Vector3& v, float radians) {
-    const SinCos angle = sine_and_cosine(radians);
+inline Vector3 rotate(const Vector3& k, const Vector3& v, const SinCos& angle) {
     return v * angle.cos + cross(k, v) * angle.sin + k * dot(k, v) * (1.0F - angle.cos);
 }
 
-Vector3 rotate_about(const Vector3& point, const Vector3& centre, const Vector3& axis, float radians) {
-    return centre + rotate(axis, point - centre, radians);
+inline Vector3 rotate_about(const Vector3& point, const Vector3& centre, const Vector3& axis,
+                            const SinCos& angle) {
+    return centre + rotate(axis, point - centre, angle);
 }
 
-float distance_to_line(const Vector3& point, const Vector3& a, const Vector3& b) {
+inline float distance_to_line(const Vector3& point, const Vector3& a, const Vector3& b) {
     const Vector3 d = a - b;
     const float t = dot(point - b, d) / dot(d, d);
     return length(point - (b + d * t));
@@ -64,7 +70,7 @@ struct Plane {
 };
 
 // Nothing when the line runs parallel to the plane.
-std::optional<Vector3> crossing(const Plane& plane, const Vector3& direction, const Vector3& point) {
+inline std::optional<Vector3> crossing(const Plane& plane, const Vector3& direction, const Vector3& point) {
     const float approach = dot(direction, plane.normal);
     if (approach == 0.0F) return std::nullopt;
     return point + direction * (dot(plane.point - point, plane.normal) / approach);
@@ -83,8 +89,8 @@ struct Panel {
 using Corners = std::array<Vector3, 4>;
 
 Panel panel_at(float halg_deg, float valg_deg, int width_px, int height_px) {
-    const float h_rad = degree2radian(halg_deg);
-    const float v_rad = degree2radian(valg_deg);
+    const float h_rad = in_radians(halg_deg);
+    const float v_rad = in_radians(valg_deg);
     return {h_rad,    sine_and_cosine(h_rad),       sine_and_cosine(v_rad),
             width_px, static_cast<float>(width_px), static_cast<float>(height_px)};
 }
@@ -109,7 +115,7 @@ Vector3 lens_position(const Panel& panel, float throw_distance) {
 
 // A corner on the side of the panel away from the origin, `up` pixels above the panel's zero line; in polar
 // form as well.
-Vector3 far_corner(const Panel& panel, float up) {
+inline Vector3 far_corner(const Panel& panel, float up) {
     const float lean = up * panel.v.sin;
     const float psi = std::atan(lean / panel.width);
     const auto width_squared = static_cast<float>(static_cast<long long>(panel.width_px) * panel.width_px);
@@ -120,30 +126,30 @@ Vector3 far_corner(const Panel& panel, float up) {
 
 // The cosine in the offset is part of the product's established formula: the picture's offset is measured on
 // the wall's vertical and not along the panel.
-Corners panel_corners(const Panel& panel, float offset) {
+inline Corners panel_corners(const Panel& panel, float offset) {
     const Vector3 upward{-panel.v.sin * panel.h.sin, panel.v.sin * panel.h.cos, panel.v.cos};
     const float first = (offset - 1.0F) * panel.height * 0.5F * panel.v.cos;
     const float last = first + panel.height;
     return {upward * first, far_corner(panel, first), far_corner(panel, last), upward * last};
 }
 
-Corners rolled(const Corners& corners, const Vector3& centre, const Vector3& lens, float radians) {
+inline Corners rolled(const Corners& corners, const Vector3& centre, const Vector3& lens, float radians) {
     const Vector3 sight = lens - centre;
     const Vector3 axis = sight / length(sight);
+    const SinCos angle = sine_and_cosine(radians);
     Corners result{};
-    for (std::size_t i = 0; i < corners.size(); ++i)
-        result[i] = rotate_about(corners[i], centre, axis, radians);
+    for (std::size_t i = 0; i < corners.size(); ++i) result[i] = rotate_about(corners[i], centre, axis, angle);
     return result;
 }
 
 // Where the ray from the lens through a corner meets the wall y = 0.
-WallPoint on_wall(const Vector3& corner, const Vector3& lens) {
+inline WallPoint on_wall(const Vector3& corner, const Vector3& lens) {
     const float t = lens.y / (lens.y - corner.y);
     return {(corner.x - lens.x) * t + lens.x, (corner.z - lens.z) * t + lens.z};
 }
 
 // Where the ray from a wall point to the lens passes the image plane.
-Vector3 on_panel(float wall_x, float wall_z, const Plane& image_plane, const Vector3& lens) {
+inline Vector3 on_panel(float wall_x, float wall_z, const Plane& image_plane, const Vector3& lens) {
     const Vector3 direction = lens - Vector3{wall_x, 0.0F, wall_z};
     return crossing(image_plane, direction, lens).value_or(no_point);
 }
@@ -168,7 +174,7 @@ std::array<float, 8> deviation(const Panel& panel, float offset, float ratio, fl
     const Vector3 centre = rotation_centre(panel);
     const Vector3 lens = lens_position(panel, ratio * panel.width);
     const Corners p = panel_corners(panel, offset);
-    const Corners r = rolled(p, centre, lens, degree2radian(theta_deg));
+    const Corners r = rolled(p, centre, lens, in_radians(theta_deg));
     const Quadrilateral picture{on_wall(r[0], lens), on_wall(r[1], lens), on_wall(r[2], lens),
                                 on_wall(r[3], lens)};
     const auto aspect =
@@ -193,7 +199,7 @@ std::vector<float> to_vector(const float* values, std::size_t count) {
 
 using ovra::to_vector3;
 
-float degree2radian(float degrees) { return degrees * ovra::pi / ovra::half_turn_deg; }
+float degree2radian(float degrees) { return ovra::in_radians(degrees); }
 
 float radian2degree(float radians) {
     return static_cast<float>(static_cast<double>(radians) * static_cast<double>(ovra::half_turn_deg) /
@@ -202,14 +208,16 @@ float radian2degree(float radians) {
 
 void RodriguesRotate(const std::vector<float>& axis, const std::vector<float>& vector, float theta,
                      float output[3]) {
-    ovra::copy_out(ovra::rotate(to_vector3(axis), to_vector3(vector), theta), output);
+    ovra::copy_out(ovra::rotate(to_vector3(axis), to_vector3(vector), ovra::sine_and_cosine(theta)), output);
 }
 
 // The axis comes by value: callers built against this interface pass a copy of their own.
 void pointRodriguesRotate(const std::vector<float>& point, const std::vector<float>& centre,
                           std::vector<float> axis, float theta,  // NOLINT(performance-unnecessary-value-param)
                           float output[3]) {
-    ovra::copy_out(ovra::rotate_about(to_vector3(point), to_vector3(centre), to_vector3(axis), theta), output);
+    ovra::copy_out(ovra::rotate_about(to_vector3(point), to_vector3(centre), to_vector3(axis),
+                                      ovra::sine_and_cosine(theta)),
+                   output);
 }
 
 float getpoint2Line(const std::vector<float>& point, const std::vector<float>& line_a,

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -18,6 +19,12 @@ constexpr bool turned_over = false;
 // Twice as wide as high, so that the aspect 0.5 fits it exactly.
 constexpr Quadrilateral box{{{-4, -2}, {4, -2}, {4, 2}, {-4, 2}}};
 
+std::array<WallPoint, 4> crossings(const ovra::WallLine& diagonal, const Quadrilateral& picture) {
+    std::array<WallPoint, 4> points{};
+    ovra::edge_crossings(diagonal, ovra::edges_of(picture), points.data());
+    return points;
+}
+
 TEST(DiagonalCrossing, IsTheMiddleOfARectangle) {
     const WallPoint c = ovra::diagonal_crossing({{{1, 1}, {9, 1}, {9, 5}, {1, 5}}});
     EXPECT_EQ(c.x, 5);
@@ -32,7 +39,7 @@ TEST(DiagonalCrossing, IsNearerToTheShortEdgeOfATrapezoid) {
 
 TEST(EdgeCrossings, ComeInTheOrderNearFarRightLeft) {
     const ovra::WallLine rising{0.5F, 0};
-    const auto points = ovra::edge_crossings(rising, {{{-4, -1}, {4, -1}, {3, 1}, {-3, 1}}});
+    const auto points = crossings(rising, {{{-4, -1}, {4, -1}, {3, 1}, {-3, 1}}});
     EXPECT_FLOAT_EQ(points[0].x, -2);
     EXPECT_FLOAT_EQ(points[0].z, -1);
     EXPECT_FLOAT_EQ(points[1].x, 2);
@@ -44,7 +51,7 @@ TEST(EdgeCrossings, ComeInTheOrderNearFarRightLeft) {
 }
 
 TEST(EdgeCrossings, TakeBothSidesAsUprightWhenTheRightOneIs) {
-    const auto points = ovra::edge_crossings({0.5F, 0}, {{{-4, -1}, {4, -1}, {4, 1}, {-3, 1}}});
+    const auto points = crossings({0.5F, 0}, {{{-4, -1}, {4, -1}, {4, 1}, {-3, 1}}});
     EXPECT_EQ(points[2].x, 4);
     EXPECT_EQ(points[2].z, 2);
     EXPECT_EQ(points[3].x, -4) << "the left side counts as upright through its first corner";
@@ -52,7 +59,7 @@ TEST(EdgeCrossings, TakeBothSidesAsUprightWhenTheRightOneIs) {
 }
 
 TEST(EdgeCrossings, TakeBothSidesAsUprightWhenTheLeftOneIs) {
-    const auto points = ovra::edge_crossings({0.5F, 0}, {{{-4, -1}, {5, -1}, {3, 1}, {-4, 1}}});
+    const auto points = crossings({0.5F, 0}, {{{-4, -1}, {5, -1}, {3, 1}, {-4, 1}}});
     EXPECT_EQ(points[2].x, 5) << "the right side counts as upright through its first corner";
     EXPECT_EQ(points[3].x, -4);
 }

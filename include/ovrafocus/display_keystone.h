@@ -69,9 +69,9 @@ OVRA_API int32_t keystone_fb_viewport_scale_api(void);
 OVRA_API int32_t set_keystone_api(int32_t top, int32_t bottom);
 
 /**
- * Moves the trapezoid one step by hand. The narrow edge widens first, up to the wide edge; when both are
- * equally wide, the other edge narrows, down to 320 pixels. The wider edge becomes the upper limit of
- * set_keystone_api(). The display must be open; it is not opened here.
+ * Moves the trapezoid one step by hand. The edge that the direction widens does so while it is the narrow
+ * one, up to the wide edge; otherwise the other edge narrows, down to 320 pixels. The wider edge before the
+ * step becomes the upper limit of set_keystone_api(). The display must be open; it is not opened here.
  *
  * @param dir   0: widen the bottom or narrow the top; 1: widen the top or narrow the bottom; any other value
  *              sends the current widths again

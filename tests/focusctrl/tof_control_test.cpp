@@ -338,6 +338,23 @@ TEST_F(TofInit, FailsWhenTheChipDoesNotMeasureAfterAll) {
                                tagged("tof_init,en:1,ret:-1"));
 }
 
+TEST_F(TofInit, FailsWhenTheResetFailsAlthoughTheChipMeasures) {
+    measuring_chip();
+    board.texts(tof + "capture", {"0\n", "", "1\n"});  // read, written, read
+    attribute("channel", "1\n");
+    refuse_write("capture", 1);
+    refuse_write("chip_enable", 1);
+    refuse_write("channel", 1);
+    EXPECT_EQ(tof_init(1), -2);
+    EXPECT_EQ(board.log(), tagged("tof_init,init:1,enable:0") + twice("tfdbg Tof_Enable_Get_Distance \n ") +
+                               refused_write("capture") + twice(failed("capture")) + tagged("tof_check_reset") +
+                               refused_write("chip_enable") + twice(failed("chip_enable")) +
+                               tagged("tof_init,tof enable") + tagged("tfdbg Tof_Set_Channel \n ") +
+                               refused_write("channel") + tagged(failed("channel")) +
+                               tagged("tof_init,channel change,ret:-2") + tagged("tof_init,en:1,ret:-2"))
+        << "the failures of the reset and of the channel are summed";
+}
+
 TEST_F(TofInit, SelectsTheWantedChannel) {
     measuring_chip();
     attribute("channel", "1\n");
@@ -416,6 +433,18 @@ TEST_F(TofCheckEnable, LeavesThePeriodWhenTheChipDoesNotCome) {
     EXPECT_EQ(writes("poll_period"), Entries{});
     EXPECT_EQ(board.log(), tagged("tof_check_enable,enable:1,fast:1") + tagged("tof_init,init:0,enable:1") +
                                tagged("tof_init,tof invalid") + tagged("tof_init,en:1,ret:-1") +
+                               tagged("tof_check_enable,fail"));
+}
+
+TEST_F(TofCheckEnable, LeavesThePeriodWhenTheChipDoesNotStop) {
+    measuring_chip();
+    refuse_write("capture", 1);
+    EXPECT_EQ(tof_check_enable(0, 1), -1);
+    EXPECT_EQ(writes("poll_period"), Entries{});
+    EXPECT_EQ(board.log(), tagged("tof_check_enable,enable:0,fast:1") + tagged("tof_init,init:1,enable:1") +
+                               twice("tfdbg Tof_Enable_Get_Distance \n ") + refused_write("capture") +
+                               twice(failed("capture")) + tagged("tof_init,disable measure:-1") +
+                               tagged("tof_init,tof disable") + tagged("tof_init,en:0,ret:-1") +
                                tagged("tof_check_enable,fail"));
 }
 
@@ -556,6 +585,25 @@ TEST_F(TofEyeBase, TriesAgainWhileTheCentreIsZero) {
     EXPECT_EQ(board.journal({"sleep"}), Entries{"sleep 200000"});
     EXPECT_EQ(board.log(), shown(blind) + shown(seeing) + tagged("tof_check_eye_base tof data:") +
                                tagged("tof_check_eye_base,min val:512"));
+}
+
+TEST_F(TofEyeBase, JudgesTheLastFrameEvenWhenItsCentreIsZero) {
+    const std::string first = frame({0x00330100, 0, 0, 0, 0, 0, 0, 0, 0});
+    const std::string last = frame({0, 0x00330190, 0, 0, 0, 0, 0, 0, 0});
+    distances({first, first, last});
+    tof_check_eye_base();
+    EXPECT_EQ(board.journal({"sleep"}), (Entries{"sleep 200000", "sleep 200000", "sleep 200000"}));
+    EXPECT_EQ(board.log(), shown(first) + shown(first) + shown(last) + tagged("tof_check_eye_base tof data:") +
+                               tagged("tof_check_eye_base,min val:400"));
+}
+
+TEST_F(TofEyeBase, KeepsTheLastFrameThatCouldBeRead) {
+    const std::string first = frame({0x00330190, 0, 0, 0, 0, 0, 0, 0, 0});
+    distances({first, "short"});
+    tof_check_eye_base();
+    EXPECT_EQ(board.log(), shown(first) + shown("short") + shown("short") +
+                               tagged("tof_check_eye_base tof data:") +
+                               tagged("tof_check_eye_base,min val:400"));
 }
 
 TEST_F(TofEyeBase, GivesUpAfterThreeTriesAndPausesAfterEach) {

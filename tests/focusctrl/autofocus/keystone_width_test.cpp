@@ -163,6 +163,21 @@ TEST_F(KeystoneWidth, LeavesALevelPictureAtFullWidth) {
     EXPECT_EQ(down, 1280);
 }
 
+TEST_F(KeystoneWidth, NarrowsOneEdgeMoreTheSteeperTheTilt) {
+    // Worked out in a program of their own, with the geometry's formulas on plain arrays.
+    const struct {
+        int angle, up, down;
+    } known[] = {{-50, 1280, 772},  {-45, 1280, 822}, {-40, 1280, 871}, {-30, 1280, 968},
+                 {-20, 1280, 1066}, {-5, 1280, 1223}, {5, 1223, 1280},  {20, 1065, 1280},
+                 {30, 961, 1280},   {40, 847, 1280},  {45, 780, 1280},  {50, 699, 1280}};
+    for (const auto& k : known) {
+        int up = 0, down = 0;
+        varnel_cacu_keystone_width(k.angle, &up, &down);
+        EXPECT_EQ(up, k.up) << k.angle;
+        EXPECT_EQ(down, k.down) << k.angle;
+    }
+}
+
 TEST_F(KeystoneWidth, TellsWhatItComputes) {
     const std::string expected =
         geometry_lines(10) + tagged("varnel_cacu_keystone_width: keystone upWidth = 1169, downWidth = 1280\n");

@@ -139,9 +139,10 @@ int32_t move_lens(Side side, int32_t steps) {
 
 const char* name_of(Side side) { return side == Side::left ? "left" : "right"; }
 
-// Reads the position where the run goes on without it: after a failure the last known one stands.
+// Reads the position where the run goes on without it: after a failure, and when the sensor gives no number,
+// the last known one stands.
 void refresh_position(int32_t& position) {
-    int32_t reading = 0;
+    int32_t reading = position;
     if (motor_tmr_x_dir_read(&reading) == 0) position = reading;
 }
 

@@ -104,10 +104,10 @@ int32_t finish_manual(LimitHit hit) {
 
 // Runs with mutex_focus held, and releases it; but not when a motor call fails. A lens that no longer obeys
 // is then left alone: every later run and manual move waits for ever.
-int32_t approach_manually(const ClampedTarget& goal) {
+// A sensor that gives no number leaves `current`, the last known position, as it is.
+int32_t approach_manually(const ClampedTarget& goal, int32_t current) {
     for (int pass = 0; pass < manual_passes; ++pass) {
         usleep(settle_us);
-        int32_t current = 0;
         if (motor_tmr_x_dir_read(&current) != 0) return unlock_and_fail();
         log_focus("currentTMR = %d, targetTMR = %d\n", current, goal.target);
         const int32_t difference = ovra::tmr_difference(goal.target, current);
@@ -136,14 +136,14 @@ int32_t carry_out_single(LensAction action, StepCounts& counts) {
     return right ? motor_right_write(1) : motor_left_write(1);
 }
 
-int32_t step_to(int32_t target, bool rightwards, StepCounts& counts) {
+int32_t step_to(int32_t target, int32_t current, StepCounts& counts) {
+    const bool rightwards = current < target;
     for (;;) {
         usleep(settle_us);
         if (counts.full + counts.fine >= target_steps_limit) {
             log_focus("auto focus time out");
             return failed;
         }
-        int32_t current = 0;
         if (motor_tmr_x_dir_read(&current) != 0) return failed;
         log_focus("currentTMR = %d, targetTMR = %d, direct = %d\n", current, target, rightwards ? 0 : 1);
         const LensAction action = ovra::next_target_action(rightwards, ovra::tmr_difference(target, current));
@@ -215,7 +215,7 @@ int32_t manufocusTMR(int32_t delta) {
     }
     const int32_t target = ovra::tmr_sum(current, ovra::widen_manual_move(delta));
     log_target(target);
-    return approach_manually(clamp_target(target));
+    return approach_manually(clamp_target(target), current);
 }
 
 int32_t manufocusTargetTMR(int32_t target, int32_t* count, int32_t* microCount) {
@@ -225,7 +225,7 @@ int32_t manufocusTargetTMR(int32_t target, int32_t* count, int32_t* microCount) 
     int32_t current = 0;
     if (motor_tmr_x_dir_read(&current) != 0) return failed;
     StepCounts counts;
-    if (step_to(goal, current < goal, counts) != 0) return failed;
+    if (step_to(goal, current, counts) != 0) return failed;
 
     log_focus("manul focus completed");
     motor_pulse_write(full_pulse);
@@ -280,10 +280,10 @@ int32_t get_direction(int32_t* out) {
     motor_pulse_write(full_pulse);
 
     int32_t sense = -1;
+    int32_t after = before;
     int count = 0;
     while (sense < 0 && count < probe_steps) {
         ++count;
-        int32_t after = 0;
         if (!probe_sense_step(count, after)) return failed;
         sense = sense_of(after - before);
     }
@@ -306,8 +306,8 @@ int32_t go_cali_tmr_idle(int32_t toLeft) {
     log_focus("beforeTMR = %d", before);
     motor_pulse_write(full_pulse);
 
+    int32_t after = before;
     for (int count = 1; count <= probe_steps; ++count) {
-        int32_t after = 0;
         if (!probe_idle_step(count, toLeft != 0, after)) return failed;
         if (std::abs(after - before) < idle_change) continue;
         if (count < probe_steps) return 0;

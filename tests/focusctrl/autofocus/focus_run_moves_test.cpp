@@ -194,6 +194,13 @@ TEST_F(FineLoop, KeepsTheFormerReadingWhenTheOneBeforeItFails) {
     EXPECT_EQ(events_after(places(wall_place, wall_place, 0)[0]), pass(target + 20, target) + completed());
 }
 
+TEST_F(FineLoop, KeepsTheFormerReadingWhenTheOneBeforeItHasNoNumber) {
+    lens_at({number(target - 60), "?", number(target + 20)});
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(events_after("current tmr ret=1, tmr_adc:" + number(target - 60)),
+              pass(target + 20, target) + completed());
+}
+
 TEST_F(FineLoop, DoesNotBelieveAReadingThatFailed) {
     lens_at({number(target - 60), "2001", number(target - 60), number(target)});
     EXPECT_EQ(run(), 0);

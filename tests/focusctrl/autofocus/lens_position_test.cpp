@@ -216,6 +216,13 @@ TEST_F(LensOnTheBoard, ManualFocusUnlocksWhenAReadingFailsInMidMove) {
     EXPECT_FALSE(lens_is_locked());
 }
 
+TEST_F(LensOnTheBoard, ManualFocusStaysWithItsLastPositionWhenTheSensorGivesNoNumber) {
+    read_positions({"300", "?", "345"});
+    EXPECT_EQ(manufocusTMR(50), 0);
+    EXPECT_EQ(board.writes(right_node), Journal({"2\n"}));
+    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  currentTMR = 300, targetTMR = 350\n\n"));
+}
+
 TEST_F(LensOnTheBoard, ManualFocusKeepsTheLensWhenAMoveFails) {
     fail_writes(right_node);
     EXPECT_EQ(manufocusTMR(50), -1);
@@ -319,6 +326,19 @@ TEST_F(LensOnTheBoard, AbsoluteMoveCountsFullAndFineStepsTogether) {
     Counts counts;
     EXPECT_EQ(manufocusTargetTMR(100, &counts.full, &counts.fine), -1);
     EXPECT_EQ(board.writes(right_node).size(), 41u);
+}
+
+TEST_F(LensOnTheBoard, AbsoluteMoveStaysWithItsLastPositionWhenTheSensorGivesNoNumber) {
+    read_positions({"100", "?", "120", "?", "138"});
+    Counts counts;
+    EXPECT_EQ(manufocusTargetTMR(140, &counts.full, &counts.fine), 0);
+    std::vector<std::string> told;
+    for (const std::string& event : events())
+        if (event.rfind("currentTMR", 0) == 0) told.push_back(event);
+    EXPECT_THAT(told, ElementsAre("currentTMR = 100, targetTMR = 140, direct = 0",
+                                  "currentTMR = 120, targetTMR = 140, direct = 0",
+                                  "currentTMR = 120, targetTMR = 140, direct = 0",
+                                  "currentTMR = 138, targetTMR = 140, direct = 0"));
 }
 
 TEST_F(LensOnTheBoard, AbsoluteMoveFailsWithItsReadingsAndMoves) {
@@ -528,6 +548,15 @@ TEST_F(LensOnTheBoard, SenseNeverFoundLeavesEverything) {
     EXPECT_THAT(board.log(), testing::EndsWith("[ovra_focus]  direction: MOTOR_IDLE_DIST NG, rightR > 14\n"));
 }
 
+TEST_F(LensOnTheBoard, SenseIsNotTakenFromAReadingWithoutANumber) {
+    read_positions({"100", "?", "110", "?", "121"});
+    int32_t sense = -7;
+    EXPECT_EQ(get_direction(&sense), 0);
+    EXPECT_EQ(sense, 0);
+    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  count = 3, afterTMR = 110\n"));
+    EXPECT_EQ(board.writes(right_node).size(), 4u);
+}
+
 TEST_F(LensOnTheBoard, SenseProbeIgnoresTheMotorsAnswersAndFailsWithItsReadings) {
     board.remove(right_node);
     board.remove(pulse_node);
@@ -594,6 +623,13 @@ TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensNeverFollows) {
     EXPECT_THAT(
         board.log(),
         testing::EndsWith("[ovra_focus]  direction: 3, MOTOR_IDLE_DIST NG, MOTOR_IDLE_DIST > 14*5um\n\n"));
+}
+
+TEST_F(LensOnTheBoard, IdleProbeIsNotEndedByAReadingWithoutANumber) {
+    read_positions({"100", "?", "105", "?", "111"});
+    EXPECT_EQ(go_cali_tmr_idle(0), 0);
+    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  count = 3, afterTMR = 105\n"));
+    EXPECT_EQ(board.writes(right_node).size(), 4u);
 }
 
 TEST_F(LensOnTheBoard, IdleProbeFailsWithItsReadings) {

@@ -268,7 +268,7 @@ ovra::KeystoneVerdict keystone_step(const Switches& on, Times& times) {
     if (on.keystone == 0 || load(g_focus_temp_adjust) != 0) return {};
     const ovra::KeystoneVerdict verdict =
         ovra::judge_keystone(varnel_keystone(keystone_for_focus), on.autofocus != 0);
-    times.keystone_end = wall_clock();
+    if (!verdict.ends_run) times.keystone_end = wall_clock();
     return verdict;
 }
 

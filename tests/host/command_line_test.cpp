@@ -22,9 +22,8 @@ TEST(OvrafocusHost, TakesCommandsFromItsArguments) {
 }
 
 TEST(OvrafocusHost, TakesCommandsFromStandardInputAndLetsAPersonTryAgain) {
-    const Finished finished =
-        storykit::launch({storykit::launcher, "--", storykit::host_program, "--library-log", "/dev/null"},
-                         "fann 3\nfan 3\nquit\nfan 4\n");
+    const Finished finished = storykit::launch_projector(
+        {}, {storykit::host_program, "--library-log", "/dev/null"}, "fann 3\nfan 3\nquit\nfan 4\n");
     EXPECT_EQ(finished.words,
               "unknown command 'fann'; 'help' lists them\nthe fan turns at 3, out of automatic control\n");
     EXPECT_EQ(finished.exit_code, 0);

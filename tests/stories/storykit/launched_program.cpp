@@ -50,6 +50,16 @@ int spawn_and_wait(const std::vector<std::string>& command, const ScratchFolder&
     return shell_exit_code(status);
 }
 
+Finished finish(const std::vector<std::string>& command, const std::string& input) {
+    const ScratchFolder folder;
+    write_file(folder.file("in"), input);
+    Finished finished;
+    finished.exit_code = spawn_and_wait(command, folder);
+    finished.words = contents_of(folder.file("out"));
+    finished.complaints = contents_of(folder.file("err"));
+    return finished;
+}
+
 }  // namespace
 
 const char* const launcher = STORYKIT_LAUNCHER;
@@ -77,23 +87,20 @@ void write_file(const std::string& path, const std::string& contents) {
 }
 
 Finished launch(const std::vector<std::string>& command, const std::string& input) {
-    const ScratchFolder folder;
-    write_file(folder.file("in"), input);
-    Finished finished;
-    finished.exit_code = spawn_and_wait(emulated(command), folder);
-    finished.words = contents_of(folder.file("out"));
-    finished.complaints = contents_of(folder.file("err"));
-    return finished;
+    return finish(emulated(command), input);
 }
 
-Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program) {
+Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
+                          const std::string& input) {
     std::vector<std::string> command = {launcher};
     if (*emulator != '\0') command.insert(command.end(), {"--emulator", emulator});
     command.insert(command.end(), options.begin(), options.end());
     command.emplace_back("--");
     command.insert(command.end(), program.begin(), program.end());
-    return launch(command);
+    return launch(command, input);
 }
+
+Finished launch_own(const std::vector<std::string>& command) { return finish(command, ""); }
 
 std::string project_file(const std::string& name) { return std::string(STORYKIT_PROJECT) + "/" + name; }
 

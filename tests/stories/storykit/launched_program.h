@@ -29,11 +29,15 @@ struct Finished {
     std::string complaints;  // standard error
 };
 
-/// Runs a command to its end. `input` is its standard input.
+/// Runs a program of this build to its end, with its arguments. `input` is its standard input.
 Finished launch(const std::vector<std::string>& command, const std::string& input = "");
 
 /// The virtual projector's launcher with these options and, behind "--", this program.
-Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program);
+Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
+                          const std::string& input = "");
+
+/// Runs a program that is this computer's own in every build.
+Finished launch_own(const std::vector<std::string>& command);
 
 // Where the programs of this build stand.
 extern const char* const launcher;

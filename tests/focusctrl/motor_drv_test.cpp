@@ -98,6 +98,26 @@ TEST_F(MotorRun, AddsTenStepsOnAReversal) {
                                tagged("motor_run,dir change"));
 }
 
+TEST_F(MotorRun, TakesEveryOffsetSwitchButZeroForOn) {
+    accept({"left", "right"});
+    motor_cur_dir = 1;
+    EXPECT_EQ(motor_run(0, 5, 2), 0);
+    EXPECT_EQ(motor_run(1, 5, -1), 0);
+    EXPECT_EQ(writes("left"), Entries{"15\n"});
+    EXPECT_EQ(writes("right"), Entries{"15\n"});
+    EXPECT_EQ(board.log().find(tagged("motor_run,dir:0,steps:5,auto:2")), 0U);
+}
+
+TEST_F(MotorRun, PausesBeforeItTellsAReversalAndOpensTheNodeAfterwards) {
+    accept({"left", "right"});
+    motor_cur_dir = 1;
+    EXPECT_EQ(motor_run(0, 5, 0), 0);
+    EXPECT_EQ(board.journal(),
+              (Entries{"print [ovra_focus]  motor_run,dir:0,steps:5,auto:0", "sleep 10000",
+                       "print [ovra_focus]  motor_run,dir change", "open /sys/class/motor/left O_RDWR",
+                       "write /sys/class/motor/left 5\\n", "close /sys/class/motor/left"}));
+}
+
 TEST_F(MotorRun, AddsNothingWithoutTheAutomaticOffset) {
     accept({"left", "right"});
     motor_cur_dir = 1;
@@ -204,6 +224,22 @@ TEST_F(MotorZero, LeavesTheEndAndReturnsWithTheOffset) {
                        "write /sys/class/motor/zero 1\\n"}));
     EXPECT_EQ(board.log(), tagged("motor_goto_zero ") + tagged("motor_goto_zero,add offset") +
                                tagged("motor_run,dir:1,steps:10,auto:0") + tagged("motor_run,dir change"));
+}
+
+TEST_F(MotorZero, TakesEveryOffsetSwitchButZeroForOn) {
+    accept({"zero", "left", "right"});
+    EXPECT_EQ(motor_goto_zero(-3), 0);
+    EXPECT_EQ(writes("zero"), (Entries{"1\n", "1\n"}));
+    EXPECT_EQ(writes("right"), Entries{"10\n"});
+}
+
+TEST_F(MotorZero, DrivesTheOffsetThroughTheLeftNodeWithStartDirectionOne) {
+    accept({"zero", "left", "right"});
+    motor_start_dir = 1;
+    EXPECT_EQ(motor_goto_zero(1), 0);
+    EXPECT_EQ(writes("left"), Entries{"10\n"});
+    EXPECT_EQ(writes("right"), Entries{});
+    EXPECT_EQ(motor_cur_dir, 0);
 }
 
 TEST_F(MotorZero, EndsWithAFailedFirstRun) {

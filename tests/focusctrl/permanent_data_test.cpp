@@ -244,6 +244,18 @@ TEST_F(Read, IsAllZeroWithoutAFlash) {
               "ovra: permanent_data_init, hudi flash open fail\n");
 }
 
+// Only 1 is the library's own mark; whatever else a host puts there is neither initialised nor fresh.
+TEST_F(Read, CountsAForeignMarkAsNotInitialisedAndYetDoesNotReadTheFlash) {
+    permanent_data_inited = 2;
+    Record out = filled(0x55);
+    EXPECT_EQ(permanent_data_read(out.data()), 0);
+    EXPECT_EQ(out, filled(0));
+    EXPECT_EQ(calls(), Entries{});
+    EXPECT_EQ(board.log(),
+              "ovra: permanent_data_read, permanent data is not init\n"
+              "ovra: permanent_data_init, already init\n");
+}
+
 // --- Writing -----------------------------------------------------------------------------------------
 
 TEST_F(Write, GoesToTheFlashAndToTheCopy) {

@@ -399,6 +399,20 @@ TEST_F(Waiting, WaitMsLooksAtTheClockBeforeItCountsAnything) {
     EXPECT_EQ(board.journal({"sleep"}), Entries(2, "sleep 1000"));
 }
 
+// The two parts of the time are converted one by one: 900 microseconds across a second's end count as 1 ms,
+// within one second as none.
+TEST_F(Waiting, WaitMsCutsTheMicrosecondsTowardsZero) {
+    board.set_wall_clock_us(1'700'000'001'000'800);
+    wait_ms(timeval{1'700'000'000, 999'900}, 1);
+    EXPECT_EQ(board.journal({"sleep"}), Entries{"sleep 1000"});
+}
+
+TEST_F(Waiting, WaitMsCountsNothingForAPartOfAMillisecond) {
+    board.set_wall_clock_us(1'700'000'000'001'000);
+    wait_ms(timeval{1'700'000'000, 100}, 1);
+    EXPECT_EQ(board.journal({"sleep"}), Entries(2, "sleep 1000"));
+}
+
 TEST_F(Waiting, WaitMsNapsOnceWhenTheTimeHasPassedAlready) {
     board.set_wall_clock_us(1'700'000'000'000'000);
     wait_ms(timeval{1'600'000'000, 0}, 5);

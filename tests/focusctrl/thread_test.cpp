@@ -1,13 +1,25 @@
 #include "focusctrl/thread.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <semaphore.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <vector>
 
 #include "tests/support/scripted_board.h"
+
+// The stack sizes asked for, whatever the platform answers: a board grants what this machine refuses.
+std::vector<std::size_t> stack_requests;
+
+extern "C" int pthread_attr_setstacksize(pthread_attr_t* attributes, std::size_t bytes) noexcept {
+    using SetStackSize = int (*)(pthread_attr_t*, std::size_t);
+    static const auto real = reinterpret_cast<SetStackSize>(dlsym(RTLD_NEXT, "pthread_attr_setstacksize"));
+    stack_requests.push_back(bytes);
+    return real(attributes, bytes);
+}
 
 namespace {
 
@@ -66,6 +78,17 @@ TEST(Thread, ASmallOneIsDetachedAndGetsNoArgument) {
     wait_for_report();
     EXPECT_TRUE(report.detached);
     EXPECT_EQ(report.argument, nullptr);
+}
+
+TEST(Thread, ASmallOneAsksFor8192BytesOfStackAndADefaultOneForNone) {
+    stack_requests.clear();
+    ASSERT_EQ(ovra::start_small_detached_thread(look_at_oneself), 0);
+    wait_for_report();
+    EXPECT_EQ(stack_requests, std::vector<std::size_t>{8192});
+    pthread_t thread{};
+    ASSERT_EQ(ovra::start_default_detached_thread(look_at_oneself, thread), 0);
+    wait_for_report();
+    EXPECT_EQ(stack_requests, std::vector<std::size_t>{8192});
 }
 
 TEST(Thread, ASmallOneGets8192BytesWhereThePlatformAllowsAndTheDefaultElsewhere) {

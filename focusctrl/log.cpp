@@ -53,8 +53,8 @@ void log_tof(const char* format, ...) {
     va_end(arguments);
 }
 
+// One call of the C library, which holds the stream for it by itself.
 void log_bare(const char* format, ...) {
-    const StreamLock lock;
     va_list arguments;
     va_start(arguments, format);
     std::vprintf(format, arguments);

@@ -8,6 +8,7 @@ namespace bench {
 namespace {
 
 constexpr const char* time_name = "time";
+constexpr const char* own_time_name = "own time";
 
 }  // namespace
 
@@ -19,7 +20,9 @@ void Figures::ReportRuns(const std::vector<Run>& runs) {
         if (run.error_occurred) throw std::runtime_error(name + ": " + run.error_message);
         if (run.run_type != Run::RT_Aggregate) continue;
         Statistic& statistic = figures_[name][run.aggregate_name];
-        statistic[time_name] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+        const double unit = benchmark::GetTimeUnitMultiplier(run.time_unit);
+        statistic[time_name] = run.GetAdjustedRealTime() / unit;
+        statistic[own_time_name] = run.GetAdjustedCPUTime() / unit;
         for (const auto& [counter_name, value] : run.counters) statistic[counter_name] = value;
         if (run.aggregate_name == median) std::fprintf(stderr, "bench: %s\n", name.c_str());
     }
@@ -28,6 +31,8 @@ void Figures::ReportRuns(const std::vector<Run>& runs) {
 double Figures::time_s(const std::string& benchmark, const std::string& statistic) const {
     return counter(benchmark, time_name, statistic);
 }
+
+double Figures::own_time_s(const std::string& benchmark) const { return counter(benchmark, own_time_name); }
 
 double Figures::counter(const std::string& benchmark, const std::string& name,
                         const std::string& statistic) const {

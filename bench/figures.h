@@ -25,11 +25,13 @@ public:
 
     /// Seconds, simulated ones where the benchmark says so.
     double time_s(const std::string& benchmark, const std::string& statistic = median) const;
+    /// Seconds of the thread that measured: other programs on the machine count little in it.
+    double own_time_s(const std::string& benchmark) const;
     double counter(const std::string& benchmark, const std::string& name,
                    const std::string& statistic = median) const;
 
 private:
-    using Statistic = std::map<std::string, double>;  // counters, and the time by the name of "time"
+    using Statistic = std::map<std::string, double>;  // counters, and the two times
     std::map<std::string, std::map<std::string, Statistic>> figures_;
 };
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <vector>
 
 #include "bench/benchmarks.h"
 #include "bench/figures.h"
@@ -23,9 +24,19 @@ void set_standard_output(Output output) {
 
 namespace {
 
+// The repetitions of all benchmarks are mixed, so that a machine that is slow for a while is slow for all.
+char mixed[] = "--benchmark_enable_random_interleaving=true";
+
+bool take_options(int argc, char** argv) {
+    std::vector<char*> options(argv, argv + argc);
+    options.insert(options.begin() + 1, mixed);
+    int count = static_cast<int>(options.size());
+    benchmark::Initialize(&count, options.data());
+    return !benchmark::ReportUnrecognizedArguments(count, options.data());
+}
+
 int run(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    if (!take_options(argc, argv)) return 2;
     // Standard output is the library's while it is measured.
     std::FILE* const out = fdopen(dup(STDOUT_FILENO), "w");
     if (out == nullptr) throw std::runtime_error("no standard output");

@@ -1,5 +1,6 @@
 #include "bench/tables.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <string>
 #include <vector>
@@ -52,8 +53,8 @@ void print_geometry(std::FILE* out, const Figures& figures, const std::string& q
     std::vector<Row> rows = {{"", "time (ns)", "of the library's", "allocations"}};
     const auto add = [&](const char* words, const char* who) {
         const std::string name = geometry_benchmark(question, who);
-        rows.push_back({words, text("%.0f", figures.time_s(name) * ns_per_s),
-                        text("%.2f", figures.time_s(name) / figures.time_s(library)),
+        rows.push_back({words, text("%.0f", figures.own_time_s(name) * ns_per_s),
+                        text("%.2f", figures.own_time_s(name) / figures.own_time_s(library)),
                         text("%.0f", figures.counter(name, allocations_counter))});
     };
     add("keystoneDeviation, its line refused", "library");

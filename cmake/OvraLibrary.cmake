@@ -4,7 +4,7 @@
 # -z now, -z relro: unresolved board functions show when the library is loaded, not in the middle of a run.
 # -ffunction-sections, --gc-sections: pieces of templates that nothing came to need are left out.
 # -fno-exceptions: nothing here is thrown or passed on, and the C library's functions do not throw; what would
-# be for it takes a fiftieth of the board's code. One room asks for memory by a standard container and must hear
+# be for it takes a fiftieth of the board's code. Two rooms ask for memory by a standard container and must hear
 # when there is none.
 # -fno-math-errno: a square root is an instruction; nobody reads errno behind one.
 # The board's libraries are resolved in the host's process, so the link leaves their functions undefined.
@@ -16,6 +16,7 @@ target_compile_options(ovrafocus PRIVATE
   -fdata-sections
   "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>")
 set_source_files_properties("${PROJECT_SOURCE_DIR}/focusctrl/projection_geometry.cpp"
+  "${PROJECT_SOURCE_DIR}/focusctrl/autofocus/peak_search.cpp"
   DIRECTORY "${PROJECT_SOURCE_DIR}" TARGET_DIRECTORY ovrafocus PROPERTIES COMPILE_OPTIONS -fexceptions)
 if(OVRA_WERROR)
   target_compile_options(ovrafocus PRIVATE -Werror)

@@ -30,7 +30,8 @@ extern OVRA_API double m_dPeekStep;
 OVRA_API void clearList(void);
 
 /**
- * Appends a copy of a sample to the list. Memory for it belongs to the library until the process ends.
+ * Appends a copy of a sample to the list. Memory for it belongs to the library until the process ends; without
+ * memory the sample is left out.
  * @param sample the sample.
  */
 OVRA_API void addSharpnessList(stepList_ sample);
@@ -72,7 +73,7 @@ extern OVRA_API std::vector<stepList_> m_sharpness;
  * @param x1, y1 the first point.
  * @param x2, y2 the second point.
  * @param x3, y3 the third point.
- * @return {a, b, c}; infinities or NaN when two x are equal.
+ * @return {a, b, c}; infinities or NaN when two x are equal. Empty when there is no memory for it.
  */
 OVRA_API std::vector<double> quadraticEquationCoef(double x1, double y1, double x2, double y2, double x3,
                                                    double y3);

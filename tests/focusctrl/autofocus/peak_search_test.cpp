@@ -4,10 +4,32 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <vector>
 
 namespace {
+
+bool has_memory = true;
+
+}  // namespace
+
+// The library's allocations come here too.
+__attribute__((noinline)) void* operator new(std::size_t size) {
+    void* memory = has_memory ? std::malloc(size) : nullptr;
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
+__attribute__((noinline)) void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace {
+
+struct NoMemory {
+    NoMemory() { has_memory = false; }
+    ~NoMemory() { has_memory = true; }
+};
 
 void fill(const std::vector<stepList_>& samples) {
     clearList();
@@ -30,6 +52,15 @@ TEST(SampleList, IsEmptyAtLoadAndKeepsCopies) {
     EXPECT_EQ(m_sharpness[0].step, 7);
     EXPECT_EQ(m_sharpness[0].sharpness, 1.5);
     clearList();
+    EXPECT_TRUE(m_sharpness.empty());
+}
+
+TEST(SampleList, LeavesOutASampleForWhichThereIsNoMemory) {
+    std::vector<stepList_>().swap(m_sharpness);
+    {
+        const NoMemory from_here_on;
+        addSharpnessList({7, 1.5});
+    }
     EXPECT_TRUE(m_sharpness.empty());
 }
 
@@ -69,6 +100,11 @@ TEST(QuadraticEquationCoef, GivesTheParabolaThroughThreePoints) {
 TEST(QuadraticEquationCoef, HasNoGuardAgainstEqualAbscissas) {
     const std::vector<double> abc = quadraticEquationCoef(1, 1, 1, 2, 3, 3);
     EXPECT_FALSE(std::isfinite(abc[0]));
+}
+
+TEST(QuadraticEquationCoef, IsEmptyWithoutMemory) {
+    const NoMemory from_here_on;
+    EXPECT_TRUE(quadraticEquationCoef(0, 1, 1, 2, 2, 5).empty());
 }
 
 TEST(CalcPeekStep, FindsTheVertexOfTheBestPredictor) {

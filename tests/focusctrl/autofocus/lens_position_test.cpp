@@ -194,6 +194,18 @@ TEST_F(LensOnTheBoard, ManualFocusBeyondTheLeftLimitStopsTenInside) {
     EXPECT_EQ(tmr, -489);
 }
 
+TEST_F(LensOnTheBoard, ManualFocusReleasesTheLensBeforeItsToast) {
+    static int trylock_result;
+    trylock_result = -1;
+    table.toast = [](int32_t) {
+        trylock_result = pthread_mutex_trylock(&mutex_focus);
+        if (trylock_result == 0) pthread_mutex_unlock(&mutex_focus);
+    };
+    tmr = 480;
+    EXPECT_EQ(manufocusTMR(30), -6);
+    EXPECT_EQ(trylock_result, 0);
+}
+
 TEST_F(LensOnTheBoard, ManualFocusToTheLimitItselfIsNotClamped) {
     tmr = 480;
     EXPECT_EQ(manufocusTMR(20), 0);

@@ -14,6 +14,8 @@ constexpr const char* own_time_name = "own time";
 
 double largest(const std::vector<double>& values) { return *std::max_element(values.begin(), values.end()); }
 
+double smallest(const std::vector<double>& values) { return *std::min_element(values.begin(), values.end()); }
+
 void Figures::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         const std::string name = run.run_name.function_name;
@@ -32,7 +34,9 @@ double Figures::time_s(const std::string& benchmark, const std::string& statisti
     return counter(benchmark, time_name, statistic);
 }
 
-double Figures::own_time_s(const std::string& benchmark) const { return counter(benchmark, own_time_name); }
+double Figures::own_time_s(const std::string& benchmark) const {
+    return counter(benchmark, own_time_name, fastest);
+}
 
 double Figures::counter(const std::string& benchmark, const std::string& name,
                         const std::string& statistic) const {

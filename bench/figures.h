@@ -10,11 +10,13 @@
 
 namespace bench {
 
-// Statistics over a benchmark's repetitions. Google Benchmark knows the median; each benchmark here adds the
-// worst, the largest.
+// Statistics over a benchmark's repetitions. Google Benchmark knows the median; of runs the worst is added, of
+// what is timed over and over the fastest, the one that the machine's other work disturbed least.
 constexpr const char* median = "median";
 constexpr const char* worst = "worst";
+constexpr const char* fastest = "fastest";
 double largest(const std::vector<double>& values);
+double smallest(const std::vector<double>& values);
 
 class Figures : public benchmark::BenchmarkReporter {
 public:
@@ -25,7 +27,7 @@ public:
 
     /// Seconds, simulated ones where the benchmark says so.
     double time_s(const std::string& benchmark, const std::string& statistic = median) const;
-    /// Seconds of the thread that measured: other programs on the machine count little in it.
+    /// Seconds of the thread that measured, in the fastest repetition.
     double own_time_s(const std::string& benchmark) const;
     double counter(const std::string& benchmark, const std::string& name,
                    const std::string& statistic = median) const;

@@ -9,6 +9,7 @@
 
 #include "bench/allocations.h"
 #include "bench/benchmarks.h"
+#include "bench/figures.h"
 #include "bench/projection.h"
 #include "ovrafocus/projection_geometry.h"
 
@@ -89,6 +90,7 @@ void add(const std::string& name, const std::vector<KeystoneCase>& cases, Output
     benchmark::RegisterBenchmark(name.c_str(), run)
         ->MinTime(repetition_s)
         ->Repetitions(repetitions)
+        ->ComputeStatistics(fastest, smallest)
         ->ReportAggregatesOnly();
 }
 

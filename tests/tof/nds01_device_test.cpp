@@ -16,6 +16,7 @@ namespace {
 using testkit::bytes_of;
 using testkit::nds01_attribute;
 using testkit::nds01_node;
+using testkit::number_at;
 using testkit::ScriptedBoard;
 using testkit::ScriptedNds01;
 using testkit::tof_tagged;
@@ -67,6 +68,18 @@ TEST_F(DeviceLife, OpensTheDevicePreparesTheLibraryAndSelectsThePointMode) {
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), Lines{"1"});
     EXPECT_EQ(board.open_descriptors(), Lines{nds01_node});
     EXPECT_EQ(board.journal({"open"}).front(), "open /dev/nds01 O_RDWR");
+}
+
+TEST_F(DeviceLife, StartsInTheOrderThatTheDriverExpects) {
+    EXPECT_EQ(nds01_dev_init(1), 0);
+    EXPECT_EQ(driver.story({"open", "write", "driver", "call"}).front(), "open /dev/nds01 O_RDWR");
+    EXPECT_EQ(driver.story({"write", "driver", "call"}),
+              (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
+                     "write running_state 1", "call nx_isp_lib_uninit",
+                     "driver reads lib data 0x9000, 4096 bytes", "call nx_isp_lib_init",
+                     "call nx_get_isp_version", "call nx_isp_op_init", "call nx_set_angle_limit",
+                     "call nx_set_filter_para", "write running_state 0", "call nx_get_recommended_points_mode",
+                     "driver selects SPADs 0000000000000000", "write point_mode 1", "write running_state 1"}));
 }
 
 TEST_F(DeviceLife, HandsTheDefaultFilterToTheLibrary) {
@@ -445,6 +458,15 @@ TEST_F(DevicePointMode, StaysStoppedWhenTheSelectionOfFourZonesIsRefused) {
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), Lines{});
 }
 
+TEST_F(DevicePointMode, CountsTheZonesOfAModeThatWasRefusedAfterItsSelection) {
+    start(1);
+    driver.set_frame(50);
+    driver.refuse(3);
+    EXPECT_EQ(nds01_set_point_mode(0), -1);
+    uint8_t zones[64];
+    EXPECT_EQ(nds01_get_ranging_data(zones), 4);
+}
+
 TEST_F(DevicePointMode, StaysStoppedWhenTheDriverRefusesTheMode) {
     board.on_write(nds01_attribute("point_mode"),
                    [](const std::string&) { return -static_cast<long>(EINVAL); });
@@ -512,6 +534,13 @@ TEST_F(DeviceXtalk, IsFourValuesFromFirmware130On) {
     EXPECT_EQ(kept(), (Lines{"700", "701", "65535", "703"}));
 }
 
+TEST_F(DeviceXtalk, JudgesTheFirmwareByAllBitsOfItsVersion) {
+    driver.set_firmware(0x01000000);
+    measured({700, 701, 702, 703});
+    EXPECT_EQ(nds01_get_xtalk_value(values), 0);
+    EXPECT_EQ(board.log(), firmware_line("0.0.0") + tof_tagged("xtalk_value:700,701,702,703\n"));
+}
+
 TEST_F(DeviceXtalk, IsToldAfterAShortReadToo) {
     measured({700, 701});
     EXPECT_EQ(nds01_get_xtalk_value(values), -1);
@@ -553,6 +582,22 @@ TEST_F(DeviceCommand, SignExtendsAPlainValue) {
     board.on_write(nds01_attribute("lib_data"), [](const std::string&) { return 12L; });
     EXPECT_EQ(nds01_set_isp_spad_enable(-2, 8), 0);
     EXPECT_EQ(testkit::hex(board.writes(nds01_attribute("lib_data")).at(0)), "feffffffffffffff03000000");
+}
+
+TEST_F(DeviceCommand, SignExtendsTheAddressesInsideItsRecords) {
+    std::string lib_data;
+    std::string transfer;
+    board.on_write(nds01_attribute("lib_data"), [&](const std::string& bytes) {
+        const auto record = number_at<std::uint64_t>(bytes, 0);
+        if (bytes[8] == 2) lib_data = testkit::at_address(record, 16);
+        if (bytes[8] == 8) transfer = testkit::at_address(record, 22);
+        return 12L;
+    });
+    auto* const highest_bytes = reinterpret_cast<uint8_t*>(intptr_t{-16});  // only its address is handed on
+    EXPECT_EQ(nds01_set_lib_data(0x9000, highest_bytes, 128), 128);
+    EXPECT_EQ(nds01_i2c_write_nbytes(1, highest_bytes, 3), 0);
+    EXPECT_EQ(testkit::hex(lib_data), "f0ffffffffffffff8000000000900000");
+    EXPECT_EQ(testkit::hex(transfer.substr(10)), "0100f0ffffffffffffff0300");
 }
 
 TEST_F(DeviceCommand, ReadsLibraryData) {

@@ -71,4 +71,15 @@ TEST(AProcessWithTheBoardsLibraries, LoadsTheLibraryAndLetsItGo) {
     EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
 }
 
+TEST(AProgramWith64BitsOfTime, LivesInVirtualTimeLikeAnyOther) {
+    const Finished finished = storykit::launch_projector({}, {WIDE_TIME});
+    EXPECT_EQ(finished.words,
+              "nanosleep took 1000000005 us\n"
+              "clock_nanosleep took 1000000005 us\n"
+              "select took 3000000007 us\n"
+              "pthread_cond_timedwait took 4000000000 us\n"
+              "the clocks agree\n");
+    EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
+}
+
 }  // namespace

@@ -30,6 +30,11 @@ void Figures::ReportRuns(const std::vector<Run>& runs) {
     }
 }
 
+bool Figures::have(const std::vector<std::string>& benchmarks) const {
+    return std::all_of(benchmarks.begin(), benchmarks.end(),
+                       [this](const std::string& benchmark) { return figures_.count(benchmark) != 0; });
+}
+
 double Figures::time_s(const std::string& benchmark, const std::string& statistic) const {
     return counter(benchmark, time_name, statistic);
 }

@@ -23,7 +23,7 @@ public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    bool has(const std::string& benchmark) const { return figures_.count(benchmark) != 0; }
+    bool have(const std::vector<std::string>& benchmarks) const;
 
     /// Seconds, simulated ones where the benchmark says so.
     double time_s(const std::string& benchmark, const std::string& statistic = median) const;

@@ -49,7 +49,10 @@ void print_table(std::FILE* out, const std::string& title, const std::vector<Row
 void print_geometry(std::FILE* out, const Figures& figures, const std::string& question,
                     const std::string& title) {
     const std::string library = geometry_benchmark(question, "library");
-    if (!figures.has(library)) return;
+    std::vector<std::string> all;
+    for (const char* who : {"library", "OpenCV", "Eigen", "library and line"})
+        all.push_back(geometry_benchmark(question, who));
+    if (!figures.have(all)) return;
     std::vector<Row> rows = {{"", "time (ns)", "of the library's", "allocations"}};
     const auto add = [&](const char* words, const char* who) {
         const std::string name = geometry_benchmark(question, who);
@@ -104,7 +107,7 @@ private:
 };
 
 void print_focus(std::FILE* out, const Figures& figures) {
-    if (!figures.has(focus_benchmark)) return;
+    if (!figures.have({focus_benchmark})) return;
     RunTable table(figures, focus_benchmark);
     table.add_time("request to refresh");
     table.add_split();
@@ -118,7 +121,7 @@ void print_focus(std::FILE* out, const Figures& figures) {
 }
 
 void print_contrast(std::FILE* out, const Figures& figures) {
-    if (!figures.has(contrast_benchmark) || !figures.has(focus_benchmark)) return;
+    if (!figures.have({contrast_benchmark, focus_benchmark})) return;
     const auto row = [&](const char* words, const char* benchmark) {
         return Row{words,
                    text("%.0f ms", figures.time_s(benchmark) * ms_per_s),
@@ -139,7 +142,7 @@ void print_contrast(std::FILE* out, const Figures& figures) {
 }
 
 void print_keystone(std::FILE* out, const Figures& figures, const char* benchmark, int tilt_deg) {
-    if (!figures.has(benchmark)) return;
+    if (!figures.have({benchmark})) return;
     RunTable table(figures, benchmark);
     table.add_counter("request to last width", "%.0f ms", widths_ms);
     table.add_counter("sides from upright (degrees)", "%.2f", side_deg);
@@ -151,7 +154,7 @@ void print_keystone(std::FILE* out, const Figures& figures, const char* benchmar
 // --- The virtual projector -----------------------------------------------------------------------------
 
 void print_speed(std::FILE* out, const Figures& figures) {
-    if (!figures.has(day_benchmark)) return;
+    if (!figures.have({rest_benchmark, busy_benchmark, day_benchmark})) return;
     std::vector<Row> rows = {
         {"", "simulated (s)", "real (s)", "simulated per real second", "per processor second"}};
     for (const char* name : {rest_benchmark, busy_benchmark, day_benchmark}) {
@@ -164,7 +167,7 @@ void print_speed(std::FILE* out, const Figures& figures) {
 }
 
 void print_rest(std::FILE* out, const Figures& figures) {
-    if (!figures.has(rest_benchmark) || !figures.has(real_rest_benchmark)) return;
+    if (!figures.have({rest_benchmark, real_rest_benchmark, rest_calls_benchmark})) return;
     const auto per_hour = [&](const char* name) {
         return text("%.2f s",
                     figures.counter(name, processor_s) / figures.counter(name, simulated_s) * s_per_hour);

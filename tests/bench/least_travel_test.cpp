@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "virtual_projector/world/lens.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -50,7 +52,6 @@ TEST_F(LeastTravel, EndsAtTheNearEdgeOfTheBand) {
 }
 
 TEST_F(LeastTravel, GoesToTheNearestHalfStepWhereNoneEndsInTheBand) {
-    tmr.slope_per_step = 18;
     expect_travel(bench::least_travel(lens, tmr, 23.3, 0.1), 2, 4);
     expect_travel(bench::least_travel(lens, tmr, 23.2, 0.1), 1, 3);
 }

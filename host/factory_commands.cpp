@@ -1,5 +1,10 @@
 // The factory's commands: each calibrates one thing and says what it found.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -13,12 +18,24 @@
 namespace host {
 namespace {
 
-// A motor step moves the lens by about this many TMR units; used only to foresee how long the table's text
-// will be.
-constexpr int expected_tmr_per_step = 18;
 constexpr int sweep_points = 14;
 constexpr int sweep_target_point = 2;
 constexpr std::size_t longest_table_text = 149;
+
+// For foreseeing how long the table's text will be. A motor step moves the lens by about 18 TMR units, but how
+// far it moves this one is not known before it has been measured: anything from nothing to the steepest.
+constexpr std::int64_t steepest_tmr_per_step = 100;
+constexpr std::int64_t sweep_tolerance_tmr = 20;  // the lens stops so near to the target, noise included
+constexpr std::int64_t left_limit_margin_tmr = 20;
+constexpr std::int64_t right_limit_margin_tmr = 40;
+constexpr std::size_t comma = 1;
+constexpr std::size_t sense_and_idle_text = sizeof ",1,10,10" - 1;
+
+// The ToF sensor ranges 30 times a second; some frames pass before its calibration is judged.
+constexpr useconds_t settling_us = 100 * 1000;
+
+constexpr int least_flag = 0;
+constexpr int greatest_flag = 4;
 
 // Says how a step ended; `why` tells what a failure of it means.
 Outcome verdict(const char* what, bool good, int result, const char* why) {
@@ -55,6 +72,18 @@ Outcome calibrate_gravity(const Arguments& arguments) {
     return verdict("gravity offsets", result == 0, result, no_record);
 }
 
+// The library only prints how the calibration went; measuring tells.
+bool target_is_measured_at(int depth_mm) {
+    int frame[8] = {};
+    const bool read = tof_distance_read(frame) == 0;
+    const int measured_mm = read ? getAvgDist(frame) : -1;
+    const std::int64_t tolerance_mm = std::max(5, depth_mm / 100);
+    const bool near = measured_mm > 0 && std::abs(std::int64_t{measured_mm} - depth_mm) <= tolerance_mm;
+    if (!near && measured_mm > 0) say("the target at %d mm is measured at %d mm", depth_mm, measured_mm);
+    if (measured_mm <= 0) say("the target at %d mm cannot be measured", depth_mm);
+    return near;
+}
+
 Outcome calibrate_tof(const Arguments& arguments) {
     int depth_mm = 0;
     int argument = 0;
@@ -62,7 +91,12 @@ Outcome calibrate_tof(const Arguments& arguments) {
         return Outcome::misused;
     }
     const int result = nds01_offset_calibration_at_depth_for_isp(depth_mm, argument);
-    return verdict("ToF offset", result >= 0, result, "the sensor did not go back to its point mode");
+    if (result < 0) {
+        return verdict("ToF offset", false, result, "the sensor did not go back to its point mode");
+    }
+    usleep(settling_us);
+    return verdict("ToF offset", target_is_measured_at(depth_mm), -1,
+                   "the calibration did not succeed: is the target flat, square and at this depth?");
 }
 
 Outcome calibrate_direction(const Arguments&) {
@@ -78,22 +112,34 @@ Outcome calibrate_idle(const Arguments& arguments) {
     return verdict("idle travel", result == 0, result, no_movement);
 }
 
-// The library stops the process when the table's text overflows its field, so the text is foreseen here.
-bool table_text_will_fit(int target) {
-    char text[512];
+std::size_t length_of(std::int64_t number) { return std::to_string(number).size(); }
+
+// The most characters that a number from a range takes: the longest stands at one of its ends.
+std::size_t longest_in(std::int64_t least, std::int64_t greatest) {
+    return std::max(length_of(least), length_of(greatest));
+}
+
+// The most characters of the place that lies so many half steps to the right of the target.
+std::size_t longest_place(std::int64_t target, int half_steps) {
+    const std::int64_t farthest = target + half_steps * steepest_tmr_per_step / 2;
+    return longest_in(std::min(target, farthest) - sweep_tolerance_tmr,
+                      std::max(target, farthest) + sweep_tolerance_tmr);
+}
+
+// The library stops the process when the table's text overflows its field, so the text is foreseen here, as
+// long as it may become.
+bool table_text_will_fit(std::int64_t target) {
+    constexpr int places = 2 * (sweep_points - 1) - 1;
+    constexpr int first = -2 * sweep_target_point;
+    constexpr int last_point = sweep_points - 1 - sweep_target_point;
     std::size_t length = 0;
-    const auto add = [&](int value) {
-        length += static_cast<std::size_t>(std::snprintf(text, sizeof text, "%d,", value));
-    };
-    const int first = target - sweep_target_point * expected_tmr_per_step;
-    for (int place = 0; place < 2 * (sweep_points - 1) - 1; ++place)
-        add(first + place * expected_tmr_per_step / 2);
-    add(first - 20);
-    add(first + (sweep_points - 1) * expected_tmr_per_step + 40);
-    add(1);
-    add(10);
-    add(10);
-    return length - 1 <= longest_table_text;
+    for (int place = 0; place < places; ++place) length += longest_place(target, first + place) + comma;
+    const std::int64_t leftmost = target - sweep_target_point * steepest_tmr_per_step;
+    const std::int64_t rightmost = target + last_point * steepest_tmr_per_step;
+    length += longest_in(leftmost - sweep_tolerance_tmr - left_limit_margin_tmr, target) + comma;
+    length +=
+        longest_in(target - sweep_tolerance_tmr, rightmost + sweep_tolerance_tmr + right_limit_margin_tmr);
+    return length + sense_and_idle_text <= longest_table_text;
 }
 
 bool table_is_stored() {
@@ -109,7 +155,7 @@ Outcome calibrate_table(const Arguments& arguments) {
     int target = 0;
     if (arguments.size() != 2 || !parse_int(arguments[1], target)) return Outcome::misused;
     if (!table_text_will_fit(target)) {
-        say("a table around TMR %d needs more than its %zu characters: refused", target, longest_table_text);
+        say("a table around TMR %d may need more than its %zu characters: refused", target, longest_table_text);
         note_request_failed();
         return Outcome::failed;
     }
@@ -149,6 +195,11 @@ Outcome run_flags(const Arguments& arguments) {
     int flags[3];
     for (std::size_t i = 0; i < 3; ++i) {
         if (!parse_int(arguments[i], flags[i])) return Outcome::misused;
+        if (flags[i] < least_flag || flags[i] > greatest_flag) {
+            say("calibration flags must lie in %d to %d", least_flag, greatest_flag);
+            note_request_failed();
+            return Outcome::failed;
+        }
     }
     write_cali_flag(flags);
     // The library only prints a failed write; reading back tells.

@@ -38,8 +38,17 @@ TEST_F(FactoryTest, CalibratesABlankUnitByOneScript) {
     }
     EXPECT_EQ(told.times_said("idle travel: done\n"), 2);
     EXPECT_TRUE(told.said("TMR sense: 1 (readings are negated)"));
-    EXPECT_TRUE(told.said("gravity offsets  12,-7,30\n"));
-    EXPECT_TRUE(told.said("lens             calibrated (1)\n"));
+    // The record is shown once more at the end.
+    const std::string::size_type shown = told.words.rfind("lens table       ");
+    ASSERT_NE(shown, 0U);
+    EXPECT_EQ(told.words.substr(shown), "lens table       " + std::string(record().c_str()) +
+                                            "\n"
+                                            "gravity offsets  12,-7,30\n"
+                                            "device serial    (erased)\n"
+                                            "board serial     (erased)\n"
+                                            "gravity sensor   calibrated (1)\n"
+                                            "ToF sensor       calibrated (1)\n"
+                                            "lens             calibrated (1)\n");
 }
 
 TEST_F(FactoryTest, TheToFOffsetCalibrationTakesTheErrorAway) {
@@ -109,10 +118,66 @@ TEST_F(FactoryTest, RejectsAFlashThatDoesNotTakeTheTable) {
 TEST_F(FactoryTest, RefusesATableThatWouldNotFitBeforeTheLensIsSwept) {
     const Told told = run("factory-reject-long-table");
     EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("a table around TMR -1504 needs more than its 149 characters: refused\n"));
+    EXPECT_TRUE(told.said("a table around TMR -1504 may need more than its 149 characters: refused\n"));
     EXPECT_TRUE(told.said(": stopped at 'calibrate table -1504'\n"));
     EXPECT_EQ(told.times_logged("manu focus targetTMR"), 0);
     expect_offsets_only(record());
+}
+
+TEST_F(FactoryTest, RejectsAToFSensorWhoseCalibrationDoesNotSucceed) {
+    const std::string scenario = folder.file("scenario.json");
+    storykit::write_file(scenario, R"({"set": {"unit.calibrated": 0, "unit.tof_host_calibration": 0,
+        "pose.distance_mm": 1000, "lens.position_steps": 20},
+        "faults": [{"operation": "call", "path": "nx_calibration_3d", "error": "EIO"}]})");
+    const Told told =
+        Story("factory/1-calibrate").scenario(scenario).with({"--flash", folder.file("flash")}).run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(told.said(
+        "the target at 1000 mm is measured at 1035 mm\n"
+        "ToF offset: failed (-1): the calibration did not succeed: is the target flat, square and at this "
+        "depth?\n"));
+    EXPECT_TRUE(told.said(":11: stopped at 'calibrate tof 1000 0'\n"));
+    EXPECT_EQ(told.times_logged("step_2: nx_calibration_3d failed!"), 1);
+    expect_offsets_only(record());
+}
+
+TEST_F(FactoryTest, RejectsABenchWithoutATarget) {
+    const Told told = Story("factory/1-calibrate").set("pose.distance_mm=5000").run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(told.said("the target at 1000 mm cannot be measured\n"));
+    EXPECT_TRUE(told.said(": stopped at 'calibrate tof 1000 0'\n"));
+}
+
+// Places of four digits and a sign are too long for the record when there are many, and how many there are
+// rests on how far a step moves the lens.
+TEST_F(FactoryTest, NoLensMakesATableThatStopsTheProcess) {
+    struct Lens {
+        int tmr_per_step;
+        int offset;
+        bool is_refused;
+    };
+    for (const Lens lens : {Lens{14, -958, true}, Lens{22, -934, true}, Lens{25, -925, true},
+                            Lens{30, -912, true}, Lens{40, -880, true}, Lens{18, -900, false}}) {
+        const std::string target = std::to_string(lens.offset - 3 * lens.tmr_per_step);
+        const Told told = Story("factory/1-calibrate")
+                              .set("tmr.sense=1")
+                              .set("tmr.slope_per_step=" + std::to_string(lens.tmr_per_step))
+                              .set("tmr.offset=" + std::to_string(lens.offset))
+                              .commands({"init", "calibrate direction", "calibrate table " + target})
+                              .run();
+        EXPECT_EQ(told.said("characters: refused\n"), lens.is_refused) << lens.tmr_per_step;
+        EXPECT_EQ(told.exit_code, lens.is_refused ? 1 : 0) << told.words << told.complaints;
+    }
+}
+
+TEST_F(FactoryTest, RefusesFlagsThatTheRecordCannotHold) {
+    for (const char* flags : {"flags 1 1 5", "flags -1 1 1", "flags 1 12 1"}) {
+        const Told told =
+            Story("factory/1-calibrate").with({"--flash", folder.file("flash")}).commands({flags}).run();
+        EXPECT_EQ(told.words, "calibration flags must lie in 0 to 4\n") << flags;
+        EXPECT_EQ(told.exit_code, 1) << flags;
+        EXPECT_EQ(record(), "") << flags;  // never written
+    }
 }
 
 }  // namespace

@@ -113,6 +113,7 @@ Outcome run_offset(const Arguments& arguments) {
     int direction = 0;
     int step = 0;
     if (!parse_int(arguments[0], direction) || !parse_int(arguments[1], step)) return Outcome::misused;
+    if (direction != 0 && direction != 1) return Outcome::misused;
     set_keystone_offset_api(direction, step);
     say("keystone moved one step of %d pixels in direction %d", step, direction);
     return Outcome::done;

@@ -26,6 +26,7 @@ bool begins_with(std::string_view text, std::string_view start) {
 Answer OpenFile::read(void* /*buffer*/, std::size_t /*count*/) { return Answer::error(EINVAL); }
 Answer OpenFile::write(const void* /*buffer*/, std::size_t /*count*/) { return Answer::error(EINVAL); }
 Answer OpenFile::request(std::uint32_t /*number*/, void* /*argument*/) { return Answer::error(ENOTTY); }
+std::size_t OpenFile::request_size(std::uint32_t /*number*/) const { return 0; }
 Answer OpenFile::close() { return Answer::done(0); }
 
 void DeviceTable::add(const std::string& path, std::shared_ptr<Device> device) {

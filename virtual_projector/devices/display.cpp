@@ -74,6 +74,12 @@ public:
         });
     }
 
+    std::size_t request_size(std::uint32_t number) const override {
+        if (number == get_screen) return sizeof(Screen);
+        if (number == set_widths) return sizeof(Widths);
+        return number == transform_rectangle ? sizeof(Transform) : 0;
+    }
+
 private:
     static Answer screen(void* argument) {
         auto record = fetch<Screen>(argument);

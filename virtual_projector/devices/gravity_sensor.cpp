@@ -57,6 +57,10 @@ public:
         });
     }
 
+    std::size_t request_size(std::uint32_t number) const override {
+        return number == set_calibration || number == get_sample ? sizeof(Axes) : 0;
+    }
+
 private:
     Answer calibrate(const void* argument) {
         const auto offsets = fetch<Axes>(argument);

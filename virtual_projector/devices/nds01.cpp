@@ -40,6 +40,12 @@ public:
         return board_.with_world([&](World& world) { return next_frame(world, argument); });
     }
 
+    std::size_t request_size(std::uint32_t number) const override {
+        if (number != get_frame) return 0;
+        return board_.with_world(
+            [this](World&) { return zone_count(static_cast<int>(chip_->point_mode)) * sizeof(ZoneRecord); });
+    }
+
 private:
     Answer next_frame(const World& world, void* argument) {
         if (!chip_->is_ranging()) return Answer::error(EAGAIN);

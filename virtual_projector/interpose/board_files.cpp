@@ -192,7 +192,8 @@ long BoardFiles::request_with(const FaultEffect& effect, const Entry& entry, std
     if (effect.error_number != 0) return -effect.error_number;
     if (effect.short_count >= 0) return effect.short_count;
     if (effect.garbage) {
-        std::memcpy(argument, effect.garbage->data(), effect.garbage->size());
+        deliver(*effect.garbage, static_cast<char*>(argument),
+                argument == nullptr ? 0 : entry.file->request_size(number));
         return 0;
     }
     if (effect.stale) return 0;

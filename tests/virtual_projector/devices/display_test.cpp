@@ -72,6 +72,13 @@ TEST_F(DisplayTest, RefusesOtherRequestsAndNoMemory) {
     EXPECT_EQ(open(path)->request(set_widths, nullptr).result, -EFAULT);
 }
 
+TEST_F(DisplayTest, KnowsHowMuchItsRequestsCarry) {
+    EXPECT_EQ(open(path)->request_size(get_screen), 12U);
+    EXPECT_EQ(open(path)->request_size(set_widths), 28U);
+    EXPECT_EQ(open(path)->request_size(transform), 20U);
+    EXPECT_EQ(open(path)->request_size(0x4004A203), 0U);
+}
+
 TEST_F(DisplayTest, TheFrameBufferIsThereAndDoesNothing) {
     EXPECT_EQ(open("/dev/fb0")->request(set_widths, nullptr).result, -ENOTTY);
     EXPECT_EQ(open("/dev/fb0")->close().result, 0);

@@ -27,6 +27,12 @@ TEST_F(GravitySensorTest, ReadsItsOwnOffsetsUntilItIsCalibrated) {
     EXPECT_EQ(sample(*open(path)), (Axes{0, 0, 1000}));
 }
 
+TEST_F(GravitySensorTest, KnowsHowMuchItsRequestsCarry) {
+    EXPECT_EQ(open(path)->request_size(get_sample), sizeof(Axes));
+    EXPECT_EQ(open(path)->request_size(set_calibration), sizeof(Axes));
+    EXPECT_EQ(open(path)->request_size(get_sample + 1), 0U);
+}
+
 TEST_F(GravitySensorTest, ReadsThePose) {
     without_noise();
     calibrate({12, -7, 30});

@@ -79,6 +79,13 @@ TEST_F(Nds01Test, FillsFourZonesAndEightInPointModeOne) {
     EXPECT_EQ(zones[7].rest, 0u);
 }
 
+TEST_F(Nds01Test, KnowsHowMuchAFrameCarries) {
+    EXPECT_EQ(open(device)->request_size(get_frame), 4 * sizeof(Zone));
+    start(1);
+    EXPECT_EQ(open(device)->request_size(get_frame), 8 * sizeof(Zone));
+    EXPECT_EQ(open(device)->request_size(0x4004A109), 0U);
+}
+
 TEST_F(Nds01Test, LetsTheCallerWaitForAFrameItHasNotHad) {
     start();
     const auto file = open(device);

@@ -310,6 +310,19 @@ TEST_F(BoardFiles, RequestsMayBeFilledWithGarbageOrLeftAsTheyWere) {
     ::close(fd);
 }
 
+TEST_F(BoardFiles, GarbageInARequestIsCutToItsArgument) {
+    vp::FaultEffect garbage;
+    garbage.garbage = std::string(4000, 'A');
+    fail("ioctl", garbage);
+    const int fd = open_for_both();
+    std::uint32_t values[2] = {5, 6};
+    EXPECT_EQ(::ioctl(fd, 1, values), 0);
+    EXPECT_EQ(values[0], 0x41414141U);
+    EXPECT_EQ(values[1], 6U);
+    EXPECT_EQ(::ioctl(fd, 1, nullptr), 0);
+    ::close(fd);
+}
+
 TEST_F(BoardFiles, ADelayComesBeforeTheCall) {
     vp::FaultEffect slow;
     slow.delay_us = 700;

@@ -54,6 +54,7 @@ public:
         *static_cast<std::uint32_t*>(argument) = number;
         return vp::Answer::done(0);
     }
+    std::size_t request_size(std::uint32_t /*number*/) const override { return sizeof(std::uint32_t); }
     vp::Answer close() override {
         ++node_.closes;
         return node_.close_error == 0 ? vp::Answer::done(0) : vp::Answer::error(node_.close_error);

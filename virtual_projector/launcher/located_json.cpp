@@ -1,6 +1,7 @@
 #include "virtual_projector/launcher/located_json.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <sstream>
 
 namespace vp {
@@ -8,13 +9,15 @@ namespace {
 
 constexpr std::size_t longest_excerpt = 40;
 
+// Of UTF-8: the bytes behind a character's first one.
+bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
 std::string excerpt(const nlohmann::ordered_json& value) {
-    std::string text = value.dump();
-    if (text.size() > longest_excerpt) {
-        text.resize(longest_excerpt);
-        text += "...";
-    }
-    return text;
+    const std::string text = value.dump();
+    if (text.size() <= longest_excerpt) return text;
+    std::size_t end = longest_excerpt;
+    while (continues_character(text[end])) --end;
+    return text.substr(0, end) + "...";
 }
 
 std::string join(std::initializer_list<std::string_view> names) {
@@ -23,9 +26,11 @@ std::string join(std::initializer_list<std::string_view> names) {
     return text;
 }
 
-std::string range_text(const char* kind, double least, double most) {
+// Bounds are shown in full.
+std::string number_text(double number) {
+    constexpr int digits = 10;
     std::ostringstream text;
-    text << kind << " from " << least << " to " << most;
+    text << std::setprecision(digits) << number;
     return text.str();
 }
 
@@ -71,14 +76,14 @@ std::vector<LocatedJson> LocatedJson::elements() const {
 
 double LocatedJson::number(double least, double most) const {
     const bool fits = value_.is_number() && value_.get<double>() >= least && value_.get<double>() <= most;
-    if (!fits) fail(range_text("a number", least, most));
+    if (!fits) fail("a number from " + number_text(least) + " to " + number_text(most));
     return value_.get<double>();
 }
 
 std::int64_t LocatedJson::whole_number(std::int64_t least, std::int64_t most) const {
     const bool fits =
         value_.is_number_integer() && value_.get<std::int64_t>() >= least && value_.get<std::int64_t>() <= most;
-    if (!fits) fail(range_text("a whole number", static_cast<double>(least), static_cast<double>(most)));
+    if (!fits) fail("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     return value_.get<std::int64_t>();
 }
 

@@ -1,6 +1,5 @@
 #include "virtual_projector/launcher/scenario.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -8,6 +7,7 @@
 #include <limits>
 
 #include "virtual_projector/launcher/located_json.h"
+#include "virtual_projector/launcher/strict_json.h"
 #include "virtual_projector/world/parameters.h"
 
 namespace vp {
@@ -39,8 +39,7 @@ Microseconds read_seconds(const LocatedJson& json) { return microseconds(json.nu
 
 void read_parameter(const std::string& name, const LocatedJson& json, ParameterValues& values) {
     const Parameter* const parameter = find_parameter(name);
-    if (parameter == nullptr)
-        throw LocatedError(json.place() + ": there is no parameter of this name; --help lists them");
+    if (parameter == nullptr) throw LocatedError(json.place() + ": " + unknown_parameter(name));
     const double value = json.number(parameter->least, parameter->most);
     if (parameter->whole && value != static_cast<double>(static_cast<std::int64_t>(value))) {
         json.fail("a whole number");
@@ -154,6 +153,7 @@ Action read_action(const LocatedJson& json) {
     }
     if (!json.has("clear_faults")) json.fail("an event with set, gesture, block, key, fault or clear_faults");
     json.allow_members({"at_s", "what", "clear_faults"});
+    if (!json.member("clear_faults").boolean()) json.member("clear_faults").fail("true");
     return ClearFaults{};
 }
 
@@ -186,9 +186,15 @@ Scenario read_document(const LocatedJson& json) {
     return scenario;
 }
 
-std::string line_of(const std::string& text, std::size_t byte) {
-    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
-    return std::to_string(1 + std::count(text.begin(), end, '\n'));
+// A folder can be opened; only reading tells.
+std::string contents_of(const std::string& path) {
+    try {
+        std::ifstream file(path);
+        if (file) return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    } catch (const std::ios_base::failure&) {
+        // errno tells why, as it does of a file that cannot be opened.
+    }
+    throw LocatedError(path + ": $: expected a readable scenario file, found: " + std::strerror(errno));
 }
 
 }  // namespace
@@ -215,21 +221,10 @@ function; * at its end for all that begin so), "nth" and "probability", and does
 }
 
 Scenario parse_scenario(const std::string& text, const std::string& name) {
-    nlohmann::ordered_json document;
-    try {
-        document = nlohmann::ordered_json::parse(text);
-    } catch (const nlohmann::json::parse_error& error) {
-        throw LocatedError(name + ": $: expected JSON, found a mistake in line " + line_of(text, error.byte));
-    }
+    const nlohmann::ordered_json document = parse_strictly(text, name);
     return read_document(LocatedJson(document, name + ": $"));
 }
 
-Scenario read_scenario(const std::string& path) {
-    std::ifstream file(path);
-    if (!file)
-        throw LocatedError(path + ": $: expected a readable scenario file, found: " + std::strerror(errno));
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    return parse_scenario(text, path);
-}
+Scenario read_scenario(const std::string& path) { return parse_scenario(contents_of(path), path); }
 
 }  // namespace vp

@@ -167,19 +167,6 @@ std::string range_text(const Parameter& parameter) {
     return text;
 }
 
-std::string unknown_text(std::string_view name) {
-    std::string text = "unknown parameter '" + std::string(name) + "'";
-    const std::size_t dot = name.find('.');
-    std::string known;
-    for (const Parameter& parameter : table) {
-        const bool same_area =
-            dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
-        if (same_area) known += (known.empty() ? "" : ", ") + std::string(parameter.name);
-    }
-    return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
-                         : text + "; there are " + known;
-}
-
 bool in_range(const Parameter& parameter, double value) {
     return value >= parameter.least && value <= parameter.most &&
            (!parameter.whole || value == std::floor(value));
@@ -198,6 +185,19 @@ double Parameter::get(const Settings& settings) const {
 
 const std::vector<Parameter>& parameters() { return table; }
 
+std::string unknown_parameter(std::string_view name) {
+    std::string text = "unknown parameter '" + std::string(name) + "'";
+    const std::size_t dot = name.find('.');
+    std::string known;
+    for (const Parameter& parameter : table) {
+        const bool same_area =
+            dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
+        if (same_area) known += (known.empty() ? "" : ", ") + std::string(parameter.name);
+    }
+    return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
+                         : text + "; there are " + known;
+}
+
 const Parameter* find_parameter(std::string_view name) {
     for (const Parameter& parameter : table) {
         if (parameter.name == name) return &parameter;
@@ -213,7 +213,7 @@ Settings standard_settings() {
 
 std::string set_parameter(Settings& settings, std::string_view name, double value) {
     const Parameter* parameter = find_parameter(name);
-    if (parameter == nullptr) return unknown_text(name);
+    if (parameter == nullptr) return unknown_parameter(name);
     if (!in_range(*parameter, value)) return out_of_range_text(*parameter, number_text(value));
     parameter->field(settings) = value;
     return {};
@@ -221,7 +221,7 @@ std::string set_parameter(Settings& settings, std::string_view name, double valu
 
 std::string parse_parameter_value(std::string_view name, std::string_view text, double& value) {
     const Parameter* parameter = find_parameter(name);
-    if (parameter == nullptr) return unknown_text(name);
+    if (parameter == nullptr) return unknown_parameter(name);
     const std::string copy(text);
     char* end = nullptr;
     if (copy == "true" || copy == "false") {

@@ -31,6 +31,9 @@ const std::vector<Parameter>& parameters();
 /// Null when there is none of this name.
 const Parameter* find_parameter(std::string_view name);
 
+/// What to say of a name that there is not: the names that come near.
+std::string unknown_parameter(std::string_view name);
+
 /// Every parameter at its default.
 Settings standard_settings();
 

@@ -148,9 +148,9 @@ TEST(AMistakeInAScenario, IsAMemberThatItDoesNotHave) {
 TEST(AMistakeInAScenario, IsAValueOfTheWrongKind) {
     EXPECT_EQ(mistake_in(R"({"story": 1})"), "file: $.story: expected a text, found 1");
     EXPECT_EQ(mistake_in(R"({"seed": 1.5})"),
-              "file: $.seed: expected a whole number from 0 to 9.22337e+18, found 1.5");
+              "file: $.seed: expected a whole number from 0 to 9223372036854775807, found 1.5");
     EXPECT_EQ(mistake_in(R"({"unit_seed": -1})"),
-              "file: $.unit_seed: expected a whole number from 0 to 9.22337e+18, found -1");
+              "file: $.unit_seed: expected a whole number from 0 to 9223372036854775807, found -1");
     EXPECT_EQ(mistake_in(R"({"set": []})"), "file: $.set: expected an object, found []");
     EXPECT_EQ(mistake_in(R"({"events": {}})"), "file: $.events: expected a list, found {}");
     EXPECT_EQ(mistake_in(R"({"faults": 1})"), "file: $.faults: expected a list, found 1");
@@ -161,9 +161,50 @@ TEST(AMistakeInAScenario, ShowsOnlyTheBeginningOfALongValue) {
     EXPECT_EQ(mistake, "file: $.events: expected a list, found \"" + std::string(39, 'x') + "...");
 }
 
+TEST(AMistakeInAScenario, IsShownInWholeCharacters) {
+    const std::string umlaut = "\xC3\xA4";
+    std::string many;
+    for (int i = 0; i < 30; ++i) many += umlaut;
+    const std::string mistake = mistake_in(R"({"events": ")" + many + R"("})");
+    EXPECT_EQ(mistake, "file: $.events: expected a list, found \"" + many.substr(0, 38) + "...");
+}
+
+TEST(AMistakeInAScenario, IsAMemberThatStandsTwice) {
+    EXPECT_EQ(mistake_in(R"({"seed": 1, "seed": 2})"), "file: $.seed: expected once, found again");
+    EXPECT_EQ(mistake_in(R"({"set": {"lens.stuck": 0, "lens.slip": 0, "lens.stuck": 1}})"),
+              "file: $.set[\"lens.stuck\"]: expected once, found again");
+    EXPECT_EQ(mistake_in(R"({"events": [{"at_s": 1, "key": 1}, {"at_s": 2, "set": {}, "at_s": 3}]})"),
+              "file: $.events[1].at_s: expected once, found again");
+    EXPECT_EQ(mistake_in(R"({"faults": [[{}], {"path": "", "path": ""}]})"),
+              "file: $.faults[1].path: expected once, found again");
+}
+
+TEST(AMistakeInAScenario, IsANumberThatIsTooLarge) {
+    EXPECT_EQ(mistake_in(R"({"seed": 1e400})"),
+              "file: $.seed: expected a number that can be stored, found one that is too large");
+    EXPECT_EQ(mistake_in(R"({"events": [{"at_s": 1, "set": {"pose.pitch_deg": -1e999}}]})"),
+              "file: $.events[0].set[\"pose.pitch_deg\"]: expected a number that can be stored, found one that "
+              "is too large");
+    EXPECT_EQ(mistake_in("1e400"),
+              "file: $: expected a number that can be stored, found one that is too large");
+    EXPECT_EQ(mistake_in("[[], 1e400]"),
+              "file: $[1]: expected a number that can be stored, found one that is too large");
+}
+
+TEST(AMistakeInAScenario, IsADepthThatNothingNeeds) {
+    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_EQ(mistake_in(deep), "file: $: expected at most 32 levels");
+    EXPECT_EQ(mistake_in(R"({"seed": )" + deep + "}"), "file: $: expected at most 32 levels");
+    const std::string flat = std::string(31, '[') + std::string(31, ']');
+    EXPECT_EQ(mistake_in(R"({"seed": )" + flat + "}"),
+              "file: $.seed: expected a whole number from 0 to 9223372036854775807, found " +
+                  std::string(31, '[') + std::string(9, ']') + "...");
+}
+
 TEST(AMistakeInAScenario, IsAParameterThatThereIsNot) {
     EXPECT_EQ(mistake_in(R"({"set": {"pose.height": 1}})"),
-              "file: $.set[\"pose.height\"]: there is no parameter of this name; --help lists them");
+              "file: $.set[\"pose.height\"]: unknown parameter 'pose.height'; there are pose.distance_mm, "
+              "pose.pitch_deg, pose.yaw_deg, pose.roll_deg, pose.mounting");
 }
 
 TEST(AMistakeInAScenario, IsAParameterOutOfItsRange) {
@@ -210,7 +251,8 @@ TEST(AMistakeInAScenarioEvent, IsAGestureThatNobodyMakes) {
               "file: $.events[0].gesture: expected one of pick_up, carry, set_down, tilt, shake, slow_shake, "
               "turn_over, hang, found \"throw\"");
     EXPECT_EQ(mistake_in_event(R"("gesture": "carry", "to": {"height_mm": 1})"),
-              "file: $.events[0].to[\"height_mm\"]: there is no parameter of this name; --help lists them");
+              "file: $.events[0].to[\"height_mm\"]: unknown parameter 'pose.height_mm'; there are "
+              "pose.distance_mm, pose.pitch_deg, pose.yaw_deg, pose.roll_deg, pose.mounting");
     EXPECT_EQ(mistake_in_event(R"("gesture": "carry", "for_s": "long")"),
               "file: $.events[0].for_s: expected a number from 0 to 864000, found \"long\"");
 }
@@ -225,6 +267,13 @@ TEST(AMistakeInAScenarioEvent, IsAZoneThatThereIsNotOrAnObstacleNowhere) {
     EXPECT_EQ(mistake_in_event(R"("block": ["tr"])"),
               "file: $.events[0]: expected an object with \"distance_mm\", found "
               "{\"at_s\":1,\"block\":[\"tr\"]}");
+}
+
+TEST(AMistakeInAScenarioEvent, IsAnEndOfFaultsThatIsNone) {
+    EXPECT_EQ(mistake_in_event(R"("clear_faults": false)"),
+              "file: $.events[0].clear_faults: expected true, found false");
+    EXPECT_EQ(mistake_in_event(R"("clear_faults": 1)"),
+              "file: $.events[0].clear_faults: expected true or false, found 1");
 }
 
 TEST(AMistakeInAScenarioEvent, IsAKeyThatNoKeyboardHas) {
@@ -251,14 +300,14 @@ TEST(AMistakeInAScenarioFault, IsAnOperationOrAnErrorThatThereIsNot) {
 
 TEST(AMistakeInAScenarioFault, IsANumberOutOfItsRange) {
     EXPECT_EQ(mistake_in_fault(R"("nth": -1, "error": "EIO")"),
-              "file: $.faults[0].nth: expected a whole number from 0 to 1e+06, found -1");
+              "file: $.faults[0].nth: expected a whole number from 0 to 1000000, found -1");
     EXPECT_EQ(mistake_in_fault(R"("probability": 2, "error": "EIO")"),
               "file: $.faults[0].probability: expected a number from 0 to 1, found 2");
     EXPECT_EQ(mistake_in_fault(R"("short_count": -2)"),
               "file: $.faults[0].short_count: expected a whole number from 0 to 4096, found -2");
     EXPECT_EQ(mistake_in_fault(R"("stale": 1)"), "file: $.faults[0].stale: expected true or false, found 1");
     EXPECT_EQ(mistake_in_fault(R"("delay_ms": "a while")"),
-              "file: $.faults[0].delay_ms: expected a number from 0 to 1e+06, found \"a while\"");
+              "file: $.faults[0].delay_ms: expected a number from 0 to 1000000, found \"a while\"");
 }
 
 TEST(AScenarioFile, ThatCannotBeReadIsNamed) {
@@ -269,6 +318,15 @@ TEST(AScenarioFile, ThatCannotBeReadIsNamed) {
         EXPECT_STREQ(
             error.what(),
             "/nowhere/story.json: $: expected a readable scenario file, found: No such file or directory");
+    }
+}
+
+TEST(AScenarioFile, ThatIsAFolderIsNamed) {
+    try {
+        vp::read_scenario("/");
+        FAIL();
+    } catch (const vp::LocatedError& error) {
+        EXPECT_STREQ(error.what(), "/: $: expected a readable scenario file, found: Is a directory");
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -48,9 +49,13 @@ public:
     }
 };
 
+// As a scenario's seed.
 std::string is_seed(const std::string& text) {
+    constexpr long long most = std::numeric_limits<std::int64_t>::max();
     const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    return digits && text.size() <= 19 ? "" : "expected a whole number of at least 0, found '" + text + "'";
+    errno = 0;
+    const bool good = digits && std::strtoll(text.c_str(), nullptr, 10) <= most && errno == 0;
+    return good ? "" : "expected a whole number from 0 to " + std::to_string(most) + ", found '" + text + "'";
 }
 
 std::string is_probability(const std::string& text) {
@@ -145,6 +150,9 @@ std::string check_memory(const std::string& path, std::uintmax_t size) {
     const bool there = access(path.c_str(), F_OK) == 0;
     if (access(there ? path.c_str() : folder.c_str(), W_OK) != 0)
         return "--flash " + path + ": cannot write it: " + std::strerror(errno);
+    if (there && !std::filesystem::is_regular_file(path))
+        return "--flash " + path + ": expected a file of " + std::to_string(size) +
+               " bytes, found something else";
     if (there && std::filesystem::file_size(path) != size)
         return "--flash " + path + ": expected a file of " + std::to_string(size) + " bytes, found " +
                std::to_string(std::filesystem::file_size(path));

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "virtual_projector/launcher/executable.h"
+
 namespace vp {
 namespace {
 
@@ -60,6 +62,11 @@ std::vector<std::string> words_to_run(const Program& program, const std::string&
     return words;
 }
 
+[[noreturn]] void cannot_run(const std::string& program, const std::string& why) {
+    std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", program.c_str(), why.c_str());
+    _exit(cannot_start);
+}
+
 [[noreturn]] void become(const Program& program, const RunOptions& options, const std::string& preload) {
     accept_sanitizer_behind_preload();
     setenv(run_options_variable, to_text(options).c_str(), 1);
@@ -69,12 +76,14 @@ std::vector<std::string> words_to_run(const Program& program, const std::string&
     for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     // What an emulator says of a program that is not there is its own.
-    if (program.emulator.empty() || access(program.command[0].c_str(), X_OK) == 0) {
-        execvp(arguments[0], arguments.data());
-    }
-    std::fprintf(stderr, "virtual-projector: cannot run %s: %s\n", program.command[0].c_str(),
-                 std::strerror(errno));
-    _exit(cannot_start);
+    const std::string& command = program.command[0];
+    if (!program.emulator.empty() && access(command.c_str(), X_OK) != 0)
+        cannot_run(command, std::strerror(errno));
+    // It would run, and meet the PC in place of the board.
+    if (is_statically_linked(file_of_command(command)))
+        cannot_run(command, "it is statically linked; expected a program that loads its libraries");
+    execvp(arguments[0], arguments.data());
+    cannot_run(words[0], std::strerror(errno));
 }
 
 int exit_code_of(int status) {

@@ -1,8 +1,11 @@
 // The virtual-projector command as its user meets it.
+#include <elf.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -29,6 +32,22 @@ void expect_mistake(const std::vector<std::string>& options, const std::string& 
     EXPECT_EQ(finished.exit_code, 2);
 }
 
+// The beginning of a program at a fixed place, with one segment.
+template <typename Header, typename Segment>
+std::string program_file(unsigned char file_class, unsigned segment_type) {
+    Header header{};
+    std::memcpy(header.e_ident, ELFMAG, SELFMAG);
+    header.e_ident[EI_CLASS] = file_class;
+    header.e_ident[EI_DATA] = ELFDATA2LSB;
+    header.e_type = ET_EXEC;
+    header.e_phoff = sizeof header;
+    header.e_phnum = 1;
+    Segment segment{};
+    segment.p_type = segment_type;
+    return std::string(reinterpret_cast<const char*>(&header), sizeof header) +
+           std::string(reinterpret_cast<const char*>(&segment), sizeof segment);
+}
+
 // --- What ends the command -----------------------------------------------------------------------------
 
 TEST(VirtualProjectorCommand, ReturnsTheProgramsExitCode) {
@@ -47,6 +66,36 @@ TEST(VirtualProjectorCommand, SaysWhenAProgramCannotBeRun) {
     EXPECT_EQ(finished.complaints,
               "virtual-projector: cannot run /nowhere/program: No such file or directory\n");
     EXPECT_EQ(finished.exit_code, 127);
+}
+
+// It would run, and meet the plain PC in silence.
+TEST(VirtualProjectorCommand, DoesNotRunAProgramThatItCannotBeLoadedInto) {
+    const ScratchFolder folder;
+    const std::string program = folder.file("program");
+    for (const std::string& contents : {program_file<Elf64_Ehdr, Elf64_Phdr>(ELFCLASS64, PT_LOAD),
+                                        program_file<Elf32_Ehdr, Elf32_Phdr>(ELFCLASS32, PT_LOAD)}) {
+        write_file(program, contents);
+        chmod(program.c_str(), 0700);
+        const Finished finished = launch({launcher, "--", program});
+        EXPECT_EQ(finished.complaints,
+                  "virtual-projector: cannot run " + program +
+                      ": it is statically linked; expected a program that loads its libraries\n");
+        EXPECT_EQ(finished.exit_code, 127);
+    }
+}
+
+TEST(VirtualProjectorCommand, LeavesItToTheSystemToRefuseAnyOtherFile) {
+    const ScratchFolder folder;
+    const std::string program = folder.file("program");
+    for (const std::string& contents : {program_file<Elf64_Ehdr, Elf64_Phdr>(ELFCLASS64, PT_INTERP),
+                                        program_file<Elf32_Ehdr, Elf32_Phdr>(ELFCLASS32, PT_INTERP),
+                                        std::string(ELFMAG), std::string("#!/nowhere/shell\n")}) {
+        write_file(program, contents);
+        chmod(program.c_str(), 0700);
+        const Finished finished = launch({launcher, "--", program});
+        EXPECT_EQ(finished.complaints.find("statically linked"), std::string::npos) << finished.complaints;
+        EXPECT_NE(finished.exit_code, 0);
+    }
 }
 
 TEST(VirtualProjectorCommand, EndsWithATableWhenNoThreadCanGoOn) {
@@ -133,11 +182,13 @@ TEST(VirtualProjectorCommand, RefusesOptionsThatItDoesNotHave) {
 }
 
 TEST(VirtualProjectorCommand, RefusesASeedThatIsNoWholeNumber) {
-    for (const std::string seed : {"abc", "-1", "1.5", "12345678901234567890"}) {
-        expect_mistake({"--seed", seed},
-                       "--seed: expected a whole number of at least 0, found '" + seed + "' (see --help)");
+    for (const std::string seed : {"abc", "-1", "1.5", "", " 1", "0x1", "9223372036854775808"}) {
+        expect_mistake(
+            {"--seed", seed},
+            "--seed: expected a whole number from 0 to 9223372036854775807, found '" + seed + "' (see --help)");
     }
     expect_mistake({"--seed"}, "--seed: 1 required N missing (see --help)");
+    EXPECT_EQ(launch_projector({"--seed", "9223372036854775807"}, {odd_program, "exit", "4"}).exit_code, 4);
 }
 
 TEST(VirtualProjectorCommand, RefusesAProbabilityOutOfItsRange) {
@@ -193,6 +244,8 @@ TEST(VirtualProjectorCommand, RefusesAFlashFileThatIsNone) {
     const std::string flash = folder.file("flash");
     write_file(flash, "short");
     expect_mistake({"--flash", flash}, "--flash " + flash + ": expected a file of 227 bytes, found 5");
+    expect_mistake({"--flash", "/dev/null"},
+                   "--flash /dev/null: expected a file of 227 bytes, found something else");
     write_file(flash, std::string(227, '\xff'));
     write_file(flash + ".tof", "short");
     expect_mistake({"--flash", flash}, "--flash " + flash + ".tof: expected a file of 4096 bytes, found 5");

@@ -47,4 +47,12 @@ TEST_F(AnEmulator, IsNotStartedForAProgramThatIsNotThere) {
     EXPECT_EQ(finished.exit_code, 127);
 }
 
+TEST_F(AnEmulator, ThatIsNotThereIsNamed) {
+    const Finished finished =
+        launch({launcher, "--emulator", "/nowhere/emulator", "--", odd_program, "exit", "0"});
+    EXPECT_EQ(finished.complaints,
+              "virtual-projector: cannot run /nowhere/emulator: No such file or directory\n");
+    EXPECT_EQ(finished.exit_code, 127);
+}
+
 }  // namespace

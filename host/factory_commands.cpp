@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include "host/commands.h"
@@ -142,6 +143,11 @@ bool table_text_will_fit(std::int64_t target) {
     return length + sense_and_idle_text <= longest_table_text;
 }
 
+bool rises(const int (&measured)[sweep_points]) {
+    return std::adjacent_find(measured, measured + sweep_points, std::greater_equal<>()) ==
+           measured + sweep_points;
+}
+
 bool table_is_stored() {
     std::string text;
     for (const std::int32_t& number : listFlash)
@@ -164,6 +170,12 @@ Outcome calibrate_table(const Arguments& arguments) {
     if (result != 0) return verdict("lens table", false, result, "the lens did not go where it should");
     say("lens table: TMR %d (far) to %d (near), limits %d and %d, idle %d and %d", measured[0],
         measured[sweep_points - 1], peek(g_limitLeft), peek(g_limitRight), peek(leftIdle), peek(rightIdle));
+    if (!rises(measured)) {
+        return verdict(
+            "lens table", false, -1,
+            "the positions do not rise from step to step: the lens sticks or jumps, or its sensor is "
+            "disturbed");
+    }
     // The library only prints a failed write; reading back tells.
     return verdict("lens table", table_is_stored(), -1, no_record);
 }

@@ -170,6 +170,20 @@ TEST_F(FactoryTest, NoLensMakesATableThatStopsTheProcess) {
     }
 }
 
+TEST_F(FactoryTest, RejectsATableThatDoesNotRise) {
+    const Told told = Story("factory/1-calibrate")
+                          .set("tmr.sense=1")
+                          .set("tmr.noise_sigma=60")
+                          .commands({"calibrate table -48", "flags 1 1 1"})
+                          .run();
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_TRUE(
+        told.said("lens table: failed (-1): the positions do not rise from step to step: the lens sticks or "
+                  "jumps, or its sensor is disturbed\n"))
+        << told.words;
+    EXPECT_FALSE(told.said("calibration flags"));
+}
+
 TEST_F(FactoryTest, RefusesFlagsThatTheRecordCannotHold) {
     for (const char* flags : {"flags 1 1 5", "flags -1 1 1", "flags 1 12 1"}) {
         const Told told =

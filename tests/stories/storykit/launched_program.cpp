@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -65,17 +64,6 @@ Finished finish(const std::vector<std::string>& command, const std::string& inpu
 const char* const launcher = STORYKIT_LAUNCHER;
 const char* const host_program = STORYKIT_HOST;
 const char* const odd_program = STORYKIT_ODD_PROGRAM;
-
-ScratchFolder::ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "story-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for the test's files");
-    path_ = name;
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 std::string contents_of(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

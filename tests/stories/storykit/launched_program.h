@@ -5,20 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_folder.h"
+
 namespace storykit {
 
-/// A folder of its own, removed with everything in it at the end.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
+using testkit::ScratchFolder;
 
 std::string contents_of(const std::string& path);  // empty when it cannot be read
 void write_file(const std::string& path, const std::string& contents);

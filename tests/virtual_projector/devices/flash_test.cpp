@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/devices/board_fixture.h"
 #include "virtual_projector/world/unit_record.h"
 
@@ -22,10 +23,8 @@ struct FlashTest : BoardTest {
 };
 
 struct TemporaryFile {
-    std::string name =
-        ::testing::TempDir() + "vp_" + ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    TemporaryFile() { std::remove(name.c_str()); }
-    ~TemporaryFile() { std::remove(name.c_str()); }
+    const testkit::ScratchFolder folder;
+    const std::string name = folder.file("flash");
 };
 
 TEST_F(FlashTest, HoldsTheRecordOfTheFactory) { EXPECT_EQ(content(), factory_record(world.settings())); }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/interpose/machine_fixture.h"
 
 // What programs built with buffer checks call in place of open and read.
@@ -163,7 +164,8 @@ TEST_F(BoardFiles, ADeviceMayWaitForAnEvent) {
 // ---------------------------------------------------------------------------
 
 TEST_F(BoardFiles, OrdinaryFilesPassThrough) {
-    const std::string path = ::testing::TempDir() + "board_files_test.txt";
+    const testkit::ScratchFolder folder;
+    const std::string path = folder.file("plain.txt");
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
     ASSERT_GE(fd, 0);
     EXPECT_EQ(::write(fd, "plain", 5), 5);
@@ -172,7 +174,6 @@ TEST_F(BoardFiles, OrdinaryFilesPassThrough) {
     EXPECT_EQ(::read(fd, buffer, sizeof buffer), 5);
     EXPECT_STREQ(buffer, "plain");
     EXPECT_EQ(::close(fd), 0);
-    std::remove(path.c_str());
     EXPECT_EQ(sink.lines, Lines{});
 }
 

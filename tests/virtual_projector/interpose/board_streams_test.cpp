@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/interpose/machine_fixture.h"
 
 namespace {
@@ -107,7 +108,8 @@ TEST_F(BoardStreams, AShortWriteIsSeen) {
 }
 
 TEST_F(BoardStreams, OrdinaryFilesPassThrough) {
-    const std::string path = ::testing::TempDir() + "board_streams_test.txt";
+    const testkit::ScratchFolder folder;
+    const std::string path = folder.file("plain.txt");
     FILE* stream = std::fopen(path.c_str(), "w");
     ASSERT_NE(stream, nullptr);
     std::fputs("plain", stream);

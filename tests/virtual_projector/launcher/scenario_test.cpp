@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
 #include "virtual_projector/launcher/located_json.h"
 
 namespace {
@@ -331,10 +332,10 @@ TEST(AScenarioFile, ThatIsAFolderIsNamed) {
 }
 
 TEST(AScenarioFile, IsReadFromItsPath) {
-    const std::string path = ::testing::TempDir() + "scenario_test.json";
+    const testkit::ScratchFolder folder;
+    const std::string path = folder.file("story.json");
     std::ofstream(path) << R"({"story": "From a file."})";
     EXPECT_EQ(vp::read_scenario(path).story, "From a file.");
-    std::remove(path.c_str());
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_folder.h"
+
 namespace {
 
 std::string tell(const std::string& line) { return vp::LogTeller().tell(line); }
@@ -108,13 +110,13 @@ TEST(TheTarget, OfManualFocusIsCheckedAtItsEndToo) {
 }
 
 TEST(ALogFile, IsToldInItsOrderWithoutRepetitionsAndItsToastsAreCounted) {
-    const std::string path = ::testing::TempDir() + "library_log_test.log";
+    const testkit::ScratchFolder folder;
+    const std::string path = folder.file("log");
     std::ofstream(path) << "[ovra_focus]  avgDist = 10\n\n[ovra_focus]  avgDist = 10\nnothing\n"
                            "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"
                            "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"
                            "[ovra_focus]  lv_refresh_callback.call back refresh ui\n";
     const vp::LibraryLog log = vp::read_library_log(path);
-    std::remove(path.c_str());
     EXPECT_EQ(log.told, (Words{"their mean in range is 10 mm", "a toast goes to the host",
                                "the host is asked to refresh its menu"}));
     EXPECT_EQ(log.toasts, 2);

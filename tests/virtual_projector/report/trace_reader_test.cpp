@@ -6,14 +6,14 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
+
 namespace {
 
 vp::TraceContents read(const std::string& text) {
-    const std::string path = ::testing::TempDir() + "trace_reader_test.jsonl";
-    std::ofstream(path) << text;
-    const vp::TraceContents contents = vp::read_trace(path);
-    std::remove(path.c_str());
-    return contents;
+    const testkit::ScratchFolder folder;
+    std::ofstream(folder.file("trace")) << text;
+    return vp::read_trace(folder.file("trace"));
 }
 
 std::string motor_write(const std::string& node, const std::string& value, const std::string& result = "1") {

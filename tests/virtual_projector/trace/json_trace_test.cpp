@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
+
 namespace {
 
 using vp::CallRecord;
@@ -119,7 +121,8 @@ TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
 }
 
 TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
-    const std::string path = ::testing::TempDir() + "json_trace_test.jsonl";
+    const testkit::ScratchFolder folder;
+    const std::string path = folder.file("trace");
     const auto trace = JsonTrace::to_file(path, TraceDetail::events);
     ASSERT_NE(trace, nullptr);
     trace->record_event(1, "x");
@@ -129,7 +132,6 @@ TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
     char line[64] = {};
     EXPECT_NE(std::fgets(line, sizeof line, file), nullptr);
     std::fclose(file);
-    std::remove(path.c_str());
     EXPECT_STREQ(line, "{\"t_us\":1,\"event\":\"x\"}\n");
 }
 

@@ -24,6 +24,9 @@ std::atomic<bool> run_state_is_meaningful{false};
 
 std::atomic<bool> refreshed{false};
 
+// Nobody has waited for the end of the last request yet.
+std::atomic<bool> open_request{false};
+
 // The library asks for it at the end of each run.
 void on_refresh() {
     run_state_is_meaningful = true;
@@ -97,6 +100,7 @@ void stop_library() {
 
 void begin_request(bool auto_focus) {
     request_state = RequestState::succeeded;
+    open_request = true;
     if (auto_focus) run_state_is_meaningful = true;
 }
 
@@ -105,11 +109,16 @@ bool wait_until_idle(int timeout_ms) {
     int quiet_polls = 0;
     for (int waited_ms = 0; waited_ms <= timeout_ms; waited_ms += poll_ms) {
         quiet_polls = something_is_pending() ? 0 : quiet_polls + 1;
-        if (quiet_polls == 2) return true;
+        if (quiet_polls == 2) {
+            open_request = false;
+            return true;
+        }
         usleep(poll_ms * 1000);
     }
     return false;
 }
+
+bool request_is_open() { return started && open_request; }
 
 bool a_run_has_ended() { return refreshed; }
 
@@ -118,6 +127,7 @@ RequestState last_request() { return request_state; }
 void note_request_failed() { request_state = RequestState::failed; }
 
 const char* last_request_words() {
+    if (request_is_open() && something_is_pending()) return "the last request is being carried out";
     switch (last_request()) {
         case RequestState::none:
             return "nothing has been requested";

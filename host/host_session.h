@@ -29,8 +29,11 @@ bool wait_until_idle(int timeout_ms);
 RequestState last_request();
 void note_request_failed();
 
-/// The same as a sentence's end: "nothing has been requested", "the last request succeeded", "the last request
-/// failed".
+/// Whether a request has been made and nobody has waited for its end yet.
+bool request_is_open();
+
+/// The same as a sentence's end: "nothing has been requested", "the last request is being carried out", "the
+/// last request succeeded", "the last request failed".
 const char* last_request_words();
 
 }  // namespace host

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@ namespace {
 
 struct Options {
     std::vector<std::string> commands;
-    std::string script;
+    std::optional<std::string> script;
     std::string library_log;
 };
 
@@ -27,11 +28,13 @@ int complain(const std::string& what) {
 
 int run_script_file(const std::string& path) {
     std::ifstream script(path);
-    return script ? host::run_script(script, path) : complain("cannot read " + path);
+    script.peek();  // a folder can be opened; only reading tells
+    if (!script.is_open() || script.bad()) return complain("cannot read " + path);
+    return host::run_script(script, path);
 }
 
 int run_all(const Options& options) {
-    if (!options.script.empty()) return run_script_file(options.script);
+    if (options.script) return run_script_file(*options.script);
     return options.commands.empty() ? host::run_dialogue(std::cin) : host::run_commands(options.commands);
 }
 
@@ -52,9 +55,11 @@ int main(int argc, char** argv) {
     app.footer(
         "Each COMMAND is one argument: ovrafocus-host init akaf \"wait idle\" status\n"
         "Exit code: 0 the last request succeeded, 1 it failed, 2 the command line or a command was wrong.");
-    app.add_option("COMMAND", options.commands, "commands to carry out; without any: standard input");
+    CLI::Option* const commands =
+        app.add_option("COMMAND", options.commands, "commands to carry out; without any: standard input");
     app.add_option("--script", options.script, "take the commands from this file; stops at the first failure")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->excludes(commands);
     app.add_option("--library-log", options.library_log, "write the library's own log to this file")
         ->type_name("FILE");
     try {

@@ -13,6 +13,12 @@ int exit_code_of(Outcome outcome) {
     return last_request() == RequestState::failed ? exit_request_failed : exit_success;
 }
 
+// The exit code tells how the last request ended, so it has to have ended.
+int exit_code_at_the_end() {
+    if (request_is_open()) run_line("wait idle");
+    return exit_code_of(Outcome::done);
+}
+
 }  // namespace
 
 int run_commands(const std::vector<std::string>& lines) {
@@ -21,7 +27,8 @@ int run_commands(const std::vector<std::string>& lines) {
         outcome = run_line(line);
         if (outcome != Outcome::done) break;
     }
-    return exit_code_of(outcome);
+    return outcome == Outcome::done || outcome == Outcome::quit ? exit_code_at_the_end()
+                                                                : exit_code_of(outcome);
 }
 
 int run_script(std::istream& script, const std::string& name) {
@@ -34,7 +41,7 @@ int run_script(std::istream& script, const std::string& name) {
             return exit_code_of(outcome);
         }
     }
-    return exit_code_of(Outcome::done);
+    return exit_code_at_the_end();
 }
 
 int run_dialogue(std::istream& lines) {
@@ -42,7 +49,7 @@ int run_dialogue(std::istream& lines) {
     while (std::getline(lines, line)) {
         if (run_line(line) == Outcome::quit) break;
     }
-    return exit_code_of(Outcome::done);
+    return exit_code_at_the_end();
 }
 
 }  // namespace host

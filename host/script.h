@@ -12,8 +12,9 @@ constexpr int exit_success = 0;
 constexpr int exit_request_failed = 1;
 constexpr int exit_usage = 2;
 
-/// Carries out each command until one cannot be carried out or quits. Returns the program's exit code: that
-/// command's, or whether the last request succeeded.
+/// Carries out each command until one cannot be carried out or quits; at the end waits for the last request, if
+/// no command did. Returns the program's exit code: the failed command's, or whether the last request
+/// succeeded.
 int run_commands(const std::vector<std::string>& lines);
 
 /// The same for a script, line by line. The first failing line is named with its place in `name`.

@@ -45,6 +45,51 @@ TEST(OvrafocusHost, NamesAFileThatItCannotReadOrWrite) {
     EXPECT_EQ(host({"--script", "/nowhere/script"}).exit_code, 2);
 }
 
+TEST(OvrafocusHost, TakesAFolderForNoScript) {
+    const Finished finished = host({"--script", "/"});
+    EXPECT_EQ(finished.complaints, "ovrafocus-host: cannot read /: Is a directory\n");
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_EQ(host({"--script", ""}).complaints, "ovrafocus-host: cannot read : No such file or directory\n");
+}
+
+TEST(OvrafocusHost, TakesCommandsFromOnePlaceOnly) {
+    const Finished finished = host({"--script", "/dev/null", "fan 3"});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_NE(finished.complaints.find("COMMAND excludes --script"), std::string::npos) << finished.complaints;
+    EXPECT_EQ(finished.words, "");
+    EXPECT_EQ(host({"--script", "/dev/null"}).exit_code, 0);
+}
+
+// Each of the three ways to its end, and a request of which the exit code has to tell.
+TEST(OvrafocusHost, EndsWhenTheLastRequestHasEnded) {
+    const std::string started = "the library is started; auto-keystone is on, auto-focus is on\n";
+    const std::string requested = "auto-focus and auto-keystone requested\n";
+    const Finished good = host({"--library-log", "/dev/null", "init", "akaf"});
+    EXPECT_EQ(good.words,
+              started + requested + "all is quiet after 0.20 seconds; the last request succeeded\n");
+    EXPECT_EQ(good.exit_code, 0);
+
+    const std::vector<std::string> far = {"--set", "pose.distance_mm=5000"};
+    const std::string toast = "toast 9: the wall cannot be measured or is out of range: move the projector\n";
+    const std::string far_words =
+        started + requested + toast + "all is quiet after 0.15 seconds; the last request failed\n";
+    const std::vector<std::string> program = {storykit::host_program, "--library-log", "/dev/null"};
+    const Finished by_person = storykit::launch_projector(far, program, "init\nakaf\nquit\n");
+    EXPECT_EQ(by_person.words, far_words);
+    EXPECT_EQ(by_person.exit_code, 1);
+    const storykit::ScratchFolder folder;
+    storykit::write_file(folder.file("script"), "init\nakaf\n");
+    std::vector<std::string> by_script = program;
+    by_script.insert(by_script.end(), {"--script", folder.file("script")});
+    EXPECT_EQ(storykit::launch_projector(far, by_script).words, far_words);
+}
+
+TEST(OvrafocusHost, SaysThatARequestIsUnderWay) {
+    const std::string words = host({"--library-log", "/dev/null", "init", "akaf", "status"}).words;
+    EXPECT_NE(words.find("auto-focus is on; the last request is being carried out\n"), std::string::npos)
+        << words;
+}
+
 TEST(OvrafocusHost, KeepsTheLibrarysWordsApartFromItsOwn) {
     const storykit::ScratchFolder folder;
     const Finished apart = host({"--library-log", folder.file("log"), "distance", "init", "distance"});

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
@@ -63,6 +64,11 @@ void stay_on_this_processor() {
     CPU_ZERO(&only);
     CPU_SET(static_cast<unsigned>(processor), &only);
     static_cast<void>(sched_setaffinity(0, sizeof only, &only));
+}
+
+// The run itself is over and keeps its exit code.
+void complain_of(const std::string& file) {
+    std::fprintf(stderr, "virtual-projector: %s: not all of it could be written\n", file.c_str());
 }
 
 nlohmann::ordered_json json_of(const std::vector<StackUse>& stacks) {
@@ -161,8 +167,8 @@ struct Session::Parts {
         return std::chrono::duration_cast<std::chrono::microseconds>(passed).count();
     }
 
-    void write_summary() {
-        if (options.summary.empty()) return;
+    bool write_summary() {
+        if (options.summary.empty()) return true;
         nlohmann::ordered_json summary;
         summary["simulated_us"] = clock->now();
         summary["real_us"] = real_microseconds();
@@ -170,7 +176,9 @@ struct Session::Parts {
         summary["stacks"] = json_of(machine->threads().stack_uses());
         summary["holdings"] = json_of(holdings);
         summary["open_nodes"] = machine->files().open_paths();
-        std::ofstream(options.summary) << summary.dump() << "\n";
+        std::ofstream file(options.summary);
+        file << summary.dump() << "\n";
+        return static_cast<bool>(file.flush());
     }
 
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
@@ -202,8 +210,8 @@ Session::~Session() {
     const OwnWork own;
     parts_->machine->uninstall();
     if (parts_->trace) parts_->trace->record_now(parts_->clock->now());
-    if (parts_->file_trace) parts_->file_trace->flush();
-    parts_->write_summary();
+    if (parts_->file_trace && !parts_->file_trace->flush()) complain_of(parts_->options.trace);
+    if (!parts_->write_summary()) complain_of(parts_->options.summary);
     // The program's other threads are still there, standing at their waits: what they stand on stays.
     static const Parts* ended_run = nullptr;
     ended_run = parts_.release();

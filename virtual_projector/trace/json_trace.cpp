@@ -135,6 +135,6 @@ void JsonTrace::write_line(const nlohmann::ordered_json& line) {
     std::fwrite(text.data(), 1, text.size(), stream_);
 }
 
-void JsonTrace::flush() { std::fflush(stream_); }
+bool JsonTrace::flush() { return std::fflush(stream_) == 0 && std::ferror(stream_) == 0; }
 
 }  // namespace vp

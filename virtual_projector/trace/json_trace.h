@@ -47,7 +47,8 @@ public:
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 
-    void flush();
+    /// False when some of the lines could not be written, as on a full disk.
+    bool flush();
 
 private:
     void write_line(const nlohmann::ordered_json& line);

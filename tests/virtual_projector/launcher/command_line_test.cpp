@@ -279,6 +279,14 @@ TEST(VirtualProjectorCommand, WritesATraceOfTheDetailThatIsAskedFor) {
     EXPECT_FALSE(lines_with("events", "\"call\""));
 }
 
+TEST(VirtualProjectorCommand, SaysWhenADiskIsTooFullForATraceOrASummary) {
+    for (const std::string option : {"--trace", "--summary"}) {
+        const Finished finished = launch_projector({option, "/dev/full"}, {odd_program, "exit", "3"});
+        EXPECT_EQ(finished.complaints, "virtual-projector: /dev/full: not all of it could be written\n");
+        EXPECT_EQ(finished.exit_code, 3);
+    }
+}
+
 TEST(VirtualProjectorCommand, WritesASummaryOfTheRun) {
     const ScratchFolder folder;
     launch_projector({"--summary", folder.file("summary")}, {odd_program, "sleep", "3"});

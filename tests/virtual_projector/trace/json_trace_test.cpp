@@ -120,13 +120,20 @@ TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST_F(JsonTraceFile, TellsOfADiskThatIsFull) {
+    const auto trace = JsonTrace::to_file("/dev/full", TraceDetail::events);
+    ASSERT_NE(trace, nullptr);
+    trace->record_event(1, "x");
+    EXPECT_FALSE(trace->flush());
+}
+
 TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
     const testkit::ScratchFolder folder;
     const std::string path = folder.file("trace");
     const auto trace = JsonTrace::to_file(path, TraceDetail::events);
     ASSERT_NE(trace, nullptr);
     trace->record_event(1, "x");
-    trace->flush();
+    EXPECT_TRUE(trace->flush());
     std::FILE* file = std::fopen(path.c_str(), "r");
     ASSERT_NE(file, nullptr);
     char line[64] = {};

@@ -11,6 +11,7 @@
 #include "tests/stories/storykit/launched_program.h"
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/scenario.h"
+#include "virtual_projector/launcher/truth_trace.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -125,6 +126,13 @@ TEST(ThePageOnScenarios, ShowsScenariosThatCanBeRead) {
     const std::set<std::string> examples = all_matches(page(), "```json\n([^`]*)```");
     EXPECT_FALSE(examples.empty());
     for (const std::string& example : examples) EXPECT_EQ(complaint_about(example), "nothing");
+}
+
+TEST(ThePageOnScenarios, HasEveryMemberOfATruth) {
+    const nlohmann::ordered_json truth = vp::json_of(vp::Truth{});
+    for (const auto& member : truth.items()) {
+        EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
+    }
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t most_decisions = 13;
 constexpr std::size_t most_moves = 9;
+constexpr std::size_t most_turns = 4;
 
 __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
     char line[240];
@@ -94,6 +95,21 @@ const char* turn_in_words(int turn_deg) {
     }
 }
 
+// How the picture was turned on the wall meanwhile; nothing when it never was.
+std::vector<std::string> tell_turns(const TraceContents& trace) {
+    std::string words = text("The viewer sees the picture %s", turn_in_words(trace.truths[0].hdmi_turn_deg));
+    std::size_t turns = 0;
+    for (std::size_t i = 1; i < trace.truths.size(); ++i) {
+        const TruthAt& now = trace.truths[i];
+        if (now.hdmi_turn_deg == trace.truths[i - 1].hdmi_turn_deg) continue;
+        if (++turns > most_turns) continue;
+        words += text(", from %.3f s %s", seconds(now.t_us), turn_in_words(now.hdmi_turn_deg));
+    }
+    if (turns == 0) return {};
+    if (turns > most_turns) words += text(", ... and %zu more turns", turns - most_turns);
+    return {words + "."};
+}
+
 std::string edges(const TruthAt& truth) { return text("%d/%d", truth.top_width, truth.bottom_width); }
 
 std::vector<std::string> tell_outcome(const TruthAt& before, const TruthAt& after) {
@@ -134,6 +150,7 @@ std::vector<std::string> tell_story(const StorySources& sources) {
     story.push_back(tell_start(trace.truths.front()));
     append(story, tell_decisions(log));
     append(story, tell_moves(trace));
+    append(story, tell_turns(trace));
     if (!sources.library_log.empty()) story.push_back(tell_toasts(log));
     append(story, tell_outcome(trace.truths.front(), trace.truths.back()));
     story.push_back(tell_times(sources.summary));

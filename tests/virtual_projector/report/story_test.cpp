@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,7 @@ TEST_F(StoryTest, TellsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
                   "     0.200 s  lens: 11 full steps to the left",
                   "     0.300 s  lens: 1 half step to the right",
                   "     0.400 s  picture: top 1148, bottom 1280 pixels wide",
+                  "The viewer sees the picture upright, from 0.400 s upside down.",
                   "Toasts sent to the host: none.",
                   "                                         before        after",
                   "sharpness (0 to 1)                        0.004        1.000",
@@ -69,6 +71,19 @@ TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
     ASSERT_EQ(story.size(), 9U);
     EXPECT_EQ(story[0], "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.");
     EXPECT_EQ(story[1], "                                         before        after");
+}
+
+TEST_F(StoryTest, TellsTheFirstTurnsOfThePictureAndCountsTheRest) {
+    std::string trace = before;
+    for (int i = 1; i <= 6; ++i) {
+        trace += "{\"t_us\":" + std::to_string(i * 1000000) +
+                 ",\"truth\":{\"hdmi_turn_deg\":" + std::to_string(90 * (i % 4)) + "}}\n";
+    }
+    const std::vector<std::string> story = tell(trace);
+    EXPECT_NE(std::find(story.begin(), story.end(),
+                        "The viewer sees the picture upright, from 1.000 s turned left, from 2.000 s upside "
+                        "down, from 3.000 s turned right, from 4.000 s upright, ... and 2 more turns."),
+              story.end());
 }
 
 TEST_F(StoryTest, CountsTheToasts) {

@@ -105,7 +105,9 @@ std::unique_ptr<JsonTrace> JsonTrace::to_file(const std::string& path, TraceDeta
     return stream == nullptr ? nullptr : std::make_unique<JsonTrace>(stream, detail);
 }
 
-JsonTrace::JsonTrace(std::FILE* stream, TraceDetail detail) : stream_(stream), detail_(detail) {}
+JsonTrace::JsonTrace(std::FILE* stream, TraceDetail detail) : stream_(stream), detail_(detail) {
+    std::setvbuf(stream_, nullptr, _IOLBF, BUFSIZ);
+}
 
 JsonTrace::~JsonTrace() { std::fclose(stream_); }
 

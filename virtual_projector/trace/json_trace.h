@@ -36,8 +36,8 @@ public:
     /// Null when the file cannot be made; errno tells why.
     static std::unique_ptr<JsonTrace> to_file(const std::string& path, TraceDetail detail);
 
-    /// Takes the stream over and closes it. Lines are buffered; what the process leaves unwritten at a regular
-    /// exit is written then.
+    /// Takes the stream over and closes it. Each line is written at once: a trace is wanted most of a run that
+    /// does not come to its end.
     JsonTrace(std::FILE* stream, TraceDetail detail);
     ~JsonTrace() override;
     JsonTrace(const JsonTrace&) = delete;

@@ -279,6 +279,15 @@ TEST(VirtualProjectorCommand, WritesATraceOfTheDetailThatIsAskedFor) {
     EXPECT_FALSE(lines_with("events", "\"call\""));
 }
 
+TEST(VirtualProjectorCommand, KeepsTheTraceOfARunThatDoesNotComeToItsEnd) {
+    const ScratchFolder folder;
+    const std::string trace = folder.file("trace");
+    launch_projector({"--trace", trace}, {odd_program, "block"});
+    EXPECT_NE(contents_of(trace).find(R"("call":"sleep")"), std::string::npos) << contents_of(trace);
+    launch_projector({"--trace", trace}, {odd_program, "signal", std::to_string(SIGSEGV)});
+    EXPECT_NE(contents_of(trace).find(R"("truth")"), std::string::npos) << contents_of(trace);
+}
+
 TEST(VirtualProjectorCommand, SaysWhenADiskIsTooFullForATraceOrASummary) {
     for (const std::string option : {"--trace", "--summary"}) {
         const Finished finished = launch_projector({option, "/dev/full"}, {odd_program, "exit", "3"});

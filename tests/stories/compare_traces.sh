@@ -1,6 +1,7 @@
 #!/bin/sh
 # Runs every story on this computer and on the board's processor under its emulator. What reached the board, with
-# every number and result, what the library logged and what the host said must be the same to the byte.
+# every number and result, what the library logged, what the host said and what the memories hold afterwards must be
+# the same to the byte.
 #   compare_traces.sh NATIVE_BUILD BOARD_BUILD EMULATOR SCENARIOS
 set -u
 native=$1 board=$2 emulator=$3 scenarios=$4
@@ -22,9 +23,15 @@ tell() {
     detail=calls
     [ "$name" != a-day ] || detail=changes
     rm -rf "$place" && mkdir "$place"
-    "$@" --scenario "$scenarios/$name.json" --trace "$place/trace" --trace-detail $detail -- \
+    # Those of a folder happen one after the other to one unit.
+    unit=$place.unit
+    case $name in */*) unit=$unit.${name%/*} ;; *) rm -f "$unit" "$unit.tof" ;; esac
+    "$@" --scenario "$scenarios/$name.json" --flash "$unit" --trace "$place/trace" --trace-detail $detail -- \
         "$build/$host" --library-log "$place/log" --script "$scenarios/$name.host" >"$place/words" 2>&1
     echo "exit code $?" >>"$place/words"
+    for memory in "$unit" "$unit.tof"; do
+        [ ! -f "$memory" ] || cp "$memory" "$place/memory${memory#"$unit"}"
+    done
 }
 
 for file in "$scenarios"/*.host "$scenarios"/*/*.host; do

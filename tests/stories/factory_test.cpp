@@ -66,6 +66,18 @@ TEST_F(FactoryTest, AfterAPowerCycleTheUnitSquaresAndFocusesItsPicture) {
     EXPECT_EQ(flaws(told.at_the_end()), "");
 }
 
+TEST_F(FactoryTest, TwoUnitsAreCalibratedAndWorkAlikeToTheByte) {
+    const ScratchFolder other;
+    for (const char* story : {"factory/1-calibrate", "factory/2-first-light"}) {
+        const Told one = run(story);
+        const Told two = Story(story).with({"--flash", other.file("flash")}).run();
+        EXPECT_FALSE(one.trace.lens_moves.empty()) << story;
+        EXPECT_TRUE(one.trace_text == two.trace_text) << story;
+        EXPECT_EQ(one.words, two.words) << story;
+    }
+    EXPECT_EQ(record(), storykit::contents_of(other.file("flash")));
+}
+
 TEST_F(FactoryTest, WithoutItsCalibrationTheSameUnitStaysBlurred) {
     const Told told = run("factory/2-first-light");
     EXPECT_EQ(told.exit_code, 1);

@@ -53,6 +53,18 @@ constexpr const char* no_record = "the permanent record could not be written";
 constexpr const char* no_movement =
     "the reading did not follow the motor: the lens sticks, or its sensor does not work";
 
+// A write is of the whole record. One of zeros alone is none that anybody wrote, nor a blank one: the flash
+// could not be read at the start, and the serial numbers in it would be lost.
+bool record_may_be_written() {
+    ovra_permanent_record record{};
+    permanent_data_read(&record);
+    const char* const bytes = reinterpret_cast<const char*>(&record);
+    if (std::any_of(bytes, bytes + sizeof record, [](char byte) { return byte != 0; })) return true;
+    say("the permanent record could not be read, and is not overwritten: start again, or 'clean' it first");
+    note_request_failed();
+    return false;
+}
+
 Outcome calibrate_gravity(const Arguments& arguments) {
     int offset[3];
     if (arguments.size() != 4) return Outcome::misused;
@@ -64,6 +76,7 @@ Outcome calibrate_gravity(const Arguments& arguments) {
             return Outcome::failed;
         }
     }
+    if (!record_may_be_written()) return Outcome::failed;
     ovra_permanent_record record{};
     permanent_data_read(&record);
     std::memset(record.gsensor_offset_text, 0, sizeof record.gsensor_offset_text);
@@ -165,6 +178,7 @@ Outcome calibrate_table(const Arguments& arguments) {
         note_request_failed();
         return Outcome::failed;
     }
+    if (!record_may_be_written()) return Outcome::failed;
     int measured[sweep_points] = {};
     const int result = get_cali_list_tmr(target, measured);
     if (result != 0) return verdict("lens table", false, result, "the lens did not go where it should");
@@ -213,6 +227,7 @@ Outcome run_flags(const Arguments& arguments) {
             return Outcome::failed;
         }
     }
+    if (!record_may_be_written()) return Outcome::failed;
     write_cali_flag(flags);
     // The library only prints a failed write; reading back tells.
     int stored[3] = {};

@@ -182,6 +182,27 @@ TEST_F(FactoryTest, NoLensMakesATableThatStopsTheProcess) {
     }
 }
 
+TEST_F(FactoryTest, DoesNotOverwriteARecordThatCouldNotBeRead) {
+    ASSERT_EQ(run("factory/1-calibrate").exit_code, 0);
+    const std::string before = record();
+    const std::string scenario = folder.file("scenario.json");
+    storykit::write_file(
+        scenario,
+        R"({"faults": [{"operation": "call", "path": "hudi_flash_otp_read", "nth": 1, "error": "EIO"}]})");
+    for (const char* command : {"calibrate gravity 1 2 3", "calibrate table -48", "flags 1 1 1"}) {
+        const Told told = Story("factory/1-calibrate")
+                              .scenario(scenario)
+                              .with({"--flash", folder.file("flash")})
+                              .commands({command})
+                              .run();
+        EXPECT_EQ(told.exit_code, 1) << command;
+        EXPECT_EQ(told.words,
+                  "the permanent record could not be read, and is not overwritten: start again, or 'clean' it "
+                  "first\n");
+        EXPECT_EQ(record(), before) << command;
+    }
+}
+
 TEST_F(FactoryTest, RejectsATableThatDoesNotRise) {
     const Told told = Story("factory/1-calibrate")
                           .set("tmr.sense=1")

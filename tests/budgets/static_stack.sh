@@ -19,6 +19,11 @@ awk -F '"' '
         if (title ~ /^_ZN.*D1Ev$/) sub(/D1Ev$/, "D2Ev", title)
         return title
     }
+    FILENAME ~ /exports.txt$/ {
+        split($0, words, " ")
+        exported[words[4]]
+        next
+    }
     /^node:/ && $4 ~ /bytes \(/ {
         name = plain($2)
         size = $4
@@ -30,7 +35,7 @@ awk -F '"' '
     /^edge:/ {
         from = plain($2)
         callees[from] = callees[from] " " plain($4)
-        if ($4 ~ /^_ZNK?4ovra/) shared[plain($4)]
+        if ($4 ~ /^_ZNK?4ovra/ || $4 in exported) shared[plain($4)]
     }
     # Depth below and with the function; the chain itself in way[].
     function depth(name,    list, count, i, deepest, below) {
@@ -57,7 +62,7 @@ awk -F '"' '
         for (name in frame) if (name ~ /^([a-zA-Z_]*_thread|sensor_main)$/) print "thread", name, known[name]
         print "worst", worst_name, worst
         for (name = worst_name; name != ""; name = way[name]) print "chain", name, frame[name]
-    }' "$directory/graph" >"$directory/found"
+    }' "$(dirname "$0")/../abi/exports.txt" "$directory/graph" >"$directory/found"
 
 if grep -E '^(unbounded|recursion)' "$directory/found"; then exit 1; fi
 if grep '^unknown' "$directory/found" >"$directory/unknown"; then

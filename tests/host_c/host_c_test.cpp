@@ -82,4 +82,13 @@ TEST(AProgramWith64BitsOfTime, LivesInVirtualTimeLikeAnyOther) {
     EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
 }
 
+// A run takes its start twice at first; the times at the end of the keystone and of the run are for runs that
+// tell how long they took.
+TEST(ARunThatEndsWithItsKeystone, ReadsTheClockTwiceOnly) {
+    const Finished finished =
+        storykit::launch_projector({"--set", "pose.roll_deg=90", "--set", "board.has_tof=0"}, {CLOCK_READER});
+    EXPECT_EQ(finished.complaints, "result -101, the clock was read 2 times, with auto-focus 4 times\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
 }  // namespace

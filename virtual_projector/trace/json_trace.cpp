@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "virtual_projector/trace/open_flags.h"

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/platform_utils.h"
 
 namespace ovra {

@@ -4,12 +4,11 @@
 #include <cstddef>
 #include <iterator>
 
-#include "focusctrl/autofocus/config_record.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "focusctrl/autofocus/config.h"
 
 ovra_focus_config focus_config{};
-int32_t ovra_log_level = 4;
 
 namespace ovra {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <cstddef>
 
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/lifecycle.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/motor_drv.h"
+#include "ovrafocus/requests.h"
 #include "ovrafocus/tof_control.h"
 
 using ovra::load;
@@ -13,10 +13,6 @@ using ovra::log_bare;
 using ovra::log_focus;
 using ovra::store;
 
-const app_callback_table* g_app_callback = nullptr;
-uint8_t g_osd_keystone = 1;
-uint8_t g_osd_autofocus = 0;
-uint8_t g_osd_state_autofocus = 1;
 ovra_algutils algutils{};
 
 namespace ovra {
@@ -25,14 +21,6 @@ namespace {
 // Words of algutils.action_config.
 constexpr std::size_t action_word = 0;
 constexpr std::size_t enabled_word = 2;
-
-static_assert(offsetof(app_callback_table, refresh_ui) == 4 * sizeof(void*), "slot 4");
-static_assert(offsetof(app_callback_table, toast) == 5 * sizeof(void*), "slot 5");
-static_assert(offsetof(app_callback_table, is_factory_test) == 6 * sizeof(void*), "slot 6");
-static_assert(offsetof(app_callback_table, rotation_changed) == 7 * sizeof(void*), "slot 7");
-static_assert(offsetof(app_callback_table, keystone_updated) == 9 * sizeof(void*), "slot 9");
-static_assert(offsetof(app_callback_table, host_set_keystone) == 10 * sizeof(void*), "slot 10");
-static_assert(sizeof(app_callback_table) == 11 * sizeof(void*), "11 slots");
 
 // The host's menu hands its switches over as numbers, and only 1 means on.
 constexpr std::uint8_t switch_of(std::int32_t value) { return value == 1 ? 1 : 0; }

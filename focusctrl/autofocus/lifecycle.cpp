@@ -5,21 +5,22 @@
 
 #include <cstdint>
 
-#include "focusctrl/autofocus/config_record.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "focusctrl/thread.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "base/thread.h"
+#include "focusctrl/autofocus/config.h"
 #include "ovrafocus/acceleration.h"
 #include "ovrafocus/auto_keystone.h"
 #include "ovrafocus/calibration_data.h"
-#include "ovrafocus/config.h"
 #include "ovrafocus/display_keystone.h"
 #include "ovrafocus/focus_run.h"
+#include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
-#include "ovrafocus/motion.h"
-#include "ovrafocus/nds01_device.h"
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/nds01_start.h"
 #include "ovrafocus/permanent_data.h"
 #include "ovrafocus/platform_utils.h"
+#include "ovrafocus/requests.h"
 #include "platform/board_network.h"
 
 using ovra::load;
@@ -27,14 +28,6 @@ using ovra::log_bare;
 using ovra::log_focus;
 using ovra::log_focus_at;
 using ovra::store;
-
-uint8_t AKAF_running_flag = 1;
-uint8_t g_run_once_AKAF = 0;
-uint8_t g_run_once_keystone = 0;
-int32_t m_manuKeystone_value_for_thread = 0;
-int32_t g_flag_high_temp = 0;
-int32_t g_flag_elepn_temp = 0;
-const app_callback_table* autofocus_app_callback = nullptr;
 
 namespace ovra {
 namespace {

@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "focusctrl/gsensor/gravity_state.h"
 #include "focusctrl/gsensor/keystone_step.h"
 #include "focusctrl/gsensor/log_levels.h"
-#include "focusctrl/gsensor/motion_state.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "focusctrl/gsensor/motion.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
-#include "ovrafocus/motion.h"
 #include "ovrafocus/nds01_isp.h"
 
 // A run, from the movement that sets project_tof_dist_changed to the step that clears it:
@@ -24,8 +24,6 @@
 //     any state --- fifth reading out of range in a row, no reading, or switched off by the user ---> idle
 
 namespace ovra {
-
-std::int32_t tof_steady_readings = 0;
 
 namespace {
 

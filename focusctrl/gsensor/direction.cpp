@@ -3,11 +3,12 @@
 #include <array>
 #include <cstdint>
 
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "focusctrl/gsensor/log_levels.h"
 #include "focusctrl/gsensor/rotation_choice.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/acceleration.h"
+#include "ovrafocus/gravity_state.h"
+#include "ovrafocus/requests.h"
 #include "platform/board_display.h"
 
 namespace ovra {

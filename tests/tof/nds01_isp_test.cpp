@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ovrafocus/nds01_device.h"
+#include "ovrafocus/nds01_start.h"
 #include "platform/nds_isp.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"

@@ -1,4 +1,4 @@
-#include "focusctrl/thread.h"
+#include "base/thread.h"
 
 #include <cstddef>
 

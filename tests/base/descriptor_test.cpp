@@ -1,4 +1,4 @@
-#include "focusctrl/descriptor.h"
+#include "base/descriptor.h"
 
 #include <gtest/gtest.h>
 

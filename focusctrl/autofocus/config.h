@@ -1,8 +1,10 @@
 // Changing the configuration record. Only the life cycle does.
-#ifndef OVRA_FOCUSCTRL_AUTOFOCUS_CONFIG_RECORD_H
-#define OVRA_FOCUSCTRL_AUTOFOCUS_CONFIG_RECORD_H
+#ifndef OVRA_FOCUSCTRL_AUTOFOCUS_CONFIG_H
+#define OVRA_FOCUSCTRL_AUTOFOCUS_CONFIG_H
 
 #include <cstdint>
+
+#include "ovrafocus/config.h"
 
 namespace ovra {
 

@@ -1,6 +1,6 @@
 // One owner for one file descriptor.
-#ifndef OVRA_FOCUSCTRL_DESCRIPTOR_H
-#define OVRA_FOCUSCTRL_DESCRIPTOR_H
+#ifndef OVRA_BASE_DESCRIPTOR_H
+#define OVRA_BASE_DESCRIPTOR_H
 
 #include <fcntl.h>
 #include <unistd.h>

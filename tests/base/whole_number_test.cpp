@@ -1,4 +1,4 @@
-#include "focusctrl/whole_number.h"
+#include "base/whole_number.h"
 
 #include <gtest/gtest.h>
 

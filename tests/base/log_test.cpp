@@ -1,4 +1,4 @@
-#include "focusctrl/log.h"
+#include "base/log.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>

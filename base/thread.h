@@ -1,6 +1,6 @@
 // Starting the library's threads.
-#ifndef OVRA_FOCUSCTRL_THREAD_H
-#define OVRA_FOCUSCTRL_THREAD_H
+#ifndef OVRA_BASE_THREAD_H
+#define OVRA_BASE_THREAD_H
 
 #include <pthread.h>
 

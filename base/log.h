@@ -1,7 +1,7 @@
 // The library's log: lines on standard output, each written with the stream locked, so that the lines of
 // two threads never mix.
-#ifndef OVRA_FOCUSCTRL_LOG_H
-#define OVRA_FOCUSCTRL_LOG_H
+#ifndef OVRA_BASE_LOG_H
+#define OVRA_BASE_LOG_H
 
 namespace ovra {
 

@@ -1,6 +1,6 @@
 // Holding one of the exported mutexes.
-#ifndef OVRA_FOCUSCTRL_MUTEX_GUARD_H
-#define OVRA_FOCUSCTRL_MUTEX_GUARD_H
+#ifndef OVRA_BASE_MUTEX_GUARD_H
+#define OVRA_BASE_MUTEX_GUARD_H
 
 #include <pthread.h>
 

@@ -4,8 +4,8 @@
 // each access goes through load() and store(): the same instruction on every target, but without the data
 // race that a plain access would be. Relaxed order is enough: a flag carries no other data with it, and a
 // change may be seen one polling period late.
-#ifndef OVRA_FOCUSCTRL_SHARED_FLAG_H
-#define OVRA_FOCUSCTRL_SHARED_FLAG_H
+#ifndef OVRA_BASE_SHARED_FLAG_H
+#define OVRA_BASE_SHARED_FLAG_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "focusctrl/shared_flag.h"
+#include "base/shared_flag.h"
 
 #include <gtest/gtest.h>
 

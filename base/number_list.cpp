@@ -1,4 +1,4 @@
-#include "focusctrl/autofocus/number_list.h"
+#include "base/number_list.h"
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 // Lists of decimal numbers, as the permanent record and the kernel's attributes hold them.
-#ifndef OVRA_FOCUSCTRL_AUTOFOCUS_NUMBER_LIST_H
-#define OVRA_FOCUSCTRL_AUTOFOCUS_NUMBER_LIST_H
+#ifndef OVRA_BASE_NUMBER_LIST_H
+#define OVRA_BASE_NUMBER_LIST_H
 
 #include <cstdint>
 

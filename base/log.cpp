@@ -1,10 +1,12 @@
-#include "focusctrl/log.h"
+#include "base/log.h"
 
 #include <cstdarg>
 #include <cstdio>
 
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/config.h"
+#include "base/shared_flag.h"
+#include "ovrafocus/log_level.h"
+
+int32_t ovra_log_level = 4;
 
 namespace ovra {
 namespace {

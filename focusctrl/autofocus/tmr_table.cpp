@@ -57,7 +57,7 @@ int32_t position(int32_t target, StepCount& taken) {
 // To the start, arriving from the left, then eleven steps right.
 int32_t sweep_right(int32_t target, int32_t* measured) {
     StepCount taken;
-    if (position(ovra::tmr_difference(target, run_up), taken) == failed ||
+    if (position(ovra::tmr_sum(target, -run_up), taken) == failed ||
         position(ovra::tmr_sum(target, overshoot), taken) == failed)
         return failed;
     log_focus("steps = %d, microSteps = %d\n", taken.steps, taken.micro_steps);
@@ -73,7 +73,7 @@ int32_t sweep_right(int32_t target, int32_t* measured) {
 // Back to the start, arriving from the right, then two steps left.
 int32_t sweep_left(int32_t target, int32_t* measured, int32_t& left_idle) {
     StepCount taken;
-    if (position(ovra::tmr_difference(target, overshoot), taken) == failed) return failed;
+    if (position(ovra::tmr_sum(target, -overshoot), taken) == failed) return failed;
     left_idle = std::max(taken.steps - left_return_steps, 0);
     log_focus("steps = %d, microSteps = %d, leftR = %d\n", taken.steps, taken.micro_steps, left_idle);
     if (motor_pulse_write(full_pulse) == failed) return failed;

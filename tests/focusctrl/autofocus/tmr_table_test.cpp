@@ -342,4 +342,9 @@ TEST_F(CaliList, TargetsAtTheEndsOfTheNumbersAreRefusedByTheLimits) {
     EXPECT_EQ(get_cali_list_tmr(INT32_MAX, measured), -1);
 }
 
+TEST_F(CaliList, AsksForTheLeastNumberWhenTheTargetIsIt) {
+    get_cali_list_tmr(INT32_MIN, measured);
+    EXPECT_THAT(board.log(), StartsWith("[ovra_focus]  manu focus targetTMR = -2147483648-----"));
+}
+
 }  // namespace

@@ -38,7 +38,7 @@ const app_callback_table* gsensor_app_callback = nullptr;
 
 namespace ovra {
 
-pthread_mutex_t sample_processing = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t sample_processing = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 namespace {
 

@@ -74,6 +74,7 @@ constexpr const char* skipped_by_handler = "autofocus first event, do nothing ";
 // Guarded by sample_processing, except the count of steady blocks, which clear_acc_gyro_status() may reset
 // at any time.
 int skipped_blocks = 0;
+bool judging = false;
 bool factory_notice_given = false;
 bool rest_known = false;
 std::int32_t steady_blocks = 0;
@@ -222,10 +223,13 @@ void follow_tilt(const Axes& now, const Axes& last) {
 void follow_block() {
     if (skip_first_block(skipped_by_sampling)) return;
     store(first_blocks_skipped, 1);
+    // Taken before the host's callbacks, which may sample and judge, and so change both.
+    const Axes now = axes_of(acc_degree);
+    const Axes last = axes_of(acc_degree_last);
     if (host_is_testing()) return pause_for_factory_test();
     factory_notice_given = false;
     match_projection_direction();
-    follow_tilt(axes_of(acc_degree), axes_of(acc_degree_last));
+    follow_tilt(now, last);
 }
 
 // --- The judge with adjustable thresholds, for hosts ------------------------------------------------------
@@ -273,8 +277,11 @@ std::int32_t ms_since_movement() {
 }
 
 void judge_block() {
+    if (judging) return;
+    judging = true;
     follow_block();
     finish_block();
+    judging = false;
 }
 
 }  // namespace ovra

@@ -15,7 +15,8 @@ namespace ovra {
 /// Held while a sample is accumulated and while a block is judged: two threads of the library sample, and the
 /// host may have a third that judges. It stays held through everything that judging leads to, the pause
 /// after a movement without effect included. A block judged during that pause would be compared with
-/// the block before the movement and find the same movement again.
+/// the block before the movement and find the same movement again. The same thread may take it again: a
+/// callback of the host may sample and judge.
 extern pthread_mutex_t sample_processing;
 
 /// Puts the angles of a block average into acc_degree.
@@ -23,7 +24,8 @@ void acc_caculate_degree(const Axes& average);
 
 // --- motion.cpp -------------------------------------------------------------------------------------------
 
-/// Judges the block whose angles acc_degree holds. To be called with sample_processing held.
+/// Judges the block whose angles acc_degree holds; not when a block is being judged, which is so for a block
+/// that a callback of the host completes by samples of its own. To be called with sample_processing held.
 void judge_block();
 
 /// 1 once the first blocks after the start have been skipped.

@@ -108,7 +108,7 @@ Attempt hand_to_driver(const CalibrationOffsets& offsets) {
 }
 
 Attempt calibrate_once(OffsetParser& parser, CalibrationOffsets& offsets) {
-    store(gsensor_app_callback, get_app_callback());
+    store_release(gsensor_app_callback, get_app_callback());
     ovra_permanent_record record;
     if (permanent_data_read(&record) != 0) {
         log_focus_at(level_error, "%s get gsensor calibration data from otp partition fail!", "acc_cali_init");
@@ -236,7 +236,7 @@ void acc_get_data(float* x, float* y, float* z) {
     *z = average.z;
 }
 
-int32_t acc_get_init_status(void) { return load(first_blocks_skipped); }
+int32_t acc_get_init_status(void) { return load_acquire(first_blocks_skipped); }
 
 int32_t acc_get_angle(float* v, float* theta) {
     if (v != nullptr) *v = load(vKeystoneVal);

@@ -35,7 +35,7 @@ void turn_picture(std::uint8_t rotation) {
 }
 
 void tell_host(std::uint8_t rotation) {
-    const app_callback_table* host = load(gsensor_app_callback);
+    const app_callback_table* host = load_acquire(gsensor_app_callback);
     if (host != nullptr && host->rotation_changed != nullptr)
         host->rotation_changed(host_rotation_codes[rotation]);
 }

@@ -194,6 +194,12 @@ int32_t start_operation(int32_t filter) {
     return operating | limited | filtered;
 }
 
+/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be told from a failure and
+/// counts as one: no device holds that much.
+bool moved_whole(int32_t result, uint32_t size) {
+    return result != -1 && static_cast<uint32_t>(result) == size;
+}
+
 }  // namespace
 
 void* isp_context() { return vendor_context.data(); }
@@ -233,12 +239,12 @@ int32_t nds01_isp_uninit(void) {
 
 int32_t nds01_isp_read_calib_data(void* buffer, uint32_t size) {
     ovra::log_tof("Calibration data read: dev");
-    return nds01_get_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size) == static_cast<int32_t>(size) ? 0 : -1;
+    return ovra::moved_whole(nds01_get_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size), size) ? 0 : -1;
 }
 
 int32_t nds01_isp_write_calib_data(const void* buffer, uint32_t size) {
     ovra::log_tof("Calibration data write: dev");
-    return nds01_set_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size) == static_cast<int32_t>(size) ? 0 : -1;
+    return ovra::moved_whole(nds01_set_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size), size) ? 0 : -1;
 }
 
 // --- Settings ---------------------------------------------------------------------------------------

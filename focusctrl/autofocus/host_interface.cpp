@@ -9,9 +9,11 @@
 #include "ovrafocus/tof_control.h"
 
 using ovra::load;
+using ovra::load_acquire;
 using ovra::log_bare;
 using ovra::log_focus;
 using ovra::store;
+using ovra::store_release;
 
 ovra_algutils algutils{};
 
@@ -49,30 +51,30 @@ int32_t app_callback_init(const app_callback_table* table) {
         log_bare("ovra: %s fail.\n", "app_callback_init");
         return -1;
     }
-    store(g_app_callback, table);
+    store_release(g_app_callback, table);
     log_bare("ovra: %s.\n", "app_callback_init");
     return 1;
 }
 
 const app_callback_table* get_app_callback(void) {
     log_bare("ovra: %s.\n", "get_app_callback");
-    return load(g_app_callback);
+    return load_acquire(g_app_callback);
 }
 
 void show_korbet_toast_akaf(int32_t code) {
     log_focus("%s.call back toast\n", "show_korbet_toast_akaf");
-    const app_callback_table* table = load(autofocus_app_callback);
+    const app_callback_table* table = load_acquire(autofocus_app_callback);
     if (table != nullptr && table->toast != nullptr) table->toast(code);
 }
 
 void lv_refresh_callback(void) {
     log_focus("%s.call back refresh ui\n", "lv_refresh_callback");
-    const app_callback_table* table = load(autofocus_app_callback);
+    const app_callback_table* table = load_acquire(autofocus_app_callback);
     if (table != nullptr && table->refresh_ui != nullptr) table->refresh_ui();
 }
 
 int32_t varnel_autofocus(void) {
-    store(g_run_once_AKAF, 1);
+    store_release(g_run_once_AKAF, 1);
     log_focus("\033[36;1mreceived akaf command\033[0m");
     return 0;
 }
@@ -80,7 +82,7 @@ int32_t varnel_autofocus(void) {
 int32_t varnel_setDLPkeystone(int32_t value) {
     // The value goes first, so that a worker that sees the request finds its value too.
     store(m_manuKeystone_value_for_thread, value);
-    store(g_run_once_keystone, 1);
+    store_release(g_run_once_keystone, 1);
     log_focus("\033[36;1mreceived manu keystone command\033[0m");
     return 0;
 }
@@ -111,7 +113,7 @@ int32_t varnel_get_osd_settings_keystone(void) { return load(g_osd_keystone); }
 
 int32_t varnel_get_osd_settings_autofocus(void) { return load(g_osd_autofocus); }
 
-int32_t varnel_get_state_autofocus(void) { return load(g_osd_state_autofocus); }
+int32_t varnel_get_state_autofocus(void) { return load_acquire(g_osd_state_autofocus); }
 
 int32_t alg_init(void) {
     log_focus("%s", "alg_init");

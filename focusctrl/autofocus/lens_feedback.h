@@ -9,9 +9,12 @@
 
 namespace ovra {
 
-/// Sum and difference of two TMR values. The sensor's range is small, but limits and relative moves are the
-/// host's: what would leave 32 bits stays at their end.
+/// A position some TMR units beside another one. The sensor's range is small, but limits and relative moves are
+/// the host's: what would leave 32 bits stays at their end.
 std::int32_t tmr_sum(std::int32_t a, std::int32_t b);
+
+/// How far `a` lies to the right of `b`, in TMR units. It is turned round where it leads to the left, so it
+/// stays within what has a negative.
 std::int32_t tmr_difference(std::int32_t a, std::int32_t b);
 
 struct ClampedTarget {

@@ -55,31 +55,32 @@ int32_t position(int32_t target, StepCount& taken) {
 }
 
 // To the start, arriving from the left, then eleven steps right.
-int32_t sweep_right(int32_t target, int32_t* measured) {
+int32_t sweep_right(int32_t target, int32_t* measured, int32_t& reading) {
     StepCount taken;
-    if (position(ovra::tmr_difference(target, run_up), taken) == failed ||
+    if (position(ovra::tmr_sum(target, -run_up), taken) == failed ||
         position(ovra::tmr_sum(target, overshoot), taken) == failed)
         return failed;
     log_focus("steps = %d, microSteps = %d\n", taken.steps, taken.micro_steps);
     if (motor_pulse_write(ovra::full_step_pulse) == failed) return failed;
-    if (measure_position(measured[target_measurement]) == failed) return failed;
+    if (measure_position(reading) == failed) return failed;
+    measured[target_measurement] = reading;
     for (int i = target_measurement + 1; i < measurements; ++i) {
-        if (step_and_measure("move 1 right step--5um \n", motor_right_write, measured[i]) == failed)
-            return failed;
+        if (step_and_measure("move 1 right step--5um \n", motor_right_write, reading) == failed) return failed;
+        measured[i] = reading;
     }
     return 0;
 }
 
 // Back to the start, arriving from the right, then two steps left.
-int32_t sweep_left(int32_t target, int32_t* measured, int32_t& left_backlash) {
+int32_t sweep_left(int32_t target, int32_t* measured, int32_t& reading, int32_t& left_backlash) {
     StepCount taken;
-    if (position(ovra::tmr_difference(target, overshoot), taken) == failed) return failed;
+    if (position(ovra::tmr_sum(target, -overshoot), taken) == failed) return failed;
     left_backlash = std::max(taken.steps - left_return_steps, 0);
     log_focus("steps = %d, microSteps = %d, leftR = %d\n", taken.steps, taken.micro_steps, left_backlash);
     if (motor_pulse_write(ovra::full_step_pulse) == failed) return failed;
     for (int i = target_measurement - 1; i >= 0; --i) {
-        if (step_and_measure("move 1 left step--5um \n", motor_left_write, measured[i]) == failed)
-            return failed;
+        if (step_and_measure("move 1 left step--5um \n", motor_left_write, reading) == failed) return failed;
+        measured[i] = reading;
     }
     return 0;
 }
@@ -137,8 +138,10 @@ int32_t get_cali_list_tmr(int32_t target, int32_t* measured) {
     store(g_limitRight, sweep_limit);
     int32_t left_backlash = 0;
     int32_t right_backlash = 0;
-    if (sweep_right(target, measured) == failed) return failed;
-    if (sweep_left(target, measured, left_backlash) == failed) return failed;
+    // Where the sensor gives no number the sweep's last reading stands; never what the caller's array held.
+    int32_t reading = 0;
+    if (sweep_right(target, measured, reading) == failed) return failed;
+    if (sweep_left(target, measured, reading, left_backlash) == failed) return failed;
     if (return_right(target, right_backlash) == failed) return failed;
     tmr_cali_inter(measured, measured[0] - left_margin, measured[measurements - 1] + right_margin,
                    load(direction), left_backlash, right_backlash, listFlash);

@@ -34,7 +34,7 @@ constexpr std::int32_t over_range_readings_to_end = 5;
 std::int32_t last_distance_mm = 0;
 std::int32_t over_range_readings = 0;
 
-void end_run() { store(project_tof_dist_changed, 0); }
+void end_run() { store_release(project_tof_dist_changed, 0); }
 
 void skip_over_range(std::int32_t distance_mm) {
     ++over_range_readings;
@@ -81,7 +81,7 @@ void follow_distance(std::int32_t distance_mm) {
 
 using namespace ovra;
 
-int32_t get_auto_keystone_status(void) { return load(project_tof_dist_changed) > 0 ? 1 : 0; }
+int32_t get_auto_keystone_status(void) { return load_acquire(project_tof_dist_changed) > 0 ? 1 : 0; }
 
 void auto_keystone_deal_with(void) {
     if (varnel_get_osd_settings_keystone() == 0) {

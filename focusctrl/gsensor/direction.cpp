@@ -36,7 +36,7 @@ void turn_picture(std::uint8_t rotation) {
 }
 
 void tell_host(std::uint8_t rotation) {
-    const app_callback_table* host = load(gsensor_app_callback);
+    const app_callback_table* host = load_acquire(gsensor_app_callback);
     if (host != nullptr && host->rotation_changed != nullptr)
         host->rotation_changed(host_rotation_codes[rotation]);
 }
@@ -60,10 +60,12 @@ int32_t set_device_direction(int32_t index) {
     store(requested_rotation, rotation);
     if (rotation == old_rotation) return 0;
     turn_picture(rotation);
+    // Before the host hears of it: its callback may lead back here, and must not find the turn still to be
+    // made.
+    store(current_rotation, rotation);
     tell_host(rotation);
     log_focus_at(level_event, "from %s -> %s, device rotation success", rotation_name(old_rotation),
                  rotation_name(rotation));
-    store(current_rotation, rotation);
     return 0;
 }
 

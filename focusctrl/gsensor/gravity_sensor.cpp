@@ -80,7 +80,7 @@ Attempt hand_to_driver(const CalibrationOffsets& offsets) {
 }
 
 Attempt calibrate_once(OffsetParser& parser, CalibrationOffsets& offsets) {
-    store(gsensor_app_callback, get_app_callback());
+    store_release(gsensor_app_callback, get_app_callback());
     ovra_permanent_record record;
     if (permanent_data_read(&record) != 0) {
         log_focus_at(level_error, "%s get gsensor calibration data from otp partition fail!", "acc_cali_init");

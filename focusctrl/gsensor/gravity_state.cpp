@@ -24,7 +24,7 @@ float thetaKeystoneVal = 0.0F;
 
 namespace ovra {
 
-pthread_mutex_t sample_processing = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t sample_processing = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 std::uint8_t first_blocks_skipped = 0;
 std::int32_t tof_steady_readings = 0;
 
@@ -48,7 +48,7 @@ void acc_get_data(float* x, float* y, float* z) {
     *z = average.z;
 }
 
-int32_t acc_get_init_status(void) { return load(ovra::first_blocks_skipped); }
+int32_t acc_get_init_status(void) { return ovra::load_acquire(ovra::first_blocks_skipped); }
 
 int32_t acc_get_angle(float* v, float* theta) {
     if (v != nullptr) *v = load(vKeystoneVal);

@@ -13,7 +13,8 @@ namespace ovra {
 /// Held while a sample is accumulated and while a block is judged: two threads of the library sample, and the
 /// host may have a third that judges. It stays held through everything that judging leads to, the pause
 /// after a movement without effect included. A block judged during that pause would be compared with
-/// the block before the movement and find the same movement again.
+/// the block before the movement and find the same movement again. The same thread may take it again: a
+/// callback of the host may sample and judge.
 extern pthread_mutex_t sample_processing;
 
 /// 1 once the first blocks after the start have been skipped.

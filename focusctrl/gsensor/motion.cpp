@@ -64,6 +64,7 @@ constexpr const char* skipped_by_handler = "autofocus first event, do nothing ";
 // Guarded by sample_processing, except the count of steady blocks, which clear_acc_gyro_status() may reset
 // at any time.
 int skipped_blocks = 0;
+bool judging = false;
 bool factory_notice_given = false;
 bool rest_known = false;
 std::int32_t steady_blocks = 0;
@@ -113,7 +114,7 @@ void log_tilt(const char* which, const Axes& tilt) {
 }
 
 bool host_is_testing() {
-    const app_callback_table* host = load(gsensor_app_callback);
+    const app_callback_table* host = load_acquire(gsensor_app_callback);
     return host != nullptr && host->is_factory_test != nullptr && host->is_factory_test() == 1;
 }
 
@@ -147,7 +148,7 @@ void accept_movement(const Axes& now, const Axes& last) {
     // The flags come after what belongs to them: auto-keystone starts as soon as it sees the distance flag.
     store(project_acc_angle_changed, 1);
     store(project_acc_shake_happened, 1);
-    store(project_tof_dist_changed, 1);
+    store_release(project_tof_dist_changed, 1);
     log_rest_position();
     log_tilt("last: ", last);
     log_tilt("now:  ", now);
@@ -196,7 +197,7 @@ void settle(const Axes& now, const Axes& last) {
     if (!is_steady(now, last)) return;
     if (count_steady_block(now) < steady_blocks_to_rest) return;
     if (load(project_acc_shake_happened) == 1 || !rest_known) record_rest_position();
-    const bool keystone_has_ended = load(project_tof_dist_changed) == 0;
+    const bool keystone_has_ended = load_acquire(project_tof_dist_changed) == 0;
     if (load(project_acc_angle_changed) == 1 && keystone_has_ended) finish_movement();
 }
 
@@ -218,11 +219,14 @@ void follow_tilt(const Axes& now, const Axes& last) {
 
 void follow_block() {
     if (skip_first_block(skipped_by_sampling)) return;
-    store(first_blocks_skipped, 1);
+    store_release(first_blocks_skipped, 1);
+    // Taken before the host's callbacks, which may sample and judge, and so change both.
+    const Axes now = axes_of(acc_degree);
+    const Axes last = axes_of(acc_degree_last);
     if (host_is_testing()) return pause_for_factory_test();
     factory_notice_given = false;
     match_projection_direction();
-    follow_tilt(axes_of(acc_degree), axes_of(acc_degree_last));
+    follow_tilt(now, last);
 }
 
 // --- The judge with adjustable thresholds, for hosts ------------------------------------------------------
@@ -271,8 +275,11 @@ std::int32_t ms_since_movement() {
 
 void judge_block(const Axes& average) {
     take_angles_of(average);
+    if (judging) return;
+    judging = true;
     follow_block();
     finish_block();
+    judging = false;
 }
 
 }  // namespace ovra

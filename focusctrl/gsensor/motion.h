@@ -10,7 +10,8 @@
 namespace ovra {
 
 /// Takes the angles of a block's average as the projector's, and judges the block: direction, movement,
-/// steadiness. To be called with sample_processing held.
+/// steadiness. A block is not judged while another one is, which is so for a block that a callback of the host
+/// completes by samples of its own. To be called with sample_processing held.
 void judge_block(const Axes& average);
 
 /// How long ago the latest movement was accepted, in milliseconds; very long when there was none.

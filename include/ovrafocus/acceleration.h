@@ -33,9 +33,10 @@ OVRA_API int32_t acc_init_set(void);
  * Reads one sample and, when it completes a block, judges the block (see motion.h).
  *
  * A failed read changes nothing. Two threads may call it: samples are read side by side and processed one
- * after the other. Callbacks of the host that it leads to run while the processing is locked; they must not
- * call acc_event_read() or acc_data_handle(). When a movement turns out not to have changed the distance,
- * the call takes one second longer, and no block is completed by another thread meanwhile.
+ * after the other. Callbacks of the host that it leads to run while the processing is locked for other threads;
+ * they may call acc_event_read() and acc_data_handle() themselves, but a block that they complete is not
+ * judged. When a movement turns out not to have changed the distance, the call takes one second longer, and no
+ * block is completed by another thread meanwhile.
  */
 OVRA_API void acc_event_read(void);
 

@@ -27,8 +27,8 @@ extern OVRA_API pthread_mutex_t det_mtx;
  * host's own thread; waits while a sample is processed.
  *
  * A step of threshold_acc_to_shake or more, on any axis, is a movement. From 500 ms after it on, the sixth
- * block whose step is below threshold_acc_to_steady on at least one axis requests a combined run. Not to be
- * called from a callback of the host: the processing of samples is locked while those run.
+ * block whose step is below threshold_acc_to_steady on at least one axis requests a combined run. A callback of
+ * the host may call it, too.
  */
 OVRA_API void acc_data_handle(void);
 

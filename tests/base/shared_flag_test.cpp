@@ -57,4 +57,11 @@ TEST(SharedFlag, CopiesAsManyWordsAsAsked) {
     EXPECT_EQ(to, (std::array<std::uint32_t, 4>{1, 2, 3, 9}));
 }
 
+TEST(SharedFlag, ReadsBackWhatWasReleased) {
+    std::array<std::uint8_t, 3> bytes{1, 2, 3};
+    ovra::store_release(bytes[1], 9);
+    EXPECT_EQ(ovra::load_acquire(bytes[1]), 9);
+    EXPECT_EQ(bytes, (std::array<std::uint8_t, 3>{1, 9, 3}));
+}
+
 }  // namespace

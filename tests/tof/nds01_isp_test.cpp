@@ -743,4 +743,13 @@ TEST_F(IspQuery, PixelsWithoutMemoryLeaveTheResultAlone) {
     EXPECT_EQ(board.log(), "");
 }
 
+// On the board an int32_t of -1 has the bits of this size.
+TEST_F(IspStoredCalibration, AFailedTransferFailsWhateverItsSize) {
+    char buffer[4] = {};
+    driver.refuse(1);
+    EXPECT_EQ(nds01_isp_read_calib_data(buffer, 0xFFFFFFFF), -1);
+    driver.refuse(2);
+    EXPECT_EQ(nds01_isp_write_calib_data("data", 0xFFFFFFFF), -1);
+}
+
 }  // namespace

@@ -103,4 +103,19 @@ TEST(TmrSum, StaysAtTheEndsOfItsRange) {
     EXPECT_EQ(tmr_difference(100, 30), 70);
 }
 
+TEST(TmrSum, ReachesBothEndsOfTheNumbers) {
+    EXPECT_EQ(tmr_sum(0, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(-1, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(INT_MIN, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(INT_MAX, 1), INT_MAX);
+    EXPECT_EQ(clamp_to_limits(0, INT_MIN, INT_MIN).target, INT_MIN);
+}
+
+TEST(TmrDifference, KeepsToWhatHasANegative) {
+    EXPECT_EQ(tmr_difference(INT_MIN, 0), -INT_MAX);
+    EXPECT_EQ(tmr_difference(INT_MIN, INT_MAX), -INT_MAX);
+    EXPECT_EQ(next_target_action(false, tmr_difference(INT_MIN, 0)), LensAction::coarse_left);
+    EXPECT_EQ(coarse_steps(tmr_difference(INT_MIN, 0)), INT_MAX / 18);
+}
+
 }  // namespace

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/scratch_folder.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
@@ -110,7 +110,7 @@ TEST(TheTarget, OfManualFocusIsCheckedAtItsEndToo) {
 }
 
 TEST(ALogFile, IsToldInItsOrderWithoutRepetitionsAndItsToastsAreCounted) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("log");
     std::ofstream(path) << "[ovra_focus]  avgDist = 10\n\n[ovra_focus]  avgDist = 10\nnothing\n"
                            "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"

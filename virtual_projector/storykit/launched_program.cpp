@@ -1,4 +1,4 @@
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -63,7 +63,6 @@ Finished finish(const std::vector<std::string>& command, const std::string& inpu
 
 const char* const launcher = STORYKIT_LAUNCHER;
 const char* const host_program = STORYKIT_HOST;
-const char* const odd_program = STORYKIT_ODD_PROGRAM;
 
 std::string contents_of(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

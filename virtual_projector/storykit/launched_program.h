@@ -1,15 +1,13 @@
-// Starting a program, waiting for its end, and keeping what it said.
-#ifndef TESTS_STORIES_STORYKIT_LAUNCHED_PROGRAM_H
-#define TESTS_STORIES_STORYKIT_LAUNCHED_PROGRAM_H
+// Starting a program, waiting for its end, and keeping what it printed.
+#ifndef VIRTUAL_PROJECTOR_STORYKIT_LAUNCHED_PROGRAM_H
+#define VIRTUAL_PROJECTOR_STORYKIT_LAUNCHED_PROGRAM_H
 
 #include <string>
 #include <vector>
 
-#include "tests/support/scratch_folder.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace storykit {
-
-using testkit::ScratchFolder;
 
 std::string contents_of(const std::string& path);  // empty when it cannot be read
 void write_file(const std::string& path, const std::string& contents);
@@ -23,7 +21,7 @@ struct Finished {
 /// Runs a program of this build to its end, with its arguments. `input` is its standard input.
 Finished launch(const std::vector<std::string>& command, const std::string& input = "");
 
-/// The virtual projector's launcher with these options and, behind "--", this program.
+/// The virtual projector's launcher with these options and, after "--", this program.
 Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
                           const std::string& input = "");
 
@@ -33,7 +31,6 @@ Finished launch_own(const std::vector<std::string>& command);
 // Where the programs of this build stand.
 extern const char* const launcher;
 extern const char* const host_program;
-extern const char* const odd_program;  // does what a program under test should not do; see odd_program.cpp
 
 /// A file of the project.
 std::string project_file(const std::string& name);

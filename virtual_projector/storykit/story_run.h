@@ -1,19 +1,19 @@
 // Running a story of the scenarios folder with the host program, as `./dev demo` does, and looking at it.
-#ifndef TESTS_STORIES_STORYKIT_STORY_RUN_H
-#define TESTS_STORIES_STORYKIT_STORY_RUN_H
+#ifndef VIRTUAL_PROJECTOR_STORYKIT_STORY_RUN_H
+#define VIRTUAL_PROJECTOR_STORYKIT_STORY_RUN_H
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/launched_program.h"
 #include "virtual_projector/report/trace_reader.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace storykit {
 
 /// One run that has ended.
-struct Told {
+struct StoryResult {
     int exit_code = -1;
     std::string words;       // the host's
     std::string complaints;  // on standard error
@@ -27,8 +27,8 @@ struct Told {
     /// The truth that held at this time.
     const vp::TruthAt& at(double time_s) const;
 
-    bool said(const std::string& words_of_the_host) const;
-    int times_said(const std::string& words_of_the_host) const;
+    bool printed(const std::string& text_of_the_host) const;
+    int times_printed(const std::string& text_of_the_host) const;
     int times_logged(const std::string& text_of_the_library) const;
     bool happened(const std::string& event) const;
     int lens_moves_after(double time_s) const;
@@ -51,7 +51,7 @@ public:
     /// One parameter other than in the scenario.
     Story& set(const std::string& name_and_value) { return with({"--set", name_and_value}); }
 
-    Told run() const;
+    StoryResult run() const;
 
 private:
     std::string scenario_;

@@ -1,6 +1,6 @@
-// A folder for a test's files. Tests run side by side, also those of several builds: no two share a file.
-#ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
-#define TESTS_SUPPORT_SCRATCH_FOLDER_H
+// A folder for a run's files. Runs go on side by side, also those of several builds: no two share a file.
+#ifndef VIRTUAL_PROJECTOR_STORYKIT_SCRATCH_FOLDER_H
+#define VIRTUAL_PROJECTOR_STORYKIT_SCRATCH_FOLDER_H
 
 #include <cstdlib>
 #include <filesystem>
@@ -8,13 +8,13 @@
 #include <string>
 #include <system_error>
 
-namespace testkit {
+namespace storykit {
 
 /// A folder of its own, removed with everything in it at the end.
 class ScratchFolder {
 public:
-    ScratchFolder() : path_((std::filesystem::temp_directory_path() / "test-XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no folder for the test's files");
+    ScratchFolder() : path_((std::filesystem::temp_directory_path() / "run-XXXXXX").string()) {
+        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no folder for the run's files");
     }
     ~ScratchFolder() {
         std::error_code ignored;
@@ -28,6 +28,6 @@ private:
     std::string path_;
 };
 
-}  // namespace testkit
+}  // namespace storykit
 
 #endif

@@ -29,6 +29,7 @@
 #include "ovrafocus/permanent_data.h"
 #include "ovrafocus/platform_utils.h"
 #include "ovrafocus/projection_geometry.h"
+#include "ovrafocus/result_codes.h"
 #include "ovrafocus/tmr_table.h"
 #include "ovrafocus/tof_control.h"
 

@@ -29,7 +29,7 @@ TEST(ManualFocus, GoesToBothLimitsAndBackAndEndsSharp) {
     EXPECT_EQ(flaws(told.at_the_end()), "");
 }
 
-TEST(ManualFocus, TellsOfTheLimitsAndOfBeingRefused) {
+TEST(ManualFocus, ShowsAToastAtEachLimitAndWhenRefused) {
     const Told told = Story("manual-focus").run();
     EXPECT_TRUE(
         told.said("toast 6: the lens is at its right limit\n"

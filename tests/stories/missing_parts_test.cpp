@@ -12,7 +12,7 @@ using storykit::flaws_in_keystone;
 using storykit::Story;
 using storykit::Told;
 
-TEST(FarWall, IsToldToTheHostAndTheLensStays) {
+TEST(FarWall, ShowsAToastAndLeavesTheLensWhereItIs) {
     const Told told = Story("far-wall").run();
     EXPECT_EQ(told.exit_code, 1);
     EXPECT_EQ(told.times_said("toast 9: "), 1);

@@ -99,7 +99,7 @@ TEST(Nudge, ClearsTheFlagsAndRestsForOneSecond) {
 
 // --- ceiling -------------------------------------------------------------------------------------------
 
-TEST(Ceiling, TurnsThePictureAndTheHdmiInputOnceAndTellsTheHostOnce) {
+TEST(Ceiling, TurnsThePictureAndTheHdmiInputOnceAndCallsTheHostOnce) {
     const Told told = Story("ceiling").run();
     EXPECT_EQ(told.exit_code, 0);
     // Once at start-up, for the table, and once for the ceiling.

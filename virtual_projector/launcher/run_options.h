@@ -17,7 +17,7 @@ constexpr const char* run_options_variable = "VIRTUAL_PROJECTOR_RUN";
 struct RunOptions {
     std::string scenario;  // file; empty: the standard unit 1.5 m before the wall, and nothing happens
     std::optional<std::uint64_t> seed;
-    ParameterValues parameters;  // set behind the scenario's own
+    ParameterValues parameters;  // set after the scenario's own
     std::string trace;           // file; empty: none
     TraceDetail trace_detail = TraceDetail::calls;
     std::string summary;        // file for the run's figures; empty: none

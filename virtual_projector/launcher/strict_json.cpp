@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 using Event = Json::parse_event_t;
 
 // Far deeper than any scenario. What looks at a document later may call itself for each level.
-constexpr std::size_t most_levels = 32;
+constexpr std::size_t max_levels = 32;
 
 std::string line_of(const std::string& text, std::size_t byte) {
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
@@ -48,14 +48,14 @@ private:
     struct Level {
         std::string place;
         bool is_list = false;
-        std::size_t values = 0;  // behind us
+        std::size_t values = 0;  // so far
         std::string member;      // an object's: the place of its latest one
         std::set<std::string> names;
     };
 
     void enter(bool is_list) {
-        if (levels_.size() == most_levels)
-            throw LocatedError(root_ + ": expected at most " + std::to_string(most_levels) + " levels");
+        if (levels_.size() == max_levels)
+            throw LocatedError(root_ + ": expected at most " + std::to_string(max_levels) + " levels");
         const std::string here = place();
         levels_.push_back({here, is_list, 0, here, {}});
     }

@@ -31,7 +31,7 @@ void World::advance_to(Microseconds now) {
     if (now > now_) advance_physics(now);
 }
 
-// An action may schedule further ones, so the list is looked at anew each time.
+// An action may schedule further ones, so the list is looked at again each time.
 void World::take_due_actions(Microseconds now) {
     while (!actions_.empty() && actions_.front().time <= now) {
         const Action action = std::move(actions_.front());
@@ -117,7 +117,7 @@ int World::tmr_reading() const {
     if (tmr.bus_error != 0) return broken_bus_reading;
     const Noise noise(seed_, Stream::tmr);
     const double travelled = settings_.lens.position_steps - tmr.zero_steps;
-    const double clean = tmr.sense * tmr.slope_per_step * travelled + tmr.offset;
+    const double clean = tmr.polarity * tmr.slope_per_step * travelled + tmr.offset;
     const double noisy = clean + tmr.noise_sigma * noise.gaussian(now_ / microseconds_per_millisecond);
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }

@@ -106,7 +106,7 @@ public:
     bool lens_is_at_left_end() const;
     bool lens_is_at_right_end() const;
 
-    /// The TMR sensor's reading now: noise and sense included, within +-2000, or 32767 with a broken bus.
+    /// The TMR sensor's reading now: noise and polarity included, within +-2000, or 32767 with a broken bus.
     int tmr_reading() const;
 
     // --- Other sensors -----------------------------------------------------------------------------

@@ -3,7 +3,8 @@
 #   include/                     itself and the system
 #   focusctrl/, tof/             include/, platform/, the library's own rooms
 #   platform/                    the system
-#   virtual_projector/world      itself and the standard library
+#   virtual_projector/clock      itself and the standard library
+#   virtual_projector/world      itself, the unit of time and the standard library
 #   virtual_projector/<other>    the rooms below it, platform/; never the library's internals
 #   host/                        include/
 #   bench/                       include/, the virtual projector's world and report, the tests' way to run programs
@@ -36,10 +37,10 @@ check(include "^ovrafocus/")
 check(platform "^platform/")
 check(focusctrl "^(ovrafocus|platform|focusctrl|tof)/")
 check(tof "^(ovrafocus|platform|focusctrl|tof)/")
-check(virtual_projector/world "^virtual_projector/world/")
-check(virtual_projector/trace "^virtual_projector/(trace|devices/device\\.h)")
-check(virtual_projector/clock "^virtual_projector/(clock|devices/device\\.h)")
-check(virtual_projector/devices "^virtual_projector/(devices|world)/")
+check(virtual_projector/world "^virtual_projector/(world/|clock/microseconds\\.h)")
+check(virtual_projector/trace "^virtual_projector/trace/")
+check(virtual_projector/clock "^virtual_projector/clock/")
+check(virtual_projector/devices "^virtual_projector/(devices|world|clock)/")
 check(virtual_projector/boardlibs "^(virtual_projector/(boardlibs|devices|world)|platform)/")
 check(virtual_projector/interpose "^virtual_projector/(interpose|devices|clock|trace)/")
 check(virtual_projector/report "^virtual_projector/(report|trace|world)/")

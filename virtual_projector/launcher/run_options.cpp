@@ -17,6 +17,8 @@ std::string to_text(const RunOptions& options) {
     json["exact_stacks"] = options.exact_stacks;
     json["real_time"] = options.real_time;
     json["preempt"] = options.preempt;
+    json["schedule"] = options.schedule;
+    json["record_schedule"] = options.record_schedule;
     return json.dump();
 }
 
@@ -34,6 +36,8 @@ RunOptions run_options_from(const std::string& text) {
     options.exact_stacks = json.at("exact_stacks");
     options.real_time = json.at("real_time");
     options.preempt = json.at("preempt");
+    options.schedule = json.at("schedule");
+    options.record_schedule = json.at("record_schedule");
     return options;
 }
 

@@ -12,7 +12,7 @@
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
+#include "virtual_projector/clock/microseconds.h"
 
 namespace vp {
 

@@ -10,7 +10,7 @@
 #include <deque>
 
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
+#include "virtual_projector/clock/microseconds.h"
 
 namespace vp {
 

@@ -255,8 +255,7 @@ Outcome run_command(const Command& command, const Arguments& arguments) {
         say("%s: start the library first with 'init'", command.name);
         return Outcome::failed;
     }
-    const bool counted =
-        arguments.size() >= command.least_arguments && arguments.size() <= command.most_arguments;
+    const bool counted = arguments.size() >= command.min_arguments && arguments.size() <= command.max_arguments;
     const Outcome outcome = counted ? command.run(arguments) : Outcome::misused;
     if (outcome != Outcome::misused) return outcome;
     say("usage: %s %s", command.name, command.arguments);

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/launched_program.h"
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/launcher/truth_trace.h"
+#include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -42,7 +42,7 @@ std::string number(double value) {
 std::string row_of(const vp::Parameter& parameter) {
     std::ostringstream row;
     row << "| `" << parameter.name << "` |" << (parameter.unit.empty() ? "" : " ") << parameter.unit << " | "
-        << number(parameter.standard) << " | " << number(parameter.least) << " to " << number(parameter.most)
+        << number(parameter.standard) << " | " << number(parameter.min) << " to " << number(parameter.max)
         << (parameter.whole ? ", whole" : "") << " | " << parameter.meaning << " |";
     return row.str();
 }

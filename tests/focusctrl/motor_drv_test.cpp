@@ -535,4 +535,14 @@ TEST_F(MotorTmr, HasNoUpdateAndNoMoveOfItsOwn) {
     EXPECT_EQ(board.journal(), Entries{});
 }
 
+TEST_F(MotorTotalSteps, SumOfAFailedWriteAndTheLeastNumberWraps) {
+    board.text(motor + "total_steps", "-2147483648\n");
+    Fault refused;
+    refused.operation = "write";
+    refused.path = motor + "total_steps";
+    refused.error_number = EBUSY;
+    board.fail(refused);
+    EXPECT_EQ(motor_get_total_steps(), 2147483647);
+}
+
 }  // namespace

@@ -18,12 +18,12 @@ TEST(AToast, OfAnUnknownCodeIsSaidToBeUnknownAndIsNoFailure) {
     EXPECT_FALSE(host::toast_is_failure(3));
 }
 
-TEST(AToast, ThatTellsOfALimitIsNoFailure) {
+TEST(AToast, OfALimitIsNoFailure) {
     EXPECT_FALSE(host::toast_is_failure(6));
     EXPECT_FALSE(host::toast_is_failure(7));
 }
 
-TEST(AToast, ThatTellsOfARequestNotCarriedOutIsAFailure) {
+TEST(AToast, OfARequestNotCarriedOutIsAFailure) {
     for (const std::int32_t code : {2, 5, 9, 10, 11}) EXPECT_TRUE(host::toast_is_failure(code)) << code;
 }
 

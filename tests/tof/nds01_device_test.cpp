@@ -1,4 +1,5 @@
 #include "ovrafocus/nds01_device.h"
+#include "ovrafocus/nds01_start.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

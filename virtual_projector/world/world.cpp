@@ -86,7 +86,7 @@ int World::tmr_reading() const {
     if (tmr.bus_error != 0) return broken_bus_reading;
     const Noise noise(seed_, Stream::tmr);
     const double travelled = settings_.lens.position_steps - tmr.zero_steps;
-    const double clean = tmr.sense * tmr.slope_per_step * travelled + tmr.offset;
+    const double clean = tmr.polarity * tmr.slope_per_step * travelled + tmr.offset;
     const double noisy = clean + tmr.noise_sigma * noise.gaussian(now_ / microseconds_per_millisecond);
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }

@@ -20,13 +20,13 @@
 #include <string_view>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/lens.h"
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/picture.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/tof.h"
 #include "virtual_projector/world/wall.h"
 
@@ -96,7 +96,7 @@ public:
     bool lens_is_at_left_end() const;
     bool lens_is_at_right_end() const;
 
-    /// The TMR sensor's reading now: noise and sense included, within +-2000, or 32767 with a broken bus.
+    /// The TMR sensor's reading now: noise and polarity included, within +-2000, or 32767 with a broken bus.
     int tmr_reading() const;
 
     // --- Other sensors -----------------------------------------------------------------------------

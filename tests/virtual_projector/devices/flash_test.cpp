@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/devices/board_fixture.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 #include "virtual_projector/world/unit_record.h"
 
 namespace vp {
@@ -23,7 +23,7 @@ struct FlashTest : BoardTest {
 };
 
 struct TemporaryFile {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string name = folder.file("flash");
 };
 
@@ -95,7 +95,7 @@ TEST_F(FlashTest, AFileOfAnotherSizeIsNotTaken) {
     EXPECT_EQ(memory.bytes(), (std::vector<std::uint8_t>{1, 2, 3}));
 }
 
-TEST_F(FlashTest, AFileThatCannotBeWrittenIsTold) {
+TEST_F(FlashTest, AFileThatCannotBeWrittenIsReported) {
     EXPECT_FALSE(save_memory("/nowhere/at/all", {1}));
     EXPECT_TRUE(save_memory("", {1}));
 }

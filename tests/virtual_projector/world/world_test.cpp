@@ -58,10 +58,10 @@ TEST_F(WorldTest, TheTmrReadingFollowsTheLensWithALittleNoise) {
 
 TEST_F(WorldTest, TheTmrReadingFollowsItsSense) {
     set("tmr.noise_sigma", 0);
-    set("tmr.sense", -1);
+    set("tmr.polarity", -1);
     set("lens.position_steps", 20);
     EXPECT_EQ(world.tmr_reading(), 6 - 36);
-    set("tmr.sense", 0);
+    set("tmr.polarity", 0);
     EXPECT_EQ(world.tmr_reading(), 6);
 }
 

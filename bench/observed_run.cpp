@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/world/parameters.h"
 
 namespace bench {

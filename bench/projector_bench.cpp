@@ -8,7 +8,7 @@
 #include "bench/benchmarks.h"
 #include "bench/figures.h"
 #include "bench/observed_run.h"
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace bench {
 namespace {

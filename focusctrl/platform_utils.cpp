@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
+#include "base/descriptor.h"
+#include "base/elapsed_time.h"
+#include "base/log.h"
 
 namespace ovra {
 namespace {
@@ -66,10 +67,6 @@ int32_t write_short_text(const Descriptor& node, const char* text) {
     if (length >= short_write_limit) std::abort();
     // The result is made before the descriptor closes, because closing may change errno.
     return ::write(node.get(), text, length) == -1 ? -errno : 0;
-}
-
-int64_t milliseconds_between(const timeval& start, const timeval& end) {
-    return int64_t{end.tv_sec - start.tv_sec} * 1000 + (end.tv_usec - start.tv_usec) / 1000;
 }
 
 }  // namespace
@@ -155,11 +152,9 @@ int32_t write_file_buf(const char* path, const void* buf, uint32_t len) {
 int32_t SleepMs(uint32_t ms) { return ::usleep(ms * microseconds_per_millisecond); }
 
 void wait_ms(timeval start, int32_t ms) {
-    int64_t elapsed_ms = 0;
-    while (elapsed_ms < ms) {
-        timeval now = {};
-        ::gettimeofday(&now, nullptr);
-        elapsed_ms = milliseconds_between(start, now);
+    int64_t elapsed = 0;
+    while (elapsed < ms) {
+        elapsed = elapsed_ms(start, wall_clock());
         SleepMs(1);
     }
 }

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/log.h"
-#include "focusctrl/mutex_guard.h"
+#include "base/log.h"
+#include "base/mutex_guard.h"
 #include "ovrafocus/config.h"
 #include "ovrafocus/platform_utils.h"
 

@@ -5,13 +5,12 @@
 #include <cstring>
 #include <memory>
 
-#include "focusctrl/log.h"
-#include "ovrafocus/nds01_device.h"
-#include "ovrafocus/nds01_isp.h"
+#include "base/log.h"
+#include "ovrafocus/nds01_start.h"
 #include "ovrafocus/nds01_sysfs.h"
 #include "platform/nds_isp.h"
-#include "tof/device_state.h"
-#include "tof/isp_context.h"
+#include "tof/nds01_device.h"
+#include "tof/nds01_isp.h"
 #include "tof/offset_table.h"
 
 namespace ovra {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "focusctrl/log.h"
+#include "base/log.h"
 
 namespace ovra {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "focusctrl/whole_number.h"
+#include "base/whole_number.h"
 
 namespace ovra {
 namespace {

@@ -3,11 +3,12 @@
 #include <array>
 #include <cstdint>
 
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "focusctrl/gsensor/log_levels.h"
 #include "focusctrl/gsensor/rotation_choice.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/acceleration.h"
+#include "ovrafocus/gravity_state.h"
+#include "ovrafocus/requests.h"
 #include "platform/board_display.h"
 
 namespace ovra {
@@ -35,7 +36,7 @@ void turn_picture(std::uint8_t rotation) {
 }
 
 void tell_host(std::uint8_t rotation) {
-    const app_callback_table* host = load(gsensor_app_callback);
+    const app_callback_table* host = load_acquire(gsensor_app_callback);
     if (host != nullptr && host->rotation_changed != nullptr)
         host->rotation_changed(host_rotation_codes[rotation]);
 }
@@ -59,10 +60,12 @@ int32_t set_device_direction(int32_t index) {
     store(requested_rotation, rotation);
     if (rotation == old_rotation) return 0;
     turn_picture(rotation);
+    // Before the host hears of it: its callback may lead back here, and must not find the turn still to be
+    // made.
+    store(current_rotation, rotation);
     tell_host(rotation);
     log_focus_at(level_event, "from %s -> %s, device rotation success", rotation_name(old_rotation),
                  rotation_name(rotation));
-    store(current_rotation, rotation);
     return 0;
 }
 

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/config.h"
 
 namespace ovra {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/budgets/figures.h"
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/budgets/figures.h"
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ constexpr const char* stories[] = {"first-light",     "pick-up-and-set-down", "c
 using Depths = std::map<std::string, double>;  // by thread
 
 void add_depths_of(storykit::Story story, Depths& deepest) {
-    const storykit::Told told = story.with({"--exact-stacks"}).run();
-    for (const auto& stack : told.summary.at("stacks")) {
+    const storykit::StoryResult result = story.with({"--exact-stacks"}).run();
+    for (const auto& stack : result.summary.at("stacks")) {
         double& use = deepest[stack.at("name").get<std::string>()];
         use = std::max(use, stack.at("deepest_use").get<double>());
     }

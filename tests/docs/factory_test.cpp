@@ -8,7 +8,7 @@
 
 #include "host/commands.h"
 #include "ovrafocus/permanent_data.h"
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace {
 

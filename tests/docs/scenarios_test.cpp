@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/launched_program.h"
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/launcher/truth_trace.h"
+#include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/launched_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace {
 

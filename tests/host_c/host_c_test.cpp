@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "tests/stories/storykit/launched_program.h"
 #include "virtual_projector/report/trace_reader.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace {
 
@@ -29,24 +29,24 @@ Outcome outcome_of(const char* host) {
     return run;
 }
 
-bool said(const Outcome& run, const std::string& line) {
+bool printed(const Outcome& run, const std::string& line) {
     return run.finished.words.find(line + "\n") != std::string::npos;
 }
 
 TEST(AHostInC, RegistersItsCallbacksStartsUpAndHasThePictureSquaredAndFocused) {
-    const Outcome told = outcome_of(C_HOST);
-    EXPECT_EQ(told.finished.exit_code, 0) << told.finished.words << told.finished.complaints;
-    EXPECT_TRUE(said(told, "the run has ended"));
-    ASSERT_FALSE(told.trace.truths.empty());
-    EXPECT_LT(told.trace.truths.front().sharpness, 0.1);
-    EXPECT_GT(told.trace.truths.back().sharpness, 0.98);
-    EXPECT_LT(told.trace.truths.back().worst_side_deg(), 0.3);
+    const Outcome result = outcome_of(C_HOST);
+    EXPECT_EQ(result.finished.exit_code, 0) << result.finished.words << result.finished.complaints;
+    EXPECT_TRUE(printed(result, "the run has ended"));
+    ASSERT_FALSE(result.trace.truths.empty());
+    EXPECT_LT(result.trace.truths.front().sharpness, 0.1);
+    EXPECT_GT(result.trace.truths.back().sharpness, 0.98);
+    EXPECT_LT(result.trace.truths.back().worst_side_deg(), 0.3);
 }
 
 TEST(AHostWhoseFunctionsAreNamedLikeTheLibrarys, KeepsThemToItself) {
-    const Outcome told = outcome_of(CLASHING_HOST);
-    EXPECT_EQ(told.finished.exit_code, 0) << told.finished.words << told.finished.complaints;
-    EXPECT_TRUE(said(told, "own functions: the host's own")) << told.finished.words;
+    const Outcome result = outcome_of(CLASHING_HOST);
+    EXPECT_EQ(result.finished.exit_code, 0) << result.finished.words << result.finished.complaints;
+    EXPECT_TRUE(printed(result, "own functions: the host's own")) << result.finished.words;
 }
 
 TEST(AHostWhoseFunctionsAreNamedLikeTheLibrarys, ChangesNothingThatTheLibraryDoes) {

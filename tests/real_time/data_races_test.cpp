@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/story_run.h"
+#include "tests/stories/odd_program/odd_program.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
@@ -15,24 +16,24 @@ using storykit::contents_of;
 using storykit::Finished;
 using storykit::ScratchFolder;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr const char* a_report = "ThreadSanitizer";
 
 // Whether the run had all threads that watch and serve by themselves.
-void expect_threads(const Told& told) {
+void expect_threads(const StoryResult& result) {
     std::vector<std::string> names;
-    for (const auto& stack : told.summary.at("stacks")) names.push_back(stack.at("name"));
+    for (const auto& stack : result.summary.at("stacks")) names.push_back(stack.at("name"));
     for (const char* name :
          {"ovra_gsensor_thread", "UI_update_thread", "gsensor_det_thread", "keystonefocus_thread"}) {
         EXPECT_TRUE(std::find(names.begin(), names.end(), name) != names.end()) << name;
     }
 }
 
-void expect_no_race(const Told& told) {
-    EXPECT_EQ(told.complaints.find(a_report), std::string::npos) << told.complaints;
-    EXPECT_EQ(told.exit_code, 0) << told.words << told.complaints;
-    expect_threads(told);
+void expect_no_race(const StoryResult& result) {
+    EXPECT_EQ(result.complaints.find(a_report), std::string::npos) << result.complaints;
+    EXPECT_EQ(result.exit_code, 0) << result.words << result.complaints;
+    expect_threads(result);
 }
 
 // The day's events one after the other.
@@ -55,7 +56,7 @@ nlohmann::json without_pauses(nlohmann::json day) {
 }
 
 TEST(DataRaces, AreReportedByTheSanitizerBehindTheVirtualProjector) {
-    const Finished finished = storykit::launch_projector({"--real-time"}, {storykit::odd_program, "race"});
+    const Finished finished = storykit::launch_projector({"--real-time"}, {testkit::odd_program, "race"});
     EXPECT_NE(finished.complaints.find(a_report), std::string::npos) << finished.complaints;
     EXPECT_NE(finished.exit_code, 0);
 }

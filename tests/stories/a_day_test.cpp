@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using storykit::flaws;
 using storykit::flaws_in_keystone;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr double hour_s = 3600;
 
@@ -25,9 +25,9 @@ std::string flaws_in_the_warm(const vp::TruthAt& truth) {
     return blur + flaws_in_keystone(truth);
 }
 
-std::vector<long> holdings_of(const Told& told, const char* what) {
+std::vector<long> holdings_of(const StoryResult& result, const char* what) {
     std::vector<long> each_hour;
-    for (const auto& holding : told.summary.at("holdings")) each_hour.push_back(holding.at(what).get<long>());
+    for (const auto& holding : result.summary.at("holdings")) each_hour.push_back(holding.at(what).get<long>());
     return each_hour;
 }
 
@@ -37,13 +37,13 @@ TEST(ADay, EndsSharpAndSquareAndHoldsNoMoreThanInTheMorning) {
 #endif
     // Without the allocator's own stores of freed memory the figures are exact.
     setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
-    const Told told = Story("a-day").run();
-    EXPECT_EQ(told.exit_code, 0) << told.words;
-    EXPECT_EQ(flaws(told.at_the_end()), "");
-    EXPECT_TRUE(told.said("the last request succeeded"));
+    const StoryResult result = Story("a-day").run();
+    EXPECT_EQ(result.exit_code, 0) << result.words;
+    EXPECT_EQ(flaws(result.at_the_end()), "");
+    EXPECT_TRUE(result.printed("the last request succeeded"));
 
     // What was asked of it, or noticed by it, was done each time.
-    const auto a_minute_after = [&told](double time_h) { return told.at(time_h * hour_s + 60); };
+    const auto a_minute_after = [&result](double time_h) { return result.at(time_h * hour_s + 60); };
     EXPECT_EQ(flaws_in_the_warm(a_minute_after(1.0 / 6)), "");  // set down on a slope
     EXPECT_GE(a_minute_after(1.5).sharpness, sharp);            // far back; auto-keystone is off
     EXPECT_EQ(flaws_in_keystone(a_minute_after(3)), "");        // near the wall; auto-focus is off
@@ -53,15 +53,15 @@ TEST(ADay, EndsSharpAndSquareAndHoldsNoMoreThanInTheMorning) {
     EXPECT_EQ(flaws_in_the_warm(a_minute_after(6.2)), "");  // back on its table
     EXPECT_EQ(a_minute_after(6.2).hdmi_turn_deg, 0);
 
-    const std::vector<long> heap = holdings_of(told, "heap_bytes");
-    const std::vector<long> nodes = holdings_of(told, "open_nodes");
+    const std::vector<long> heap = holdings_of(result, "heap_bytes");
+    const std::vector<long> nodes = holdings_of(result, "open_nodes");
     ASSERT_EQ(heap.size(), 7U);
     EXPECT_LE(heap.back(), heap.front());
     EXPECT_EQ(nodes, std::vector<long>(7, nodes.front()));
 }
 
 // The first twelve minutes and the first move.
-Told quarter_of_an_hour(const std::string& seed) {
+StoryResult quarter_of_an_hour(const std::string& seed) {
     return Story("a-day")
         .with({"--seed", seed})
         .commands({"init", "keys", "akaf", "wait idle", "wait 12min", "status"})
@@ -69,9 +69,9 @@ Told quarter_of_an_hour(const std::string& seed) {
 }
 
 TEST(ADay, IsTheSameToTheByteWhenItBeginsAgain) {
-    const Told first = quarter_of_an_hour("8");
+    const StoryResult first = quarter_of_an_hour("8");
     EXPECT_EQ(flaws_in_the_warm(first.at_the_end()), "");
-    const Told second = quarter_of_an_hour("8");
+    const StoryResult second = quarter_of_an_hour("8");
     EXPECT_TRUE(first.trace_text == second.trace_text);
     EXPECT_EQ(first.words, second.words);
 }

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/story_run.h"
 #include "virtual_projector/report/story.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
@@ -37,8 +37,8 @@ std::vector<std::string> short_stories() {
 class EveryStory : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(EveryStory, GivesTheSameTraceByteForByteWhenItRunsAgain) {
-    const storykit::Told first = Story(GetParam()).detail("calls").run();
-    const storykit::Told second = Story(GetParam()).detail("calls").run();
+    const storykit::StoryResult first = Story(GetParam()).detail("calls").run();
+    const storykit::StoryResult second = Story(GetParam()).detail("calls").run();
     EXPECT_GT(first.trace_text.size(), 1000U);
     EXPECT_TRUE(first.trace_text == second.trace_text);
     EXPECT_EQ(first.words, second.words);
@@ -48,15 +48,15 @@ TEST_P(EveryStory, GivesTheSameTraceByteForByteWhenItRunsAgain) {
 TEST_P(EveryStory, IsShownInWordsWithBeforeAndAfter) {
     const storykit::ScratchFolder folder;
     const std::string log = folder.file("log");
-    const storykit::Finished told = storykit::launch_projector(
+    const storykit::Finished result = storykit::launch_projector(
         {"--story", "--scenario", project_file("scenarios/" + GetParam() + ".json"), "--library-log", log},
         {storykit::host_program, "--script", project_file("scenarios/" + GetParam() + ".host"), "--library-log",
          log});
-    EXPECT_NE(told.words.find("\nAt the start: "), std::string::npos);
-    EXPECT_NE(told.words.find("         before        after\n"), std::string::npos);
-    EXPECT_NE(told.words.find("\nsharpness (0 to 1) "), std::string::npos);
-    EXPECT_NE(told.words.find("\nSimulated time "), std::string::npos);
-    EXPECT_EQ(told.complaints, "");
+    EXPECT_NE(result.words.find("\nAt the start: "), std::string::npos);
+    EXPECT_NE(result.words.find("         before        after\n"), std::string::npos);
+    EXPECT_NE(result.words.find("\nsharpness (0 to 1) "), std::string::npos);
+    EXPECT_NE(result.words.find("\nSimulated time "), std::string::npos);
+    EXPECT_EQ(result.complaints, "");
 }
 
 std::string test_name(const ::testing::TestParamInfo<std::string>& info) {

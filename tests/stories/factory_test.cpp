@@ -3,14 +3,14 @@
 
 #include <string>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using storykit::flaws;
 using storykit::ScratchFolder;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr const char* blank_record =
     "lens table       (erased)\n"
@@ -24,53 +24,55 @@ constexpr const char* blank_record =
 // One unit: its memories live on between runs.
 struct FactoryTest : ::testing::Test {
     ScratchFolder folder;
-    Told run(const std::string& story) { return Story(story).with({"--flash", folder.file("flash")}).run(); }
+    StoryResult run(const std::string& story) {
+        return Story(story).with({"--flash", folder.file("flash")}).run();
+    }
     std::string record() { return storykit::contents_of(folder.file("flash")); }
 };
 
 TEST_F(FactoryTest, CalibratesABlankUnitByOneScript) {
-    const Told told = run("factory/1-calibrate");
-    EXPECT_EQ(told.exit_code, 0) << told.words;
-    EXPECT_EQ(told.words.find(blank_record), 0U) << told.words;
+    const StoryResult result = run("factory/1-calibrate");
+    EXPECT_EQ(result.exit_code, 0) << result.words;
+    EXPECT_EQ(result.words.find(blank_record), 0U) << result.words;
     for (const char* step : {"gravity offsets: done\n", "ToF offset: done\n", "lens direction: done\n",
                              "lens table: done\n", "sharpness peak: done\n", "calibration flags: done\n"}) {
-        EXPECT_TRUE(told.said(step)) << step;
+        EXPECT_TRUE(result.printed(step)) << step;
     }
-    EXPECT_EQ(told.times_said("idle travel: done\n"), 2);
-    EXPECT_TRUE(told.said("TMR sense: 1 (readings are negated)"));
+    EXPECT_EQ(result.times_printed("idle travel: done\n"), 2);
+    EXPECT_TRUE(result.printed("TMR sense: 1 (readings are negated)"));
     // The record is shown once more at the end.
-    const std::string::size_type shown = told.words.rfind("lens table       ");
+    const std::string::size_type shown = result.words.rfind("lens table       ");
     ASSERT_NE(shown, 0U);
-    EXPECT_EQ(told.words.substr(shown), "lens table       " + std::string(record().c_str()) +
-                                            "\n"
-                                            "gravity offsets  12,-7,30\n"
-                                            "device serial    (erased)\n"
-                                            "board serial     (erased)\n"
-                                            "gravity sensor   calibrated (1)\n"
-                                            "ToF sensor       calibrated (1)\n"
-                                            "lens             calibrated (1)\n");
+    EXPECT_EQ(result.words.substr(shown), "lens table       " + std::string(record().c_str()) +
+                                              "\n"
+                                              "gravity offsets  12,-7,30\n"
+                                              "device serial    (erased)\n"
+                                              "board serial     (erased)\n"
+                                              "gravity sensor   calibrated (1)\n"
+                                              "ToF sensor       calibrated (1)\n"
+                                              "lens             calibrated (1)\n");
 }
 
 TEST_F(FactoryTest, TheToFOffsetCalibrationTakesTheErrorAway) {
-    const Told told = run("factory/1-calibrate");
-    EXPECT_TRUE(told.said("mean 1035 mm\nToF offset: done\n"));
-    EXPECT_TRUE(told.said("mean 1000 mm\nTMR sense"));
+    const StoryResult result = run("factory/1-calibrate");
+    EXPECT_TRUE(result.printed("mean 1035 mm\nToF offset: done\n"));
+    EXPECT_TRUE(result.printed("mean 1000 mm\nTMR sense"));
 }
 
 TEST_F(FactoryTest, AfterAPowerCycleTheUnitSquaresAndFocusesItsPicture) {
     ASSERT_EQ(run("factory/1-calibrate").exit_code, 0);
-    const Told told = run("factory/2-first-light");
-    EXPECT_EQ(told.exit_code, 0);
-    EXPECT_TRUE(told.said("the library is started; auto-keystone is on, auto-focus is on\n"));
-    EXPECT_LT(told.at_the_start().sharpness, 0.1);
-    EXPECT_EQ(flaws(told.at_the_end()), "");
+    const StoryResult result = run("factory/2-first-light");
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_TRUE(result.printed("the library is started; auto-keystone is on, auto-focus is on\n"));
+    EXPECT_LT(result.at_the_start().sharpness, 0.1);
+    EXPECT_EQ(flaws(result.at_the_end()), "");
 }
 
 TEST_F(FactoryTest, TwoUnitsAreCalibratedAndWorkAlikeToTheByte) {
     const ScratchFolder other;
     for (const char* story : {"factory/1-calibrate", "factory/2-first-light"}) {
-        const Told one = run(story);
-        const Told two = Story(story).with({"--flash", other.file("flash")}).run();
+        const StoryResult one = run(story);
+        const StoryResult two = Story(story).with({"--flash", other.file("flash")}).run();
         EXPECT_FALSE(one.trace.lens_moves.empty()) << story;
         EXPECT_TRUE(one.trace_text == two.trace_text) << story;
         EXPECT_EQ(one.words, two.words) << story;
@@ -79,9 +81,9 @@ TEST_F(FactoryTest, TwoUnitsAreCalibratedAndWorkAlikeToTheByte) {
 }
 
 TEST_F(FactoryTest, WithoutItsCalibrationTheSameUnitStaysBlurred) {
-    const Told told = run("factory/2-first-light");
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.trace.lens_moves.empty());
+    const StoryResult result = run("factory/2-first-light");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.trace.lens_moves.empty());
 }
 
 // --- Units that are rejected: which step, why, and what stands in their record --------------------------
@@ -97,42 +99,42 @@ void expect_offsets_only(const std::string& record) {
 }
 
 TEST_F(FactoryTest, RejectsALensThatSticks) {
-    const Told told = run("factory-reject-stuck-lens");
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(
-        told.said("idle travel: failed (-100): the reading did not follow the motor: the lens sticks, or its "
-                  "sensor does not work\n"));
-    EXPECT_TRUE(told.said(":16: stopped at 'calibrate idle left'\n"));
-    EXPECT_EQ(told.times_logged("MOTOR_IDLE_DIST NG, MOTOR_IDLE_DIST > 14*5um"), 1);
+    const StoryResult result = run("factory-reject-stuck-lens");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed(
+        "idle travel: failed (-100): the reading did not follow the motor: the lens sticks, or its "
+        "sensor does not work\n"));
+    EXPECT_TRUE(result.printed(":16: stopped at 'calibrate idle left'\n"));
+    EXPECT_EQ(result.times_logged("MOTOR_IDLE_DIST NG, MOTOR_IDLE_DIST > 14*5um"), 1);
     expect_offsets_only(record());
 }
 
 TEST_F(FactoryTest, RejectsALensSensorThatShowsNothing) {
-    const Told told = run("factory-reject-no-polarity");
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(
-        told.said("lens direction: failed (-100): the reading did not follow the motor: the lens sticks, or "
-                  "its sensor does not work\n"));
-    EXPECT_TRUE(told.said(":15: stopped at 'calibrate direction'\n"));
-    EXPECT_EQ(told.times_logged("MOTOR_IDLE_DIST NG, rightR > 14"), 1);
+    const StoryResult result = run("factory-reject-no-polarity");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed(
+        "lens direction: failed (-100): the reading did not follow the motor: the lens sticks, or "
+        "its sensor does not work\n"));
+    EXPECT_TRUE(result.printed(":15: stopped at 'calibrate direction'\n"));
+    EXPECT_EQ(result.times_logged("MOTOR_IDLE_DIST NG, rightR > 14"), 1);
     expect_offsets_only(record());
 }
 
 TEST_F(FactoryTest, RejectsAFlashThatDoesNotTakeTheTable) {
-    const Told told = run("factory-reject-no-record");
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("lens table: failed (-1): the permanent record could not be written\n"));
-    EXPECT_TRUE(told.said(":18: stopped at 'calibrate table -48'\n"));
-    EXPECT_EQ(told.times_logged("permanent_data_write error"), 1);
+    const StoryResult result = run("factory-reject-no-record");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed("lens table: failed (-1): the permanent record could not be written\n"));
+    EXPECT_TRUE(result.printed(":18: stopped at 'calibrate table -48'\n"));
+    EXPECT_EQ(result.times_logged("permanent_data_write error"), 1);
     expect_offsets_only(record());
 }
 
 TEST_F(FactoryTest, RefusesATableThatWouldNotFitBeforeTheLensIsSwept) {
-    const Told told = run("factory-reject-long-table");
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("a table around TMR -1504 may need more than its 149 characters: refused\n"));
-    EXPECT_TRUE(told.said(": stopped at 'calibrate table -1504'\n"));
-    EXPECT_EQ(told.times_logged("manu focus targetTMR"), 0);
+    const StoryResult result = run("factory-reject-long-table");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed("a table around TMR -1504 may need more than its 149 characters: refused\n"));
+    EXPECT_TRUE(result.printed(": stopped at 'calibrate table -1504'\n"));
+    EXPECT_EQ(result.times_logged("manu focus targetTMR"), 0);
     expect_offsets_only(record());
 }
 
@@ -141,23 +143,23 @@ TEST_F(FactoryTest, RejectsAToFSensorWhoseCalibrationDoesNotSucceed) {
     storykit::write_file(scenario, R"({"set": {"unit.calibrated": 0, "unit.tof_host_calibration": 0,
         "pose.distance_mm": 1000, "lens.position_steps": 20},
         "faults": [{"operation": "call", "path": "nx_calibration_3d", "error": "EIO"}]})");
-    const Told told =
+    const StoryResult result =
         Story("factory/1-calibrate").scenario(scenario).with({"--flash", folder.file("flash")}).run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said(
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed(
         "the target at 1000 mm is measured at 1035 mm\n"
         "ToF offset: failed (-1): the calibration did not succeed: is the target flat, square and at this "
         "depth?\n"));
-    EXPECT_TRUE(told.said(":11: stopped at 'calibrate tof 1000 0'\n"));
-    EXPECT_EQ(told.times_logged("step_2: nx_calibration_3d failed!"), 1);
+    EXPECT_TRUE(result.printed(":11: stopped at 'calibrate tof 1000 0'\n"));
+    EXPECT_EQ(result.times_logged("step_2: nx_calibration_3d failed!"), 1);
     expect_offsets_only(record());
 }
 
 TEST_F(FactoryTest, RejectsABenchWithoutATarget) {
-    const Told told = Story("factory/1-calibrate").set("pose.distance_mm=5000").run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("the target at 1000 mm cannot be measured\n"));
-    EXPECT_TRUE(told.said(": stopped at 'calibrate tof 1000 0'\n"));
+    const StoryResult result = Story("factory/1-calibrate").set("pose.distance_mm=5000").run();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed("the target at 1000 mm cannot be measured\n"));
+    EXPECT_TRUE(result.printed(": stopped at 'calibrate tof 1000 0'\n"));
 }
 
 // Places of four digits and a sign are too long for the record when there are many, and how many there are
@@ -171,14 +173,14 @@ TEST_F(FactoryTest, NoLensMakesATableThatStopsTheProcess) {
     for (const Lens lens : {Lens{14, -958, true}, Lens{22, -934, true}, Lens{25, -925, true},
                             Lens{30, -912, true}, Lens{40, -880, true}, Lens{18, -900, false}}) {
         const std::string target = std::to_string(lens.offset - 3 * lens.tmr_per_step);
-        const Told told = Story("factory/1-calibrate")
-                              .set("tmr.polarity=1")
-                              .set("tmr.slope_per_step=" + std::to_string(lens.tmr_per_step))
-                              .set("tmr.offset=" + std::to_string(lens.offset))
-                              .commands({"init", "calibrate direction", "calibrate table " + target})
-                              .run();
-        EXPECT_EQ(told.said("characters: refused\n"), lens.is_refused) << lens.tmr_per_step;
-        EXPECT_EQ(told.exit_code, lens.is_refused ? 1 : 0) << told.words << told.complaints;
+        const StoryResult result = Story("factory/1-calibrate")
+                                       .set("tmr.polarity=1")
+                                       .set("tmr.slope_per_step=" + std::to_string(lens.tmr_per_step))
+                                       .set("tmr.offset=" + std::to_string(lens.offset))
+                                       .commands({"init", "calibrate direction", "calibrate table " + target})
+                                       .run();
+        EXPECT_EQ(result.printed("characters: refused\n"), lens.is_refused) << lens.tmr_per_step;
+        EXPECT_EQ(result.exit_code, lens.is_refused ? 1 : 0) << result.words << result.complaints;
     }
 }
 
@@ -190,13 +192,13 @@ TEST_F(FactoryTest, DoesNotOverwriteARecordThatCouldNotBeRead) {
         scenario,
         R"({"faults": [{"operation": "call", "path": "hudi_flash_otp_read", "nth": 1, "error": "EIO"}]})");
     for (const char* command : {"calibrate gravity 1 2 3", "calibrate table -48", "flags 1 1 1"}) {
-        const Told told = Story("factory/1-calibrate")
-                              .scenario(scenario)
-                              .with({"--flash", folder.file("flash")})
-                              .commands({command})
-                              .run();
-        EXPECT_EQ(told.exit_code, 1) << command;
-        EXPECT_EQ(told.words,
+        const StoryResult result = Story("factory/1-calibrate")
+                                       .scenario(scenario)
+                                       .with({"--flash", folder.file("flash")})
+                                       .commands({command})
+                                       .run();
+        EXPECT_EQ(result.exit_code, 1) << command;
+        EXPECT_EQ(result.words,
                   "the permanent record could not be read, and is not overwritten: start again, or 'clean' it "
                   "first\n");
         EXPECT_EQ(record(), before) << command;
@@ -204,25 +206,25 @@ TEST_F(FactoryTest, DoesNotOverwriteARecordThatCouldNotBeRead) {
 }
 
 TEST_F(FactoryTest, RejectsATableThatDoesNotRise) {
-    const Told told = Story("factory/1-calibrate")
-                          .set("tmr.polarity=1")
-                          .set("tmr.noise_sigma=60")
-                          .commands({"calibrate table -48", "flags 1 1 1"})
-                          .run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(
-        told.said("lens table: failed (-1): the positions do not rise from step to step: the lens sticks or "
-                  "jumps, or its sensor is disturbed\n"))
-        << told.words;
-    EXPECT_FALSE(told.said("calibration flags"));
+    const StoryResult result = Story("factory/1-calibrate")
+                                   .set("tmr.polarity=1")
+                                   .set("tmr.noise_sigma=60")
+                                   .commands({"calibrate table -48", "flags 1 1 1"})
+                                   .run();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed(
+        "lens table: failed (-1): the positions do not rise from step to step: the lens sticks or "
+        "jumps, or its sensor is disturbed\n"))
+        << result.words;
+    EXPECT_FALSE(result.printed("calibration flags"));
 }
 
 TEST_F(FactoryTest, RefusesFlagsThatTheRecordCannotHold) {
     for (const char* flags : {"flags 1 1 5", "flags -1 1 1", "flags 1 12 1"}) {
-        const Told told =
+        const StoryResult result =
             Story("factory/1-calibrate").with({"--flash", folder.file("flash")}).commands({flags}).run();
-        EXPECT_EQ(told.words, "calibration flags must lie in 0 to 4\n") << flags;
-        EXPECT_EQ(told.exit_code, 1) << flags;
+        EXPECT_EQ(result.words, "calibration flags must lie in 0 to 4\n") << flags;
+        EXPECT_EQ(result.exit_code, 1) << flags;
         EXPECT_EQ(record(), "") << flags;  // never written
     }
 }

@@ -4,28 +4,28 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using storykit::flaws;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 Story first_light() { return Story("first-light"); }
 
 std::ptrdiff_t lines_in(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
 TEST(FirstLight, BeginsBlurredAndTiltedAndEndsSharpAndSquare) {
-    const Told told = first_light().run();
-    EXPECT_EQ(told.exit_code, 0) << told.complaints;
-    EXPECT_LT(told.at_the_start().sharpness, 0.1);
-    EXPECT_GT(told.at_the_start().worst_side_deg(), 5);
-    EXPECT_EQ(flaws(told.at_the_end()), "");
-    EXPECT_EQ(told.at_the_end().bottom_width, 1280);
-    EXPECT_EQ(told.complaints, "");
-    ASSERT_EQ(told.trace.failures.size(), 1U);  // this light engine has no focus curve of its own
-    EXPECT_EQ(told.trace.failures[0].what, "open /sys/class/dlp/elepn_focus_curve_data: ENOENT");
+    const StoryResult result = first_light().run();
+    EXPECT_EQ(result.exit_code, 0) << result.complaints;
+    EXPECT_LT(result.at_the_start().sharpness, 0.1);
+    EXPECT_GT(result.at_the_start().worst_side_deg(), 5);
+    EXPECT_EQ(flaws(result.at_the_end()), "");
+    EXPECT_EQ(result.at_the_end().bottom_width, 1280);
+    EXPECT_EQ(result.complaints, "");
+    ASSERT_EQ(result.trace.failures.size(), 1U);  // this light engine has no focus curve of its own
+    EXPECT_EQ(result.trace.failures[0].what, "open /sys/class/dlp/elepn_focus_curve_data: ENOENT");
 }
 
 TEST(FirstLight, SaysWhatItDidInPlainWords) {
@@ -42,10 +42,10 @@ TEST(FirstLight, SaysWhatItDidInPlainWords) {
 class FirstLightSeed : public ::testing::TestWithParam<int> {};
 
 TEST_P(FirstLightSeed, ChangesTheNoiseAndNotTheOutcome) {
-    const Told told = first_light().with({"--seed", std::to_string(GetParam())}).run();
-    EXPECT_EQ(told.exit_code, 0);
-    EXPECT_EQ(flaws(told.at_the_end()), "");
-    EXPECT_TRUE(told.library_log != first_light().run().library_log);
+    const StoryResult result = first_light().with({"--seed", std::to_string(GetParam())}).run();
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(flaws(result.at_the_end()), "");
+    EXPECT_TRUE(result.library_log != first_light().run().library_log);
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, FirstLightSeed, ::testing::Values(2, 3, 4, 5, 6, 7, 8, 9, 10, 4711));
 
@@ -59,9 +59,9 @@ TEST(FirstLight, RunTwentyTimesGivesTheSameTraceToTheByte) {
 
 TEST(FirstLight, EndsAlikeWhenThreadsLoseTheirTurnsAnywhere) {
     for (const std::string probability : {"0.01", "0.3", "1"}) {
-        const Told told = first_light().with({"--preempt", probability}).run();
-        EXPECT_EQ(told.exit_code, 0) << probability;
-        EXPECT_EQ(flaws(told.at_the_end()), "") << probability;
+        const StoryResult result = first_light().with({"--preempt", probability}).run();
+        EXPECT_EQ(result.exit_code, 0) << probability;
+        EXPECT_EQ(flaws(result.at_the_end()), "") << probability;
     }
 }
 
@@ -75,33 +75,34 @@ TEST(FirstLight, WithPreemptionIsTheSameToTheByteForTheSameSeed) {
 }
 
 TEST(FirstLight, EndsAlikeOnTheWallClock) {
-    const Told told = first_light().with({"--real-time"}).run();
-    EXPECT_EQ(told.exit_code, 0);
-    EXPECT_EQ(flaws(told.at_the_end()), "");
+    const StoryResult result = first_light().with({"--real-time"}).run();
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(flaws(result.at_the_end()), "");
 }
 
 TEST(FirstLight, BeforeAWallFiveMetresAwayAsksToMoveTheProjector) {
-    const Told told = first_light().set("pose.distance_mm=5000").run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("toast 9: the wall cannot be measured or is out of range: move the projector\n"));
-    EXPECT_TRUE(told.said("the last request failed"));
-    EXPECT_EQ(told.times_logged("auto fucos error: move far away"), 1);
-    EXPECT_TRUE(told.trace.lens_moves.empty());
+    const StoryResult result = first_light().set("pose.distance_mm=5000").run();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(
+        result.printed("toast 9: the wall cannot be measured or is out of range: move the projector\n"));
+    EXPECT_TRUE(result.printed("the last request failed"));
+    EXPECT_EQ(result.times_logged("auto fucos error: move far away"), 1);
+    EXPECT_TRUE(result.trace.lens_moves.empty());
 }
 
 TEST(FirstLight, WithoutAToFSensorStartsUpSaysSoAndKeepsAutoFocusOff) {
-    const Told told = first_light().set("board.has_tof=0").run();
-    EXPECT_EQ(told.words.substr(0, told.words.find('\n')),
+    const StoryResult result = first_light().set("board.has_tof=0").run();
+    EXPECT_EQ(result.words.substr(0, result.words.find('\n')),
               "the library is started; auto-keystone is on, auto-focus is off (no ToF sensor, or the lens is "
               "not calibrated)");
-    EXPECT_EQ(told.times_logged("nds01_dev_init failed"), 1);
-    EXPECT_TRUE(told.trace.lens_moves.empty());
+    EXPECT_EQ(result.times_logged("nds01_dev_init failed"), 1);
+    EXPECT_TRUE(result.trace.lens_moves.empty());
 }
 
 TEST(FirstLight, WithABlankUnitKeepsAutoFocusOff) {
-    const Told told = first_light().set("unit.calibrated=0").run();
-    EXPECT_TRUE(told.said("auto-focus is off (no ToF sensor, or the lens is not calibrated)"));
-    EXPECT_TRUE(told.trace.lens_moves.empty());
+    const StoryResult result = first_light().set("unit.calibrated=0").run();
+    EXPECT_TRUE(result.printed("auto-focus is off (no ToF sensor, or the lens is not calibrated)"));
+    EXPECT_TRUE(result.trace.lens_moves.empty());
 }
 
 TEST(FirstLight, OfEveryUnitOfASeriesEndsSharpAndSquare) {
@@ -110,9 +111,9 @@ TEST(FirstLight, OfEveryUnitOfASeriesEndsSharpAndSquare) {
         const std::string scenario = folder.file("scenario.json");
         storykit::write_file(scenario, R"({"unit_seed": )" + std::to_string(unit) +
                                            R"(, "set": {"pose.pitch_deg": 12, "lens.position_steps": 25}})");
-        const Told told = first_light().scenario(scenario).run();
-        EXPECT_EQ(told.exit_code, 0) << "unit " << unit;
-        EXPECT_EQ(flaws(told.at_the_end()), "") << "unit " << unit;
+        const StoryResult result = first_light().scenario(scenario).run();
+        EXPECT_EQ(result.exit_code, 0) << "unit " << unit;
+        EXPECT_EQ(flaws(result.at_the_end()), "") << "unit " << unit;
     }
 }
 
@@ -135,16 +136,16 @@ TEST(TheDemo, IsAtMostFortyLinesAltogether) {
 TEST(AFlashFile, KeepsTheRecordFromRunToRun) {
     const storykit::ScratchFolder folder;
     Story story = first_light().with({"--flash", folder.file("flash")});
-    const Told first = story.commands({"record", "flags 1 1 2"}).run();
+    const StoryResult first = story.commands({"record", "flags 1 1 2"}).run();
     EXPECT_EQ(first.exit_code, 0);
-    EXPECT_TRUE(first.said("lens             calibrated (1)"));
+    EXPECT_TRUE(first.printed("lens             calibrated (1)"));
     EXPECT_EQ(storykit::contents_of(folder.file("flash")).size(), 227U);
-    EXPECT_TRUE(story.commands({"record"}).run().said("lens             calibrated (2)"));
+    EXPECT_TRUE(story.commands({"record"}).run().printed("lens             calibrated (2)"));
 }
 
 TEST(WithoutAFlashFile, EachRunBeginsAsTheFactoryLeftTheUnit) {
     EXPECT_EQ(first_light().commands({"flags 1 1 2"}).run().exit_code, 0);
-    EXPECT_TRUE(first_light().commands({"record"}).run().said("lens             calibrated (1)"));
+    EXPECT_TRUE(first_light().commands({"record"}).run().printed("lens             calibrated (1)"));
 }
 
 }  // namespace

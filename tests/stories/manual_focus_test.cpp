@@ -4,43 +4,43 @@
 #include <cmath>
 #include <string>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using storykit::flaws;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr double dead_band_tmr = 6 + 3 * 0.6;  // of a manual move, and what the last reading's noise may add
 
 // Where the lens stands after one command, begun at the scenario's own place.
 double lens_after(const std::string& command) {
-    const Told told = Story("manual-focus").commands({"init", command}).run();
-    EXPECT_EQ(told.exit_code, 0) << command;
-    return told.at_the_end().lens_tmr;
+    const StoryResult result = Story("manual-focus").commands({"init", command}).run();
+    EXPECT_EQ(result.exit_code, 0) << command;
+    return result.at_the_end().lens_tmr;
 }
 
 TEST(ManualFocus, GoesToBothLimitsAndBackAndEndsSharp) {
-    const Told told = Story("manual-focus").run();
-    EXPECT_EQ(told.exit_code, 0);
-    EXPECT_TRUE(told.said("the lens is at its right limit, TMR 190"));
-    EXPECT_TRUE(told.said("the lens is at its left limit, TMR -104"));
-    EXPECT_EQ(flaws(told.at_the_end()), "");
+    const StoryResult result = Story("manual-focus").run();
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_TRUE(result.printed("the lens is at its right limit, TMR 190"));
+    EXPECT_TRUE(result.printed("the lens is at its left limit, TMR -104"));
+    EXPECT_EQ(flaws(result.at_the_end()), "");
 }
 
 TEST(ManualFocus, ShowsAToastAtEachLimitAndWhenRefused) {
-    const Told told = Story("manual-focus").run();
+    const StoryResult result = Story("manual-focus").run();
     EXPECT_TRUE(
-        told.said("toast 6: the lens is at its right limit\n"
-                  "manual focus by 600: stopped at the right limit (-6)\n"));
+        result.printed("toast 6: the lens is at its right limit\n"
+                       "manual focus by 600: stopped at the right limit (-6)\n"));
     EXPECT_TRUE(
-        told.said("toast 7: the lens is at its left limit\n"
-                  "manual focus by -600: stopped at the left limit (-7)\n"));
+        result.printed("toast 7: the lens is at its left limit\n"
+                       "manual focus by -600: stopped at the left limit (-7)\n"));
     EXPECT_TRUE(
-        told.said("toast 11: auto-focus is off, or the lens has not been calibrated\n"
-                  "manual focus by 20: failed (-1)\n"));
-    EXPECT_EQ(told.times_said("toast "), 3);
+        result.printed("toast 11: auto-focus is off, or the lens has not been calibrated\n"
+                       "manual focus by 20: failed (-1)\n"));
+    EXPECT_EQ(result.times_printed("toast "), 3);
 }
 
 TEST(ManualFocus, StopsTenUnitsInsideALimit) {
@@ -62,17 +62,18 @@ TEST(ManualFocus, MovesByTenUnitsAtTheLeastAndToTheRightForZero) {
 }
 
 TEST(ManualFocus, ALimitIsRefusedToABlankUnit) {
-    const Told told = Story("manual-focus").set("unit.calibrated=0").commands({"init", "limit left"}).run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("the lens did not go to its left limit (is it calibrated?)"));
-    EXPECT_TRUE(told.trace.lens_moves.empty());
+    const StoryResult result =
+        Story("manual-focus").set("unit.calibrated=0").commands({"init", "limit left"}).run();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed("the lens did not go to its left limit (is it calibrated?)"));
+    EXPECT_TRUE(result.trace.lens_moves.empty());
 }
 
 TEST(ManualFocus, GivesUpOnALensThatSticks) {
-    const Told told = Story("manual-focus").set("lens.stuck=1").commands({"init", "manual 60"}).run();
-    EXPECT_EQ(told.exit_code, 1);
-    EXPECT_TRUE(told.said("manual focus by 60: failed (-1)"));
-    EXPECT_EQ(told.times_logged("auto focus time out"), 1);
+    const StoryResult result = Story("manual-focus").set("lens.stuck=1").commands({"init", "manual 60"}).run();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(result.printed("manual focus by 60: failed (-1)"));
+    EXPECT_EQ(result.times_logged("auto focus time out"), 1);
 }
 
 }  // namespace

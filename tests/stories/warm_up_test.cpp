@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr std::array<int, 5> stages_c = {25, 35, 45, 53, 60};
 constexpr int table_tmr = -66;  // the table's own value for 1500 mm
@@ -70,13 +70,13 @@ std::vector<int> targets_of(const std::string& log) {
 class WarmUp : public ::testing::TestWithParam<Case> {};
 
 TEST_P(WarmUp, AimsAtEachStageAsItsCalibrationSays) {
-    const Told told = Story(name_of(GetParam())).run();
-    EXPECT_EQ(told.exit_code, 0);
+    const StoryResult result = Story(name_of(GetParam())).run();
+    EXPECT_EQ(result.exit_code, 0);
     std::vector<int> expected;
     for (const int shift : GetParam().shifts) expected.push_back(table_tmr + shift);
-    EXPECT_EQ(targets_of(told.library_log), expected);
+    EXPECT_EQ(targets_of(result.library_log), expected);
     for (const int stage_c : stages_c) {
-        EXPECT_EQ(told.times_logged("r_led_temp_read=" + std::to_string(stage_c)), 1) << stage_c;
+        EXPECT_EQ(result.times_logged("r_led_temp_read=" + std::to_string(stage_c)), 1) << stage_c;
     }
 }
 std::string test_name(const ::testing::TestParamInfo<Case>& tested) {
@@ -85,17 +85,17 @@ std::string test_name(const ::testing::TestParamInfo<Case>& tested) {
 INSTANTIATE_TEST_SUITE_P(LensFlags, WarmUp, ::testing::ValuesIn(cases), test_name);
 
 TEST(WarmUp, IsSharpAtEveryStageWhenBothColdAndHotAreCalibrated) {
-    const Told told = Story("warm-up-4-curve").run();
+    const StoryResult result = Story("warm-up-4-curve").run();
     for (const double after_run_s : {9.0, 19.0, 29.0, 39.0}) {
-        EXPECT_GE(told.at(after_run_s).sharpness, 0.98) << after_run_s << " s";
+        EXPECT_GE(result.at(after_run_s).sharpness, 0.98) << after_run_s << " s";
     }
-    EXPECT_GE(told.at_the_end().sharpness, 0.98);
-    EXPECT_EQ(told.at_the_end().led_c, 60);
+    EXPECT_GE(result.at_the_end().sharpness, 0.98);
+    EXPECT_EQ(result.at_the_end().led_c, 60);
 }
 
 TEST(WarmUp, IsTwentyUnitsOffWhenHotWithAColdCalibration) {
-    const Told told = Story("warm-up-1").run();
-    EXPECT_NEAR(told.at_the_end().lens_error_tmr, 20, 4 + 3 * 0.6);
+    const StoryResult result = Story("warm-up-1").run();
+    EXPECT_NEAR(result.at_the_end().lens_error_tmr, 20, 4 + 3 * 0.6);
 }
 
 }  // namespace

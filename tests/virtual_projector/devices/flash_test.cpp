@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/devices/board_fixture.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 #include "virtual_projector/world/unit_record.h"
 
 namespace vp {
@@ -23,7 +23,7 @@ struct FlashTest : BoardTest {
 };
 
 struct TemporaryFile {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string name = folder.file("flash");
 };
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/interpose/machine_fixture.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 // What programs built with buffer checks call in place of open and read.
 extern "C" {
@@ -164,7 +164,7 @@ TEST_F(BoardFiles, ADeviceMayWaitForAnEvent) {
 // ---------------------------------------------------------------------------
 
 TEST_F(BoardFiles, OrdinaryFilesPassThrough) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("plain.txt");
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
     ASSERT_GE(fd, 0);

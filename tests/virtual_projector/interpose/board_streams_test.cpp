@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
 #include "tests/virtual_projector/interpose/machine_fixture.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
@@ -108,7 +108,7 @@ TEST_F(BoardStreams, AShortWriteIsSeen) {
 }
 
 TEST_F(BoardStreams, OrdinaryFilesPassThrough) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("plain.txt");
     FILE* stream = std::fopen(path.c_str(), "w");
     ASSERT_NE(stream, nullptr);

@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/launched_program.h"
+#include "tests/stories/odd_program/odd_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -20,9 +21,9 @@ using storykit::Finished;
 using storykit::launch;
 using storykit::launch_projector;
 using storykit::launcher;
-using storykit::odd_program;
 using storykit::ScratchFolder;
 using storykit::write_file;
+using testkit::odd_program;
 
 // A mistake is one line on standard error and exit code 2, and nothing is run.
 void expect_mistake(const std::vector<std::string>& options, const std::string& line) {

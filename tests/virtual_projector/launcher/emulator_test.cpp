@@ -4,15 +4,16 @@
 
 #include <string>
 
-#include "tests/stories/storykit/launched_program.h"
+#include "tests/stories/odd_program/odd_program.h"
+#include "virtual_projector/storykit/launched_program.h"
 
 namespace {
 
 using storykit::Finished;
 using storykit::launch;
 using storykit::launcher;
-using storykit::odd_program;
 using storykit::ScratchFolder;
+using testkit::odd_program;
 
 struct AnEmulator : ::testing::Test {
     AnEmulator() {

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
 #include "virtual_projector/launcher/located_json.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
@@ -341,7 +341,7 @@ TEST(AScenarioFile, ThatIsAFolderIsNamed) {
 }
 
 TEST(AScenarioFile, IsReadFromItsPath) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("story.json");
     std::ofstream(path) << R"({"story": "From a file."})";
     EXPECT_EQ(vp::read_scenario(path).story, "From a file.");

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/scratch_folder.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 #include <fstream>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
 vp::TraceContents read(const std::string& text) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     std::ofstream(folder.file("trace")) << text;
     return vp::read_trace(folder.file("trace"));
 }

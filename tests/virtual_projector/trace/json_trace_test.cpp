@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/support/scratch_folder.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
@@ -86,7 +86,7 @@ TEST_F(JsonTraceFile, SaysWhenTheDiskIsFull) {
 }
 
 TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("trace");
     const auto trace = JsonTrace::to_file(path, TraceDetail::events);
     ASSERT_NE(trace, nullptr);

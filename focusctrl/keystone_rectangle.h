@@ -88,7 +88,8 @@ inline Edges edges_of(const Quadrilateral& q) {
             p1.x};
 }
 
-/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4, written from `out` on; returns the place after them.
+/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4, written from `out` on; returns the place
+/// after them.
 inline WallPoint* edge_crossings(const WallLine& diagonal, const Edges& e, WallPoint* out) {
     const auto on_edge = [&](const WallLine& edge) {
         const float x = crossing_x(diagonal, edge);

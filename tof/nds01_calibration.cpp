@@ -33,7 +33,8 @@ static_assert(generated_table_offset + sizeof(OffsetTable) <= work_bytes);
 constexpr int32_t calibration_point_mode = 0;
 constexpr int32_t calibration_fps = 0;
 
-/// What the vendor's library gets to know about this sensor, laid out natively. The two numbers are the vendor's.
+/// What the vendor's library gets to know about this sensor, laid out natively. The two numbers are the
+/// vendor's.
 struct UserCalibrationConfiguration {
     int32_t first;
     int32_t second;

@@ -194,8 +194,8 @@ int32_t start_operation(int32_t filter) {
     return operating | limited | filtered;
 }
 
-/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be distinguished from a failure and
-/// counts as one: no device holds that much.
+/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be distinguished from a failure
+/// and counts as one: no device holds that much.
 bool moved_whole(int32_t result, uint32_t size) {
     return result != -1 && static_cast<uint32_t>(result) == size;
 }

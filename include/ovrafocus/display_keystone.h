@@ -52,8 +52,8 @@ OVRA_API int32_t get_screen_info_api(struct ovra_screen_info* info);
  * Asks the driver which rectangle of the 1280 by 720 picture is visible within the current trapezoid, and
  * makes it the frame buffer's viewport.
  *
- * @return 0, also when the driver refused (which is reported on standard error); -1 when "/dev/fb0" or "/dev/dis"
- *         cannot be opened
+ * @return 0, also when the driver refused (which is reported on standard error); -1 when "/dev/fb0" or
+ * "/dev/dis" cannot be opened
  */
 OVRA_API int32_t keystone_fb_viewport_scale_api(void);
 

@@ -42,7 +42,7 @@ public:
     const vp::LensSettings& lens() const { return lens_; }
 
     void go_to_end(vp::Side side) {
-        const double all = lens_.travel_steps + lens_.left_idle_steps + lens_.right_idle_steps;
+        const double all = lens_.travel_steps + lens_.left_backlash_steps + lens_.right_backlash_steps;
         move({side, static_cast<int>(std::ceil(all)), 1, true});
     }
 
@@ -166,7 +166,8 @@ private:
 
     void reverse(vp::Side side, double steps) {
         const vp::LensSettings& lens = camera_.lens();
-        camera_.turn(side, steps + (side == vp::Side::left ? lens.left_idle_steps : lens.right_idle_steps));
+        camera_.turn(side,
+                     steps + (side == vp::Side::left ? lens.left_backlash_steps : lens.right_backlash_steps));
     }
 
     Camera& camera_;

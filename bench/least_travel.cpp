@@ -10,7 +10,8 @@ constexpr double rounding = 1e-9;  // sums of step sizes are not exact
 
 // Motor steps that go by before the lens moves to that side.
 double idle_steps(const vp::LensSettings& lens, bool to_the_right) {
-    return to_the_right ? (1 - lens.play) * lens.right_idle_steps : lens.play * lens.left_idle_steps;
+    return to_the_right ? (1 - lens.backlash_state) * lens.right_backlash_steps
+                        : lens.backlash_state * lens.left_backlash_steps;
 }
 
 }  // namespace

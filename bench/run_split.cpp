@@ -22,8 +22,7 @@ std::int64_t overlap_us(const Span& span, const std::vector<Span>& others) {
 }
 
 vp::LensMove move_of(const vp::LensMoveAt& order) {
-    return {order.to_the_right ? vp::Side::right : vp::Side::left, order.steps,
-            order.half_steps ? half_step : full_step, false};
+    return {order.side, order.steps, order.half_steps ? half_step : full_step, false};
 }
 
 }  // namespace

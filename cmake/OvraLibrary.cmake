@@ -38,7 +38,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(ovrafocus PRIVATE "${small}")
   target_link_options(ovrafocus PRIVATE "${small}" "$<$<CONFIG:MinSizeRel>:-flto-partition=one>")
   set_property(SOURCE
-    "${PROJECT_SOURCE_DIR}/focusctrl/log.cpp" "${PROJECT_SOURCE_DIR}/focusctrl/platform_utils.cpp"
+    "${PROJECT_SOURCE_DIR}/base/log.cpp" "${PROJECT_SOURCE_DIR}/focusctrl/platform_utils.cpp"
     "${PROJECT_SOURCE_DIR}/focusctrl/projection_geometry.cpp"
     TARGET_DIRECTORY ovrafocus APPEND PROPERTY COMPILE_OPTIONS -fno-lto)
 endif()

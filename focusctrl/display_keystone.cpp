@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdio>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
+#include "base/descriptor.h"
+#include "base/log.h"
 #include "focusctrl/trapezoid.h"
 #include "ovrafocus/host_interface.h"
 #include "platform/board_display.h"

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/platform_utils.h"
 
 namespace ovra {
@@ -63,7 +63,7 @@ int with_reversal_offset(int steps, int dir, int last_dir) {
     return static_cast<int>(static_cast<unsigned>(steps) + unsigned{reversal_offset_steps});
 }
 
-// Writes a value and tells a failure with the function's name.
+// Writes a value and logs a failure with the function's name.
 int write_or_report(const char* function, const char* node, int value) {
     const int result = write_file(node, value);
     if (result != 0) log_focus("%s  fail.", function);
@@ -191,8 +191,9 @@ int32_t motor_get_air_travel(int32_t* left, int32_t* right) {
 }
 
 int32_t motor_get_total_steps(void) {
-    int32_t result = write_file(total_steps_node, go);
-    result += read_file(total_steps_node);
+    // Unsigned, so that the sum is defined for a failed write and any number that the driver answers.
+    const auto written = static_cast<uint32_t>(write_file(total_steps_node, go));
+    const auto result = static_cast<int32_t>(written + static_cast<uint32_t>(read_file(total_steps_node)));
     log_focus("%s ret:%d", __func__, result);
     return result;
 }

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "platform/hudi_flash.h"
 
 static_assert(sizeof(ovra_permanent_record) == OVRA_PERMANENT_RECORD_BYTES, "the record's size in flash");

@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
+#include "base/descriptor.h"
+#include "base/elapsed_time.h"
+#include "base/log.h"
 
 namespace ovra {
 namespace {
@@ -18,7 +19,7 @@ constexpr const char* fan_auto_node = "/sys/devices/platform/pwm-fan/fan_auto_ct
 constexpr const char* fan_speed_node = "/sys/devices/platform/pwm-fan/target_speed";
 constexpr int fan_manual = 0;
 
-// Sizes in bytes. They are the contract of these helpers: what lies behind them in a node is not looked at.
+// Sizes in bytes. They are the contract of these helpers: what lies after them in a node is not looked at.
 constexpr std::size_t short_write_limit = 32;  // a text and its terminator
 constexpr std::size_t number_limit = 20;       // a decimal number of 32 bits, with room to spare
 constexpr std::size_t short_number_limit = 4;
@@ -27,11 +28,11 @@ constexpr int text_limit = 72;  // one ToF frame of nine words
 constexpr int buffer_too_long_line = 214;
 constexpr unsigned microseconds_per_millisecond = 1000;
 
-// Reads once into `text`, which is zeroed and keeps a terminator of its own behind `size - 1` bytes.
+// Reads once into `text`, which is zeroed and keeps a terminator of its own after `size - 1` bytes.
 // Returns read's result.
 ssize_t read_text(const Descriptor& node, char* text, std::size_t size) {
     std::memset(text, 0, size);
-    errno = 0;  // an empty node is a failure without an error: it is told as "Success"
+    errno = 0;  // an empty node is a failure without an error: it is logged as "Success"
     return ::read(node.get(), text, size - 1);
 }
 
@@ -66,10 +67,6 @@ int32_t write_short_text(const Descriptor& node, const char* text) {
     if (length >= short_write_limit) std::abort();
     // The result is made before the descriptor closes, because closing may change errno.
     return ::write(node.get(), text, length) == -1 ? -errno : 0;
-}
-
-int64_t milliseconds_between(const timeval& start, const timeval& end) {
-    return int64_t{end.tv_sec - start.tv_sec} * 1000 + (end.tv_usec - start.tv_usec) / 1000;
 }
 
 }  // namespace
@@ -140,7 +137,7 @@ int32_t read_file_buf(const char* path, char* buf, int32_t len) {
     char text[text_limit + 1];
     const ssize_t count = read_or_report(node, path, text, sizeof text);
     if (count < 1) return -1;
-    // By the caller's length, not by what was read: behind a short text the caller gets zero bytes.
+    // By the caller's length, not by what was read: after a short text the caller gets zero bytes.
     std::memcpy(buf, text, static_cast<std::size_t>(std::clamp(len, 0, text_limit)));
     return static_cast<int32_t>(count);
 }
@@ -155,11 +152,9 @@ int32_t write_file_buf(const char* path, const void* buf, uint32_t len) {
 int32_t SleepMs(uint32_t ms) { return ::usleep(ms * microseconds_per_millisecond); }
 
 void wait_ms(timeval start, int32_t ms) {
-    int64_t elapsed_ms = 0;
-    while (elapsed_ms < ms) {
-        timeval now = {};
-        ::gettimeofday(&now, nullptr);
-        elapsed_ms = milliseconds_between(start, now);
+    int64_t elapsed = 0;
+    while (elapsed < ms) {
+        elapsed = elapsed_ms(start, wall_clock());
         SleepMs(1);
     }
 }

@@ -6,8 +6,8 @@
 #include <new>
 #include <optional>
 
+#include "base/log.h"
 #include "focusctrl/keystone_rectangle.h"
-#include "focusctrl/log.h"
 #include "focusctrl/vector3.h"
 
 float DLP_RATIO = 1.09F;

@@ -83,17 +83,25 @@ Outcome run_wait(const Arguments& arguments) {
     return Outcome::done;
 }
 
+const char* manual_result_words(int result) {
+    switch (result) {
+        case OVRA_RESULT_OK:
+            return "done";
+        case OVRA_RESULT_RIGHT_LIMIT:
+            return "stopped at the right limit";
+        case OVRA_RESULT_LEFT_LIMIT:
+            return "stopped at the left limit";
+        default:
+            return "failed";
+    }
+}
+
 Outcome run_manual(const Arguments& arguments) {
     int delta = 0;
     if (!parse_int(arguments[0], delta)) return Outcome::misused;
     const int result = manufocusTMR(delta);
-    say("manual focus by %d: %s (%d)", delta,
-        result == 0    ? "done"
-        : result == -6 ? "stopped at the right limit"
-        : result == -7 ? "stopped at the left limit"
-                       : "failed",
-        result);
-    return result == -1 ? Outcome::failed : Outcome::done;
+    say("manual focus by %d: %s (%d)", delta, manual_result_words(result), result);
+    return result == OVRA_RESULT_LENS_FAILED ? Outcome::failed : Outcome::done;
 }
 
 Outcome run_limit(const Arguments& arguments) {
@@ -101,7 +109,7 @@ Outcome run_limit(const Arguments& arguments) {
     if (!left && arguments[0] != "right") return Outcome::misused;
     int limit = 0;
     const int result = left ? goto_left_limit_safe(&limit) : goto_right_limit_safe(&limit);
-    if (result != 0) {
+    if (result != OVRA_RESULT_OK) {
         say("the lens did not go to its %s limit (is it calibrated?)", arguments[0].c_str());
         return Outcome::failed;
     }
@@ -255,8 +263,7 @@ Outcome run_command(const Command& command, const Arguments& arguments) {
         say("%s: start the library first with 'init'", command.name);
         return Outcome::failed;
     }
-    const bool counted =
-        arguments.size() >= command.least_arguments && arguments.size() <= command.most_arguments;
+    const bool counted = arguments.size() >= command.min_arguments && arguments.size() <= command.max_arguments;
     const Outcome outcome = counted ? command.run(arguments) : Outcome::misused;
     if (outcome != Outcome::misused) return outcome;
     say("usage: %s %s", command.name, command.arguments);

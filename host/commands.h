@@ -15,14 +15,14 @@ enum class Outcome {
     quit,
 };
 
-using Arguments = std::vector<std::string>;  // the words behind the command's name
+using Arguments = std::vector<std::string>;  // the words after the command's name
 
 struct Command {
     const char* name;
     const char* arguments;  // as shown by `help`
     const char* purpose;
-    std::size_t least_arguments;
-    std::size_t most_arguments;
+    std::size_t min_arguments;
+    std::size_t max_arguments;
     bool needs_library;  // refused before `init`
     Outcome (*run)(const Arguments&);
 };

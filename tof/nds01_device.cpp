@@ -1,4 +1,4 @@
-#include "ovrafocus/nds01_device.h"
+#include "tof/nds01_device.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -9,11 +9,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/nds01_isp.h"
+#include "base/log.h"
+#include "base/mutex_guard.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/nds01_sysfs.h"
-#include "tof/device_state.h"
 #include "tof/driver_records.h"
 
 namespace ovra {
@@ -24,41 +23,41 @@ constexpr const char* device_path = "/dev/nds01";
 constexpr uint32_t get_data_request = 0x4004A203;  // TOF_IOCTL_GET_DATA in the board's encoding
 constexpr int32_t frame_retries = 2;
 constexpr useconds_t retry_pause_us = 5000;
-constexpr uint16_t lowest_valid_quality = 11;
-constexpr uint16_t highest_valid_quality = 100;
-constexpr size_t most_zones = 8;
+constexpr uint16_t min_valid_quality = 11;
+constexpr uint16_t max_valid_quality = 100;
+constexpr size_t max_zones = 8;
 constexpr int32_t pixel_count = 60;
 
 constexpr uint16_t chip_bus_address = 0x5C;
 constexpr int32_t command_bytes = sizeof(CommandRecord);
+static_assert(command_bytes == whole_command_bytes);
 constexpr uint32_t first_firmware_with_four_xtalk_values = 0x010300;  // 1.3.0
 
-using SpadSelection = std::array<uint8_t, 8>;
+// What the driver fills has its layout on every build.
+static_assert(sizeof(nds01_zone) == 8);
+static_assert(offsetof(nds01_zone, distance_mm) == 0);
+static_assert(offsetof(nds01_zone, quality) == 2);
+static_assert(offsetof(nds01_zone, driver_data) == 4);
+
+static_assert(sizeof(nds01_pixel) == 8);
+static_assert(offsetof(nds01_pixel, distance_mm) == 0);
+static_assert(offsetof(nds01_pixel, driver_data) == 2);
+static_assert(offsetof(nds01_pixel, calibration_value) == 4);
+static_assert(offsetof(nds01_pixel, more_driver_data) == 6);
 
 int device = -1;
 uint8_t opened = 0;  // set by the attempt to open, successful or not
 int32_t point_mode = 0;
-SpadSelection spad_selection{};
 uint8_t calibration_in_progress = 0;
-std::array<nds01_zone, most_zones> frame{};  // the target of every frame request
-
-int32_t open_device() {
-    opened = 1;
-    log_tof("tof: work in ioctl mode\n");
-    store(device, ::open(device_path, O_RDWR));
-    if (load(device) >= 0) return 0;
-    log_tof("open nds01 file: %s fail!\n", device_path);
-    log_tof("TOF: not have found tof input device path");
-    return -1;
-}
+std::array<nds01_zone, max_zones> frame{};  // the target of every frame request
 
 size_t zone_count() { return current_point_mode() == eight_zone_mode ? 8 : 4; }
 
 bool is_valid(const nds01_zone& zone) {
-    return zone.quality >= lowest_valid_quality && zone.quality <= highest_valid_quality;
+    return zone.quality >= min_valid_quality && zone.quality <= max_valid_quality;
 }
 
-bool is_usable(const std::array<nds01_zone, most_zones>& zones, size_t count) {
+bool is_usable(const std::array<nds01_zone, max_zones>& zones, size_t count) {
     if (load(calibration_in_progress) != 0) return true;
     for (size_t i = 0; i < count; ++i) {
         if (!is_valid(zones[i])) return false;
@@ -119,66 +118,42 @@ int32_t move_registers(DriverCommand command, const RegisterNumber& number, cons
     return command_taken(command, driver_address(&record), complaint) ? 0 : -1;
 }
 
-int32_t fail_point_mode(const char* complaint) {
-    log_tof("%s: %s\n", "nds01_set_point_mode", complaint);
-    return -1;
-}
-
-bool refresh_point_mode() {
-    int32_t mode = 0;
-    if (nds01_isp_get_point_mode(&mode, spad_selection.data()) < 0) return false;
-    store(point_mode, mode);
-    return true;
-}
-
-bool hand_over_spad_selection(int32_t mode) {
-    if (mode != eight_zone_mode) {
-        const auto selection = reinterpret_cast<intptr_t>(spad_selection.data());
-        return nds01_set_isp_spad_enable(selection, static_cast<int32_t>(spad_selection.size())) >= 0;
-    }
-    const int32_t result =
-        send_command(DriverCommand::set_spad_selection, driver_address(spad_selection.data()));
-    if (result == command_bytes) return true;
-    log_tof("%s: fail to write lib_data, ret = %d!\n", "nds01_set_point_mode", result);
-    return false;
-}
-
 bool read_whole_attribute(const char* name, void* values, int32_t bytes) {
     return read_sysfs_u8data(name, tof_attributes, static_cast<uint8_t*>(values), bytes) == bytes;
 }
 
 }  // namespace
 
+pthread_mutex_t ranging_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
+int32_t open_tof_device() {
+    if (opened != 0) return 0;
+    opened = 1;
+    log_tof("tof: work in ioctl mode\n");
+    store(device, ::open(device_path, O_RDWR));
+    if (load(device) >= 0) return 0;
+    log_tof("open nds01 file: %s fail!\n", device_path);
+    log_tof("TOF: not have found tof input device path");
+    return -1;
+}
+
+void close_tof_device() {
+    opened = 0;
+    // The number is kept: a frame request after this fails at the device, not at the check for it.
+    if (load(device) > 0) ::close(load(device));
+}
+
 int32_t current_point_mode() { return load(point_mode); }
+
+void set_current_point_mode(int32_t mode) { store(point_mode, mode); }
+
+int32_t send_spad_selection(const uint8_t* selection) {
+    return send_command(DriverCommand::set_spad_selection, driver_address(selection));
+}
 
 void set_calibration_in_progress(bool in_progress) { store(calibration_in_progress, in_progress ? 1 : 0); }
 
 }  // namespace ovra
-
-// --- Life -------------------------------------------------------------------------------------------
-
-int32_t nds01_dev_init(int32_t point_mode) {
-    if (ovra::opened == 0 && ovra::open_device() < 0) return -1;
-    if (nds01_isp_init(NDS01_FILTER_DEFAULT) < 0) {
-        ovra::log_tof("fail to init isp!");
-        return -ENOENT;
-    }
-    if (nds01_set_point_mode(point_mode) < 0) {
-        ovra::log_tof("fail to set point mode!");
-        return -ESRCH;
-    }
-    ovra::log_tof("nds01 device init successful.");
-    return 0;
-}
-
-int32_t nds01_dev_uninit(void) {
-    nds01_isp_uninit();
-    ovra::opened = 0;
-    // The number is kept: a frame request after this fails at the device, not at the check for it.
-    if (ovra::load(ovra::device) > 0) ::close(ovra::load(ovra::device));
-    ovra::log_tof("nds01 device uninit successful.");
-    return 0;
-}
 
 // --- Ranging ----------------------------------------------------------------------------------------
 
@@ -187,6 +162,7 @@ int32_t nds01_get_ranging_data(void* zones) {
         ovra::log_tof("nds01 file check error, please check hardware module");
         return -ENOENT;
     }
+    const ovra::MutexGuard ranging(ovra::ranging_mutex);
     for (int32_t retries_left = ovra::frame_retries; retries_left >= 0; --retries_left) {
         const size_t count = ovra::request_frame(retries_left);
         if (count > 0) {
@@ -217,23 +193,6 @@ int32_t nds01_set_fps(int32_t frames_per_second) {
 
 int32_t nds01_get_fps(int32_t* frames_per_second) {
     return read_sysfs_int("fps", ovra::tof_attributes, frames_per_second);
-}
-
-int32_t nds01_set_point_mode(int32_t mode) {
-    using ovra::fail_point_mode;
-    if (nds01_set_running_state(0) < 0) return fail_point_mode("stop ranging failed!");
-    if (nds01_isp_set_point_mode(mode) < 0) return fail_point_mode("fail to set point mode!");
-    if (!ovra::refresh_point_mode()) return fail_point_mode("fail to get point mode!");
-    if (!ovra::hand_over_spad_selection(mode)) return -1;
-    if (write_sysfs_int("point_mode", ovra::tof_attributes, mode) < 0) {
-        return fail_point_mode("fail to write point_mode!");
-    }
-    if (nds01_set_running_state(1) < 0) return fail_point_mode("start ranging failed!!");
-    return 0;
-}
-
-int32_t nds01_get_point_mode(int32_t* mode, uint8_t* spad_selection) {
-    return nds01_isp_get_point_mode(mode, spad_selection);
 }
 
 // --- Configuration and the driver's own calibrations ------------------------------------------------

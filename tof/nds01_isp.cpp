@@ -1,4 +1,4 @@
-#include "ovrafocus/nds01_isp.h"
+#include "tof/nds01_isp.h"
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -9,24 +9,23 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/log.h"
-#include "ovrafocus/nds01_device.h"
+#include "base/log.h"
+#include "base/mutex_guard.h"
 #include "platform/nds_isp.h"
-#include "tof/device_state.h"
-#include "tof/isp_context.h"
+#include "tof/nds01_device.h"
 
 namespace ovra {
 namespace {
 
-constexpr size_t isp_context_bytes = 16384;  // the vendor does not tell its size; this leaves ample room
+constexpr size_t isp_context_bytes = 16384;  // the vendor does not state its size; this leaves ample room
 constexpr size_t device_context_bytes = 1024;
 constexpr size_t calibration_bytes = 4096;
 constexpr size_t vendor_calibration_offset = 1024;  // bytes; from here on the calibration is the vendor's
 constexpr size_t start_bin_offset = 240;            // bytes
 
 constexpr uint32_t first_firmware_without_start_bin = 0x010300;  // 1.3.0 finds its start bin itself
-constexpr uint16_t lowest_start_bin = 1;
-constexpr uint16_t highest_start_bin = 119;
+constexpr uint16_t min_start_bin = 1;
+constexpr uint16_t max_start_bin = 119;
 constexpr uint16_t default_start_bin = 40;
 
 constexpr size_t spad_bytes = 8;
@@ -140,7 +139,7 @@ int32_t fix_high_temperature(uint32_t firmware) {
 uint16_t start_bin() {
     uint16_t bin = 0;
     std::memcpy(&bin, calibration.data() + start_bin_offset, sizeof bin);
-    return bin >= lowest_start_bin && bin <= highest_start_bin ? bin : default_start_bin;
+    return bin >= min_start_bin && bin <= max_start_bin ? bin : default_start_bin;
 }
 
 int32_t apply_start_bin() {
@@ -195,6 +194,12 @@ int32_t start_operation(int32_t filter) {
     return operating | limited | filtered;
 }
 
+/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be distinguished from a failure
+/// and counts as one: no device holds that much.
+bool moved_whole(int32_t result, uint32_t size) {
+    return result != -1 && static_cast<uint32_t>(result) == size;
+}
+
 }  // namespace
 
 void* isp_context() { return vendor_context.data(); }
@@ -234,12 +239,12 @@ int32_t nds01_isp_uninit(void) {
 
 int32_t nds01_isp_read_calib_data(void* buffer, uint32_t size) {
     ovra::log_tof("Calibration data read: dev");
-    return nds01_get_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size) == static_cast<int32_t>(size) ? 0 : -1;
+    return ovra::moved_whole(nds01_get_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size), size) ? 0 : -1;
 }
 
 int32_t nds01_isp_write_calib_data(const void* buffer, uint32_t size) {
     ovra::log_tof("Calibration data write: dev");
-    return nds01_set_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size) == static_cast<int32_t>(size) ? 0 : -1;
+    return ovra::moved_whole(nds01_set_lib_data(NDS01_LIB_DATA_OFFSETS, buffer, size), size) ? 0 : -1;
 }
 
 // --- Settings ---------------------------------------------------------------------------------------
@@ -292,6 +297,7 @@ int32_t nds01_isp_calculate_angle(const void* point_cloud, nds01_angle_result* a
 int32_t nds01_get_point_cloud(void* point_cloud) {
     std::array<nds01_zone, ovra::frame_zones> zones{};
     std::array<uint16_t, ovra::frame_zones> distances{};
+    const ovra::MutexGuard ranging(ovra::ranging_mutex);
     const int32_t count = nds01_get_ranging_data(zones.data());
     if (count < 0) return -1;
     std::transform(zones.begin(), zones.begin() + count, distances.begin(),
@@ -305,6 +311,7 @@ int32_t nds01_get_point_cloud(void* point_cloud) {
 
 int32_t nds01_get_angle(nds01_angle_result* angle) {
     alignas(std::max_align_t) std::array<uint8_t, NDS01_POINT_CLOUD_BYTES> point_cloud{};
+    const ovra::MutexGuard ranging(ovra::ranging_mutex);
     if (nds01_get_point_cloud(point_cloud.data()) < 0) {
         ovra::log_tof("Fail to get point cloud!");
         return -1;

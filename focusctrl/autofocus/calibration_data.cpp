@@ -4,15 +4,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "focusctrl/autofocus/number_list.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/log.h"
+#include "base/number_list.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/focus_nodes.h"
-#include "ovrafocus/lens_position.h"
-#include "ovrafocus/lifecycle.h"
+#include "ovrafocus/lens_state.h"
 #include "ovrafocus/permanent_data.h"
-
-int32_t listFlash[30] = {};
 
 namespace {
 
@@ -23,11 +20,11 @@ using ovra::store;
 constexpr int table_entries = 30;
 constexpr std::size_t left_limit_entry = 25;
 constexpr std::size_t right_limit_entry = 26;
-constexpr std::size_t direction_entry = 27;
-constexpr std::size_t left_idle_entry = 28;
-constexpr std::size_t right_idle_entry = 29;
+constexpr std::size_t polarity_entry = 27;
+constexpr std::size_t left_backlash_entry = 28;
+constexpr std::size_t right_backlash_entry = 29;
 
-// The flags stand one behind the other in the record.
+// The flags stand one after the other in the record.
 constexpr std::size_t flag_count = 3;
 constexpr std::size_t lens_flag = 2;
 constexpr std::size_t first_flag_at = offsetof(ovra_permanent_record, gsensor_flag);
@@ -62,9 +59,9 @@ void parse_lens_table(const ovra_permanent_record& record) {
 void take_over_lens_settings() {
     store(g_limitLeft, load(listFlash[left_limit_entry]));
     store(g_limitRight, load(listFlash[right_limit_entry]));
-    store(direction, load(listFlash[direction_entry]));
-    store(leftIdle, load(listFlash[left_idle_entry]));
-    store(rightIdle, load(listFlash[right_idle_entry]));
+    store(direction, load(listFlash[polarity_entry]));
+    store(leftIdle, load(listFlash[left_backlash_entry]));
+    store(rightIdle, load(listFlash[right_backlash_entry]));
 }
 
 bool is_known(int32_t flag) { return flag >= normal_temperature && flag <= high_with_curve; }
@@ -90,7 +87,7 @@ char digit_to_record(std::size_t index, int32_t flag) {
     return is_known(flag) ? digit_of(flag) : '0';
 }
 
-// Traces the number that begins at the flag just stored; it runs on into the digits behind it.
+// Traces the number that begins at the flag just stored; it runs on into the digits after it.
 void trace_stored_flag(const char* flag, const char* record_end) {
     char digits[record_bytes - first_flag_at + 1] = {};
     std::memcpy(digits, flag, static_cast<std::size_t>(record_end - flag));

@@ -4,12 +4,11 @@
 #include <cstddef>
 #include <iterator>
 
-#include "focusctrl/autofocus/config_record.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "focusctrl/autofocus/config.h"
 
 ovra_focus_config focus_config{};
-int32_t ovra_log_level = 4;
 
 namespace ovra {
 namespace {
@@ -59,7 +58,7 @@ void build_focus_config() {
     set_system_on(1);
 }
 
-void set_system_on(std::uint32_t on) { store(focus_config.system_state.is_system_on, on); }
+void set_system_on(std::uint32_t on) { store_release(focus_config.system_state.is_system_on, on); }
 
 }  // namespace ovra
 
@@ -91,7 +90,10 @@ ovra_user_setting* user_setting_init(ovra_user_setting* rec) {
 }
 
 ovra_focus_config* get_focus_configs(ovra_focus_config* out) {
+    // Asked first: who sees the system on sees a record that was filled before.
+    const uint32_t on = ovra::load_acquire(focus_config.system_state.is_system_on);
     ovra::copy_words(ovra::words_of(*out), ovra::words_of(focus_config), ovra::record_words);
+    out->system_state.is_system_on = on;
     return out;
 }
 

@@ -2,13 +2,13 @@
 
 #include <unistd.h>
 
-#include "focusctrl/log.h"
+#include "base/log.h"
+#include "focusctrl/autofocus/lens_units.h"
 #include "ovrafocus/focus_nodes.h"
 
 namespace ovra {
 namespace {
 
-constexpr std::int32_t failed = -1;
 constexpr useconds_t settle_us = 100000;
 
 }  // namespace

@@ -7,25 +7,21 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "base/number_list.h"
+#include "base/shared_flag.h"
 #include "focusctrl/autofocus/focus_plan.h"
-#include "focusctrl/autofocus/number_list.h"
-#include "focusctrl/descriptor.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/keystone_width.h"
-#include "ovrafocus/lifecycle.h"
+#include "focusctrl/autofocus/lens_units.h"
+#include "ovrafocus/lens_state.h"
 #include "ovrafocus/motor_drv.h"
-
-uint8_t lastDirection = 1;
-int32_t lastDistance = 300;
-int32_t direction = 0;
-int32_t elepnCalidata[25] = {};
 
 namespace {
 
 using ovra::Descriptor;
 using ovra::load;
 using ovra::log_focus;
+using ovra::Side;
 using ovra::store;
 
 constexpr const char* ranging_node = "/sys/class/nd_tof/nds01/ranging_data";
@@ -40,36 +36,26 @@ constexpr std::size_t temperature_text_bytes = 1023;
 constexpr std::size_t focus_curve_text_bytes = 1024;
 
 constexpr int frame_values = 8;
-constexpr int distance_zones = 4;
-constexpr std::int64_t changed_distance_mm = 20;
 
 constexpr int stop_polls = 21;
 constexpr useconds_t stop_poll_us = 20000;
 
-constexpr uint8_t went_left = 0;
-constexpr uint8_t went_right = 1;
 constexpr int32_t tmr_negated = 1;
 
 // Line numbers are part of the messages.
 constexpr int pulse_open_line = 898;
 constexpr int direction_open_line = 1992;
 
-// Reads once, at most `capacity` bytes, and puts a zero byte behind them. False when nothing came.
-//
-// The descriptor then stays open, on purpose: this version's behaviour on the nodes of ranging, temperature
-// and focus curve. A driver that opens and then gives nothing is not met on a sound board.
-bool read_once(Descriptor& node, char* text, std::size_t capacity) {
+// Reads once, at most `capacity` bytes, and puts a zero byte after them. False when nothing came.
+bool read_once(const Descriptor& node, char* text, std::size_t capacity) {
     const ssize_t count = ::read(node.get(), text, capacity);
-    if (count < 1) {
-        node.release();
-        return false;
-    }
+    if (count < 1) return false;
     text[count] = '\0';
     return true;
 }
 
 // A function of its own: its buffer is given back before the log, which needs stack too, is called.
-[[gnu::noinline]] bool read_celsius(Descriptor& node, int32_t& celsius) {
+[[gnu::noinline]] bool read_celsius(const Descriptor& node, int32_t& celsius) {
     char text[temperature_text_bytes + 1];
     if (!read_once(node, text, temperature_text_bytes)) return false;
     celsius = std::atoi(text);  // ends at the trailing newline
@@ -88,11 +74,11 @@ struct Decimal {
 };
 
 // 0 steps leave the motor where it is, so they say nothing about its direction.
-void remember_direction(int32_t steps, uint8_t went, const char* reversal_message) {
+void remember_direction(int32_t steps, Side went) {
     if (steps == 0) return;
-    const uint8_t opposite = went == went_left ? went_right : went_left;
-    if (load(lastDirection) == opposite) log_focus("%s", reversal_message);
-    store(lastDirection, went);
+    if (load(lastDirection) == number_of(opposite(went)))
+        log_focus("\033[42;1mmotor change move to %s\033[0m", name_of(went));
+    store(lastDirection, number_of(went));
 }
 
 int32_t read_position(int32_t* out) {
@@ -102,7 +88,7 @@ int32_t read_position(int32_t* out) {
 }
 
 bool read_focus_curve(int32_t* curve) {
-    Descriptor node(focus_curve_node, O_RDONLY);
+    const Descriptor node(focus_curve_node, O_RDONLY);
     if (!node.is_open()) log_focus("elepn_calidata_read fail!");
     char text[focus_curve_text_bytes + 1];
     const bool has_curve = node.is_open() && read_once(node, text, focus_curve_text_bytes);
@@ -112,7 +98,7 @@ bool read_focus_curve(int32_t* curve) {
 
     ovra::CurveNumbers numbers{};
     ovra::parse_numbers(text, ' ', numbers.data(), ovra::curve_numbers);
-    // Any sense but 0 turns the curve, while the position read back is turned by 1 alone.
+    // Any polarity but 0 turns the curve, while the position read back is turned by 1 alone.
     const ovra::PlaceTable places = ovra::curve_of_places(numbers, load(direction) != 0);
     for (std::size_t place = 0; place < places.size(); ++place) store(curve[place], places[place]);
     return true;
@@ -131,7 +117,7 @@ void log_focus_curve(const int32_t* curve) {
 }  // namespace
 
 int32_t tof_distance_read(int32_t* frame) {
-    Descriptor node(ranging_node, O_RDONLY);
+    const Descriptor node(ranging_node, O_RDONLY);
     if (!node.is_open()) {
         log_focus("tof_distance_read %s fail!", ranging_node);
         return -1;
@@ -156,7 +142,7 @@ int32_t motor_stop_read(void) {
 int32_t r_led_temp_read(void) {
     int32_t celsius = 0;
     {
-        Descriptor node(led_temperature_node, O_RDONLY);
+        const Descriptor node(led_temperature_node, O_RDONLY);
         if (!node.is_open()) {
             log_focus("r_led_temp_read %s fail!", led_temperature_node);
             return -1;
@@ -197,13 +183,13 @@ int32_t elepn_calidata_read(int32_t* curve) {
 
 int32_t varnel_motor_left_write(int32_t steps) {
     const int32_t result = motor_left_write(steps);
-    remember_direction(steps, went_left, "\033[42;1mmotor change move to left\033[0m");
+    remember_direction(steps, Side::left);
     return result;
 }
 
 int32_t varnel_motor_right_write(int32_t steps) {
     const int32_t result = motor_right_write(steps);
-    remember_direction(steps, went_right, "\033[42;1mmotor change move to right\033[0m");
+    remember_direction(steps, Side::right);
     return result;
 }
 
@@ -218,19 +204,4 @@ int32_t motor_tmr_x_dir_read(int32_t* out) {
     }
     log_focus("MOTOR RUNNING TIME OUT");
     return -1;
-}
-
-int32_t getAvgDist(const int32_t* frame) { return ovra::average_distance(frame, distance_zones); }
-
-int32_t isDistChanged(void) {
-    int32_t frame[frame_values];
-    const int32_t result = tof_distance_read(frame);
-    if (result == -1) return -1;
-    const int32_t angle = get_current_keystone_angle();
-    const int32_t average = getAvgDist(frame);
-    log_focus("tof distance ret=%d, tr:%d, br:%d, tl:%d, bl:%d\n", result, frame[0], frame[1], frame[2],
-              frame[3]);
-    log_focus("\033[36;1mavgDist = %d, last keystone Angle = %d\033[0m\n", average, angle);
-    const int64_t change = std::int64_t{average} - load(lastDistance);
-    return std::abs(change) >= changed_distance_mm ? 1 : 0;
 }

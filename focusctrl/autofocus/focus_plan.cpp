@@ -4,7 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
-#include "focusctrl/whole_number.h"
+#include "base/whole_number.h"
+#include "ovrafocus/result_codes.h"
 
 namespace ovra {
 namespace {
@@ -24,12 +25,9 @@ constexpr std::int32_t two_to_the_16 = 65536;
 constexpr int fallback_place = 5;
 constexpr std::int64_t scan_limit = 4000;
 
-// Results of the keystone step, and what they turn into.
+// Results of the keystone step.
 constexpr std::int32_t keystone_failed = -1;
-constexpr std::int32_t keystone_no_angle = -101;
-constexpr std::int32_t toast_keystone_failed = 2;
-constexpr std::int32_t toast_no_distance = 9;
-constexpr std::int32_t run_keystone_failed = -2;
+constexpr std::int32_t keystone_no_angle = OVRA_RESULT_NO_DISTANCE;
 
 // LED temperatures in degrees Celsius from which each adjustment holds. The light engine's curve was taken
 // cold: it holds alone below 30, half-way towards the flash table below 40, and not at all above.
@@ -45,16 +43,14 @@ constexpr std::int32_t hot_full_offset_tmr = 20;
 constexpr int nearest_calibrated_place = focus_places - 1;
 constexpr std::int32_t extrapolate_below_mm = 230;
 constexpr double mm_per_tmr = 3.0;
-constexpr double least_extrapolation_tmr = 30.0;
+constexpr double min_extrapolation_tmr = 30.0;
 
 constexpr std::int32_t places_per_step = 2;
 
-// The part of the calibrated idle travel that is taken up before a reversed move; the fine loop finds the rest.
-constexpr double idle_share = 0.4;
+// The part of the calibrated backlash that is taken up before a reversed move; the fine loop finds the rest.
+constexpr double backlash_share = 0.4;
 
-// Fine loop, TMR units: a motor step moves the lens by about 18; from 31 on whole steps, from 5 on single
-// ones, nearer than that is sharp.
-constexpr std::int64_t tmr_per_step = 18;
+// Fine loop, TMR units: from 31 on whole steps, from 5 on single ones, nearer than that is sharp.
 constexpr std::int64_t whole_steps_from = 31;
 constexpr std::int64_t single_step_from = 5;
 
@@ -124,9 +120,9 @@ int nearest_place(const PlaceTable& table, std::int32_t value) {
 KeystoneVerdict judge_keystone(std::int32_t keystone_result, bool autofocus_enabled) {
     KeystoneVerdict verdict;
     if (keystone_result == keystone_failed) {
-        verdict = {toast_keystone_failed, !autofocus_enabled, run_keystone_failed};
+        verdict = {OVRA_TOAST_KEYSTONE_FAILED, !autofocus_enabled, OVRA_RESULT_KEYSTONE_FAILED};
     } else if (keystone_result == keystone_no_angle) {
-        verdict = {toast_no_distance, !autofocus_enabled, keystone_no_angle};
+        verdict = {OVRA_TOAST_NO_DISTANCE, !autofocus_enabled, OVRA_RESULT_NO_DISTANCE};
     }
     return verdict;
 }
@@ -160,7 +156,7 @@ PlaceTable shifted_table(const TableChoice& choice, const PlaceTable& table, std
 std::int32_t extrapolate_near(std::int32_t target_tmr, int place, std::int32_t distance_mm) {
     if (place != nearest_calibrated_place || distance_mm >= extrapolate_below_mm) return target_tmr;
     const double missing_mm = static_cast<double>(extrapolate_below_mm) - distance_mm;
-    return whole_number(target_tmr + std::max(missing_mm / mm_per_tmr, least_extrapolation_tmr));
+    return whole_number(target_tmr + std::max(missing_mm / mm_per_tmr, min_extrapolation_tmr));
 }
 
 std::int32_t steps_between(int current_place, int target_place) {
@@ -175,8 +171,8 @@ CoarseMove plan_coarse_move(int current_place, int target_place) {
     return move;
 }
 
-std::int32_t idle_steps(std::int32_t idle_travel) {
-    return std::max(whole_number(idle_travel * idle_share), 0);
+std::int32_t backlash_steps(std::int32_t calibrated) {
+    return std::max(whole_number(calibrated * backlash_share), 0);
 }
 
 Side approach_side(std::int32_t target_tmr, std::int32_t current_tmr) {

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "focusctrl/autofocus/lens_units.h"
+
 namespace ovra {
 
 /// The lens is calibrated at 13 distances; with the mid-points between them there are 25 focus places,
@@ -42,7 +44,7 @@ constexpr std::int32_t no_toast = -1;
 
 /// What a keystone result means for the run.
 struct KeystoneVerdict {
-    std::int32_t toast = no_toast;  // for the host: at once when the run ends here, else at the run's end
+    std::int32_t toast = no_toast;  // at once when the run ends here, else at the run's end
     bool ends_run = false;
     std::int32_t result = 0;  // of the run, when it ends here
 };
@@ -75,8 +77,6 @@ std::int32_t extrapolate_near(std::int32_t target_tmr, int place, std::int32_t d
 
 // --- The moves -----------------------------------------------------------------------------------------
 
-enum class Side { left, right };
-
 /// The coarse move from one place to another, in whole motor steps; none when both are the same.
 struct CoarseMove {
     bool needed = false;
@@ -88,8 +88,8 @@ CoarseMove plan_coarse_move(int current_place, int target_place);
 /// Motor steps from one place to another, positive to the right: two places for one step.
 std::int32_t steps_between(int current_place, int target_place);
 
-/// How far to run the motor first when it reverses, in motor steps, for a calibrated idle travel.
-std::int32_t idle_steps(std::int32_t idle_travel);
+/// How far to run the motor first when it reverses, in motor steps, for a calibrated backlash in motor steps.
+std::int32_t backlash_steps(std::int32_t calibrated);
 
 /// What the fine loop does next.
 struct FineAction {

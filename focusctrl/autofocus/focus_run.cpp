@@ -1,27 +1,28 @@
 #include "ovrafocus/focus_run.h"
 
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 
+#include "base/elapsed_time.h"
+#include "base/log.h"
+#include "base/mutex_guard.h"
+#include "base/shared_flag.h"
 #include "focusctrl/autofocus/focus_plan.h"
-#include "focusctrl/log.h"
-#include "focusctrl/mutex_guard.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/calibration_data.h"
+#include "focusctrl/autofocus/lens_units.h"
+#include "ovrafocus/distance.h"
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
-#include "ovrafocus/lens_position.h"
-#include "ovrafocus/lifecycle.h"
-
-pthread_mutex_t mutex_focus = PTHREAD_MUTEX_INITIALIZER;
-int32_t g_focus_temp_adjust = 0;
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/requests.h"
+#include "ovrafocus/result_codes.h"
 
 namespace {
 
+using ovra::elapsed_ms;
+using ovra::failed;
 using ovra::FineAction;
 using ovra::load;
 using ovra::log_focus;
@@ -29,34 +30,15 @@ using ovra::PlaceTable;
 using ovra::Side;
 using ovra::store;
 using ovra::TableChoice;
+using ovra::wall_clock;
 
-// Results of a run.
-constexpr int32_t success = 0;
-constexpr int32_t lens_failed = -1;
-constexpr int32_t no_distance = -101;
-constexpr int32_t both_switched_off = -102;
-constexpr int32_t keystone_only = -103;
-
-// Toast codes of the host; the keystone step's own are in focus_plan.cpp.
-constexpr int32_t toast_lens_failed = 5;
-constexpr int32_t toast_no_distance = 9;
-constexpr int32_t toast_both_off = 10;
-constexpr int32_t toast_focus_off = 11;
-
-// Tells varnel_keystone() that a focus run asks.
+// The code by which varnel_keystone() knows that a focus run asks.
 constexpr int keystone_for_focus = 9999;
 
 constexpr int32_t adjust_once = 1;  // of g_focus_temp_adjust
 constexpr unsigned both_off_pause_s = 1;
 
-constexpr int32_t coarse_pulse = 2;
-constexpr int32_t single_step_pulse = 1;
 constexpr int fine_passes = 30;
-
-constexpr uint8_t last_went_left = 0;
-constexpr uint8_t last_went_right = 1;
-
-constexpr int failed = -1;  // of a device function
 
 // The switches as they stood at the start: the user's change in the middle of a run is for the next one.
 struct Switches {
@@ -68,19 +50,6 @@ struct Times {
     timeval start;
     timeval keystone_end;
 };
-
-timeval wall_clock() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
-}
-
-// In 64 bits: the clock may be set in the middle of a run.
-long elapsed_ms(const timeval& from, const timeval& to) {
-    const int64_t seconds = int64_t{to.tv_sec} - from.tv_sec;
-    const int64_t microseconds = int64_t{to.tv_usec} - from.tv_usec;
-    return static_cast<long>(seconds * 1000 + microseconds / 1000);
-}
 
 void log_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
 
@@ -137,8 +106,6 @@ int32_t move_lens(Side side, int32_t steps) {
     return side == Side::left ? varnel_motor_left_write(steps) : varnel_motor_right_write(steps);
 }
 
-const char* name_of(Side side) { return side == Side::left ? "left" : "right"; }
-
 // Reads the position where the run goes on without it: after a failure, and when the sensor gives no number,
 // the last known one stands.
 void refresh_position(int32_t& position) {
@@ -146,14 +113,12 @@ void refresh_position(int32_t& position) {
     if (motor_tmr_x_dir_read(&reading) == 0) position = reading;
 }
 
-bool reverses(Side side) {
-    return load(lastDirection) == (side == Side::left ? last_went_right : last_went_left);
-}
+bool reverses(Side side) { return load(lastDirection) == number_of(opposite(side)); }
 
-bool take_up_idle_travel(Side side, int32_t& position) {
-    const int32_t idle = ovra::idle_steps(load(side == Side::left ? leftIdle : rightIdle));
-    log_focus("move %s idle %d\n", name_of(side), idle);
-    if (move_lens(side, idle) == failed) return false;
+bool take_up_backlash(Side side, int32_t& position) {
+    const int32_t steps = ovra::backlash_steps(load(side == Side::left ? leftIdle : rightIdle));
+    log_focus("move %s idle %d\n", name_of(side), steps);
+    if (move_lens(side, steps) == failed) return false;
     refresh_position(position);
     return true;
 }
@@ -161,9 +126,9 @@ bool take_up_idle_travel(Side side, int32_t& position) {
 // Two places make one step, so the way to a neighbouring place is 0 steps. They are written all the same, and
 // the fine loop does the rest.
 bool coarse_move(const ovra::CoarseMove& move, int32_t& position) {
-    if (motor_pulse_write(coarse_pulse) == failed) return false;
+    if (motor_pulse_write(ovra::full_step_pulse) == failed) return false;
     log_focus("move %s", name_of(move.side));
-    if (reverses(move.side) && !take_up_idle_travel(move.side, position)) return false;
+    if (reverses(move.side) && !take_up_backlash(move.side, position)) return false;
     return move_lens(move.side, move.steps) != failed;
 }
 
@@ -171,7 +136,7 @@ bool coarse_move(const ovra::CoarseMove& move, int32_t& position) {
 bool fine_move(const FineAction& action) {
     if (action.kind == FineAction::Kind::single_step) {
         log_focus("move 1 %s", name_of(action.side));
-        if (motor_pulse_write(single_step_pulse) == failed) return false;
+        if (motor_pulse_write(ovra::half_step_pulse) == failed) return false;
     } else {
         log_focus("move %d %s\n", action.steps, name_of(action.side));
     }
@@ -217,26 +182,27 @@ bool drive_lens(const PlaceTable& positions, int target_place, int32_t target) {
 [[gnu::noinline]] int32_t focus_lens() {
     const int32_t distance = measure_distance();
     if (distance == -1) {
-        show_korbet_toast_akaf(toast_no_distance);
-        return no_distance;
+        show_korbet_toast_akaf(OVRA_TOAST_NO_DISTANCE);
+        return OVRA_RESULT_NO_DISTANCE;
     }
     const PlaceTable positions = target_positions();
     const int place = ovra::nearest_place(ovra::distance_of_places(), distance);
     const int32_t target = ovra::extrapolate_near(positions[static_cast<std::size_t>(place)], place, distance);
-    if (drive_lens(positions, place, target)) return success;
-    show_korbet_toast_akaf(toast_lens_failed);
-    return lens_failed;
+    if (drive_lens(positions, place, target)) return OVRA_RESULT_OK;
+    show_korbet_toast_akaf(OVRA_TOAST_LENS_FAILED);
+    return OVRA_RESULT_LENS_FAILED;
 }
 
-// The switches are read again here: a function that was switched off meanwhile is not told about.
+// The switches are read again here: a function that was switched off meanwhile is left out.
 void log_times(const Times& times) {
     const timeval end = wall_clock();
     if (load(g_osd_keystone) != 0) {
         log_focus("\033[46;1movra: keystone time : %ld ms\033[0m\n",
-                  elapsed_ms(times.start, times.keystone_end));
+                  static_cast<long>(elapsed_ms(times.start, times.keystone_end)));
     }
     if (load(g_osd_autofocus) != 0) {
-        log_focus("\033[46;1movra: auto focus time : %ld ms\033[0m\n", elapsed_ms(times.keystone_end, end));
+        log_focus("\033[46;1movra: auto focus time : %ld ms\033[0m\n",
+                  static_cast<long>(elapsed_ms(times.keystone_end, end)));
     }
 }
 
@@ -257,11 +223,11 @@ int32_t focus_step(const Times& times, int32_t keystone_toast) {
 
 int32_t report_focus_off(bool keystone_on) {
     if (!keystone_on) {
-        show_korbet_toast_akaf(toast_both_off);
+        show_korbet_toast_akaf(OVRA_TOAST_BOTH_OFF);
         sleep(both_off_pause_s);
     }
-    show_korbet_toast_akaf(toast_focus_off);
-    return keystone_on ? keystone_only : both_switched_off;
+    show_korbet_toast_akaf(OVRA_TOAST_FOCUS_OFF);
+    return keystone_on ? OVRA_RESULT_KEYSTONE_ONLY : OVRA_RESULT_BOTH_OFF;
 }
 
 ovra::KeystoneVerdict keystone_step(const Switches& on, Times& times) {

@@ -2,21 +2,19 @@
 
 #include <cstddef>
 
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/lifecycle.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/motor_drv.h"
+#include "ovrafocus/requests.h"
 #include "ovrafocus/tof_control.h"
 
 using ovra::load;
+using ovra::load_acquire;
 using ovra::log_bare;
 using ovra::log_focus;
 using ovra::store;
+using ovra::store_release;
 
-const app_callback_table* g_app_callback = nullptr;
-uint8_t g_osd_keystone = 1;
-uint8_t g_osd_autofocus = 0;
-uint8_t g_osd_state_autofocus = 1;
 ovra_algutils algutils{};
 
 namespace ovra {
@@ -25,14 +23,6 @@ namespace {
 // Words of algutils.action_config.
 constexpr std::size_t action_word = 0;
 constexpr std::size_t enabled_word = 2;
-
-static_assert(offsetof(app_callback_table, refresh_ui) == 4 * sizeof(void*), "slot 4");
-static_assert(offsetof(app_callback_table, toast) == 5 * sizeof(void*), "slot 5");
-static_assert(offsetof(app_callback_table, is_factory_test) == 6 * sizeof(void*), "slot 6");
-static_assert(offsetof(app_callback_table, rotation_changed) == 7 * sizeof(void*), "slot 7");
-static_assert(offsetof(app_callback_table, keystone_updated) == 9 * sizeof(void*), "slot 9");
-static_assert(offsetof(app_callback_table, host_set_keystone) == 10 * sizeof(void*), "slot 10");
-static_assert(sizeof(app_callback_table) == 11 * sizeof(void*), "11 slots");
 
 // The host's menu hands its switches over as numbers, and only 1 means on.
 constexpr std::uint8_t switch_of(std::int32_t value) { return value == 1 ? 1 : 0; }
@@ -61,30 +51,30 @@ int32_t app_callback_init(const app_callback_table* table) {
         log_bare("ovra: %s fail.\n", "app_callback_init");
         return -1;
     }
-    store(g_app_callback, table);
+    store_release(g_app_callback, table);
     log_bare("ovra: %s.\n", "app_callback_init");
     return 1;
 }
 
 const app_callback_table* get_app_callback(void) {
     log_bare("ovra: %s.\n", "get_app_callback");
-    return load(g_app_callback);
+    return load_acquire(g_app_callback);
 }
 
 void show_korbet_toast_akaf(int32_t code) {
     log_focus("%s.call back toast\n", "show_korbet_toast_akaf");
-    const app_callback_table* table = load(autofocus_app_callback);
+    const app_callback_table* table = load_acquire(autofocus_app_callback);
     if (table != nullptr && table->toast != nullptr) table->toast(code);
 }
 
 void lv_refresh_callback(void) {
     log_focus("%s.call back refresh ui\n", "lv_refresh_callback");
-    const app_callback_table* table = load(autofocus_app_callback);
+    const app_callback_table* table = load_acquire(autofocus_app_callback);
     if (table != nullptr && table->refresh_ui != nullptr) table->refresh_ui();
 }
 
 int32_t varnel_autofocus(void) {
-    store(g_run_once_AKAF, 1);
+    store_release(g_run_once_AKAF, 1);
     log_focus("\033[36;1mreceived akaf command\033[0m");
     return 0;
 }
@@ -92,7 +82,7 @@ int32_t varnel_autofocus(void) {
 int32_t varnel_setDLPkeystone(int32_t value) {
     // The value goes first, so that a worker that sees the request finds its value too.
     store(m_manuKeystone_value_for_thread, value);
-    store(g_run_once_keystone, 1);
+    store_release(g_run_once_keystone, 1);
     log_focus("\033[36;1mreceived manu keystone command\033[0m");
     return 0;
 }
@@ -123,7 +113,7 @@ int32_t varnel_get_osd_settings_keystone(void) { return load(g_osd_keystone); }
 
 int32_t varnel_get_osd_settings_autofocus(void) { return load(g_osd_autofocus); }
 
-int32_t varnel_get_state_autofocus(void) { return load(g_osd_state_autofocus); }
+int32_t varnel_get_state_autofocus(void) { return load_acquire(g_osd_state_autofocus); }
 
 int32_t alg_init(void) {
     log_focus("%s", "alg_init");

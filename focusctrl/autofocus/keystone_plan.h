@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <optional>
 
-#include "focusctrl/whole_number.h"
+#include "base/whole_number.h"
 #include "ovrafocus/projection_geometry.h"
 
 namespace ovra {
@@ -21,17 +21,17 @@ namespace ovra {
 inline constexpr float standing_degrees = 50.0F;
 inline constexpr std::int32_t quarter_turn_degrees = 90;
 
-/// From here on the projector lies on its side (degrees about x): gravity no longer tells its tilt.
+/// From here on the projector lies on its side (degrees about x): gravity no longer shows its tilt.
 inline constexpr float lying_on_side_degrees = 45.0F;
 
 /// Below this tilt the ToF angle is the more precise one.
 inline constexpr std::int32_t tof_preferred_below_degrees = 26;
 
 /// The largest ToF angle that is believed where there is no other.
-inline constexpr std::int32_t tof_largest_degrees = 80;
+inline constexpr std::int32_t tof_max_degrees = 80;
 
 /// The largest gravity angle that a picture can be corrected for.
-inline constexpr std::int32_t gravity_largest_degrees = 90;
+inline constexpr std::int32_t gravity_max_degrees = 90;
 
 /// The vertical tilt in whole degrees from the elevations of the y and z axes; its sign changes when the
 /// projector is upside down.
@@ -49,7 +49,7 @@ inline TiltSource choose_tilt_source(std::optional<std::int32_t> tof_degrees, fl
     const bool tof_preferred = tof_degrees && std::abs(*tof_degrees) < tof_preferred_below_degrees;
     const bool on_side = std::fabs(x_degrees) >= lying_on_side_degrees;
     if (!tof_preferred && !on_side) return TiltSource::gravity;
-    if (!tof_degrees || std::abs(*tof_degrees) > tof_largest_degrees) return TiltSource::none;
+    if (!tof_degrees || std::abs(*tof_degrees) > tof_max_degrees) return TiltSource::none;
     return TiltSource::tof;
 }
 
@@ -113,7 +113,7 @@ inline constexpr std::int64_t unnoticed_change_px = 8;
 
 /// Halving goes on while an edge is at least this far (pixels) from its goal, but for at most so many steps.
 inline constexpr std::int64_t halved_from_px = 13;
-inline constexpr int most_halving_steps = 10;
+inline constexpr int max_halving_steps = 10;
 
 inline std::int64_t distance_between(std::int32_t a, std::int32_t b) {
     return std::llabs(static_cast<long long>(a) - b);

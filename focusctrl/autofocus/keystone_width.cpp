@@ -8,16 +8,16 @@
 #include <optional>
 #include <vector>
 
+#include "base/log.h"
+#include "base/shared_flag.h"
 #include "focusctrl/autofocus/keystone_plan.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "ovrafocus/acceleration.h"
 #include "ovrafocus/display_keystone.h"
 #include "ovrafocus/focus_nodes.h"
-#include "ovrafocus/host_interface.h"
-#include "ovrafocus/lifecycle.h"
+#include "ovrafocus/gravity_state.h"
 #include "ovrafocus/nds01_isp.h"
 #include "ovrafocus/projection_geometry.h"
+#include "ovrafocus/requests.h"
+#include "ovrafocus/result_codes.h"
 
 int32_t width = 1280;
 int32_t height = 720;
@@ -35,7 +35,6 @@ using ovra::log_focus;
 using ovra::store;
 
 constexpr int32_t code_of_focus_run = 9999;
-constexpr int32_t no_usable_tof_angle = -101;
 
 constexpr int tof_readings = 3;  // the first one is discarded: it may be left over from before the movement
 constexpr double hundredths_per_degree = 100.0;
@@ -149,7 +148,7 @@ void step_towards(const KeystoneWidths& target) {
 
     store(full_edge, load(width));
     set_keystone_api(load(preUpW), load(preDownW));
-    for (int step = 0; step < ovra::most_halving_steps; ++step) {
+    for (int step = 0; step < ovra::max_halving_steps; ++step) {
         if (!ovra::halving_goes_on(goal, load(moving_edge))) break;
         store(moving_edge, ovra::halfway(goal, load(moving_edge)));
         log_focus("%s: circle %s = %d, %s = %d\n", apply_name, goal_name, goal, edge_name, load(moving_edge));
@@ -229,7 +228,7 @@ int32_t varnel_keystone(int32_t code) {
         case ovra::TiltSource::tof:
             return report(varnel_thread_setDLPKeystone(*tof_degrees));
         case ovra::TiltSource::gravity:
-            if (std::abs(gravity.vertical_degrees) > ovra::gravity_largest_degrees) {
+            if (std::abs(gravity.vertical_degrees) > ovra::gravity_max_degrees) {
                 log_focus("keystone error: vAngle > 90");
                 return -1;
             }
@@ -237,7 +236,7 @@ int32_t varnel_keystone(int32_t code) {
         case ovra::TiltSource::none:
             break;
     }
-    return no_usable_tof_angle;
+    return OVRA_RESULT_NO_DISTANCE;
 }
 
 int32_t varnel_thread_setDLPKeystone(int32_t angle) {

@@ -5,36 +5,31 @@
 
 #include <cstdint>
 
-#include "focusctrl/autofocus/config_record.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
-#include "focusctrl/thread.h"
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "base/thread.h"
+#include "focusctrl/autofocus/config.h"
 #include "ovrafocus/acceleration.h"
 #include "ovrafocus/auto_keystone.h"
 #include "ovrafocus/calibration_data.h"
-#include "ovrafocus/config.h"
 #include "ovrafocus/display_keystone.h"
 #include "ovrafocus/focus_run.h"
+#include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
-#include "ovrafocus/motion.h"
-#include "ovrafocus/nds01_device.h"
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/nds01_start.h"
 #include "ovrafocus/permanent_data.h"
 #include "ovrafocus/platform_utils.h"
+#include "ovrafocus/requests.h"
 #include "platform/board_network.h"
 
 using ovra::load;
+using ovra::load_acquire;
 using ovra::log_bare;
 using ovra::log_focus;
 using ovra::log_focus_at;
 using ovra::store;
-
-uint8_t AKAF_running_flag = 1;
-uint8_t g_run_once_AKAF = 0;
-uint8_t g_run_once_keystone = 0;
-int32_t m_manuKeystone_value_for_thread = 0;
-int32_t g_flag_high_temp = 0;
-int32_t g_flag_elepn_temp = 0;
-const app_callback_table* autofocus_app_callback = nullptr;
+using ovra::store_release;
 
 namespace ovra {
 namespace {
@@ -89,7 +84,7 @@ void refresh_usb_ethernet_when_due() {
 // The request stays set while it is served: the widths are then applied in one step, without the stepping
 // that softens an automatic correction. A request that arrives meanwhile is lost with it.
 void serve_keystone_request() {
-    if (load(g_run_once_keystone) == 0) return;
+    if (load_acquire(g_run_once_keystone) == 0) return;
     log_focus("run once keystone");
     varnel_thread_setDLPKeystone(load(m_manuKeystone_value_for_thread));
     store(g_run_once_keystone, 0);
@@ -98,12 +93,12 @@ void serve_keystone_request() {
 
 // The request is cleared first: one that arrives during the run is served in the next cycle.
 void serve_focus_request() {
-    if (load(g_run_once_AKAF) == 0) return;
+    if (load_acquire(g_run_once_AKAF) == 0) return;
     store(g_run_once_AKAF, 0);
     log_focus("run once AKAF");
     store(g_osd_state_autofocus, 1);
     varnel_thread_autofocus();
-    store(g_osd_state_autofocus, 0);
+    store_release(g_osd_state_autofocus, 0);
     log_focus_state();
 }
 
@@ -135,7 +130,7 @@ int32_t ovrafocus_init(void) {
         log_focus("auto focus: get flash cali data error");
         return -1;
     }
-    store(autofocus_app_callback, get_app_callback());
+    store_release(autofocus_app_callback, get_app_callback());
     int32_t flags[3] = {};
     get_cali_flag(flags);
     ovra::apply_lens_calibration(flags[2]);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "ovrafocus/peak_search.h"
+#include "ovrafocus/peak_sample.h"
 
 namespace ovra {
 

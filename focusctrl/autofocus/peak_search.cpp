@@ -8,12 +8,6 @@
 std::vector<stepList_> m_sharpness;
 double m_dPeekStep = 0;
 
-namespace {
-
-constexpr int32_t no_peak = 9999;
-
-}  // namespace
-
 // The capacity is kept: the next calibration needs as much again.
 void clearList(void) { m_sharpness.clear(); }
 
@@ -38,7 +32,7 @@ std::vector<double> quadraticEquationCoef(double x1, double y1, double x2, doubl
 }
 
 int32_t calcPeekStep(void) {
-    if (checkList() != 0 || m_sharpness.size() < ovra::peak_samples) return no_peak;
+    if (checkList() != 0 || m_sharpness.size() < ovra::peak_samples) return OVRA_NO_PEAK;
     m_dPeekStep = ovra::peak_position(m_sharpness);
     return ovra::rounded_position(m_dPeekStep);
 }

@@ -2,8 +2,9 @@
 
 #include <array>
 
+#include "base/log.h"
 #include "focusctrl/autofocus/factory_step.h"
-#include "focusctrl/log.h"
+#include "focusctrl/autofocus/lens_units.h"
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/lens_position.h"
 #include "ovrafocus/motor_drv.h"
@@ -11,10 +12,9 @@
 
 namespace {
 
+using ovra::failed;
 using ovra::log_focus;
 
-constexpr int32_t failed = -1;
-constexpr int32_t full_pulse = 2;
 constexpr int32_t head_start_steps = 5;  // to the right, before the walk to the left begins
 constexpr int32_t longest_walk = 100;    // TMR units left of where the sweep began
 constexpr int32_t highest_peak = 1000;   // TMR units; beyond it lies no lens
@@ -23,21 +23,21 @@ constexpr int32_t highest_peak = 1000;   // TMR units; beyond it lies no lens
 // the sweep really finds is the lens position that belongs to the series' maximum.
 constexpr std::array<double, 14> sharpness_series = {1.01, 1.21, 1.41, 1.61, 1.75, 2.1, 2.5,
                                                      2.8,  3.4,  3.5,  3.35, 3.2,  2.6, 2.0};
-constexpr int earliest_stop = 4;  // the index behind which two falls in a row end the walk
+constexpr int earliest_stop = 4;  // the index after which two falls in a row end the walk
 constexpr int peak_margin = 2;    // samples needed on either side of the sharpest
 
-// At most one sample for each entry of the series; in place, so that no path leaves memory behind.
+// At most one sample for each entry of the series; in place, so that no path keeps memory.
 struct Samples {
     std::array<stepList_, sharpness_series.size()> list{};
     int count = 0;
 };
 
-// Five steps right, so that the idle travel is taken up where it does no harm.
+// Five steps right, so that the backlash is taken up where it does no harm.
 int32_t take_head_start() {
-    if (motor_pulse_write(full_pulse) == failed) return failed;
+    if (motor_pulse_write(ovra::full_step_pulse) == failed) return failed;
     log_focus("move 5 right step--5*5um\n");
     motor_right_write(head_start_steps);
-    return motor_pulse_write(full_pulse);
+    return motor_pulse_write(ovra::full_step_pulse);
 }
 
 // Two falls in a row, from the sixth sample on.
@@ -88,9 +88,9 @@ int32_t peak_not_found() {
 
 int32_t get_cali_peak_tmr(void) {
     clearList();
-    int32_t sense = 0;
-    get_direction(&sense);
-    log_focus("get_direction val = %d\n", sense);
+    int32_t polarity = 0;
+    get_direction(&polarity);
+    log_focus("get_direction val = %d\n", polarity);
 
     int32_t start_tmr = 0;
     if (ovra::measure_position(start_tmr) == failed) return failed;

@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/log.h"
+#include "base/shared_flag.h"
+#include "focusctrl/gsensor/gravity_state.h"
 #include "focusctrl/gsensor/keystone_step.h"
 #include "focusctrl/gsensor/log_levels.h"
-#include "focusctrl/gsensor/motion_state.h"
-#include "focusctrl/log.h"
-#include "focusctrl/shared_flag.h"
+#include "focusctrl/gsensor/motion.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
-#include "ovrafocus/motion.h"
 #include "ovrafocus/nds01_isp.h"
 
 // A run, from the movement that sets project_tof_dist_changed to the step that clears it:
@@ -25,8 +25,6 @@
 
 namespace ovra {
 
-std::int32_t tof_steady_readings = 0;
-
 namespace {
 
 constexpr std::int32_t steady_readings_to_end = 5;
@@ -36,7 +34,7 @@ constexpr std::int32_t over_range_readings_to_end = 5;
 std::int32_t last_distance_mm = 0;
 std::int32_t over_range_readings = 0;
 
-void end_run() { store(project_tof_dist_changed, 0); }
+void end_run() { store_release(project_tof_dist_changed, 0); }
 
 void skip_over_range(std::int32_t distance_mm) {
     ++over_range_readings;
@@ -83,7 +81,7 @@ void follow_distance(std::int32_t distance_mm) {
 
 using namespace ovra;
 
-int32_t get_auto_keystone_status(void) { return load(project_tof_dist_changed) > 0 ? 1 : 0; }
+int32_t get_auto_keystone_status(void) { return load_acquire(project_tof_dist_changed) > 0 ? 1 : 0; }
 
 void auto_keystone_deal_with(void) {
     if (varnel_get_osd_settings_keystone() == 0) {

@@ -2,7 +2,7 @@
 #ifndef OVRA_FOCUSCTRL_GSENSOR_AXES_H
 #define OVRA_FOCUSCTRL_GSENSOR_AXES_H
 
-#include "focusctrl/shared_flag.h"
+#include "base/shared_flag.h"
 
 namespace ovra {
 

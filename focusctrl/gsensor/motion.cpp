@@ -1,4 +1,4 @@
-#include "ovrafocus/motion.h"
+#include "focusctrl/gsensor/motion.h"
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -6,22 +6,22 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/elapsed_time.h"
+#include "base/log.h"
+#include "base/mutex_guard.h"
+#include "base/shared_flag.h"
+#include "base/whole_number.h"
 #include "focusctrl/gsensor/axes.h"
+#include "focusctrl/gsensor/gravity_state.h"
 #include "focusctrl/gsensor/log_levels.h"
-#include "focusctrl/gsensor/motion_state.h"
 #include "focusctrl/gsensor/movement.h"
 #include "focusctrl/gsensor/tilt.h"
-#include "focusctrl/log.h"
-#include "focusctrl/mutex_guard.h"
-#include "focusctrl/shared_flag.h"
-#include "focusctrl/whole_number.h"
-#include "ovrafocus/acceleration.h"
 #include "ovrafocus/config.h"
 #include "ovrafocus/direction.h"
-#include "ovrafocus/focus_nodes.h"
+#include "ovrafocus/distance.h"
 #include "ovrafocus/host_interface.h"
 
-// The motion machine. Its state is spread over flags that the host can see, and is read from them anew with
+// The motion machine. Its state is spread over flags that the host can see, and is read from them again with
 // every block; this is the machine that they make up:
 //
 //     warming up --- fifth block skipped ---> idle, the rest position not yet known
@@ -41,19 +41,9 @@
 // requests nothing. Auto-keystone runs beside the machine while the distance flag is 1, which it clears when it
 // ends.
 
-int32_t project_acc_angle_changed = 0;
-int32_t project_tof_dist_changed = 0;
-int32_t project_acc_shake_happened = 0;
-float threshold_acc_to_shake = 25.01F;
-float threshold_acc_to_steady = 1.76F;
-float threshold_to_trigger_keystone = 4.01F;
-float vKeystoneVal = 0.0F;
-float thetaKeystoneVal = 0.0F;
 pthread_mutex_t det_mtx = PTHREAD_MUTEX_INITIALIZER;
 
 namespace ovra {
-
-std::uint8_t first_blocks_skipped = 0;
 
 namespace {
 
@@ -74,6 +64,7 @@ constexpr const char* skipped_by_handler = "autofocus first event, do nothing ";
 // Guarded by sample_processing, except the count of steady blocks, which clear_acc_gyro_status() may reset
 // at any time.
 int skipped_blocks = 0;
+bool judging = false;
 bool factory_notice_given = false;
 bool rest_known = false;
 std::int32_t steady_blocks = 0;
@@ -86,7 +77,7 @@ timeval movement_time{};
 
 void remember_movement_time() {
     const MutexGuard guard(movement_time_mutex);
-    gettimeofday(&movement_time, nullptr);
+    movement_time = wall_clock();
 }
 
 // --- What both judges do ----------------------------------------------------------------------------------
@@ -96,6 +87,13 @@ bool skip_first_block(const char* message) {
     ++skipped_blocks;
     log_focus_at(level_event, "%s", message);
     return true;
+}
+
+void take_angles_of(const Axes& average) {
+    const Axes tilt = tilt_degrees(average);
+    set_axes(acc_degree, tilt);
+    log_focus_at(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree",
+                 static_cast<double>(tilt.x), static_cast<double>(tilt.y), static_cast<double>(tilt.z));
 }
 
 void finish_block() { set_axes(acc_degree_last, axes_of(acc_degree)); }
@@ -116,7 +114,7 @@ void log_tilt(const char* which, const Axes& tilt) {
 }
 
 bool host_is_testing() {
-    const app_callback_table* host = load(gsensor_app_callback);
+    const app_callback_table* host = load_acquire(gsensor_app_callback);
     return host != nullptr && host->is_factory_test != nullptr && host->is_factory_test() == 1;
 }
 
@@ -150,7 +148,7 @@ void accept_movement(const Axes& now, const Axes& last) {
     // The flags come after what belongs to them: auto-keystone starts as soon as it sees the distance flag.
     store(project_acc_angle_changed, 1);
     store(project_acc_shake_happened, 1);
-    store(project_tof_dist_changed, 1);
+    store_release(project_tof_dist_changed, 1);
     log_rest_position();
     log_tilt("last: ", last);
     log_tilt("now:  ", now);
@@ -199,7 +197,7 @@ void settle(const Axes& now, const Axes& last) {
     if (!is_steady(now, last)) return;
     if (count_steady_block(now) < steady_blocks_to_rest) return;
     if (load(project_acc_shake_happened) == 1 || !rest_known) record_rest_position();
-    const bool keystone_has_ended = load(project_tof_dist_changed) == 0;
+    const bool keystone_has_ended = load_acquire(project_tof_dist_changed) == 0;
     if (load(project_acc_angle_changed) == 1 && keystone_has_ended) finish_movement();
 }
 
@@ -221,11 +219,14 @@ void follow_tilt(const Axes& now, const Axes& last) {
 
 void follow_block() {
     if (skip_first_block(skipped_by_sampling)) return;
-    store(first_blocks_skipped, 1);
+    store_release(first_blocks_skipped, 1);
+    // Taken before the host's callbacks, which may sample and judge, and so change both.
+    const Axes now = axes_of(acc_degree);
+    const Axes last = axes_of(acc_degree_last);
     if (host_is_testing()) return pause_for_factory_test();
     factory_notice_given = false;
     match_projection_direction();
-    follow_tilt(axes_of(acc_degree), axes_of(acc_degree_last));
+    follow_tilt(now, last);
 }
 
 // --- The judge with adjustable thresholds, for hosts ------------------------------------------------------
@@ -269,12 +270,16 @@ std::int32_t ms_since_movement() {
         const MutexGuard guard(movement_time_mutex);
         start = movement_time;
     }
-    return get_systime_ms(start);
+    return saturated_to_32_bits(elapsed_ms(start, wall_clock()));
 }
 
-void judge_block() {
+void judge_block(const Axes& average) {
+    take_angles_of(average);
+    if (judging) return;
+    judging = true;
     follow_block();
     finish_block();
+    judging = false;
 }
 
 }  // namespace ovra
@@ -283,7 +288,7 @@ using namespace ovra;
 
 void acc_data_handle(void) {
     const MutexGuard processing(sample_processing);
-    acc_caculate_degree(axes_of(acc_avg));
+    take_angles_of(axes_of(acc_avg));
     match_projection_direction();
     const Axes now = axes_of(acc_degree);
     const KeystoneAngles lean = keystone_angles(now);
@@ -295,7 +300,7 @@ void acc_data_handle(void) {
 }
 
 void clear_acc_gyro_status(void) {
-    // The angles summed up for the next rest position are kept, so a count begun anew adds to them.
+    // The angles summed up for the next rest position are kept, so a new count adds to them.
     store(project_acc_angle_changed, 0);
     store(steady_blocks, 0);
     store(project_acc_shake_happened, 0);

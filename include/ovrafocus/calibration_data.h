@@ -11,20 +11,9 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/lens_state.h"
 
 OVRA_BEGIN_DECLS
-
-/**
- * The lens table; all 0 at load.
- *
- * | Entry   | Content                                                                    |
- * |---------|----------------------------------------------------------------------------|
- * | 0 to 24 | lens position in TMR units for each focus place, 3000 mm first, 240 mm last |
- * | 25, 26  | left and right soft limit of the lens, TMR units                           |
- * | 27      | sense of the position sensor, see `direction`                              |
- * | 28, 29  | idle travel on reversing to the left and to the right, motor steps         |
- */
-extern OVRA_API int32_t listFlash[30];
 
 /**
  * Reads the calibration flags: gravity sensor, ToF sensor, lens. 0 means not calibrated, and so does
@@ -39,9 +28,9 @@ extern OVRA_API int32_t listFlash[30];
 OVRA_API int32_t get_cali_flag(int32_t* flags);
 
 /**
- * Loads listFlash from the record, and for a calibrated lens the soft limits, the sensor's sense and the idle
- * travels from it; then reads the light engine's focus curve into elepnCalidata. Table entries behind the
- * first one that is not a number keep their value.
+ * Loads listFlash from the record, and for a calibrated lens the soft limits, the sensor's polarity and the
+ * backlash from it; then reads the light engine's focus curve into elepnCalidata. Table entries after the first
+ * one that is not a number keep their value.
  *
  * @param table  not used: the table always goes to listFlash
  * @return 0 always.
@@ -56,7 +45,7 @@ OVRA_API int32_t get_cali_data(int32_t* table);
  * light engine gives no focus curve.
  *
  * @param flags  3 values: gravity sensor, ToF sensor, lens
- * @return 0 always; a record that could not be written is only told in the log.
+ * @return 0 always; a record that could not be written shows in the log only.
  */
 OVRA_API int32_t write_cali_flag(const int32_t* flags);
 

@@ -1,6 +1,6 @@
 /**
  * @file config.h
- * The configuration and state record, the functions that build and copy it, and the logging threshold.
+ * The configuration and state record, and the functions that build and copy it.
  *
  * The record is written during start-up (ovra_sys_param_init) and shut-down (ovrafocus_deinit) only.
  * Everything else takes a copy with get_focus_configs() and never locks: a reader that meets the shut-down
@@ -13,6 +13,7 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/log_level.h"
 
 OVRA_BEGIN_DECLS
 
@@ -55,19 +56,6 @@ typedef struct ovra_focus_config {
 
 /** The one record of the process. All 0 until ovra_sys_param_init(). */
 extern OVRA_API ovra_focus_config focus_config;
-
-/**
- * How much is logged, 4 by default. A line that has a level is printed when this is at least that level:
- * - 1: why the gravity thread ended, and the errors of the gravity sensor and of auto-keystone;
- * - 4: the threads' start and trace lines, and what the gravity sensor, the motion logic, the direction and
- *   auto-keystone report of themselves;
- * - 5: every sample of the gravity sensor and every block with its angles;
- * - 7: the direction that is found in each block.
- *
- * All other lines are printed at any level: those of other areas, and of these the requests, the trigger
- * functions, the key listener and the calibration values that the gravity sensor is given.
- */
-extern OVRA_API int32_t ovra_log_level;
 
 /**
  * Fill one part of the record with its start-up values and log the function's name. focus_data_init() leaves

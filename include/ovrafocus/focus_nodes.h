@@ -2,10 +2,9 @@
  * @file focus_nodes.h
  * The kernel attributes that the auto-focus works with: ranging, lens motor, LED temperature, focus curve.
  *
- * Each function opens its node, reads or writes once, and closes it. Nothing is retried. A ranging,
- * temperature or focus curve node that opens but gives no data costs the process one descriptor, which stays
- * open. All functions may be called from any thread; the ones that move the lens belong to whoever holds
- * mutex_focus, or to a calibration that runs alone.
+ * Each function opens its node, reads or writes once, and closes it. Nothing is retried. All functions may be
+ * called from any thread; the ones that move the lens belong to whoever holds mutex_focus, or to a calibration
+ * that runs alone.
  */
 #ifndef OVRAFOCUS_FOCUS_NODES_H
 #define OVRAFOCUS_FOCUS_NODES_H
@@ -13,23 +12,9 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/lens_state.h"
 
 OVRA_BEGIN_DECLS
-
-/** Direction of the last lens move of at least one step: 1 right, 0 left. 1 at load. */
-extern OVRA_API uint8_t lastDirection;
-
-/** The distance of the last auto-focus run, in millimetres; -1 when no zone was in range. 300 at load. */
-extern OVRA_API int32_t lastDistance;
-
-/**
- * Sense of the lens position sensor, from the factory calibration or from get_direction(). With 1 the
- * position read back falls when the lens moves right, and motor_tmr_x_dir_read() negates it. 0 at load.
- */
-extern OVRA_API int32_t direction;
-
-/** The light engine's focus curve, in TMR units, one value for each of the 25 focus places. 0 at load. */
-extern OVRA_API int32_t elepnCalidata[25];
 
 /**
  * Reads one ranging frame from /sys/class/nd_tof/nds01/ranging_data.
@@ -100,20 +85,6 @@ OVRA_API int32_t varnel_motor_right_write(int32_t steps);
  * @return 0; -1 when the motor kept running or the position could not be read.
  */
 OVRA_API int32_t motor_tmr_x_dir_read(int32_t* out);
-
-/**
- * The mean of those of the first four zone distances that are in range, that is below 4000 mm.
- * @param frame  a ranging frame as tof_distance_read() fills it
- * @return millimetres, truncated; -1 when no zone is in range.
- */
-OVRA_API int32_t getAvgDist(const int32_t* frame);
-
-/**
- * Measures the distance and compares it with lastDistance, which stays as it is.
- * @return 1 when it differs by 20 mm or more, else 0; -1 when it could not be measured. No zone in range
- *         counts as a distance of -1 mm.
- */
-OVRA_API int32_t isDistChanged(void);
 
 OVRA_END_DECLS
 

@@ -5,21 +5,13 @@
 #ifndef OVRAFOCUS_FOCUS_RUN_H
 #define OVRAFOCUS_FOCUS_RUN_H
 
-#include <pthread.h>
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/result_codes.h"
 
 OVRA_BEGIN_DECLS
-
-/** The lens: held from the distance measurement of a run to its end, and during a manual focus move. */
-extern OVRA_API pthread_mutex_t mutex_focus;
-
-/**
- * When not 0, a run leaves the keystone as it is. 1 counts for one run and is reset by it; other values stay.
- * 0 at load.
- */
-extern OVRA_API int32_t g_focus_temp_adjust;
 
 /**
  * Runs once. The keystone step is made when g_osd_keystone is set; the focus step, when g_osd_autofocus is
@@ -28,14 +20,16 @@ extern OVRA_API int32_t g_focus_temp_adjust;
  * Called on the library's worker thread; it takes seconds. Runs must not overlap. It takes mutex_focus for
  * the focus step and has released it when it returns.
  *
- * The host learns the outcome by toast: 2 keystone failed; 5 the lens did not get there; 9 no distance, or
- * no angle for the keystone; 10 (and 11 one second later) both functions are switched off; 11 auto-focus is
- * switched off. After a focus step the host is asked to refresh its menu.
+ * The host learns the outcome by toast: OVRA_TOAST_KEYSTONE_FAILED; OVRA_TOAST_LENS_FAILED, the lens did not
+ * get there; OVRA_TOAST_NO_DISTANCE, also for no angle for the keystone; OVRA_TOAST_BOTH_OFF, and
+ * OVRA_TOAST_FOCUS_OFF one second later, both functions are switched off; OVRA_TOAST_FOCUS_OFF alone,
+ * auto-focus is switched off. After a focus step the host is asked to refresh its menu.
  *
- * @return 0 the lens is at its place (also when it already was); -1 a lens move or position read failed, or
- *         the lens did not settle; -2 keystone failed and auto-focus is off; -101 the distance could not be
- *         measured or nothing is in range, or keystone had no angle and auto-focus is off; -102 both
- *         functions are off; -103 auto-focus is off, keystone is on.
+ * @return OVRA_RESULT_OK the lens is at its place (also when it already was); OVRA_RESULT_LENS_FAILED a lens
+ * move or position read failed, or the lens did not settle; OVRA_RESULT_KEYSTONE_FAILED keystone failed and
+ *         auto-focus is off; OVRA_RESULT_NO_DISTANCE the distance could not be measured or nothing is in range,
+ *         or keystone had no angle and auto-focus is off; OVRA_RESULT_BOTH_OFF both functions are off;
+ *         OVRA_RESULT_KEYSTONE_ONLY auto-focus is off, keystone is on.
  */
 OVRA_API int32_t varnel_thread_autofocus(void);
 

@@ -1,7 +1,7 @@
 /**
  * @file host_interface.h
- * What joins the library to its host: the table of callbacks, the commands, the on-screen switches and the
- * record of the host's algorithm module.
+ * What joins the library to its host: registering its table of callbacks, the commands, the on-screen switches
+ * and the record of the host's algorithm module. Flags, switches and the table's layout are in requests.h.
  *
  * The host registers its table first; ovrafocus_init(), keystone_api_init() and acc_init_set() each copy the
  * pointer when they run, and a table that is registered later is not seen by those that have already run.
@@ -17,50 +17,9 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/requests.h"
 
 OVRA_BEGIN_DECLS
-
-/**
- * The host's callbacks: 11 pointers. A null slot is skipped silently. The host owns the table and keeps it
- * valid as long as the library runs: only the pointer is stored. The slots are called on the library's
- * threads, and on the host's own where it calls a function that leads to one itself: manufocusTMR() shows
- * toasts, set_keystone_api() and varnel_thread_setDLPKeystone() use slots 9 and 10, set_device_direction()
- * slot 7.
- */
-typedef struct app_callback_table {
-    void* reserved_0; /**< not used by the library */
-    void* reserved_1; /**< not used by the library */
-    void* reserved_2; /**< not used by the library */
-    void* reserved_3; /**< not used by the library */
-
-    void (*refresh_ui)(void); /**< slot 4: draw the menu again */
-    /** slot 5: show the message with this code; focus_run.h and lens_position.h say which code tells what */
-    void (*toast)(int32_t code);
-    int32_t (*is_factory_test)(void);    /**< slot 6: 1 while the projector is in factory testing */
-    void (*rotation_changed)(int32_t r); /**< slot 7: the picture's new rotation, 0 to 3, as the host counts */
-
-    void* reserved_8; /**< not used by the library */
-
-    void (*keystone_updated)(void); /**< slot 9: new keystone widths and viewport are applied */
-    /** slot 10: when present, the host applies the keystone itself (top and bottom width in pixels) */
-    void (*host_set_keystone)(int32_t top, int32_t bottom);
-} app_callback_table;
-
-/** The registered table; null until app_callback_init(). */
-extern OVRA_API const app_callback_table* g_app_callback;
-
-/** On-screen switch of auto-keystone: 0 off, else on. 1 by default. */
-extern OVRA_API uint8_t g_osd_keystone;
-
-/** On-screen switch of auto-focus: 0 off, else on. 0 by default; set by ovrafocus_init() on a calibrated lens.
- */
-extern OVRA_API uint8_t g_osd_autofocus;
-
-/**
- * 1 while an auto-focus run is in progress, 0 after it. It is 1 from the load of the library to the end of
- * the first run, although nothing runs: hosts rely on it.
- */
-extern OVRA_API uint8_t g_osd_state_autofocus;
 
 /** Action codes, as written to word 0 of `algutils.action_config`. */
 enum {
@@ -102,7 +61,7 @@ OVRA_API const app_callback_table* get_app_callback(void);
 /**
  * Shows a toast through slot 5 of the table that ovrafocus_init() copied. Without table or slot it is logged
  * and no more.
- * @param code one of the codes that focus_run.h and lens_position.h tell; any other is handed on as well.
+ * @param code OVRA_TOAST_... of result_codes.h; any other is handed on as well.
  */
 OVRA_API void show_korbet_toast_akaf(int32_t code);
 

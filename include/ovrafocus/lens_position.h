@@ -1,9 +1,10 @@
 /**
  * @file lens_position.h
- * The lens's travel, and taking the lens to a position by reading the position sensor back.
+ * Taking the lens to a position by reading the position sensor back.
+ * Limits, backlash and polarity are in lens_state.h.
  *
- * The lens is driven by a stepper motor without an encoder; where it is, the TMR position sensor tells. All
- * positions here are in TMR units with the sensor's sense taken out (see `direction`), so that larger always
+ * The lens is driven by a stepper motor without an encoder; where it is, the TMR position sensor shows. All
+ * positions here are in TMR units with the sensor's polarity taken out (see `direction`), so that larger always
  * means further right; only get_direction() looks at the raw reading.
  *
  * manufocusTMR() takes mutex_focus. The others do not: they belong to a calibration that runs alone, on one
@@ -15,18 +16,10 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/result_codes.h"
 
 OVRA_BEGIN_DECLS
-
-/** Soft limits of the lens, in TMR units. -500 and 500 until a calibration is loaded. @{ */
-extern OVRA_API int32_t g_limitLeft;
-extern OVRA_API int32_t g_limitRight;
-/** @} */
-
-/** Idle travel of the motor on reversing to the left and to the right, in motor steps. 1 at load. @{ */
-extern OVRA_API int32_t leftIdle;
-extern OVRA_API int32_t rightIdle;
-/** @} */
 
 /**
  * Manual focus: moves the lens by `delta` TMR units, at least 10 of them; 0 counts as 10 to the right. A
@@ -34,9 +27,10 @@ extern OVRA_API int32_t rightIdle;
  * time. mutex_focus is held meanwhile; it stays held for ever when a motor call fails in mid-move.
  *
  * @param delta  TMR units, positive to the right
- * @return 0 done; -6 done, stopped at the right limit (toast 6); -7 done, stopped at the left limit
- *         (toast 7); -1 auto-focus is off because the lens is not calibrated (toast 11), or a position read
- *         or motor call failed, or the lens did not settle.
+ * @return OVRA_RESULT_OK done; OVRA_RESULT_RIGHT_LIMIT and OVRA_RESULT_LEFT_LIMIT done, stopped at that limit,
+ *         with the toast of the same name; OVRA_RESULT_LENS_FAILED auto-focus is off because the lens is not
+ *         calibrated (OVRA_TOAST_FOCUS_OFF), or a position read or motor call failed, or the lens did not
+ *         settle.
  */
 OVRA_API int32_t manufocusTMR(int32_t delta);
 
@@ -77,20 +71,21 @@ OVRA_API int32_t goto_right_limit_safe(int32_t* out);
 OVRA_API void setSoftLimit(int32_t left, int32_t right);
 
 /**
- * Finds the sense of the position sensor: moves right step by step until the reading has changed by more
+ * Finds the polarity of the position sensor: moves right step by step until the reading has changed by more
  * than 20 units, for at most 15 steps, and sets `direction`.
  *
- * @param out  the sense found, 0 or 1; untouched when none was found
- * @return 0; -1 when a reading failed; -100 when the reading did not change enough within 14 steps. A change
+ * @param out  the polarity found, 0 or 1; untouched when none was found
+ * @return 0; -1 when a reading failed; OVRA_RESULT_PROBE_FAILED when the reading did not change enough within
+ *         14 steps. A change
  *         seen at the 15th step comes too late: `direction` and `*out` are set all the same.
  */
 OVRA_API int32_t get_direction(int32_t* out);
 
 /**
- * Checks that the motor's idle travel is taken up within 14 steps.
+ * Checks that the motor's backlash is taken up within 14 steps.
  * @param toLeft  not 0: to the left; 0: to the right
- * @return 0 when the position changed by more than 10 units within 14 steps; -1 when a reading failed; -100
- *         when the lens did not follow.
+ * @return 0 when the position changed by more than 10 units within 14 steps; -1 when a reading failed;
+ *         OVRA_RESULT_PROBE_FAILED when the lens did not follow.
  */
 OVRA_API int32_t go_cali_tmr_idle(int32_t toLeft);
 

@@ -1,6 +1,6 @@
 /**
  * @file lifecycle.h
- * Start-up, shut-down, the library's threads and the flags that steer them.
+ * Start-up, shut-down and the library's threads. The flags that steer them are in requests.h.
  *
  * A host calls, in this order and from one thread: app_callback_init(), ovrafocus_init(),
  * ovra_sys_param_init(), ovra_gsensor_init(), ovra_akaf_init(). None of these calls another.
@@ -23,33 +23,10 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
-#include "ovrafocus/host_interface.h"
+#include "ovrafocus/lens_state.h"
+#include "ovrafocus/requests.h"
 
 OVRA_BEGIN_DECLS
-
-/** keystonefocus_thread() runs while this is not 0. 1 by default. */
-extern OVRA_API uint8_t AKAF_running_flag;
-
-/** Not 0: a combined keystone and focus run is requested. The worker clears it before it starts the run. */
-extern OVRA_API uint8_t g_run_once_AKAF;
-
-/** Not 0: a manual keystone run is requested. The worker clears it after the run. */
-extern OVRA_API uint8_t g_run_once_keystone;
-
-/** The tilt, in whole degrees, of the requested manual keystone run. The worker sets it to 0 after the run. */
-extern OVRA_API int32_t m_manuKeystone_value_for_thread;
-
-/** Not 0: the lens was calibrated with a hot light source; focus places are corrected for temperature. */
-extern OVRA_API int32_t g_flag_high_temp;
-
-/** Not 0: the light engine has published a focus curve and the calibration allows its use. */
-extern OVRA_API int32_t g_flag_elepn_temp;
-
-/**
- * The host's table, as it was registered when ovrafocus_init() ran; null before, and for good when the ToF
- * device did not start.
- */
-extern OVRA_API const app_callback_table* autofocus_app_callback;
 
 /**
  * Starts the permanent record, the display, the ToF device and the calibration, in that order, and switches

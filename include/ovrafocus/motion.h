@@ -6,10 +6,7 @@
  * the distance to the wall starts auto-keystone (auto_keystone.h), and once the projector is steady again
  * and auto-keystone has ended, a combined run is requested. acc_data_handle() is a second, simpler judge with
  * adjustable thresholds for hosts that want it; the library does not call it. Both share the count of skipped
- * blocks, the count of steady blocks and the time of the movement.
- *
- * Flags and thresholds are plain variables shared between threads without a lock: a change takes effect with
- * the next block.
+ * blocks, the count of steady blocks and the time of the movement. Flags and thresholds are in gravity_state.h.
  */
 #ifndef OVRAFOCUS_MOTION_H
 #define OVRAFOCUS_MOTION_H
@@ -18,31 +15,9 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/gravity_state.h"
 
 OVRA_BEGIN_DECLS
-
-/** 1 while a movement waits for its focus run, else 0. */
-extern OVRA_API int32_t project_acc_angle_changed;
-
-/** 1 while auto-keystone should run; auto-keystone clears it when it ends. */
-extern OVRA_API int32_t project_tof_dist_changed;
-
-/** 1 from a movement until the new rest position is recorded, else 0. */
-extern OVRA_API int32_t project_acc_shake_happened;
-
-/** acc_data_handle(): degrees between two blocks, on any axis, from which on it is a movement. 25.01. */
-extern OVRA_API float threshold_acc_to_shake;
-
-/** acc_data_handle(): degrees between two blocks from which on, on every axis, a block is unsteady. 1.76. */
-extern OVRA_API float threshold_acc_to_steady;
-
-/** Kept for hosts that set it; not read by the library. Degrees, 4.01. */
-extern OVRA_API float threshold_to_trigger_keystone;
-
-/** The keystone angles last derived by acc_data_handle(), degrees, -40.01 to 40.01. @{ */
-extern OVRA_API float vKeystoneVal;
-extern OVRA_API float thetaKeystoneVal;
-/** @} */
 
 /** Held by the trigger functions below, one at a time. */
 extern OVRA_API pthread_mutex_t det_mtx;
@@ -52,8 +27,8 @@ extern OVRA_API pthread_mutex_t det_mtx;
  * host's own thread; waits while a sample is processed.
  *
  * A step of threshold_acc_to_shake or more, on any axis, is a movement. From 500 ms after it on, the sixth
- * block whose step is below threshold_acc_to_steady on at least one axis requests a combined run. Not to be
- * called from a callback of the host: the processing of samples is locked while those run.
+ * block whose step is below threshold_acc_to_steady on at least one axis requests a combined run. A callback of
+ * the host may call it, too.
  */
 OVRA_API void acc_data_handle(void);
 
@@ -77,7 +52,7 @@ OVRA_API void sensor_triger_focus(int32_t unused);
 
 /**
  * Reports a change of steadiness, and does no more.
- * @param type 0: bit 0 of `state` is shown as `unstable` tells; other types show `state` as it is.
+ * @param type 0: bit 0 of `state` is shown as `unstable` says; other types show `state` as it is.
  * @param unstable 0: steady; anything else: not steady.
  * @param state the state to start from.
  */

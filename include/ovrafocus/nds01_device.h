@@ -3,8 +3,8 @@
  * The nds01 multi-zone time-of-flight sensor: its device node, its attributes and its registers.
  *
  * The kernel driver offers /dev/nds01, from which ranging frames are read, and the attributes of
- * /sys/class/nd_tof/nds01. Nothing here takes a lock: frames share one buffer, so two threads must not read
- * frames at the same time, and no frame may be read while the point mode changes.
+ * /sys/class/nd_tof/nds01. Frames may be read by several threads at once; no frame may be read while the point
+ * mode changes (nds01_start.h), and everything else here is for one thread.
  *
  * Functions that write or read one attribute and say no more return what the attribute helper of
  * nds01_sysfs.h returns: 0 or more on success, a negative errno value on failure. A command that the driver
@@ -39,21 +39,6 @@ enum {
     NDS01_LIB_DATA_FACTORY = 0x8000, /**< the device's factory calibration: 4096 bytes, read only */
     NDS01_LIB_DATA_OFFSETS = 0x9000  /**< the result of an offset calibration: 4096 bytes, or the first 128 */
 };
-
-/* --- Life ----------------------------------------------------------------------------------------- */
-
-/**
- * Opens the device (only the first call since the start or since nds01_dev_uninit() does; a failed open is
- * not tried again), prepares the processing library and selects a point mode.
- *
- * @param point_mode  0, 1 or 2; see nds01_set_point_mode()
- * @return 0, -1 when the device cannot be opened, -ENOENT when the processing library cannot be prepared,
- *         -ESRCH when the point mode cannot be selected.
- */
-OVRA_API int32_t nds01_dev_init(int32_t point_mode);
-
-/** Ends the processing library and closes the device, so that the next nds01_dev_init() opens it. @return 0. */
-OVRA_API int32_t nds01_dev_uninit(void);
 
 /* --- Ranging -------------------------------------------------------------------------------------- */
 
@@ -101,23 +86,6 @@ OVRA_API int32_t nds01_set_fps(int32_t frames_per_second);
  */
 OVRA_API int32_t nds01_get_fps(int32_t* frames_per_second);
 
-/**
- * Stops ranging, selects a point mode and starts ranging again. A failure leaves everything as far as it
- * got: ranging may be left stopped.
- *
- * @param mode  1: 8 zones; 0 and 2: 4 zones
- * @return 0, or -1 on failure.
- */
-OVRA_API int32_t nds01_set_point_mode(int32_t mode);
-
-/**
- * Tells the selected point mode and its SPAD selection.
- * @param mode            receives the mode, -1 before the first selection
- * @param spad_selection  room for 8 bytes
- * @return 0
- */
-OVRA_API int32_t nds01_get_point_mode(int32_t* mode, uint8_t* spad_selection);
-
 /* --- Configuration and the driver's own calibrations ---------------------------------------------- */
 
 /**
@@ -151,7 +119,7 @@ OVRA_API int32_t nds01_dev_get_firmware_version(uint32_t* version);
 
 /**
  * Reads the measured crosstalk and prints it: one value for firmware below 1.3.0, four from 1.3.0 on.
- * @param values  room for four values; a short read leaves those behind it as they were
+ * @param values  room for four values; a short read leaves those after it as they were
  * @return 0; -1 when the version or all of the values could not be read.
  */
 OVRA_API int32_t nds01_get_xtalk_value(uint16_t* values);

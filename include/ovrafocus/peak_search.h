@@ -14,14 +14,10 @@
 #endif
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/peak_sample.h"
+#include "ovrafocus/result_codes.h"
 
 OVRA_BEGIN_DECLS
-
-/** One sample. */
-typedef struct stepList_ {
-    int32_t step;     /**< lens position in TMR units */
-    double sharpness; /**< any unit; larger is sharper */
-} stepList_;
 
 /** The peak found last, in TMR units, not rounded; 0 at load. A search on a flat list leaves it. */
 extern OVRA_API double m_dPeekStep;
@@ -49,8 +45,8 @@ OVRA_API int32_t checkList(void);
  * Of all ten parabolas through three of the first five samples, the one that best predicts the samples it
  * did not use (least sum of absolute errors) gives its vertex.
  *
- * @return the peak rounded to a whole TMR value, halves away from zero; 9999 when the list is too flat, or
- *         holds fewer than five samples. A vertex that is no number, or beyond 32 bits, becomes the end of the
+ * @return the peak rounded to a whole TMR value, halves away from zero; OVRA_NO_PEAK when the list is too flat,
+ * or holds fewer than five samples. A vertex that is no number, or beyond 32 bits, becomes the end of the
  *         32-bit range, and no number becomes 0.
  */
 OVRA_API int32_t calcPeekStep(void);

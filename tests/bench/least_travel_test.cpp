@@ -18,9 +18,9 @@ constexpr double band_tmr = 4;  // 0.22 of a full step of 18 TMR units
 struct LeastTravel : ::testing::Test {
     LeastTravel() {
         lens.position_steps = 20;
-        lens.play = 1;
-        lens.left_idle_steps = 3;
-        lens.right_idle_steps = 2;
+        lens.backlash_state = 1;
+        lens.left_backlash_steps = 3;
+        lens.right_backlash_steps = 2;
         tmr.slope_per_step = 18;
     }
     Travel to(double target_steps) const { return bench::least_travel(lens, tmr, target_steps, band_tmr); }
@@ -59,7 +59,7 @@ TEST_F(LeastTravel, GoesToTheNearestHalfStepWhereNoneEndsInTheBand) {
 TEST_F(LeastTravel, BeginsWithTheIdleTravelOfAReversal) { expect_travel(to(15), 1, 3 + 5); }
 
 TEST_F(LeastTravel, BeginsWithWhatIsLeftOfTheIdleTravel) {
-    lens.play = 0.5;
+    lens.backlash_state = 0.5;
     expect_travel(to(22), 1, 1 + 2);
 }
 

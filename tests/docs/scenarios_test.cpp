@@ -42,7 +42,7 @@ std::string number(double value) {
 std::string row_of(const vp::Parameter& parameter) {
     std::ostringstream row;
     row << "| `" << parameter.name << "` |" << (parameter.unit.empty() ? "" : " ") << parameter.unit << " | "
-        << number(parameter.standard) << " | " << number(parameter.least) << " to " << number(parameter.most)
+        << number(parameter.standard) << " | " << number(parameter.min) << " to " << number(parameter.max)
         << (parameter.whole ? ", whole" : "") << " | " << parameter.meaning << " |";
     return row.str();
 }

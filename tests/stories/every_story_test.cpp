@@ -36,7 +36,7 @@ std::vector<std::string> short_stories() {
 
 class EveryStory : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(EveryStory, IsTheSameToTheByteWhenItIsToldAgain) {
+TEST_P(EveryStory, GivesTheSameTraceByteForByteWhenItRunsAgain) {
     const storykit::StoryResult first = Story(GetParam()).detail("calls").run();
     const storykit::StoryResult second = Story(GetParam()).detail("calls").run();
     EXPECT_GT(first.trace_text.size(), 1000U);
@@ -45,7 +45,7 @@ TEST_P(EveryStory, IsTheSameToTheByteWhenItIsToldAgain) {
     EXPECT_EQ(first.exit_code, second.exit_code);
 }
 
-TEST_P(EveryStory, IsToldInWordsWithBeforeAndAfter) {
+TEST_P(EveryStory, IsShownInWordsWithBeforeAndAfter) {
     const storykit::ScratchFolder folder;
     const std::string log = folder.file("log");
     const storykit::Finished result = storykit::launch_projector(

@@ -110,7 +110,7 @@ TEST_F(FactoryTest, RejectsALensThatSticks) {
 }
 
 TEST_F(FactoryTest, RejectsALensSensorThatShowsNothing) {
-    const StoryResult result = run("factory-reject-no-sense");
+    const StoryResult result = run("factory-reject-no-polarity");
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_TRUE(result.printed(
         "lens direction: failed (-100): the reading did not follow the motor: the lens sticks, or "
@@ -174,7 +174,7 @@ TEST_F(FactoryTest, NoLensMakesATableThatStopsTheProcess) {
                             Lens{30, -912, true}, Lens{40, -880, true}, Lens{18, -900, false}}) {
         const std::string target = std::to_string(lens.offset - 3 * lens.tmr_per_step);
         const StoryResult result = Story("factory/1-calibrate")
-                                       .set("tmr.sense=1")
+                                       .set("tmr.polarity=1")
                                        .set("tmr.slope_per_step=" + std::to_string(lens.tmr_per_step))
                                        .set("tmr.offset=" + std::to_string(lens.offset))
                                        .commands({"init", "calibrate direction", "calibrate table " + target})
@@ -207,7 +207,7 @@ TEST_F(FactoryTest, DoesNotOverwriteARecordThatCouldNotBeRead) {
 
 TEST_F(FactoryTest, RejectsATableThatDoesNotRise) {
     const StoryResult result = Story("factory/1-calibrate")
-                                   .set("tmr.sense=1")
+                                   .set("tmr.polarity=1")
                                    .set("tmr.noise_sigma=60")
                                    .commands({"calibrate table -48", "flags 1 1 1"})
                                    .run();

@@ -29,7 +29,7 @@ TEST(ManualFocus, GoesToBothLimitsAndBackAndEndsSharp) {
     EXPECT_EQ(flaws(result.at_the_end()), "");
 }
 
-TEST(ManualFocus, TellsOfTheLimitsAndOfBeingRefused) {
+TEST(ManualFocus, ShowsAToastAtEachLimitAndWhenRefused) {
     const StoryResult result = Story("manual-focus").run();
     EXPECT_TRUE(
         result.printed("toast 6: the lens is at its right limit\n"

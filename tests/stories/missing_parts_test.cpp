@@ -12,7 +12,7 @@ using storykit::flaws_in_keystone;
 using storykit::Story;
 using storykit::StoryResult;
 
-TEST(FarWall, IsToldToTheHostAndTheLensStays) {
+TEST(FarWall, ShowsAToastAndLeavesTheLensWhereItIs) {
     const StoryResult result = Story("far-wall").run();
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.times_printed("toast 9: "), 1);

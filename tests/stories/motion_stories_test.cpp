@@ -101,7 +101,7 @@ TEST(Nudge, ClearsTheFlagsAndRestsForOneSecond) {
 
 // --- ceiling -------------------------------------------------------------------------------------------
 
-TEST(Ceiling, TurnsThePictureAndTheHdmiInputOnceAndTellsTheHostOnce) {
+TEST(Ceiling, TurnsThePictureAndTheHdmiInputOnceAndCallsTheHostOnce) {
     const StoryResult result = Story("ceiling").run();
     EXPECT_EQ(result.exit_code, 0);
     // Once at start-up, for the table, and once for the ceiling.

@@ -11,6 +11,7 @@
 
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_isp.h"
+#include "ovrafocus/nds01_start.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 #include "tests/tof/refused_memory.h"

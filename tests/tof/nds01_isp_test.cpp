@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ovrafocus/nds01_device.h"
+#include "ovrafocus/nds01_start.h"
 #include "platform/nds_isp.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
@@ -740,6 +741,15 @@ TEST_F(IspQuery, PixelsWithoutMemoryLeaveTheResultAlone) {
     EXPECT_EQ(nds01_isp_get_pixel_data(nullptr, &values), -1);
     EXPECT_EQ(values, nullptr);
     EXPECT_EQ(board.log(), "");
+}
+
+// On the board an int32_t of -1 has the bits of this size.
+TEST_F(IspStoredCalibration, AFailedTransferFailsWhateverItsSize) {
+    char buffer[4] = {};
+    driver.refuse(1);
+    EXPECT_EQ(nds01_isp_read_calib_data(buffer, 0xFFFFFFFF), -1);
+    driver.refuse(2);
+    EXPECT_EQ(nds01_isp_write_calib_data("data", 0xFFFFFFFF), -1);
 }
 
 }  // namespace

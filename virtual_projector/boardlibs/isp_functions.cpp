@@ -77,7 +77,7 @@ extern "C" int nx_set_filter_para(void* /*context*/, intptr_t parameter, intptr_
 }
 
 extern "C" int nx_get_recommended_points_mode(void* /*context*/, uint8_t* spad_selection, int mode) {
-    return perform("nx_get_recommended_points_mode", {spad_selection, vp::boardlibs::most_points},
+    return perform("nx_get_recommended_points_mode", {spad_selection, vp::boardlibs::max_points},
                    [&](Libraries& all) {
                        return status(spad_selection != nullptr && all.isp.select_mode(mode, spad_selection));
                    });

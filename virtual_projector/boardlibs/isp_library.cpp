@@ -11,18 +11,18 @@ namespace {
 constexpr std::uint32_t temperature_register = 0x0130;
 constexpr std::uint8_t temperature_fix = 0x01;
 constexpr std::uint8_t start_bin_register = 0x42;
-constexpr int least_start_bin = 1;
-constexpr int most_start_bin = 119;
-constexpr int most_mode = 2;
-constexpr std::array<std::uint8_t, most_points> eight_zone_spads = {0x11, 0x21, 0x12, 0x22,
-                                                                    0x13, 0x23, 0x14, 0x24};
-constexpr std::array<std::uint8_t, most_points> four_zone_spads = {0x1A, 0x2A, 0x1B, 0x2B, 0, 0, 0, 0};
+constexpr int min_start_bin = 1;
+constexpr int max_start_bin = 119;
+constexpr int max_mode = 2;
+constexpr std::array<std::uint8_t, max_points> eight_zone_spads = {0x11, 0x21, 0x12, 0x22,
+                                                                   0x13, 0x23, 0x14, 0x24};
+constexpr std::array<std::uint8_t, max_points> four_zone_spads = {0x1A, 0x2A, 0x1B, 0x2B, 0, 0, 0, 0};
 
 constexpr int calibration_frames = 16;
 constexpr unsigned frame_pause_ms = 2;
-constexpr int least_depth_mm = 100;
-constexpr int most_depth_mm = 4000;
-constexpr double most_offset_mm = 300;  // more, and the target does not stand where it is said to
+constexpr int min_depth_mm = 100;
+constexpr int max_depth_mm = 4000;
+constexpr double max_offset_mm = 300;  // more, and the target does not stand where it is said to
 constexpr int pixel_bytes = 240;
 
 struct FreeMemory {
@@ -48,7 +48,7 @@ PixelTable table_of(const std::array<double, pixel_count>& distances,
 
 bool is_believable(const PixelTable& table) {
     return std::all_of(table.begin(), table.end(), [](const PixelCalibration& pixel) {
-        return pixel.signal > 0 && std::abs(pixel.offset_mm) <= most_offset_mm;
+        return pixel.signal > 0 && std::abs(pixel.offset_mm) <= max_offset_mm;
     });
 }
 
@@ -75,7 +75,7 @@ bool IspLibrary::fix_high_temperature(std::uint32_t /*firmware_version*/) {
 }
 
 bool IspLibrary::set_start_bin(int start_bin) {
-    if (!is_registered_ || start_bin < least_start_bin || start_bin > most_start_bin) return false;
+    if (!is_registered_ || start_bin < min_start_bin || start_bin > max_start_bin) return false;
     auto* const write = platform_function<nds_register8_transfer>(platform_, NDS_WRITE_REGISTER8);
     auto value = static_cast<std::uint8_t>(start_bin);
     // A byte of the answer is all that counts here.
@@ -90,7 +90,7 @@ bool IspLibrary::set_limits(const AngleLimits& limits) {
 }
 
 bool IspLibrary::select_mode(int mode, std::uint8_t* spad_selection) {
-    if (mode < 0 || mode > most_mode) return false;
+    if (mode < 0 || mode > max_mode) return false;
     point_mode_ = mode;
     const auto& spads = mode == eight_zone_mode ? eight_zone_spads : four_zone_spads;
     std::copy(spads.begin(), spads.end(), spad_selection);
@@ -99,7 +99,7 @@ bool IspLibrary::select_mode(int mode, std::uint8_t* spad_selection) {
 
 bool IspLibrary::make_cloud(const std::uint16_t* distances_mm, CloudPoint* cloud) const {
     if (!is_loaded_) return false;
-    const std::array<CloudPoint, most_points> points = point_cloud(distances_mm, point_mode_);
+    const std::array<CloudPoint, max_points> points = point_cloud(distances_mm, point_mode_);
     std::copy_n(points.begin(), zone_count(point_mode_), cloud);
     return true;
 }
@@ -112,8 +112,8 @@ bool IspLibrary::begin_calibration(const std::uint8_t* factory_data, const Calib
                                    int depth_mm) {
     measured_.reset();
     is_calibrating_ = has_factory_mark(factory_data) && setup.columns == pixel_columns &&
-                      setup.rows == pixel_rows && setup.get_pixels != nullptr && depth_mm >= least_depth_mm &&
-                      depth_mm <= most_depth_mm;
+                      setup.rows == pixel_rows && setup.get_pixels != nullptr && depth_mm >= min_depth_mm &&
+                      depth_mm <= max_depth_mm;
     setup_ = setup;
     depth_mm_ = depth_mm;
     return is_calibrating_;

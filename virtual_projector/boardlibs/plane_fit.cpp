@@ -8,7 +8,7 @@
 namespace vp::boardlibs {
 namespace {
 
-constexpr int most_distance_mm = 4500;
+constexpr int max_distance_mm = 4500;
 constexpr double hundredths = 100;
 constexpr double singular = 1e-6;  // of the product of the squared extents: points in one line
 
@@ -63,11 +63,11 @@ bool is_within(const AngleResult& result, const AngleLimits& limits) {
 
 }  // namespace
 
-std::array<CloudPoint, most_points> point_cloud(const std::uint16_t* distances_mm, int point_mode) {
-    std::array<CloudPoint, most_points> cloud{};
+std::array<CloudPoint, max_points> point_cloud(const std::uint16_t* distances_mm, int point_mode) {
+    std::array<CloudPoint, max_points> cloud{};
     for (std::size_t zone = 0; zone < zone_count(point_mode); ++zone) {
         const double y = distances_mm[zone];
-        if (y <= 0 || y > most_distance_mm) continue;
+        if (y <= 0 || y > max_distance_mm) continue;
         const Ray ray = zone_ray(point_mode, zone);
         cloud.at(zone) = {static_cast<float>(y * std::tan(radians(ray.right_deg))), static_cast<float>(y),
                           static_cast<float>(y * std::tan(radians(ray.up_deg)))};
@@ -86,7 +86,7 @@ std::optional<Plane> fit_plane(const CloudPoint* points, std::size_t count) {
 }
 
 AngleResult angle_result(const std::optional<Plane>& plane, const AngleLimits& limits) {
-    if (!plane || plane->distance_mm < 0 || plane->distance_mm > most_distance_mm) return {};
+    if (!plane || plane->distance_mm < 0 || plane->distance_mm > max_distance_mm) return {};
     const AngleResult result{to_hundredths(plane->up_slope), to_hundredths(plane->right_slope),
                              static_cast<std::uint16_t>(std::lround(plane->distance_mm))};
     return is_within(result, limits) ? result : AngleResult{};

@@ -9,7 +9,7 @@
 
 namespace vp::boardlibs {
 
-constexpr std::size_t most_points = 8;
+constexpr std::size_t max_points = 8;
 constexpr std::int16_t no_angle = 32767;
 
 /// One point in millimetres: to the right, along the axis, up. y 0 is a point that was not measured.
@@ -21,7 +21,7 @@ struct CloudPoint {
 static_assert(sizeof(CloudPoint) == 12);
 
 /// The points of the zones of one frame; those without a distance within the sensor's range are left at 0.
-std::array<CloudPoint, most_points> point_cloud(const std::uint16_t* distances_mm, int point_mode);
+std::array<CloudPoint, max_points> point_cloud(const std::uint16_t* distances_mm, int point_mode);
 
 /// The wall as y = distance + right_slope * x + up_slope * z.
 struct Plane {

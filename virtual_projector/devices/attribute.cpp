@@ -101,10 +101,10 @@ std::optional<long> parse_number(std::string_view text) {
     return value;
 }
 
-Store store_number(long least, long most, std::function<long(World&, long)> take) {
-    return [least, most, take = std::move(take)](World& world, std::string_view text) -> long {
+Store store_number(long min, long max, std::function<long(World&, long)> take) {
+    return [min, max, take = std::move(take)](World& world, std::string_view text) -> long {
         const std::optional<long> value = parse_number(text);
-        if (!value || *value < least || *value > most) return -EINVAL;
+        if (!value || *value < min || *value > max) return -EINVAL;
         return take(world, *value);
     };
 }

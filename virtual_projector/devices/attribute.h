@@ -35,8 +35,8 @@ Show show_text(std::function<std::string(World&)> text);
 /// Shows a number and a newline.
 Show show_number(std::function<long(World&)> number);
 
-/// Takes a decimal number within a range, a newline behind it or not; EINVAL for anything else.
-Store store_number(long least, long most, std::function<long(World&, long)> take);
+/// Takes a decimal number within a range, a newline after it or not; EINVAL for anything else.
+Store store_number(long min, long max, std::function<long(World&, long)> take);
 
 /// Parses what store_number takes; nothing when it is no number.
 std::optional<long> parse_number(std::string_view text);

@@ -10,7 +10,7 @@ namespace vp {
 namespace {
 
 constexpr char directory[] = "/sys/devices/platform/pwm-fan/";
-constexpr long most_speed = 10000;  // revolutions per minute
+constexpr long max_speed = 10000;  // revolutions per minute
 
 struct Fan {
     long automatic = 1;
@@ -34,7 +34,7 @@ void add_fan(Board& board, DeviceTable& nodes) {
                              })));
     nodes.add(path + "target_speed",
               make_attribute(board, present, show_number([fan](World&) { return fan->target_speed; }),
-                             store_number(0, most_speed, [fan](World&, long speed) -> long {
+                             store_number(0, max_speed, [fan](World&, long speed) -> long {
                                  if (fan->automatic != 0) return -EBUSY;
                                  fan->target_speed = speed;
                                  return 0;

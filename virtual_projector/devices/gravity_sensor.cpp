@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint32_t set_calibration = 0x8004A106;
 constexpr std::uint32_t get_sample = 0x4004A109;
-constexpr std::int32_t most_offset = 20000;
+constexpr std::int32_t max_offset = 20000;
 
 using Axes = std::array<std::int32_t, 3>;  // x, y, z as the driver's users hand them over
 
@@ -26,7 +26,7 @@ struct GravityDriver {
 
 bool is_allowed(const Axes& offsets) {
     for (const std::int32_t offset : offsets) {
-        if (offset < -most_offset || offset > most_offset) return false;
+        if (offset < -max_offset || offset > max_offset) return false;
     }
     return true;
 }

@@ -15,10 +15,10 @@ namespace vp {
 namespace {
 
 constexpr char directory[] = "/sys/class/motor/";
-constexpr long most_steps = 10000;
-constexpr long most_step_period_us = 1000000;
-constexpr long most_excitation = 3;
-constexpr int end_run_reserve = 10;  // steps beyond travel and idle travel
+constexpr long max_steps = 10000;
+constexpr long max_step_period_us = 1000000;
+constexpr long max_excitation = 3;
+constexpr int end_run_reserve = 10;  // steps beyond travel and backlash
 constexpr long half_step_pulse = 1;
 constexpr long full_step_pulse = 2;
 constexpr long rests_left = 1;
@@ -40,7 +40,7 @@ long queue_move(World& world, const LensMove& move) { return world.move_lens(mov
 
 long run_to_end(World& world, const Motor& motor, Side side) {
     const LensSettings& lens = world.settings().lens;
-    const double steps = lens.travel_steps + lens.left_idle_steps + lens.right_idle_steps;
+    const double steps = lens.travel_steps + lens.left_backlash_steps + lens.right_backlash_steps;
     const int limit = static_cast<int>(std::ceil(steps / motor.step_size())) + end_run_reserve;
     return queue_move(world, {side, limit, motor.step_size(), true});
 }
@@ -57,8 +57,8 @@ long place(const World& world) {
 }
 
 std::string air_travel(const LensSettings& lens) {
-    return std::to_string(std::lround(lens.left_idle_steps)) + " " +
-           std::to_string(std::lround(lens.right_idle_steps)) + "\n";
+    return std::to_string(std::lround(lens.left_backlash_steps)) + " " +
+           std::to_string(std::lround(lens.right_backlash_steps)) + "\n";
 }
 
 // Reading the travel waits for the measurement to end.
@@ -75,12 +75,12 @@ public:
     void add_moves() {
         const auto motor = motor_;
         add("left", show_number([motor](World&) { return motor->last_left; }),
-            store_number(0, most_steps, [motor](World& world, long steps) {
+            store_number(0, max_steps, [motor](World& world, long steps) {
                 motor->last_left = steps;
                 return queue_move(world, {Side::left, static_cast<int>(steps), motor->step_size(), false});
             }));
         add("right", show_number([motor](World&) { return motor->last_right; }),
-            store_number(0, most_steps, [motor](World& world, long steps) {
+            store_number(0, max_steps, [motor](World& world, long steps) {
                 motor->last_right = steps;
                 return queue_move(world, {Side::right, static_cast<int>(steps), motor->step_size(), false});
             }));
@@ -104,10 +104,10 @@ public:
         add_setting("pulse", half_step_pulse, full_step_pulse, &Motor::pulse);
         add_setting("tmr_dir_flg", 0, 1, &Motor::tmr_dir_flag);
         add_setting("start_dir", 0, 1, &Motor::start_dir);
-        add_setting("excitation", 0, most_excitation, &Motor::excitation);
+        add_setting("excitation", 0, max_excitation, &Motor::excitation);
         const auto motor = motor_;
         add("delay", show_number([motor](World&) { return motor->step_period_us; }),
-            store_number(0, most_step_period_us, [motor](World& world, long period) {
+            store_number(0, max_step_period_us, [motor](World& world, long period) {
                 motor->step_period_us = period;
                 world.set_step_period(period);
                 return 0L;
@@ -120,10 +120,10 @@ private:
         nodes_.add(directory + name, make_attribute(board_, present, std::move(show), std::move(store)));
     }
 
-    void add_setting(const std::string& name, long least, long most, long Motor::*field) {
+    void add_setting(const std::string& name, long min, long max, long Motor::*field) {
         const auto motor = motor_;
         add(name, show_number([motor, field](World&) { return (*motor).*field; }),
-            store_number(least, most, [motor, field](World&, long value) {
+            store_number(min, max, [motor, field](World&, long value) {
                 (*motor).*field = value;
                 return 0L;
             }));

@@ -14,9 +14,9 @@ namespace {
 
 constexpr char directory[] = "/sys/class/nd_tof/nds01/";
 constexpr std::uint32_t get_frame = 0x4004A203;
-constexpr long most_frames_per_s = 120;
-constexpr long most_point_mode = 2;
-constexpr long most_depth_mm = 5000;
+constexpr long max_frames_per_s = 120;
+constexpr long max_point_mode = 2;
+constexpr long max_depth_mm = 5000;
 constexpr std::size_t old_crosstalk_bytes = 2;
 
 #pragma pack(push, 1)
@@ -115,12 +115,12 @@ public:
                 return 0;
             }));
         add("fps", show_number([chip](World&) { return chip->frames_per_s; }),
-            store_number(0, most_frames_per_s, [chip](World&, long rate) {
+            store_number(0, max_frames_per_s, [chip](World&, long rate) {
                 chip->frames_per_s = rate;
                 return 0L;
             }));
         add("point_mode", show_number([chip](World&) { return chip->point_mode; }),
-            store_number(0, most_point_mode, [chip](World&, long mode) {
+            store_number(0, max_point_mode, [chip](World&, long mode) {
                 chip->point_mode = mode;
                 return 0L;
             }));
@@ -154,7 +154,7 @@ public:
                 return 0;
             }));
         add("offset_calibration_at_depth_for_dev", {},
-            store_number(1, most_depth_mm, [chip, &board = board_](World& world, long depth) -> long {
+            store_number(1, max_depth_mm, [chip, &board = board_](World& world, long depth) -> long {
                 if (!chip->is_ranging()) return -EAGAIN;
                 chip->calibrate_at(world, board.tof_memory(), depth);
                 return 0;

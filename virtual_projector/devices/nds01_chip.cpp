@@ -14,7 +14,7 @@ constexpr unsigned chip_id_register = 0;
 constexpr unsigned wide_register_bank =
     0x10000;  // registers of 16-bit addresses are others than those of 8 bits
 constexpr std::uint32_t four_values_since = 0x010300;
-constexpr double least_crosstalk = 20;
+constexpr double min_crosstalk = 20;
 constexpr double crosstalk_spread = 40;
 
 unsigned register_key(unsigned address_size, unsigned address) {
@@ -67,7 +67,7 @@ void Nds01Chip::measure_crosstalk(std::uint64_t seed) {
     const Noise noise(seed, Stream::pixel_pattern);
     for (std::size_t i = 0; i < crosstalk.size(); ++i) {
         const auto lane = static_cast<std::int64_t>(pixel_count + i);
-        crosstalk.at(i) = static_cast<std::uint16_t>(least_crosstalk + crosstalk_spread * noise.uniform(lane));
+        crosstalk.at(i) = static_cast<std::uint16_t>(min_crosstalk + crosstalk_spread * noise.uniform(lane));
     }
 }
 

@@ -34,7 +34,7 @@ public:
     /// Cutting the power stops the chip and clears its registers.
     void set_xshut(long level);
 
-    /// "step_1", "step_2", "step_3" in their order; false for anything else. "step_1" begins anew.
+    /// "step_1", "step_2", "step_3" in their order; false for anything else. "step_1" begins again.
     bool enter_calibration_step(std::string_view text);
 
     void measure_crosstalk(std::uint64_t seed);

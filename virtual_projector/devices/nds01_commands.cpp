@@ -21,7 +21,7 @@ enum Command : std::uint32_t {
 constexpr std::uint32_t factory_data_index = 0x8000;
 constexpr std::uint32_t own_calibration_index = 0x9000;
 constexpr std::uint16_t chip_bus_address = 0x5C;
-constexpr std::uint16_t most_register_bytes = 256;
+constexpr std::uint16_t max_register_bytes = 256;
 constexpr std::size_t spads_of_four_zones = 4;
 constexpr std::size_t spads_of_eight_zones = 8;
 constexpr std::uint16_t valid_pixel_signal = 200;
@@ -83,7 +83,7 @@ long take_spads(Nds01Chip& chip, const std::uint8_t* selection, std::size_t coun
 long deliver_pixels(const World& world, const Nds01Chip& chip, std::uint8_t* memory) {
     if (!chip.is_ranging()) return -EAGAIN;
     for (const ZoneReading& pixel : chip.pixels(world)) {
-        const bool valid = pixel.quality >= least_valid_quality;
+        const bool valid = pixel.quality >= min_valid_quality;
         const auto signal = static_cast<std::uint16_t>(valid ? valid_pixel_signal : 0);
         deliver(memory, PixelRecord{pixel.distance_mm, pixel.quality, signal, 0});
         memory += sizeof(PixelRecord);
@@ -100,7 +100,7 @@ long transfer_registers(Nds01Chip& chip, const RegisterTransfer& transfer, bool 
     if (transfer.register_address == 0 || transfer.buffer == 0) return -EFAULT;
     if (transfer.bus_address != chip_bus_address) return -ENXIO;
     if (transfer.register_size != 1 && transfer.register_size != 2) return -EINVAL;
-    if (transfer.size == 0 || transfer.size > most_register_bytes) return -EINVAL;
+    if (transfer.size == 0 || transfer.size > max_register_bytes) return -EINVAL;
     if (chip.xshut == 0) return -EIO;
     std::uint8_t* const buffer = memory_at(transfer.buffer);
     const unsigned first = register_number(transfer);

@@ -14,12 +14,12 @@ namespace vp {
 namespace {
 
 constexpr char directory[] = "/sys/class/tof/";
-constexpr long most_mode = 7;
+constexpr long max_mode = 7;
 constexpr long distance_mode = 3;
-constexpr long most_channel = 3;
-constexpr long least_poll_ms = 10;
-constexpr long most_poll_ms = 10000;
-constexpr long most_spad_map = 14;
+constexpr long max_channel = 3;
+constexpr long min_poll_ms = 10;
+constexpr long max_poll_ms = 10000;
+constexpr long max_spad_map = 14;
 
 struct ZoneGrid {
     long chip_enable = 1;
@@ -52,10 +52,10 @@ public:
     GridNodes(Board& board, DeviceTable& nodes) : board_(board), nodes_(nodes) {}
 
     void add_settings() {
-        add_setting("mode", 0, most_mode, &ZoneGrid::mode);
-        add_setting("channel", 0, most_channel, &ZoneGrid::channel);
-        add_setting("poll_period", least_poll_ms, most_poll_ms, &ZoneGrid::poll_period_ms);
-        add_setting("spad_map_id", 0, most_spad_map, &ZoneGrid::spad_map_id);
+        add_setting("mode", 0, max_mode, &ZoneGrid::mode);
+        add_setting("channel", 0, max_channel, &ZoneGrid::channel);
+        add_setting("poll_period", min_poll_ms, max_poll_ms, &ZoneGrid::poll_period_ms);
+        add_setting("spad_map_id", 0, max_spad_map, &ZoneGrid::spad_map_id);
     }
 
     // A chip without power cannot measure, and forgets that it did.
@@ -88,10 +88,10 @@ private:
         nodes_.add(directory + name, make_attribute(board_, present, std::move(show), std::move(store)));
     }
 
-    void add_setting(const std::string& name, long least, long most, long ZoneGrid::*field) {
+    void add_setting(const std::string& name, long min, long max, long ZoneGrid::*field) {
         const auto grid = grid_;
         add(name, show_number([grid, field](World&) { return (*grid).*field; }),
-            store_number(least, most, [grid, field](World&, long value) {
+            store_number(min, max, [grid, field](World&, long value) {
                 (*grid).*field = value;
                 return 0L;
             }));

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t longest_excerpt = 40;
 
-// Of UTF-8: the bytes behind a character's first one.
+// Of UTF-8: the bytes after a character's first one.
 bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 std::string excerpt(const nlohmann::ordered_json& value) {
@@ -75,16 +75,16 @@ std::vector<LocatedJson> LocatedJson::elements() const {
     return all;
 }
 
-double LocatedJson::number(double least, double most) const {
-    const bool fits = value_.is_number() && value_.get<double>() >= least && value_.get<double>() <= most;
-    if (!fits) fail("a number from " + number_text(least) + " to " + number_text(most));
+double LocatedJson::number(double min, double max) const {
+    const bool fits = value_.is_number() && value_.get<double>() >= min && value_.get<double>() <= max;
+    if (!fits) fail("a number from " + number_text(min) + " to " + number_text(max));
     return value_.get<double>();
 }
 
-std::int64_t LocatedJson::whole_number(std::int64_t least, std::int64_t most) const {
+std::int64_t LocatedJson::whole_number(std::int64_t min, std::int64_t max) const {
     const bool fits =
-        value_.is_number_integer() && value_.get<std::int64_t>() >= least && value_.get<std::int64_t>() <= most;
-    if (!fits) fail("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+        value_.is_number_integer() && value_.get<std::int64_t>() >= min && value_.get<std::int64_t>() <= max;
+    if (!fits) fail("a whole number from " + std::to_string(min) + " to " + std::to_string(max));
     return value_.get<std::int64_t>();
 }
 

@@ -34,8 +34,8 @@ public:
     std::vector<std::pair<std::string, LocatedJson>> members() const;
     std::vector<LocatedJson> elements() const;
 
-    double number(double least, double most) const;
-    std::int64_t whole_number(std::int64_t least, std::int64_t most) const;
+    double number(double min, double max) const;
+    std::int64_t whole_number(std::int64_t min, std::int64_t max) const;
     bool boolean() const;
     std::string text() const;
 

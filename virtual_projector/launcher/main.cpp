@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
@@ -34,7 +35,6 @@ constexpr const char* preload_separators = " :";
 struct CommandLine {
     vp::RunOptions run;
     std::vector<std::string> settings;  // NAME=VALUE
-    std::string detail = "calls";
     bool story = false;
     std::string title;  // the scenario's
     std::string library_log;
@@ -50,25 +50,13 @@ public:
 };
 
 // As a scenario's seed.
-std::string is_seed(const std::string& text) {
-    constexpr long long most = std::numeric_limits<std::int64_t>::max();
-    const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    errno = 0;
-    const bool good = digits && std::strtoll(text.c_str(), nullptr, 10) <= most && errno == 0;
-    return good ? "" : "expected a whole number from 0 to " + std::to_string(most) + ", found '" + text + "'";
-}
+constexpr std::uint64_t max_seed = std::numeric_limits<std::int64_t>::max();
 
-std::string is_probability(const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    const bool good = end != text.c_str() && *end == '\0' && value >= 0 && value <= 1;
-    return good ? "" : "expected a number from 0 to 1, found '" + text + "'";
-}
-
-std::string is_detail(const std::string& text) {
-    const bool good = text == "events" || text == "changes" || text == "calls";
-    return good ? "" : "expected events, changes or calls, found '" + text + "'";
-}
+const std::vector<std::pair<std::string, vp::TraceDetail>> trace_details = {
+    {"events", vp::TraceDetail::events},
+    {"changes", vp::TraceDetail::changes},
+    {"calls", vp::TraceDetail::calls},
+};
 
 int complain(const std::string& what) {
     std::fprintf(stderr, "virtual-projector: %s\n", what.c_str());
@@ -87,17 +75,18 @@ void describe(CLI::App& app, CommandLine& line) {
         ->type_name("FILE");
     app.add_option("--seed", line.run.seed,
                    "seed of noise and of ties between threads (scenario's own, else 1)")
-        ->check(is_seed)
+        ->check(CLI::Range(std::uint64_t{0}, max_seed).description(""))
         ->type_name("N");
-    app.add_option("--set", line.settings, "set a parameter behind the scenario's; may be repeated")
+    app.add_option("--set", line.settings, "set a parameter after the scenario's; may be repeated")
         ->type_name("NAME=VALUE")
         ->expected(1)
         ->take_all();
     app.add_option("--trace", line.run.trace, "write what happened, one JSON record a line")->type_name("FILE");
-    app.add_option("--trace-detail", line.detail, "events; changes: and what changes the board; calls: all")
-        ->check(is_detail)
+    app.add_option("--trace-detail", line.run.trace_detail,
+                   "events; changes: and what changes the board; calls: all")
+        ->transform(CLI::CheckedTransformer(trace_details).description(""))
         ->type_name("LEVEL")
-        ->capture_default_str();
+        ->default_str("calls");
     app.add_option("--flash", line.run.flash,
                    "keep the permanent record in this file from run to run, the ToF sensor's own calibration "
                    "in FILE.tof")
@@ -108,7 +97,7 @@ void describe(CLI::App& app, CommandLine& line) {
                  "leave the virtual projector's own use out of the summary's stacks; slow");
     app.add_flag("--real-time", line.run.real_time, "run on the wall clock, without the scheduler");
     app.add_option("--preempt", line.run.preempt, "probability that a thread loses its turn at a call")
-        ->check(is_probability)
+        ->check(CLI::Range(0.0, 1.0).description(""))
         ->type_name("P");
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
     app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
@@ -187,11 +176,6 @@ std::string check(CommandLine& line) {
     return "";
 }
 
-vp::TraceDetail detail_named(const std::string& name) {
-    if (name == "events") return vp::TraceDetail::events;
-    return name == "changes" ? vp::TraceDetail::changes : vp::TraceDetail::calls;
-}
-
 // Files that nobody asked to keep.
 class ScratchFolder {
 public:
@@ -216,7 +200,6 @@ int run(CommandLine& line) {
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
     if (preload.find_first_of(preload_separators) != std::string::npos)
         return complain(preload + ": a path with a blank or a colon cannot be preloaded");
-    line.run.trace_detail = detail_named(line.detail);
     line.program.emulator = words_of(line.emulator);
     if (!line.story) return vp::run_program(line.program, line.run, preload);
 
@@ -228,7 +211,7 @@ int run(CommandLine& line) {
     if (line.run.summary.empty()) line.run.summary = scratch.file("summary.json");
     const int code = vp::run_program(line.program, line.run, preload);
     for (const std::string& words :
-         vp::tell_story({line.title, line.run.trace, line.library_log, line.run.summary})) {
+         vp::format_story({line.title, line.run.trace, line.library_log, line.run.summary})) {
         std::printf("%s\n", words.c_str());
     }
     return code;
@@ -241,7 +224,7 @@ int main(int argc, char** argv) {
     CLI::App app;
     describe(app, line);
     try {
-        // Behind "--" everything is the program's, whatever it looks like.
+        // After "--" everything is the program's, whatever it looks like.
         const auto own_end = std::find(argv + 1, argv + argc, std::string_view("--"));
         line.program.command.assign(own_end == argv + argc ? own_end : own_end + 1, argv + argc);
         app.parse(static_cast<int>(own_end - argv), argv);

@@ -37,10 +37,10 @@ std::string with_others_to_preload(const std::string& library) {
     setenv(variable, (given == nullptr ? option : std::string(given) + ":" + option).c_str(), 1);
 }
 
-// A sanitized build brings its runtime along behind the preloaded library. AddressSanitizer would refuse that.
+// A sanitized build brings its runtime along after the preloaded library. AddressSanitizer would refuse that.
 // ThreadSanitizer looks up the names in a report by calls that the virtual projector answers, with locks of its
 // own held: it shows places in files instead, which addr2line names.
-void accept_sanitizer_behind_preload() {
+void accept_sanitizer_after_preload() {
 #ifdef __SANITIZE_ADDRESS__
     add_option("ASAN_OPTIONS", "verify_asan_link_order=0");
 #endif
@@ -68,7 +68,7 @@ std::vector<std::string> words_to_run(const Program& program, const std::string&
 }
 
 [[noreturn]] void become(const Program& program, const RunOptions& options, const std::string& preload) {
-    accept_sanitizer_behind_preload();
+    accept_sanitizer_after_preload();
     setenv(run_options_variable, to_text(options).c_str(), 1);
     const std::vector<std::string> words = words_to_run(program, preload);
     std::vector<char*> arguments;

@@ -2,40 +2,28 @@
 
 #include <nlohmann/json.hpp>
 
+namespace nlohmann {
+
+template <typename Value>
+struct adl_serializer<std::optional<Value>> {
+    static void to_json(json& json, const std::optional<Value>& value) {
+        json = value ? nlohmann::json(*value) : nlohmann::json(nullptr);
+    }
+    static void from_json(const json& json, std::optional<Value>& value) {
+        value = json.is_null() ? std::nullopt : std::optional<Value>(json.get<Value>());
+    }
+};
+
+}  // namespace nlohmann
+
 namespace vp {
 
-std::string to_text(const RunOptions& options) {
-    nlohmann::ordered_json json;
-    json["scenario"] = options.scenario;
-    if (options.seed) json["seed"] = *options.seed;
-    json["parameters"] = nlohmann::ordered_json::array();
-    for (const auto& [name, value] : options.parameters) json["parameters"].push_back({name, value});
-    json["trace"] = options.trace;
-    json["trace_detail"] = static_cast<int>(options.trace_detail);
-    json["summary"] = options.summary;
-    json["flash"] = options.flash;
-    json["exact_stacks"] = options.exact_stacks;
-    json["real_time"] = options.real_time;
-    json["preempt"] = options.preempt;
-    return json.dump();
-}
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(RunOptions, scenario, seed, parameters, trace, trace_detail, summary, flash,
+                                   exact_stacks, real_time, preempt, schedule, record_schedule)
 
-RunOptions run_options_from(const std::string& text) {
-    const nlohmann::ordered_json json = nlohmann::ordered_json::parse(text);
-    RunOptions options;
-    options.scenario = json.at("scenario");
-    if (json.contains("seed")) options.seed = json.at("seed").get<std::uint64_t>();
-    for (const auto& parameter : json.at("parameters"))
-        options.parameters.emplace_back(parameter.at(0), parameter.at(1));
-    options.trace = json.at("trace");
-    options.trace_detail = static_cast<TraceDetail>(json.at("trace_detail").get<int>());
-    options.summary = json.at("summary");
-    options.flash = json.at("flash");
-    options.exact_stacks = json.at("exact_stacks");
-    options.real_time = json.at("real_time");
-    options.preempt = json.at("preempt");
-    return options;
-}
+std::string to_text(const RunOptions& options) { return nlohmann::json(options).dump(); }
+
+RunOptions run_options_from(const std::string& text) { return nlohmann::json::parse(text).get<RunOptions>(); }
 
 std::string tof_memory_file(const std::string& flash) { return flash.empty() ? "" : flash + ".tof"; }
 

@@ -17,14 +17,16 @@ constexpr const char* run_options_variable = "VIRTUAL_PROJECTOR_RUN";
 struct RunOptions {
     std::string scenario;  // file; empty: the standard unit 1.5 m before the wall, and nothing happens
     std::optional<std::uint64_t> seed;
-    ParameterValues parameters;  // set behind the scenario's own
+    ParameterValues parameters;  // set after the scenario's own
     std::string trace;           // file; empty: none
     TraceDetail trace_detail = TraceDetail::calls;
     std::string summary;        // file for the run's figures; empty: none
     std::string flash;          // file that keeps the permanent record from run to run; empty: memory
     bool exact_stacks = false;  // the summary tells the program's use of its stacks without the projector's own
     bool real_time = false;
-    double preempt = 0;  // probability that a thread loses its turn at a call
+    double preempt = 0;               // probability that a thread loses its turn at a call
+    std::string schedule = "random";  // who runs next, see run_schedule.h
+    std::string record_schedule;      // file; empty: none
 };
 
 std::string to_text(const RunOptions& options);

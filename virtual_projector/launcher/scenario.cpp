@@ -17,23 +17,15 @@ namespace {
 constexpr double longest_s = 10.0 * 24 * 3600;
 constexpr std::int64_t any_seed = std::numeric_limits<std::int64_t>::max();
 
-struct NamedErrno {
-    const char* name;
-    int number;
-};
-constexpr NamedErrno named_errnos[] = {
-    {"EIO", EIO},       {"ENOENT", ENOENT}, {"ENODEV", ENODEV}, {"EACCES", EACCES},       {"EBUSY", EBUSY},
-    {"EINVAL", EINVAL}, {"EAGAIN", EAGAIN}, {"ENOMEM", ENOMEM}, {"ETIMEDOUT", ETIMEDOUT}, {"ENXIO", ENXIO},
-    {"EINTR", EINTR},   {"ENOSPC", ENOSPC}, {"EPERM", EPERM},   {"EMFILE", EMFILE},       {"ENOTTY", ENOTTY}};
-
+// The C library's name of each number; some numbers of a range have none.
 int read_errno(const LocatedJson& json) {
+    constexpr int max_errno = 4095;  // as many as a Linux system call can return
     const std::string name = json.text();
-    std::string known;
-    for (const NamedErrno& named : named_errnos) {
-        if (name == named.name) return named.number;
-        known += (known.empty() ? "" : ", ") + std::string(named.name);
+    for (int number = 1; number <= max_errno; ++number) {
+        const char* const known = ::strerrorname_np(number);
+        if (known != nullptr && name == known) return number;
     }
-    json.fail("one of " + known);
+    json.fail("the name of an errno, as EIO");
 }
 
 Microseconds read_seconds(const LocatedJson& json) { return microseconds(json.number(0, longest_s)); }
@@ -41,7 +33,7 @@ Microseconds read_seconds(const LocatedJson& json) { return microseconds(json.nu
 void read_parameter(const std::string& name, const LocatedJson& json, ParameterValues& values) {
     const Parameter* const parameter = find_parameter(name);
     if (parameter == nullptr) throw LocatedError(json.place() + ": " + unknown_parameter(name));
-    const double value = json.number(parameter->least, parameter->most);
+    const double value = json.number(parameter->min, parameter->max);
     if (parameter->whole && value != static_cast<double>(static_cast<std::int64_t>(value))) {
         json.fail("a whole number");
     }

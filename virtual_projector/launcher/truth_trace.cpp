@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "virtual_projector/trace/records.h"
+
 namespace vp {
 namespace {
 
@@ -21,25 +23,25 @@ bool changes_lens_or_picture(const CallRecord& record) {
 }  // namespace
 
 nlohmann::ordered_json json_of(const Truth& truth) {
-    nlohmann::ordered_json json;
-    json["distance_mm"] = rounded(truth.pose.distance_mm);
-    json["pitch_deg"] = rounded(truth.pose.pitch_deg);
-    json["yaw_deg"] = rounded(truth.pose.yaw_deg);
-    json["roll_deg"] = rounded(truth.pose.roll_deg);
-    json["mounting"] = rounded(truth.pose.mounting);
-    json["led_c"] = rounded(truth.led_c);
-    json["lens_tmr"] = rounded(truth.lens_tmr);
-    json["lens_error_tmr"] = rounded(truth.lens_error_tmr);
-    json["sharpness"] = rounded(truth.sharpness);
-    json["top_width"] = truth.display.top_width;
-    json["bottom_width"] = truth.display.bottom_width;
-    json["left_side_deg"] = rounded(truth.picture.left_side_deg);
-    json["right_side_deg"] = rounded(truth.picture.right_side_deg);
-    json["edge_difference"] = rounded(truth.picture.edge_difference);
-    json["on_wall"] = truth.picture.is_on_wall;
-    json["hdmi_turn_deg"] = truth.hdmi_turn_deg;
-    json["menu_turn_deg"] = truth.menu_turn_deg;
-    return json;
+    TruthRecord record;
+    record.distance_mm = rounded(truth.pose.distance_mm);
+    record.pitch_deg = rounded(truth.pose.pitch_deg);
+    record.yaw_deg = rounded(truth.pose.yaw_deg);
+    record.roll_deg = rounded(truth.pose.roll_deg);
+    record.mounting = rounded(truth.pose.mounting);
+    record.led_c = rounded(truth.led_c);
+    record.lens_tmr = rounded(truth.lens_tmr);
+    record.lens_error_tmr = rounded(truth.lens_error_tmr);
+    record.sharpness = rounded(truth.sharpness);
+    record.top_width = truth.display.top_width;
+    record.bottom_width = truth.display.bottom_width;
+    record.left_side_deg = rounded(truth.picture.left_side_deg);
+    record.right_side_deg = rounded(truth.picture.right_side_deg);
+    record.edge_difference = rounded(truth.picture.edge_difference);
+    record.on_wall = truth.picture.is_on_wall;
+    record.hdmi_turn_deg = truth.hdmi_turn_deg;
+    record.menu_turn_deg = truth.menu_turn_deg;
+    return json_of(record);
 }
 
 TruthTrace::TruthTrace(TraceSink& sink, std::function<Truth()> truth) : sink_(sink), truth_(std::move(truth)) {}

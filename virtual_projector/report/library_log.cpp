@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "virtual_projector/world/side.h"
+
 namespace vp {
 namespace {
 
@@ -25,8 +27,8 @@ constexpr std::array<Rule, 16> rules = {{
      "chosen to square the picture: edges of %d pixels at the top, %d at the bottom"},
     {"varnel_keystone: keystone upWidth = %d, downWidth = %d", 2,
      "chosen to square the picture: edges of %d pixels at the top, %d at the bottom"},
-    {"move left idle %d", 1, "the motor turns to the left: %d of its idle steps first"},
-    {"move right idle %d", 1, "the motor turns to the right: %d of its idle steps first"},
+    {"move left idle %d", 1, "the motor turns to the left: a backlash of %d first"},
+    {"move right idle %d", 1, "the motor turns to the right: a backlash of %d first"},
     {"targetTMR after temp adjust full = %d", 1, "chosen: targets %d TMR units lower, for a hot LED"},
     {"targetTMR after temp adjust half = %d", 1, "chosen: targets %d TMR units lower, for a warm LED"},
     {"targetTMR after temp adjust elepn = %d", 1, "chosen: the light engine's own focus curve, as it is (%d)"},
@@ -34,7 +36,7 @@ constexpr std::array<Rule, 16> rules = {{
      "chosen: the light engine's own focus curve, shifted by %d TMR units"},
     {"manu focus targetTMR = %d", 1, "the lens is to go to TMR %d"},
     {"the projection distance = %d exceeds", 1, "the wall is too far away for auto-keystone: %d mm"},
-    {"direction = %d", 1, "found: TMR sense %d"},
+    {"direction = %d", 1, "found: TMR polarity %d"},
     {"peek step = %d", 1, "found: the sharpness peak at TMR %d"},
 }};
 
@@ -79,8 +81,8 @@ constexpr std::array<int, 13> calibrated_mm = {3000, 1500, 1000, 750, 600, 500, 
                                                375,  333,  300,  275, 255, 240};
 constexpr int places = 25;
 
-constexpr int most_numbers = 4;
-using Numbers = std::array<int, most_numbers>;
+constexpr int max_numbers = 4;
+using Numbers = std::array<int, max_numbers>;
 
 // Reads a pattern's numbers. They must all be there, so that a text that only begins alike does not count.
 bool matches(const char* pattern, int count, const char* text, Numbers& numbers) {
@@ -114,7 +116,7 @@ std::string message_of(const std::string& line) {
 }
 
 // From one of the rotations' names to another; the first has none of its own.
-std::string tell_rotation(const std::string& message) {
+std::string format_rotation(const std::string& message) {
     constexpr const char* done = ", device rotation success";
     const std::size_t arrow = message.find(" -> ");
     const std::size_t end = message.find(done);
@@ -124,14 +126,14 @@ std::string tell_rotation(const std::string& message) {
     return "chosen: rotation " + to + (from == "startup phase" ? "" : " in place of " + from);
 }
 
-std::string tell_phrase(const std::string& message) {
+std::string format_phrase(const std::string& message) {
     for (const Phrase& phrase : phrases) {
         if (message.find(phrase.message) != std::string::npos) return phrase.words;
     }
     return "";
 }
 
-std::string tell_rule(const std::string& message) {
+std::string format_rule(const std::string& message) {
     if (message == no_mean) return "";  // the line after it says so in words
     for (const Rule& rule : rules) {
         Numbers numbers{};
@@ -145,7 +147,7 @@ std::string tell_rule(const std::string& message) {
 std::string coarse_move_text(int steps) {
     if (steps == 0) return "no coarse step";
     return std::to_string(std::abs(steps)) + " coarse step" + (std::abs(steps) == 1 ? "" : "s") + " to the " +
-           (steps < 0 ? "left" : "right");
+           side_name(steps < 0 ? Side::left : Side::right);
 }
 
 }  // namespace
@@ -158,7 +160,7 @@ int focus_place_mm(int place) {
 }
 
 // The place that is nearest to the mean, where the lens stands, and the way between them.
-std::string LogTeller::tell_place(const std::string& message) {
+std::string LogFormatter::format_place(const std::string& message) {
     Numbers n{};
     if (!matches("curTMRIndex = %d, targetTMRIndex = %d, steps = %d", 3, message.c_str(), n)) return "";
     aims_ = false;
@@ -175,7 +177,7 @@ std::string LogTeller::tell_place(const std::string& message) {
 }
 
 // Said once for each target: where the lens is to go and where it stands then.
-std::string LogTeller::tell_aim(const std::string& message) {
+std::string LogFormatter::format_aim(const std::string& message) {
     Numbers n{};
     if (!matches("currentTMR = %d, targetTMR = %d", 2, message.c_str(), n)) return "";
     const bool known = aims_ && aim_.target == n[1];
@@ -185,30 +187,30 @@ std::string LogTeller::tell_aim(const std::string& message) {
     return words_with("the target is TMR %d, the lens stands at %d: the rest by feedback", {n[1], n[0], 0, 0});
 }
 
-std::string LogTeller::tell_arrival(const std::string& message) const {
+std::string LogFormatter::format_arrival(const std::string& message) const {
     const bool arrived = message == "auto focus completed" || message == "manul focus completed";
     if (!arrived || !aims_) return "";
     return words_with("final check: TMR %d for the target %d, close enough", {aim_.current, aim_.target, 0, 0});
 }
 
-std::string LogTeller::tell(const std::string& line) {
+std::string LogFormatter::format(const std::string& line) {
     if (line.empty()) return "";
     const std::string message = message_of(line);
-    for (const std::string& words : {tell_place(message), tell_aim(message), tell_arrival(message),
-                                     tell_rotation(message), tell_phrase(message)}) {
+    for (const std::string& words : {format_place(message), format_aim(message), format_arrival(message),
+                                     format_rotation(message), format_phrase(message)}) {
         if (!words.empty()) return words;
     }
-    return tell_rule(message);
+    return format_rule(message);
 }
 
 LibraryLog read_library_log(const std::string& path) {
     LibraryLog read;
-    LogTeller teller;
+    LogFormatter formatter;
     std::ifstream log(path);
     for (std::string line; std::getline(log, line);) {
         if (line.find(toast_message) != std::string::npos) ++read.toasts;
-        const std::string words = teller.tell(line);
-        if (!words.empty() && (read.told.empty() || read.told.back() != words)) read.told.push_back(words);
+        const std::string words = formatter.format(line);
+        if (!words.empty() && (read.words.empty() || read.words.back() != words)) read.words.push_back(words);
     }
     return read;
 }

@@ -6,31 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/trace/records.h"
+#include "virtual_projector/world/side.h"
+
 namespace vp {
 
-/// The world's truth at one time, as far as a story tells it.
-struct TruthAt {
+/// The world's truth at one time.
+struct TruthAt : TruthRecord {
     std::int64_t t_us = 0;
-    double distance_mm = 0;
-    double pitch_deg = 0;
-    double led_c = 0;
-    double lens_tmr = 0;
-    double lens_error_tmr = 0;
-    double sharpness = 0;
-    int top_width = 0;
-    int bottom_width = 0;
-    double left_side_deg = 0;
-    double right_side_deg = 0;
-    bool on_wall = true;  // false: the sides' angles are not known
-    int hdmi_turn_deg = 0;
-    int menu_turn_deg = 0;
 
     double worst_side_deg() const;  // the larger of the two, without sign
 };
 
 struct LensMoveAt {
     std::int64_t t_us = 0;
-    bool to_the_right = false;
+    Side side = Side::left;
     int steps = 0;
     bool half_steps = false;
 };

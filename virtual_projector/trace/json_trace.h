@@ -1,16 +1,4 @@
 // The trace as a file: one JSON object on each line, in the order of events.
-//
-//     {"t_us":20000,"thread":2,"name":"keystonefocus_thread","call":"open","path":"/sys/class/motor/stop",
-//      "flags":"O_RDONLY","result":0}
-//     {"t_us":20000,...,"call":"read","path":"/sys/class/motor/stop","count":20,"result":2,"data":"1\n"}
-//     {"t_us":20000,...,"call":"ioctl","path":"/dev/nds01","request":"0x4004a203","result":-5,"error":"EIO"}
-//     {"t_us":21000,...,"call":"sleep","us":1000,"result":0}
-//     {"t_us":22000,"event":"tilt to 12 degrees"}
-//     {"t_us":22000,"truth":{"sharpness":0.98}}
-//
-// (each on one line). Keys stand in this order always; those that say nothing are left out. Bytes that are no
-// text stand as "hex" in place of "data". Nothing in it depends on addresses, descriptors or the kernel's
-// numbers of threads, so the same run gives the same file, byte for byte.
 #ifndef VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
 #define VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
 
@@ -56,9 +44,6 @@ private:
     std::FILE* stream_;
     TraceDetail detail_;
 };
-
-/// The object that stands on a record's line.
-nlohmann::ordered_json json_of(const CallRecord& record);
 
 }  // namespace vp
 

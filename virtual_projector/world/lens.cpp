@@ -8,26 +8,24 @@ namespace {
 
 constexpr double tiny_steps = 1e-9;  // less than any real travel: sums of step sizes are not exact
 
-double idle_steps(const LensSettings& lens, Side side) {
-    return side == Side::left ? lens.left_idle_steps : lens.right_idle_steps;
+double backlash_steps(const LensSettings& lens, Side side) {
+    return side == Side::left ? lens.left_backlash_steps : lens.right_backlash_steps;
 }
 
-// The state of play counts from 0 (taken up to the left) to 1 (taken up to the right), whatever each way
-// costs. Returns the motor steps that are left over for the lens.
-double take_up_play(LensSettings& lens, Side side, double motor_steps) {
-    const double idle = idle_steps(lens, side);
-    const double open = side == Side::left ? lens.play : 1 - lens.play;
-    const double needed = open * idle;
+// The state of the backlash counts from 0 (taken up to the left) to 1 (taken up to the right), whatever each
+// way costs. Returns the motor steps that are left over for the lens.
+double take_up_backlash(LensSettings& lens, Side side, double motor_steps) {
+    const double backlash = backlash_steps(lens, side);
+    const double open = side == Side::left ? lens.backlash_state : 1 - lens.backlash_state;
+    const double needed = open * backlash;
     if (motor_steps >= needed - tiny_steps) {
-        lens.play = side == Side::left ? 0 : 1;
+        lens.backlash_state = side == Side::left ? 0 : 1;
         return std::max(motor_steps - needed, 0.0);
     }
-    const double taken = motor_steps / idle;
-    lens.play += side == Side::left ? -taken : taken;
+    const double taken = motor_steps / backlash;
+    lens.backlash_state += side == Side::left ? -taken : taken;
     return 0;
 }
-
-Side other(Side side) { return side == Side::left ? Side::right : Side::left; }
 
 bool is_at_end(const LensSettings& lens, Side side) {
     return side == Side::left ? lens.position_steps <= tiny_steps
@@ -38,8 +36,8 @@ bool is_at_end(const LensSettings& lens, Side side) {
 
 void turn_motor(LensSettings& lens, Side side, double motor_steps) {
     if (lens.stuck != 0) return;
-    const Side driven = lens.reversed != 0 ? other(side) : side;
-    const double steps = take_up_play(lens, driven, motor_steps) * (1 - lens.slip);
+    const Side driven = lens.reversed != 0 ? opposite(side) : side;
+    const double steps = take_up_backlash(lens, driven, motor_steps) * (1 - lens.slip);
     const double moved = lens.position_steps + (driven == Side::left ? -steps : steps);
     lens.position_steps = std::clamp(moved, 0.0, lens.travel_steps);
 }

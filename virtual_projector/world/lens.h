@@ -1,7 +1,7 @@
 // The focus lens and its stepper motor.
 //
-// The motor makes its steps one by one at a fixed speed. Between motor and lens there is idle travel: after
-// each change of direction the first steps move nothing. Moves that are asked for while the motor runs are
+// The motor makes its steps one by one at a fixed speed. Between motor and lens there is backlash: after each
+// change of direction the first steps move nothing. Moves that are asked for while the motor runs are
 // queued.
 #ifndef VIRTUAL_PROJECTOR_WORLD_LENS_H
 #define VIRTUAL_PROJECTOR_WORLD_LENS_H
@@ -9,12 +9,11 @@
 #include <cstddef>
 #include <deque>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
+#include "virtual_projector/world/side.h"
 
 namespace vp {
-
-enum class Side { left, right };
 
 /// One order to the motor.
 struct LensMove {
@@ -28,7 +27,7 @@ class LensMotor {
 public:
     static constexpr std::size_t queue_limit = 16;
 
-    /// Makes all steps that are due. Lens position and play in `lens` follow.
+    /// Makes all steps that are due. Lens position and backlash in `lens` follow.
     void advance_to(Microseconds now, LensSettings& lens);
 
     /// Queues a move; false when the queue is full. Call advance_to(now) first.
@@ -42,7 +41,7 @@ public:
     /// Time of one step of the moves that are added from now on; 0: as the lens's speed says.
     void set_step_period(Microseconds period) { step_period_ = period; }
 
-    /// The driver's own count of full steps from the left end, which knows nothing of idle or lost steps.
+    /// The driver's own count of full steps from the left end, which knows nothing of backlash and lost steps.
     double counted_position() const { return counted_; }
 
     /// Drops everything that is queued; the lens stays where it is.
@@ -65,7 +64,7 @@ private:
     double counted_ = 0;
 };
 
-/// Moves the motor by `motor_steps` full steps (of either size) to a side: idle travel first, then the lens,
+/// Moves the motor by `motor_steps` full steps (of either size) to a side: backlash first, then the lens,
 /// up to its end stops.
 void turn_motor(LensSettings& lens, Side side, double motor_steps);
 

@@ -31,7 +31,7 @@ double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double
 }
 
 double ideal_tmr(const TmrSettings& tmr, double position_steps) {
-    return tmr.slope_per_step * (position_steps - tmr.zero_steps) + tmr.sense * tmr.offset;
+    return tmr.slope_per_step * (position_steps - tmr.zero_steps) + tmr.polarity * tmr.offset;
 }
 
 double sharpness(const LensSettings& lens, double error_tmr) {

@@ -14,7 +14,7 @@ double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double
 /// units to the right.
 double heat_drift_tmr(const LensSettings& lens, double led_c);
 
-/// The reading that a perfect sensor would give for a lens position, sense corrected: rising to the right.
+/// The reading that a perfect sensor would give for a lens position, polarity taken out: rising to the right.
 /// This is the scale in which calibration tables are written.
 double ideal_tmr(const TmrSettings& tmr, double position_steps);
 

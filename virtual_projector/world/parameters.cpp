@@ -1,8 +1,10 @@
 #include "virtual_projector/world/parameters.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace vp {
 namespace {
@@ -47,14 +49,14 @@ const std::vector<Parameter> table = {
      VP_FIELD(lens.travel_steps)},
     {"lens.position_steps", "steps", 18, 0, 1000, fraction, "lens position from the left end stop",
      VP_FIELD(lens.position_steps)},
-    {"lens.play", "", 1, 0, 1, fraction, "state of the idle travel: 0 taken up to the left, 1 to the right",
-     VP_FIELD(lens.play)},
+    {"lens.backlash_state", "", 1, 0, 1, fraction,
+     "which way the backlash is taken up: 0 to the left, 1 to the right", VP_FIELD(lens.backlash_state)},
     {"lens.infinity_steps", "steps", 12, -100, 1000, fraction, "position that focuses infinity, LED warm",
      VP_FIELD(lens.infinity_steps)},
-    {"lens.left_idle_steps", "steps", 3, 0, 50, fraction, "full steps lost on turning to the left",
-     VP_FIELD(lens.left_idle_steps)},
-    {"lens.right_idle_steps", "steps", 2, 0, 50, fraction, "full steps lost on turning to the right",
-     VP_FIELD(lens.right_idle_steps)},
+    {"lens.left_backlash_steps", "steps", 3, 0, 50, fraction, "full steps lost on turning to the left",
+     VP_FIELD(lens.left_backlash_steps)},
+    {"lens.right_backlash_steps", "steps", 2, 0, 50, fraction, "full steps lost on turning to the right",
+     VP_FIELD(lens.right_backlash_steps)},
     {"lens.speed_steps_per_s", "steps/s", 250, 1, 100000, fraction, "steps per second, full or half",
      VP_FIELD(lens.speed_steps_per_s)},
     {"lens.sharpness_width_tmr", "TMR", 85, 1, 10000, fraction, "lens error at which sharpness is 0.37",
@@ -72,8 +74,8 @@ const std::vector<Parameter> table = {
     {"tmr.zero_steps", "steps", 18, -1000, 1000, fraction, "lens position that reads as the offset",
      VP_FIELD(tmr.zero_steps)},
     {"tmr.offset", "TMR", 6, -2000, 2000, fraction, "reading at the zero position", VP_FIELD(tmr.offset)},
-    {"tmr.sense", "", 1, -1, 1, whole, "1: readings rise to the right, -1: they fall, 0: no sense at all",
-     VP_FIELD(tmr.sense)},
+    {"tmr.polarity", "", 1, -1, 1, whole, "1: readings rise to the right, -1: they fall, 0: they stay",
+     VP_FIELD(tmr.polarity)},
     {"tmr.noise_sigma", "TMR", 0.6, 0, 1000, fraction, "standard deviation of a reading",
      VP_FIELD(tmr.noise_sigma)},
     {"tmr.bus_error", "", 0, 0, 1, whole, "1: the sensor's bus is broken, it reads 32767",
@@ -154,6 +156,14 @@ const std::vector<Parameter> table = {
 
 #undef VP_FIELD
 
+// Parameters that had another name once: whoever still writes it is to learn the new one.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> renamed = {{
+    {"lens.play", "lens.backlash_state"},
+    {"lens.left_idle_steps", "lens.left_backlash_steps"},
+    {"lens.right_idle_steps", "lens.right_backlash_steps"},
+    {"tmr.sense", "tmr.polarity"},
+}};
+
 std::string number_text(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.10g", value);
@@ -162,14 +172,13 @@ std::string number_text(double value) {
 
 std::string range_text(const Parameter& parameter) {
     const std::string kind = parameter.whole ? "a whole number" : "a number";
-    std::string text = kind + " from " + number_text(parameter.least) + " to " + number_text(parameter.most);
+    std::string text = kind + " from " + number_text(parameter.min) + " to " + number_text(parameter.max);
     if (!parameter.unit.empty()) text += " " + std::string(parameter.unit);
     return text;
 }
 
 bool in_range(const Parameter& parameter, double value) {
-    return value >= parameter.least && value <= parameter.most &&
-           (!parameter.whole || value == std::floor(value));
+    return value >= parameter.min && value <= parameter.max && (!parameter.whole || value == std::floor(value));
 }
 
 std::string out_of_range_text(const Parameter& parameter, const std::string& value) {
@@ -186,6 +195,9 @@ double Parameter::get(const Settings& settings) const {
 const std::vector<Parameter>& parameters() { return table; }
 
 std::string unknown_parameter(std::string_view name) {
+    for (const auto& [old_name, new_name] : renamed) {
+        if (name == old_name) return std::string(old_name) + " is called " + std::string(new_name) + " now";
+    }
     std::string text = "unknown parameter '" + std::string(name) + "'";
     const std::size_t dot = name.find('.');
     std::string known;
@@ -239,8 +251,8 @@ std::string describe_parameters() {
         char line[240];
         std::snprintf(line, sizeof line, "  %-26s %10.10g %-8.*s [%.10g .. %.10g]  %.*s\n",
                       std::string(parameter.name).c_str(), parameter.standard,
-                      static_cast<int>(parameter.unit.size()), parameter.unit.data(), parameter.least,
-                      parameter.most, static_cast<int>(parameter.meaning.size()), parameter.meaning.data());
+                      static_cast<int>(parameter.unit.size()), parameter.unit.data(), parameter.min,
+                      parameter.max, static_cast<int>(parameter.meaning.size()), parameter.meaning.data());
         text += line;
     }
     return text;

@@ -16,8 +16,8 @@ struct Parameter {
     std::string_view name;  // area and name with its unit, "pose.distance_mm"
     std::string_view unit;  // as a reader says it, "mm"; empty for plain numbers and switches
     double standard;        // the default
-    double least;           // the range, bounds included
-    double most;
+    double min;             // the range, bounds included
+    double max;
     bool whole;
     std::string_view meaning;  // one line
     double& (*field)(Settings&);
@@ -31,7 +31,7 @@ const std::vector<Parameter>& parameters();
 /// Null when there is none of this name.
 const Parameter* find_parameter(std::string_view name);
 
-/// What to say of a name that there is not: the names that come near.
+/// What to say of a name that there is not: the one it has now, or those that come near.
 std::string unknown_parameter(std::string_view name);
 
 /// Every parameter at its default.
@@ -43,7 +43,7 @@ std::string set_parameter(Settings& settings, std::string_view name, double valu
 /// The same from text, as after --set: a decimal number, "true" or "false".
 std::string parse_parameter_value(std::string_view name, std::string_view text, double& value);
 
-/// The manual's table: one line for each parameter, "name  default unit  [least .. most]  meaning".
+/// The manual's table: one line for each parameter, "name  default unit  [min .. max]  meaning".
 std::string describe_parameters();
 
 }  // namespace vp

@@ -33,10 +33,10 @@ struct LensSettings {
     double step_um = 0;
     double travel_steps = 0;
     double position_steps = 0;
-    double play = 0;
+    double backlash_state = 0;
     double infinity_steps = 0;
-    double left_idle_steps = 0;
-    double right_idle_steps = 0;
+    double left_backlash_steps = 0;
+    double right_backlash_steps = 0;
     double speed_steps_per_s = 0;
     double sharpness_width_tmr = 0;
     double hot_drift_tmr = 0;
@@ -50,7 +50,7 @@ struct TmrSettings {
     double slope_per_step = 0;
     double zero_steps = 0;
     double offset = 0;
-    double sense = 1;
+    double polarity = 1;
     double noise_sigma = 0;
     double bus_error = 0;
 };

@@ -35,7 +35,7 @@ double true_distance_mm(const TofScene& scene, const Ray& ray) {
 
 double quality_of(const Wall& wall, double distance_mm) {
     const double metres = std::max(distance_mm, 1.0) / 1000;
-    return std::min<double>(best_quality, wall.reflectivity * quality_at_one_metre / (metres * metres));
+    return std::min<double>(max_quality, wall.reflectivity * quality_at_one_metre / (metres * metres));
 }
 
 ZoneReading reading(const TofScene& scene, double true_mm, double error_mm, double noise) {

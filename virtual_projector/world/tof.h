@@ -10,15 +10,15 @@
 #include <cstdint>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 #include "virtual_projector/world/tof_optics.h"
 
 namespace vp {
 
 constexpr int no_distance_mm = 8190;  // what a zone says that sees nothing within the range
-constexpr int least_valid_quality = 11;
-constexpr int best_quality = 100;
+constexpr int min_valid_quality = 11;
+constexpr int max_quality = 100;
 
 struct ZoneReading {
     std::uint16_t distance_mm = 0;

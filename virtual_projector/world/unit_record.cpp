@@ -25,7 +25,7 @@ constexpr double reference_mm = 1000;  // the distance of that target
 constexpr double bench_led_c = 44;     // the bench lets the LED warm up
 constexpr int left_margin_tmr = 20;
 constexpr int right_margin_tmr = 40;
-constexpr int left_idle_surplus = 1;  // the sweep counts one step of the way back with the left idle steps
+constexpr int left_backlash_surplus = 1;  // the sweep counts one step of the way back with the left backlash
 
 constexpr std::size_t curve_numbers = 20;
 constexpr std::size_t curve_points = 13;  // the last of them, nearest distance first
@@ -55,8 +55,8 @@ std::string serial(const char* prefix, double number) {
 
 std::uint8_t digit(double flag) { return static_cast<std::uint8_t>('0' + static_cast<int>(flag)); }
 
-double between(const Noise& noise, int lane, double least, double most) {
-    return least + (most - least) * noise.uniform(0, lane);
+double between(const Noise& noise, int lane, double min, double max) {
+    return min + (max - min) * noise.uniform(0, lane);
 }
 
 }  // namespace
@@ -71,9 +71,9 @@ std::array<int, 30> lens_table(const Settings& settings) {
     }
     table.at(25) = measured.front() - left_margin_tmr;
     table.at(26) = measured.back() + right_margin_tmr;
-    table.at(27) = settings.tmr.sense < 0 ? 1 : 0;
-    table.at(28) = static_cast<int>(std::lround(settings.lens.left_idle_steps)) + left_idle_surplus;
-    table.at(29) = static_cast<int>(std::lround(settings.lens.right_idle_steps));
+    table.at(27) = settings.tmr.polarity < 0 ? 1 : 0;
+    table.at(28) = static_cast<int>(std::lround(settings.lens.left_backlash_steps)) + left_backlash_surplus;
+    table.at(29) = static_cast<int>(std::lround(settings.lens.right_backlash_steps));
     return table;
 }
 
@@ -89,14 +89,14 @@ std::string gravity_offsets_text(const Settings& settings) {
            "," + std::to_string(std::lround(gravity.offset_z));
 }
 
-// The points are the sensor's own readings, uncorrected for its sense, as 16-bit numbers.
+// The points are the sensor's own readings, its polarity left in, as 16-bit numbers.
 std::string elepn_curve_text(const Settings& settings) {
     const std::array<int, 30> table = lens_table(settings);
     std::array<int, curve_numbers> numbers{};
     numbers.front() = curve_header_number;
     for (std::size_t point = 0; point < curve_points; ++point) {
         const double cold = table.at(2 * point) + settings.lens.cold_drift_tmr;
-        const int reading = static_cast<int>(std::lround(settings.tmr.sense < 0 ? -cold : cold));
+        const int reading = static_cast<int>(std::lround(settings.tmr.polarity < 0 ? -cold : cold));
         numbers.at(curve_numbers - 1 - point) = reading < 0 ? reading + two_to_16 : reading;
     }
     std::string text;
@@ -125,11 +125,11 @@ Record factory_record(const Settings& settings) {
 
 void draw_unit(Settings& settings, std::uint64_t seed) {
     const Noise noise(seed, Stream::unit_spread);
-    settings.tmr.sense = noise.uniform(0, 0) < 0.5 ? -1 : 1;
+    settings.tmr.polarity = noise.uniform(0, 0) < 0.5 ? -1 : 1;
     settings.tmr.offset = std::round(between(noise, 1, -30, 30));
     settings.tmr.slope_per_step = between(noise, 2, 17.6, 18.4);
-    settings.lens.left_idle_steps = std::round(between(noise, 3, 1, 4));
-    settings.lens.right_idle_steps = std::round(between(noise, 4, 1, 4));
+    settings.lens.left_backlash_steps = std::round(between(noise, 3, 1, 4));
+    settings.lens.right_backlash_steps = std::round(between(noise, 4, 1, 4));
     settings.lens.infinity_steps = between(noise, 5, 11, 13);
     settings.tof.true_offset_mm = between(noise, 6, -40, 40);
     settings.gravity.offset_x = std::round(between(noise, 7, -60, 60));

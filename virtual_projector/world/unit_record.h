@@ -18,7 +18,7 @@ using Record = std::array<std::uint8_t, record_size>;
 Record factory_record(const Settings& settings);
 Record blank_record();
 
-/// The 30 numbers of the lens table: 25 places, left limit, right limit, sense, left and right idle steps.
+/// The 30 numbers of the lens table: 25 places, left limit, right limit, polarity, left and right backlash.
 std::array<int, 30> lens_table(const Settings& settings);
 std::string lens_table_text(const Settings& settings);
 
@@ -28,7 +28,7 @@ std::string gravity_offsets_text(const Settings& settings);
 /// The light engine's published focus curve: 20 numbers and a newline.
 std::string elepn_curve_text(const Settings& settings);
 
-/// Draws the manufacturing spread of one unit: sense, offset and slope of the TMR sensor, idle travel, lens
+/// Draws the manufacturing spread of one unit: polarity, offset and slope of the TMR sensor, backlash, lens
 /// mount, offsets of the ToF and gravity sensors. The same seed is the same unit.
 void draw_unit(Settings& settings, std::uint64_t seed);
 

@@ -277,18 +277,18 @@ TEST(StepsBetween, TruncateTowardsZero) {
     EXPECT_EQ(ovra::steps_between(0, 1), 0);
 }
 
-TEST(IdleSteps, AreFourTenthsOfTheIdleTravelTruncated) {
-    EXPECT_EQ(ovra::idle_steps(1), 0);
-    EXPECT_EQ(ovra::idle_steps(2), 0);
-    EXPECT_EQ(ovra::idle_steps(3), 1);
-    EXPECT_EQ(ovra::idle_steps(5), 2);
-    EXPECT_EQ(ovra::idle_steps(14), 5);
+TEST(BacklashSteps, AreFourTenthsOfTheCalibratedBacklashTruncated) {
+    EXPECT_EQ(ovra::backlash_steps(1), 0);
+    EXPECT_EQ(ovra::backlash_steps(2), 0);
+    EXPECT_EQ(ovra::backlash_steps(3), 1);
+    EXPECT_EQ(ovra::backlash_steps(5), 2);
+    EXPECT_EQ(ovra::backlash_steps(14), 5);
 }
 
-TEST(IdleSteps, AreNeverNegative) {
-    EXPECT_EQ(ovra::idle_steps(0), 0);
-    EXPECT_EQ(ovra::idle_steps(-10), 0);
-    EXPECT_EQ(ovra::idle_steps(lowest), 0);
+TEST(BacklashSteps, AreNeverNegative) {
+    EXPECT_EQ(ovra::backlash_steps(0), 0);
+    EXPECT_EQ(ovra::backlash_steps(-10), 0);
+    EXPECT_EQ(ovra::backlash_steps(lowest), 0);
 }
 
 // --- Fine loop -------------------------------------------------------------------------------------------

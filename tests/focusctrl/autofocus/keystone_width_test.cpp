@@ -18,6 +18,7 @@
 #include "ovrafocus/lifecycle.h"
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_isp.h"
+#include "ovrafocus/nds01_start.h"
 #include "ovrafocus/projection_geometry.h"
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_board.h"

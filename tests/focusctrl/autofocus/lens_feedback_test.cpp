@@ -3,27 +3,41 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <optional>
+#include <string>
 
 namespace {
 
 using namespace ovra;
 
+std::string words_of(const LensAction& action) {
+    switch (action.kind) {
+        case LensAction::Kind::coarse:
+            return std::string("coarse ") + name_of(action.side);
+        case LensAction::Kind::fine:
+            return std::string("fine ") + name_of(action.side);
+        case LensAction::Kind::done:
+            break;
+    }
+    return "done";
+}
+
 TEST(ClampToLimits, LeavesATargetOnALimitAlone) {
     EXPECT_EQ(clamp_to_limits(500, -500, 500).target, 500);
-    EXPECT_EQ(clamp_to_limits(500, -500, 500).hit, LimitHit::none);
+    EXPECT_EQ(clamp_to_limits(500, -500, 500).limit_hit, std::nullopt);
     EXPECT_EQ(clamp_to_limits(-500, -500, 500).target, -500);
-    EXPECT_EQ(clamp_to_limits(-500, -500, 500).hit, LimitHit::none);
+    EXPECT_EQ(clamp_to_limits(-500, -500, 500).limit_hit, std::nullopt);
 }
 
 TEST(ClampToLimits, PullsATargetBeyondALimitTenInside) {
     EXPECT_EQ(clamp_to_limits(501, -500, 500).target, 490);
-    EXPECT_EQ(clamp_to_limits(501, -500, 500).hit, LimitHit::right);
+    EXPECT_EQ(clamp_to_limits(501, -500, 500).limit_hit, Side::right);
     EXPECT_EQ(clamp_to_limits(-501, -500, 500).target, -490);
-    EXPECT_EQ(clamp_to_limits(-501, -500, 500).hit, LimitHit::left);
+    EXPECT_EQ(clamp_to_limits(-501, -500, 500).limit_hit, Side::left);
 }
 
 TEST(ClampToLimits, LooksAtTheRightLimitFirst) {
-    EXPECT_EQ(clamp_to_limits(0, 100, -100).hit, LimitHit::right);
+    EXPECT_EQ(clamp_to_limits(0, 100, -100).limit_hit, Side::right);
     EXPECT_EQ(clamp_to_limits(0, 100, -100).target, -110);
 }
 
@@ -47,15 +61,15 @@ TEST(WidenManualMove, LeavesMovesOfTenAndMore) {
 }
 
 TEST(NextManualAction, ChoosesByTheStatedBounds) {
-    EXPECT_EQ(next_manual_action(31), LensAction::coarse_right);
-    EXPECT_EQ(next_manual_action(30), LensAction::fine_right);
-    EXPECT_EQ(next_manual_action(7), LensAction::fine_right);
-    EXPECT_EQ(next_manual_action(6), LensAction::done);
-    EXPECT_EQ(next_manual_action(0), LensAction::done);
-    EXPECT_EQ(next_manual_action(-6), LensAction::done);
-    EXPECT_EQ(next_manual_action(-7), LensAction::fine_left);
-    EXPECT_EQ(next_manual_action(-30), LensAction::fine_left);
-    EXPECT_EQ(next_manual_action(-31), LensAction::coarse_left);
+    EXPECT_EQ(words_of(next_manual_action(31)), "coarse right");
+    EXPECT_EQ(words_of(next_manual_action(30)), "fine right");
+    EXPECT_EQ(words_of(next_manual_action(7)), "fine right");
+    EXPECT_EQ(words_of(next_manual_action(6)), "done");
+    EXPECT_EQ(words_of(next_manual_action(0)), "done");
+    EXPECT_EQ(words_of(next_manual_action(-6)), "done");
+    EXPECT_EQ(words_of(next_manual_action(-7)), "fine left");
+    EXPECT_EQ(words_of(next_manual_action(-30)), "fine left");
+    EXPECT_EQ(words_of(next_manual_action(-31)), "coarse left");
 }
 
 TEST(CoarseSteps, TakesOneStepForEighteenUnits) {
@@ -67,19 +81,19 @@ TEST(CoarseSteps, TakesOneStepForEighteenUnits) {
 }
 
 TEST(NextTargetAction, RightwardsIsDoneFromFourOnAndAfterAnOvershoot) {
-    EXPECT_EQ(next_target_action(true, 11), LensAction::coarse_right);
-    EXPECT_EQ(next_target_action(true, 10), LensAction::fine_right);
-    EXPECT_EQ(next_target_action(true, 5), LensAction::fine_right);
-    EXPECT_EQ(next_target_action(true, 4), LensAction::done);
-    EXPECT_EQ(next_target_action(true, -300), LensAction::done);
+    EXPECT_EQ(words_of(next_target_action(Side::right, 11)), "coarse right");
+    EXPECT_EQ(words_of(next_target_action(Side::right, 10)), "fine right");
+    EXPECT_EQ(words_of(next_target_action(Side::right, 5)), "fine right");
+    EXPECT_EQ(words_of(next_target_action(Side::right, 4)), "done");
+    EXPECT_EQ(words_of(next_target_action(Side::right, -300)), "done");
 }
 
 TEST(NextTargetAction, LeftwardsIsItsMirror) {
-    EXPECT_EQ(next_target_action(false, -11), LensAction::coarse_left);
-    EXPECT_EQ(next_target_action(false, -10), LensAction::fine_left);
-    EXPECT_EQ(next_target_action(false, -5), LensAction::fine_left);
-    EXPECT_EQ(next_target_action(false, -4), LensAction::done);
-    EXPECT_EQ(next_target_action(false, 300), LensAction::done);
+    EXPECT_EQ(words_of(next_target_action(Side::left, -11)), "coarse left");
+    EXPECT_EQ(words_of(next_target_action(Side::left, -10)), "fine left");
+    EXPECT_EQ(words_of(next_target_action(Side::left, -5)), "fine left");
+    EXPECT_EQ(words_of(next_target_action(Side::left, -4)), "done");
+    EXPECT_EQ(words_of(next_target_action(Side::left, 300)), "done");
 }
 
 TEST(TmrSum, StaysAtTheEndsOfItsRange) {
@@ -87,6 +101,21 @@ TEST(TmrSum, StaysAtTheEndsOfItsRange) {
     EXPECT_EQ(tmr_sum(100, INT_MAX), INT_MAX);
     EXPECT_EQ(tmr_difference(-100, INT_MAX), INT_MIN + 1);
     EXPECT_EQ(tmr_difference(100, 30), 70);
+}
+
+TEST(TmrSum, ReachesBothEndsOfTheNumbers) {
+    EXPECT_EQ(tmr_sum(0, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(-1, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(INT_MIN, INT_MIN), INT_MIN);
+    EXPECT_EQ(tmr_sum(INT_MAX, 1), INT_MAX);
+    EXPECT_EQ(clamp_to_limits(0, INT_MIN, INT_MIN).target, INT_MIN);
+}
+
+TEST(TmrDifference, KeepsToWhatHasANegative) {
+    EXPECT_EQ(tmr_difference(INT_MIN, 0), -INT_MAX);
+    EXPECT_EQ(tmr_difference(INT_MIN, INT_MAX), -INT_MAX);
+    EXPECT_EQ(next_target_action(false, tmr_difference(INT_MIN, 0)), LensAction::coarse_left);
+    EXPECT_EQ(coarse_steps(tmr_difference(INT_MIN, 0)), INT_MAX / 18);
 }
 
 }  // namespace

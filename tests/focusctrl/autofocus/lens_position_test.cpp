@@ -651,4 +651,16 @@ TEST_F(LensOnTheBoard, IdleProbeFailsWithItsReadings) {
     EXPECT_EQ(go_cali_tmr_idle(0), -1);
 }
 
+TEST_F(LensOnTheBoard, DriverPositioningPrintsTheLeastNumberAsItsTarget) {
+    EXPECT_EQ(manufocusTMRxj(INT_MIN), -1);
+    EXPECT_THAT(board.log(), testing::HasSubstr("manu focus targetTMR = -2147483648-----"));
+}
+
+TEST_F(LensOnTheBoard, ATargetOfTheLeastNumberIsApproachedToTheLeft) {
+    setSoftLimit(INT_MIN, 500);
+    Counts counts;
+    EXPECT_EQ(manufocusTargetTMR(INT_MIN, &counts.full, &counts.fine), -1);
+    EXPECT_LT(tmr, 0);
+}
+
 }  // namespace

@@ -342,4 +342,22 @@ TEST_F(CaliList, TargetsAtTheEndsOfTheNumbersAreRefusedByTheLimits) {
     EXPECT_EQ(get_cali_list_tmr(INT32_MAX, measured), -1);
 }
 
+TEST_F(CaliList, AsksForTheLeastNumberWhenTheTargetIsIt) {
+    get_cali_list_tmr(INT32_MIN, measured);
+    EXPECT_THAT(board.log(), StartsWith("[ovra_focus]  manu focus targetTMR = -2147483648-----"));
+}
+
+TEST_F(CaliListByFullSteps, TextsWithoutANumberNeverLetTheCallersArrayIn) {
+    std::fill(std::begin(measured), std::end(measured), 123);
+    // From the sweep's own pulse to the first step, and again on the second one left.
+    board.on_read(tmr_node, [this] {
+        const bool before_first = pulses == 5 && tmr <= 30;
+        const bool last = pulses == 8 && tmr == -60;
+        return before_first || last ? std::string("?\n") : std::to_string(tmr);
+    });
+    EXPECT_EQ(get_cali_list_tmr(0, measured), 0);
+    EXPECT_THAT(measured, ElementsAre(-30, -30, 0, 0, 60, 90, 120, 150, 180, 210, 240, 270, 300, 330));
+    EXPECT_THAT(stored_text(), StartsWith("-30,-30,-30,-15,0,0,0,30,60,"));
+}
+
 }  // namespace

@@ -15,6 +15,7 @@
 #include "ovrafocus/motion.h"
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_isp.h"
+#include "ovrafocus/nds01_start.h"
 #include "tests/focusctrl/gsensor/scripted_gravity.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"

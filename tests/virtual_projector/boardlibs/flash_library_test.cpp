@@ -25,7 +25,7 @@ TEST_F(FlashLibrary, ReadsAndWritesTheRecord) {
     EXPECT_EQ(boardlibs::open_flash_handles(), 0u);
 }
 
-TEST_F(FlashLibrary, TellsSixteenBytesOfIdentifier) {
+TEST_F(FlashLibrary, HandsOutSixteenBytesOfIdentifier) {
     hudi_flash_open(&handle, 1);
     std::array<std::uint8_t, 16> uid{};
     std::uint32_t length = 0;
@@ -87,7 +87,7 @@ TEST_F(FlashLibrary, ReturnsAResultThatTheFaultPlanGives) {
     EXPECT_EQ(hudi_flash_close(1), 5);
 }
 
-TEST_F(FlashLibrary, TellsEveryCallAndItsResult) {
+TEST_F(FlashLibrary, ReportsEveryCallAndItsResult) {
     hudi_flash_open(&handle, 1);
     hudi_flash_close(99);
     EXPECT_EQ(calls, (std::vector<std::string>{"hudi_flash_open 0", "hudi_flash_close -9"}));

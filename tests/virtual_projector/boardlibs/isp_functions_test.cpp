@@ -163,13 +163,15 @@ TEST_F(IspFunctions, MakeNoPointsBeforeTheyAreLoaded) {
 }
 
 TEST_F(IspFunctions, RecommendSpadsForTheirThreeModes) {
-    std::array<std::uint8_t, 8> spads{};
+    using Spads = std::array<std::uint8_t, 8>;
+    const Spads four_zones{0x1A, 0x2A, 0x1B, 0x2B, 0, 0, 0, 0};
+    const Spads eight_zones{0x11, 0x21, 0x12, 0x22, 0x13, 0x23, 0x14, 0x24};
+    Spads spads{};
     EXPECT_EQ(nx_get_recommended_points_mode(context.data(), spads.data(), 1), 0);
-    for (const std::uint8_t spad : spads) EXPECT_NE(spad, 0);
+    EXPECT_EQ(spads, eight_zones);
     for (const int mode : {0, 2}) {
         EXPECT_EQ(nx_get_recommended_points_mode(context.data(), spads.data(), mode), 0);
-        EXPECT_NE(spads[3], 0);
-        EXPECT_EQ(spads[4], 0);
+        EXPECT_EQ(spads, four_zones) << mode;
     }
     EXPECT_LT(nx_get_recommended_points_mode(context.data(), spads.data(), 3), 0);
     EXPECT_LT(nx_get_recommended_points_mode(context.data(), spads.data(), -1), 0);

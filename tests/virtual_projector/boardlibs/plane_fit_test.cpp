@@ -20,7 +20,7 @@ struct PlaneFit : ::testing::Test {
         scene.tof.noise_mm = scene.tof.noise_per_mm = 0;
     }
     AngleResult result_of(int mode, const AngleLimits& limits = {}) const {
-        std::array<std::uint16_t, most_points> distances{};
+        std::array<std::uint16_t, max_points> distances{};
         const auto zones = tof_zones(scene, mode, true_pixel_offsets(scene.tof, scene.seed), 0);
         for (std::size_t i = 0; i < zones.size(); ++i) distances[i] = zones[i].distance_mm;
         const auto cloud = point_cloud(distances.data(), mode);

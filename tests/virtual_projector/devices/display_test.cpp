@@ -27,7 +27,7 @@ struct DisplayTest : BoardTest {
     }
 };
 
-TEST_F(DisplayTest, TellsThePanelSize) {
+TEST_F(DisplayTest, AnswersWithThePanelSize) {
     std::array<std::uint16_t, 6> record{1, 0, 0xAA, 0xAA, 0, 0};
     EXPECT_EQ(open(path, O_WRONLY)->request(get_screen, record.data()).result, 0);
     EXPECT_EQ(record, (std::array<std::uint16_t, 6>{1, 0, 0xAA, 0xAA, 1280, 720}));

@@ -95,7 +95,7 @@ TEST_F(FlashTest, AFileOfAnotherSizeIsNotTaken) {
     EXPECT_EQ(memory.bytes(), (std::vector<std::uint8_t>{1, 2, 3}));
 }
 
-TEST_F(FlashTest, AFileThatCannotBeWrittenIsTold) {
+TEST_F(FlashTest, AFileThatCannotBeWrittenIsReported) {
     EXPECT_FALSE(save_memory("/nowhere/at/all", {1}));
     EXPECT_TRUE(save_memory("", {1}));
 }

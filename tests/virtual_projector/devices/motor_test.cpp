@@ -26,7 +26,7 @@ TEST_F(MotorTest, IsBusyForAsLongAsItsStepsTake) {
     EXPECT_EQ(position(), 23);
 }
 
-TEST_F(MotorTest, ReversedItLosesItsIdleTravel) {
+TEST_F(MotorTest, ReversedItLosesItsBacklash) {
     write(motor + "left", "3");
     finish();
     EXPECT_EQ(position(), 18);
@@ -116,6 +116,21 @@ TEST_F(MotorTest, GoesToItsEndsAndSaysSo) {
     EXPECT_EQ(write(motor + "end", "2"), -EINVAL);
 }
 
+TEST_F(MotorTest, ZeroAndEndShowWhetherTheLensIsThere) {
+    const auto expect_switches = [this](const char* zero, const char* end) {
+        EXPECT_EQ(read(motor + "zero"), zero) << position();
+        EXPECT_EQ(read(motor + "end"), end) << position();
+    };
+    expect_switches("0\n", "0\n");
+    write(motor + "zero", "1");
+    finish();
+    expect_switches("1\n", "0\n");
+    write(motor + "end", "1");
+    finish();
+    expect_switches("0\n", "1\n");
+    EXPECT_EQ(write(motor + "zero", "2"), -EINVAL);
+}
+
 TEST_F(MotorTest, MeasuresItsTravelAndLetsTheReaderWait) {
     EXPECT_EQ(write(motor + "total_steps", "1\n"), 2);
     const auto file = open(motor + "total_steps", O_RDONLY);
@@ -127,7 +142,7 @@ TEST_F(MotorTest, MeasuresItsTravelAndLetsTheReaderWait) {
     EXPECT_EQ(read(motor + "stop"), "1\n");
 }
 
-TEST_F(MotorTest, ShowsItsIdleTravelLeftThenRight) { EXPECT_EQ(read(motor + "air_travel"), "3 2\n"); }
+TEST_F(MotorTest, ShowsItsBacklashLeftThenRight) { EXPECT_EQ(read(motor + "air_travel"), "3 2\n"); }
 
 TEST_F(MotorTest, KeepsItsOtherSettings) {
     for (const char* name : {"tmr_dir_flg", "start_dir", "excitation"}) {

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "tests/virtual_projector/devices/board_fixture.h"
+#include "virtual_projector/devices/nds01_commands.h"
 #include "virtual_projector/world/tof_calibration.h"
 
 namespace vp {
@@ -177,7 +178,7 @@ TEST_F(Nds01Test, RefusesSettingsThatThereAreNot) {
     EXPECT_EQ(write(tof + "config", "1"), 1);
 }
 
-TEST_F(Nds01Test, TellsItsFirmwareVersion) {
+TEST_F(Nds01Test, ShowsItsFirmwareVersion) {
     EXPECT_EQ(read(tof + "firmware_version"), std::string("\x02\x03\x01\x00", 4));
     set("tof.firmware_version", 10299);
     EXPECT_EQ(read(tof + "firmware_version"), std::string("\x63\x02\x01\x00", 4));
@@ -290,7 +291,21 @@ TEST_F(Nds01Test, RefusesLibraryDataThatItDoesNotKnow) {
     EXPECT_EQ(library_data(nullptr, 16, 0x9000, 1), -EFAULT);
 }
 
-TEST_F(Nds01Test, TakesSpadSelectionsOfFourAndEight) {
+TEST_F(Nds01Test, TakesEightSpadsForEightZonesAndFourForFour) {
+    using Spads = std::array<std::uint8_t, 8>;
+    constexpr std::uint32_t select_eight = 5;
+    constexpr std::uint32_t enable_four = 3;
+    Nds01Chip chip(world.settings());
+    const auto give = [&](const Spads& spads, std::uint32_t code) {
+        return carry_out_command(world, *board, chip, command(address_of(spads.data()), code));
+    };
+    EXPECT_EQ(give({1, 2, 3, 4, 5, 6, 7, 8}, select_eight), 0);
+    EXPECT_EQ(chip.spad_selection, (Spads{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(give({11, 12, 13, 14, 15, 16, 17, 18}, enable_four), 0);
+    EXPECT_EQ(chip.spad_selection, (Spads{11, 12, 13, 14, 5, 6, 7, 8}));
+}
+
+TEST_F(Nds01Test, TakesSpadSelectionsThroughItsAttribute) {
     const std::array<std::uint8_t, 8> spads{1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(send(spads.data(), 5), 12);
     EXPECT_EQ(send(spads.data(), 3), 12);
@@ -308,6 +323,18 @@ TEST_F(Nds01Test, DeliversAllPixels) {
     EXPECT_EQ(send(pixels.data(), 6), -EAGAIN);
 }
 
+TEST_F(Nds01Test, APixelThatSeesNothingHasNoSignal) {
+    set("pose.distance_mm", 6000);
+    start();
+    std::array<std::uint16_t, 240> pixels{};
+    EXPECT_EQ(send(pixels.data(), 6), 12);
+    for (std::size_t pixel = 0; pixel < 60; ++pixel) {
+        EXPECT_EQ(pixels[4 * pixel], 8190) << pixel;
+        EXPECT_LT(pixels[4 * pixel + 1], 11) << pixel;
+        EXPECT_EQ(pixels[4 * pixel + 2], 0) << pixel;
+    }
+}
+
 TEST_F(Nds01Test, KeepsRegistersOfTwoWidthsApart) {
     std::string data = "AB";
     EXPECT_EQ(registers(std::string("\x10", 1), data, 8), 12);
@@ -320,7 +347,7 @@ TEST_F(Nds01Test, KeepsRegistersOfTwoWidthsApart) {
     EXPECT_EQ(data, std::string("D\0", 2));
 }
 
-TEST_F(Nds01Test, TellsItsIdentityInRegisterZero) {
+TEST_F(Nds01Test, HoldsItsIdentityInRegisterZero) {
     std::string data(1, '.');
     registers(std::string("\0", 1), data, 7);
     EXPECT_EQ(data, "\x5C");

@@ -29,7 +29,7 @@ TEST_F(ZoneGridTest, ShowsNineWordsOfEightDigits) {
     EXPECT_EQ(quality_of(4), 100);
 }
 
-TEST_F(ZoneGridTest, MeasuresNothingUntilItIsToldTo) {
+TEST_F(ZoneGridTest, MeasuresNothingUntilCaptureIsSwitchedOn) {
     EXPECT_EQ(read(tof + "distance"), nothing);
     write(tof + "capture", "1");
     EXPECT_EQ(read(tof + "distance"), nothing);
@@ -68,6 +68,10 @@ TEST_F(ZoneGridTest, KeepsAndRefusesSettings) {
     EXPECT_EQ(write(tof + "poll_period", "9"), -EINVAL);
     EXPECT_EQ(write(tof + "spad_map_id", "15"), -EINVAL);
     EXPECT_EQ(write(tof + "capture", "yes"), -EINVAL);
+    EXPECT_EQ(write(tof + "capture", "2"), -EINVAL);
+    EXPECT_EQ(write(tof + "chip_enable", "2"), -EINVAL);
+    EXPECT_EQ(write(tof + "chip_enable", "-1"), -EINVAL);
+    EXPECT_EQ(read(tof + "chip_enable"), "1\n");
     EXPECT_EQ(open_error(tof + "distance", O_RDWR), EACCES);
 }
 

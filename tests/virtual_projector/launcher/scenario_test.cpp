@@ -208,6 +208,14 @@ TEST(AMistakeInAScenario, IsAParameterThatThereIsNot) {
               "pose.pitch_deg, pose.yaw_deg, pose.roll_deg, pose.mounting");
 }
 
+TEST(AMistakeInAScenario, IsAnEarlierNameOfAParameter) {
+    EXPECT_EQ(mistake_in(R"({"set": {"tmr.sense": 1}})"),
+              "file: $.set[\"tmr.sense\"]: tmr.sense is called tmr.polarity now");
+    EXPECT_EQ(mistake_in_event(R"("set": {"lens.left_idle_steps": 1})"),
+              "file: $.events[0].set[\"lens.left_idle_steps\"]: lens.left_idle_steps is called "
+              "lens.left_backlash_steps now");
+}
+
 TEST(AMistakeInAScenario, IsAParameterOutOfItsRange) {
     EXPECT_EQ(mistake_in(R"({"set": {"pose.pitch_deg": 91}})"),
               "file: $.set[\"pose.pitch_deg\"]: expected a number from -90 to 90, found 91");
@@ -295,8 +303,9 @@ TEST(AMistakeInAScenarioFault, IsAnOperationOrAnErrorThatThereIsNot) {
               "file: $.faults[0].operation: expected one of open, read, write, ioctl, close, call, "
               "pthread_create, found \"seek\"");
     EXPECT_EQ(mistake_in_fault(R"("error": "EWRONG")"),
-              "file: $.faults[0].error: expected one of EIO, ENOENT, ENODEV, EACCES, EBUSY, EINVAL, EAGAIN, "
-              "ENOMEM, ETIMEDOUT, ENXIO, EINTR, ENOSPC, EPERM, EMFILE, ENOTTY, found \"EWRONG\"");
+              "file: $.faults[0].error: expected the name of an errno, as EIO, found \"EWRONG\"");
+    EXPECT_EQ(mistake_in_fault(R"("error": "0")"),
+              "file: $.faults[0].error: expected the name of an errno, as EIO, found \"0\"");
 }
 
 TEST(AMistakeInAScenarioFault, IsANumberOutOfItsRange) {

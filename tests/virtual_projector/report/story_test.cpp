@@ -25,22 +25,22 @@ struct StoryTest : ::testing::Test {
     storykit::ScratchFolder folder;
     vp::StorySources sources{"A title.", folder.file("trace"), folder.file("log"), folder.file("summary")};
 
-    std::vector<std::string> tell(const std::string& trace, const std::string& log = "") {
+    std::vector<std::string> story_of(const std::string& trace, const std::string& log = "") {
         storykit::write_file(sources.trace, trace);
         if (!sources.library_log.empty()) storykit::write_file(sources.library_log, log);
         storykit::write_file(sources.summary, R"({"simulated_us":350000,"real_us":9000})");
-        return vp::tell_story(sources);
+        return vp::format_story(sources);
     }
 };
 
-TEST_F(StoryTest, TellsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
+TEST_F(StoryTest, ShowsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
     const std::string moves =
         "{\"t_us\":100000,\"event\":\"somebody shakes it\"}\n"
         "{\"t_us\":200000,\"call\":\"write\",\"path\":\"/sys/class/motor/left\",\"result\":1,\"data\":\"11\"}\n"
         "{\"t_us\":250000,\"call\":\"write\",\"path\":\"/sys/class/motor/pulse\",\"result\":1,\"data\":\"1\"}\n"
         "{\"t_us\":300000,\"call\":\"write\",\"path\":\"/sys/class/motor/"
         "right\",\"result\":1,\"data\":\"1\"}\n";
-    EXPECT_EQ(tell(before + moves + after, "[ovra_focus]  avgDist = 1504\n"),
+    EXPECT_EQ(story_of(before + moves + after, "[ovra_focus]  avgDist = 1504\n"),
               (std::vector<std::string>{
                   "A title.",
                   "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.",
@@ -67,19 +67,19 @@ TEST_F(StoryTest, TellsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
 TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
     sources.title.clear();
     sources.library_log.clear();
-    const std::vector<std::string> story = tell(before);
+    const std::vector<std::string> story = story_of(before);
     ASSERT_EQ(story.size(), 9U);
     EXPECT_EQ(story[0], "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.");
     EXPECT_EQ(story[1], "                                         before        after");
 }
 
-TEST_F(StoryTest, TellsTheFirstTurnsOfThePictureAndCountsTheRest) {
+TEST_F(StoryTest, ShowsTheFirstTurnsOfThePictureAndCountsTheRest) {
     std::string trace = before;
     for (int i = 1; i <= 6; ++i) {
         trace += "{\"t_us\":" + std::to_string(i * 1000000) +
                  ",\"truth\":{\"hdmi_turn_deg\":" + std::to_string(90 * (i % 4)) + "}}\n";
     }
-    const std::vector<std::string> story = tell(trace);
+    const std::vector<std::string> story = story_of(trace);
     EXPECT_NE(std::find(story.begin(), story.end(),
                         "The viewer sees the picture upright, from 1.000 s turned left, from 2.000 s upside "
                         "down, from 3.000 s turned right, from 4.000 s upright, ... and 2 more turns."),
@@ -88,7 +88,7 @@ TEST_F(StoryTest, TellsTheFirstTurnsOfThePictureAndCountsTheRest) {
 
 TEST_F(StoryTest, CountsTheToasts) {
     const std::vector<std::string> story =
-        tell(before, "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
+        story_of(before, "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
     EXPECT_EQ(story[3], "  a toast goes to the host");
     EXPECT_EQ(story[4], "Toasts sent to the host: 1.");
 }
@@ -100,7 +100,7 @@ TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
         trace += "{\"t_us\":" + std::to_string(i) + ",\"event\":\"event " + std::to_string(i) + "\"}\n";
         log += "[ovra_focus]  avgDist = " + std::to_string(i) + "\n";
     }
-    const std::vector<std::string> story = tell(trace + after, log);
+    const std::vector<std::string> story = story_of(trace + after, log);
     EXPECT_LE(story.size(), 36U);
     EXPECT_EQ(story[3], "  their mean in range is 0 mm");
     EXPECT_EQ(story[9], "  ... and 88 more ...");
@@ -110,14 +110,14 @@ TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
     EXPECT_EQ(story[25], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
 }
 
-TEST_F(StoryTest, SaysThatThereIsNothingToTellWithoutATrace) {
-    EXPECT_EQ(tell(""), (std::vector<std::string>{"There is nothing to tell: the trace " + sources.trace +
-                                                  " is empty."}));
+TEST_F(StoryTest, SaysThatATraceWithoutRecordsIsEmpty) {
+    EXPECT_EQ(story_of(""), (std::vector<std::string>{"There is nothing to tell: the trace " + sources.trace +
+                                                      " is empty."}));
 }
 
 TEST_F(StoryTest, SaysWhenTheRunLeftNoFigures) {
     storykit::write_file(sources.trace, before);
-    EXPECT_EQ(vp::tell_story(sources).back(), "The run left no figures behind.");
+    EXPECT_EQ(vp::format_story(sources).back(), "The run left no figures behind.");
 }
 
 }  // namespace

@@ -48,10 +48,10 @@ TEST(ATrace, HoldsLensMovesWithTheirSideAndStepSize) {
     const vp::TraceContents trace = read(motor_write("pulse", "2") + motor_write("left", "11") +
                                          motor_write("pulse", "1") + motor_write("right", "1"));
     ASSERT_EQ(trace.lens_moves.size(), 2U);
-    EXPECT_FALSE(trace.lens_moves[0].to_the_right);
+    EXPECT_EQ(trace.lens_moves[0].side, vp::Side::left);
     EXPECT_EQ(trace.lens_moves[0].steps, 11);
     EXPECT_FALSE(trace.lens_moves[0].half_steps);
-    EXPECT_TRUE(trace.lens_moves[1].to_the_right);
+    EXPECT_EQ(trace.lens_moves[1].side, vp::Side::right);
     EXPECT_EQ(trace.lens_moves[1].steps, 1);
     EXPECT_TRUE(trace.lens_moves[1].half_steps);
 }

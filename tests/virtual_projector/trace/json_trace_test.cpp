@@ -30,48 +30,6 @@ CallRecord call(std::string_view name, std::string_view path, std::int64_t argum
     return record;
 }
 
-TEST(JsonOfARecord, HasItsKeysInAFixedOrder) {
-    EXPECT_EQ(
-        json_of(call("open", "/dev/dis", 2, 0)).dump(),
-        R"({"t_us":20,"thread":2,"name":"worker","call":"open","path":"/dev/dis","flags":"O_RDWR","result":0})");
-    EXPECT_EQ(json_of(call("read", "/dev/dis", 20, 2, "1\n")).dump(),
-              R"({"t_us":20,"thread":2,"name":"worker","call":"read","path":"/dev/dis","count":20,"result":2,)"
-              R"("data":"1\n"})");
-    EXPECT_EQ(json_of(call("sleep", "", 1000, 0)).dump(),
-              R"({"t_us":20,"thread":2,"name":"worker","call":"sleep","us":1000,"result":0})");
-    EXPECT_EQ(json_of(call("call", "usb_eth_config", 0, 0)).dump(),
-              R"({"t_us":20,"thread":2,"name":"worker","call":"call","path":"usb_eth_config","result":0})");
-}
-
-TEST(JsonOfARecord, NamesTheErrorOfAFailure) {
-    EXPECT_EQ(json_of(call("ioctl", "/dev/nds01", 0x4004a203, -EIO)).dump(),
-              R"({"t_us":20,"thread":2,"name":"worker","call":"ioctl","path":"/dev/nds01",)"
-              R"("request":"0x4004a203","result":-5,"error":"EIO"})");
-}
-
-TEST(JsonOfARecord, LeavesOutAnUnknownThread) {
-    CallRecord record = call("close", "/dev/dis", 0, 0);
-    record.thread = 0;
-    record.thread_name = {};
-    EXPECT_EQ(json_of(record).dump(), R"({"t_us":20,"call":"close","path":"/dev/dis","result":0})");
-}
-
-TEST(JsonOfARecord, LeavesOutTheAddressInAToFCommand) {
-    CallRecord record;
-    record.call = "write";
-    record.path = "/sys/class/nd_tof/nds01/lib_data";
-    const char bytes[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0};
-    record.data = {bytes, sizeof bytes};
-    EXPECT_EQ(json_of(record).at("hex"), "09000000");
-}
-
-TEST(JsonOfARecord, ShowsBytesThatAreNoTextAsHexadecimal) {
-    const nlohmann::ordered_json line =
-        json_of(call("write", "/dev/dis", 3, 3, std::string_view("a\0\xff", 3)));
-    EXPECT_EQ(line["hex"], "6100ff");
-    EXPECT_FALSE(line.contains("data"));
-}
-
 // A trace into memory.
 struct JsonTraceFile : ::testing::Test {
     std::string written(TraceDetail detail) {
@@ -121,7 +79,7 @@ TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(JsonTraceFile, TellsOfADiskThatIsFull) {
+TEST_F(JsonTraceFile, SaysWhenTheDiskIsFull) {
     const auto trace = JsonTrace::to_file("/dev/full", TraceDetail::events);
     ASSERT_NE(trace, nullptr);
     trace->record_event(1, "x");

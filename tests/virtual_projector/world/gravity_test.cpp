@@ -27,7 +27,7 @@ void expect_axes(const std::array<double, 3>& actual, double x, double y, double
 
 TEST_F(Gravity, ReadsOneGUpwardsOnATable) { expect_axes(clean({1500, 0, 0, 0, 0}), 0, 0, 1000); }
 
-TEST_F(Gravity, TellsTheMountings) {
+TEST_F(Gravity, IsAnotherOneForEachMounting) {
     expect_axes(clean({1500, 0, 0, 0, 1}), -1000, 0, 0);
     expect_axes(clean({1500, 0, 0, 0, 2}), 0, 0, -1000);
     expect_axes(clean({1500, 0, 0, 0, 3}), 1000, 0, 0);
@@ -66,6 +66,26 @@ TEST_F(Gravity, AddsItsOwnOffsetsAndNoise) {
     EXPECT_NEAR(sums[2], 1030, 0.2);
     EXPECT_NE(gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 0),
               gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 1));
+}
+
+TEST_F(Gravity, TheNoiseOfEachAxisIsItsOwn) {
+    gravity.offset_x = gravity.offset_y = gravity.offset_z = 0;
+    std::array<double, 3> squares{};
+    std::array<double, 3> products{};
+    constexpr int samples = 4000;
+    for (int i = 0; i < samples; ++i) {
+        std::array<double, 3> noise = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i);
+        noise[2] -= gravity.units_per_g;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            squares[axis] += noise[axis] * noise[axis];
+            products[axis] += noise[axis] * noise[(axis + 1) % 3];
+        }
+    }
+    const double variance = gravity.noise_sigma * gravity.noise_sigma;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_NEAR(squares[axis] / samples / variance, 1, 0.1) << axis;
+        EXPECT_NEAR(products[axis] / samples / variance, 0, 0.1) << axis;
+    }
 }
 
 TEST_F(Gravity, SamplesAreNumberedByThePeriod) {

@@ -15,9 +15,9 @@ struct Lens : ::testing::Test {
 
     Lens() {
         lens.position_steps = 20;
-        lens.play = 1;
-        lens.left_idle_steps = 3;
-        lens.right_idle_steps = 2;
+        lens.backlash_state = 1;
+        lens.left_backlash_steps = 3;
+        lens.right_backlash_steps = 2;
     }
     void move(Microseconds now, Side side, int steps, double size = 1) {
         ASSERT_TRUE(motor.add(now, {side, steps, size, false}, lens));
@@ -54,26 +54,26 @@ TEST_F(Lens, EndsInTheSamePlaceHoweverOftenItIsLookedAt) {
     EXPECT_EQ(often.position_steps, lens.position_steps);
 }
 
-TEST_F(Lens, LosesItsIdleTravelOnTurningLeft) {
+TEST_F(Lens, LosesItsBacklashOnTurningLeft) {
     turn_motor(lens, Side::left, 3);
     EXPECT_DOUBLE_EQ(lens.position_steps, 20);
     turn_motor(lens, Side::left, 1);
     EXPECT_DOUBLE_EQ(lens.position_steps, 19);
 }
 
-TEST_F(Lens, LosesAnotherIdleTravelOnTurningRight) {
-    lens.play = 0;
+TEST_F(Lens, LosesAnotherBacklashOnTurningRight) {
+    lens.backlash_state = 0;
     turn_motor(lens, Side::right, 5);
     EXPECT_DOUBLE_EQ(lens.position_steps, 23);
     turn_motor(lens, Side::right, 5);
     EXPECT_DOUBLE_EQ(lens.position_steps, 28);
 }
 
-TEST_F(Lens, TakesUpPartOfTheIdleTravelAndGivesItBack) {
+TEST_F(Lens, TakesUpPartOfTheBacklashAndGivesItBack) {
     turn_motor(lens, Side::left, 1.5);
-    EXPECT_DOUBLE_EQ(lens.play, 0.5);
+    EXPECT_DOUBLE_EQ(lens.backlash_state, 0.5);
     turn_motor(lens, Side::right, 1);
-    EXPECT_DOUBLE_EQ(lens.play, 1);
+    EXPECT_DOUBLE_EQ(lens.backlash_state, 1);
     EXPECT_DOUBLE_EQ(lens.position_steps, 20);
     turn_motor(lens, Side::right, 1);
     EXPECT_DOUBLE_EQ(lens.position_steps, 21);

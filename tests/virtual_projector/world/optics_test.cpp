@@ -72,8 +72,8 @@ TEST_F(Optics, HeatMovesTheBestFocusByTheDrift) {
     EXPECT_NEAR((best(1500, 58) - best(1500)) * s.tmr.slope_per_step, -20, 1e-9);
 }
 
-TEST_F(Optics, TheTablesScaleRisesToTheRightForEitherSense) {
-    s.tmr.sense = -1;
+TEST_F(Optics, TheTablesScaleRisesToTheRightForEitherPolarity) {
+    s.tmr.polarity = -1;
     s.tmr.offset = 10;
     EXPECT_NEAR(ideal_tmr(s.tmr, s.tmr.zero_steps), -10, 1e-9);
     EXPECT_GT(ideal_tmr(s.tmr, 20), ideal_tmr(s.tmr, 19));

@@ -21,8 +21,8 @@ TEST(Parameters, HaveDifferentNamesAndFields) {
 
 TEST(Parameters, HaveTheirDefaultWithinTheirRange) {
     for (const Parameter& parameter : parameters()) {
-        EXPECT_LE(parameter.least, parameter.standard) << parameter.name;
-        EXPECT_GE(parameter.most, parameter.standard) << parameter.name;
+        EXPECT_LE(parameter.min, parameter.standard) << parameter.name;
+        EXPECT_GE(parameter.max, parameter.standard) << parameter.name;
         EXPECT_FALSE(parameter.meaning.empty()) << parameter.name;
     }
 }
@@ -69,6 +69,25 @@ TEST(Parameters, UnknownOnesNameTheirNeighbours) {
     EXPECT_EQ(set_parameter(settings, "colour", 1),
               "unknown parameter 'colour'; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, "
               "board");
+}
+
+TEST(Parameters, OfAnEarlierNameAreRefusedWithTheNewOne) {
+    struct {
+        const char* name;
+        const char* message;
+    } const table[] = {
+        {"lens.play", "lens.play is called lens.backlash_state now"},
+        {"lens.left_idle_steps", "lens.left_idle_steps is called lens.left_backlash_steps now"},
+        {"lens.right_idle_steps", "lens.right_idle_steps is called lens.right_backlash_steps now"},
+        {"tmr.sense", "tmr.sense is called tmr.polarity now"},
+    };
+    for (const auto& [name, message] : table) {
+        Settings settings = standard_settings();
+        double value = 0;
+        EXPECT_EQ(find_parameter(name), nullptr) << name;
+        EXPECT_EQ(set_parameter(settings, name, 1), message);
+        EXPECT_EQ(parse_parameter_value(name, "1", value), message);
+    }
 }
 
 TEST(Parameters, AreReadFromText) {

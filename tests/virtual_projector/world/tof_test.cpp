@@ -99,14 +99,14 @@ TEST_F(Tof, BeyondItsRangeAZoneIsInvalidAndFarAway) {
     scene.pose.distance_mm = 4001;
     for (const ZoneReading& zone : zones(1)) {
         EXPECT_EQ(zone.distance_mm, no_distance_mm);
-        EXPECT_LT(zone.quality, least_valid_quality);
+        EXPECT_LT(zone.quality, min_valid_quality);
     }
     scene.pose.distance_mm = 3990;
-    for (const ZoneReading& zone : zones(1)) EXPECT_GE(zone.quality, least_valid_quality);
+    for (const ZoneReading& zone : zones(1)) EXPECT_GE(zone.quality, min_valid_quality);
 }
 
 TEST_F(Tof, QualityFollowsTheLightThatComesBack) {
-    EXPECT_EQ(zones()[0].quality, best_quality);
+    EXPECT_EQ(zones()[0].quality, max_quality);
     scene.pose.distance_mm = 3000;
     EXPECT_EQ(zones()[0].quality, 31);  // 0.8 * 352 / 9
     scene.wall.reflectivity = 0.2;

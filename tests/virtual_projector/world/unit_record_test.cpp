@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <numeric>
 #include <sstream>
+#include <vector>
 
 #include "virtual_projector/world/optics.h"
 #include "virtual_projector/world/parameters.h"
@@ -59,11 +63,11 @@ TEST_F(UnitRecord, LimitsLieBeyondThePlacesAndWithinTheTravel) {
     EXPECT_LT(table[26], ideal_tmr(s.tmr, s.lens.travel_steps));
 }
 
-TEST_F(UnitRecord, KeepsTheSenseAndTheIdleTravel) {
+TEST_F(UnitRecord, KeepsThePolarityAndTheBacklash) {
     EXPECT_EQ(lens_table(s)[27], 0);
     EXPECT_EQ(lens_table(s)[28], 4);
     EXPECT_EQ(lens_table(s)[29], 2);
-    s.tmr.sense = -1;
+    s.tmr.polarity = -1;
     EXPECT_EQ(lens_table(s)[27], 1);
 }
 
@@ -85,7 +89,7 @@ TEST_F(UnitRecord, OfAnUncalibratedUnitIsBlank) {
     for (const std::uint8_t byte : factory_record(s)) EXPECT_EQ(byte, 0xFF);
 }
 
-TEST_F(UnitRecord, TheCurveHoldsItsPointsBehindSevenNumbersNearestFirst) {
+TEST_F(UnitRecord, TheCurveHoldsItsPointsAfterSevenNumbersNearestFirst) {
     const std::vector<int> numbers = numbers_of(elepn_curve_text(s));
     ASSERT_EQ(numbers.size(), 20u);
     const auto table = lens_table(s);
@@ -96,8 +100,8 @@ TEST_F(UnitRecord, TheCurveHoldsItsPointsBehindSevenNumbersNearestFirst) {
     }
 }
 
-TEST_F(UnitRecord, TheCurveIsInTheSensorsOwnSense) {
-    s.tmr.sense = -1;
+TEST_F(UnitRecord, TheCurveHasTheSensorsOwnPolarity) {
+    s.tmr.polarity = -1;
     const std::vector<int> numbers = numbers_of(elepn_curve_text(s));
     const int nearest = numbers[7] >= 10001 ? numbers[7] - 65536 : numbers[7];
     EXPECT_EQ(nearest, -(lens_table(s)[24] + 8));
@@ -116,10 +120,85 @@ TEST_F(UnitRecord, UnitsDifferBySeedAndStayWithinReason) {
         Settings unit = s;
         draw_unit(unit, seed);
         EXPECT_LE(lens_table_text(unit).size(), 149u);
-        EXPECT_EQ(std::abs(unit.tmr.sense), 1);
+        EXPECT_EQ(std::abs(unit.tmr.polarity), 1);
         for (const Parameter& parameter : parameters()) {
-            EXPECT_GE(parameter.get(unit), parameter.least) << parameter.name;
-            EXPECT_LE(parameter.get(unit), parameter.most) << parameter.name;
+            EXPECT_GE(parameter.get(unit), parameter.min) << parameter.name;
+            EXPECT_LE(parameter.get(unit), parameter.max) << parameter.name;
+        }
+    }
+}
+
+struct DrawnProperty {
+    const char* name;
+    double min;
+    double max;
+    bool is_whole;
+};
+
+constexpr DrawnProperty drawn_properties[] = {
+    {"tmr.polarity", -1, 1, true},
+    {"tmr.offset", -30, 30, true},
+    {"tmr.slope_per_step", 17.6, 18.4, false},
+    {"lens.left_backlash_steps", 1, 4, true},
+    {"lens.right_backlash_steps", 1, 4, true},
+    {"lens.infinity_steps", 11, 13, false},
+    {"tof.true_offset_mm", -40, 40, false},
+    {"gravity.offset_x", -60, 60, true},
+    {"gravity.offset_y", -60, 60, true},
+    {"gravity.offset_z", -60, 60, true},
+};
+
+// One number a unit for each property.
+std::vector<std::vector<double>> draw_units(std::uint64_t units) {
+    std::vector<std::vector<double>> drawn(std::size(drawn_properties));
+    for (std::uint64_t seed = 0; seed < units; ++seed) {
+        Settings unit = standard_settings();
+        draw_unit(unit, seed);
+        for (std::size_t i = 0; i < drawn.size(); ++i) {
+            drawn[i].push_back(find_parameter(drawn_properties[i].name)->get(unit));
+        }
+    }
+    return drawn;
+}
+
+// 1: the one tells the other; 0: they have nothing to do with each other.
+double correlation(const std::vector<double>& a, const std::vector<double>& b) {
+    const auto count = static_cast<double>(a.size());
+    const double mean_a = std::accumulate(a.begin(), a.end(), 0.0) / count;
+    const double mean_b = std::accumulate(b.begin(), b.end(), 0.0) / count;
+    double aa = 0;
+    double bb = 0;
+    double ab = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        aa += (a[i] - mean_a) * (a[i] - mean_a);
+        bb += (b[i] - mean_b) * (b[i] - mean_b);
+        ab += (a[i] - mean_a) * (b[i] - mean_b);
+    }
+    return ab / std::sqrt(aa * bb);
+}
+
+TEST_F(UnitRecord, DrawnPropertiesTakeTheirWholeRange) {
+    const std::vector<std::vector<double>> drawn = draw_units(2000);
+    for (std::size_t i = 0; i < drawn.size(); ++i) {
+        const DrawnProperty& property = drawn_properties[i];
+        const auto [min, max] = std::minmax_element(drawn[i].begin(), drawn[i].end());
+        const double margin = property.is_whole ? 0 : 0.01 * (property.max - property.min);
+        EXPECT_GE(*min, property.min) << property.name;
+        EXPECT_LE(*min, property.min + margin) << property.name;
+        EXPECT_LE(*max, property.max) << property.name;
+        EXPECT_GE(*max, property.max - margin) << property.name;
+        const bool all_whole = std::all_of(drawn[i].begin(), drawn[i].end(),
+                                           [](double number) { return number == std::floor(number); });
+        EXPECT_EQ(all_whole, property.is_whole) << property.name;
+    }
+}
+
+TEST_F(UnitRecord, DrawnPropertiesHaveNothingToDoWithEachOther) {
+    const std::vector<std::vector<double>> drawn = draw_units(2000);
+    for (std::size_t i = 0; i < drawn.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            EXPECT_NEAR(correlation(drawn[i], drawn[j]), 0, 0.12)
+                << drawn_properties[i].name << " and " << drawn_properties[j].name;
         }
     }
 }

@@ -1,0 +1,128 @@
+#include "virtual_projector/trace/records.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "virtual_projector/trace/open_flags.h"
+
+namespace vp {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string request_text(std::int64_t number) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(number));
+    return text;
+}
+
+bool is_plain_text(std::string_view bytes) {
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        const bool is_space = byte == '\n' || byte == '\t' || byte == '\r';
+        if ((value < 0x20 && !is_space) || value >= 0x7f) return false;
+    }
+    return true;
+}
+
+std::string hexadecimal(std::string_view bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += digits[value >> 4];
+        text += digits[value & 15];
+    }
+    return text;
+}
+
+void add_argument(ordered_json& line, const CallRecord& record) {
+    if (record.call == "open") line[record_key::flags] = open_flags_in_words(record.argument);
+    if (record.call == "read" || record.call == "write") line[record_key::count] = record.argument;
+    if (record.call == "ioctl") line[record_key::request] = request_text(record.argument);
+    if (record.call == "sleep") line[record_key::us] = record.argument;
+}
+
+void add_error(ordered_json& line, long result) {
+    if (result >= 0) return;
+    const char* name = ::strerrorname_np(static_cast<int>(-result));
+    if (name != nullptr) line[record_key::error] = name;
+}
+
+// A ToF command record begins with an address in the program's own memory, which no two runs share.
+std::string_view without_address(const CallRecord& record) {
+    constexpr std::string_view commands = "/lib_data";
+    constexpr std::size_t address_bytes = 8;
+    const bool is_command = record.path.size() > commands.size() &&
+                            record.path.substr(record.path.size() - commands.size()) == commands;
+    return is_command ? record.data.substr(std::min(address_bytes, record.data.size())) : record.data;
+}
+
+void add_data(ordered_json& line, const CallRecord& record) {
+    const std::string_view data = without_address(record);
+    if (data.empty()) return;
+    if (is_plain_text(data)) {
+        line[record_key::data] = data;
+    } else {
+        line[record_key::hex] = hexadecimal(data);
+    }
+}
+
+ordered_json line_at(std::int64_t t_us) {
+    ordered_json line;
+    line[record_key::t_us] = t_us;
+    return line;
+}
+
+}  // namespace
+
+ordered_json json_of(const CallRecord& record) {
+    ordered_json line = line_at(record.t_us);
+    if (record.thread != 0) line[record_key::thread] = record.thread;
+    if (!record.thread_name.empty()) line[record_key::name] = record.thread_name;
+    line[record_key::call] = record.call;
+    if (!record.path.empty()) line[record_key::path] = record.path;
+    add_argument(line, record);
+    line[record_key::result] = record.result;
+    add_error(line, record.result);
+    add_data(line, record);
+    return line;
+}
+
+ordered_json json_of(const TruthRecord& truth) {
+    ordered_json json;
+    TruthRecord::for_each_member(truth, [&json](const char* key, const auto& member) { json[key] = member; });
+    return json;
+}
+
+ordered_json truth_line(std::int64_t t_us, const ordered_json& truth) {
+    ordered_json line = line_at(t_us);
+    line[record_key::truth] = truth;
+    return line;
+}
+
+ordered_json event_line(std::int64_t t_us, std::string_view what) {
+    ordered_json line = line_at(t_us);
+    line[record_key::event] = what;
+    return line;
+}
+
+CallLine call_line_from(const nlohmann::json& line) {
+    CallLine call;
+    call.call = line.at(record_key::call).get<std::string>();
+    call.path = line.value(record_key::path, "");
+    call.result = line.value(record_key::result, 0L);
+    call.error = line.value(record_key::error, "");
+    call.data = line.value(record_key::data, "");
+    return call;
+}
+
+TruthRecord truth_from(const nlohmann::json& truth) {
+    TruthRecord record;
+    TruthRecord::for_each_member(
+        record, [&truth](const char* key, auto& member) { member = truth.value(key, member); });
+    return record;
+}
+
+}  // namespace vp

@@ -17,7 +17,7 @@
 namespace ovra {
 namespace {
 
-constexpr size_t isp_context_bytes = 16384;  // the vendor does not tell its size; this leaves ample room
+constexpr size_t isp_context_bytes = 16384;  // the vendor does not state its size; this leaves ample room
 constexpr size_t device_context_bytes = 1024;
 constexpr size_t calibration_bytes = 4096;
 constexpr size_t vendor_calibration_offset = 1024;  // bytes; from here on the calibration is the vendor's
@@ -194,8 +194,8 @@ int32_t start_operation(int32_t filter) {
     return operating | limited | filtered;
 }
 
-/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be told from a failure and
-/// counts as one: no device holds that much.
+/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be distinguished from a failure
+/// and counts as one: no device holds that much.
 bool moved_whole(int32_t result, uint32_t size) {
     return result != -1 && static_cast<uint32_t>(result) == size;
 }

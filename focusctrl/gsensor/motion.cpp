@@ -300,7 +300,7 @@ void acc_data_handle(void) {
 }
 
 void clear_acc_gyro_status(void) {
-    // The angles summed up for the next rest position are kept, so a count begun anew adds to them.
+    // The angles summed up for the next rest position are kept, so a new count adds to them.
     store(project_acc_angle_changed, 0);
     store(steady_blocks, 0);
     store(project_acc_shake_happened, 0);

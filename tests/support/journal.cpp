@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/trace/open_flags.h"
 
 namespace testkit {
@@ -159,31 +159,31 @@ void Journal::record(const vp::CallRecord& record) {
 }
 
 void Journal::add(const std::string& entry) {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     drain();
     entries_.push_back(entry);
 }
 
 std::vector<std::string> Journal::entries() {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     drain();
     return entries_;
 }
 
 void Journal::clear() {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     drain();
     entries_.clear();
 }
 
 std::string Journal::take_log() {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     drain();
     return std::exchange(log_, {});
 }
 
 std::string Journal::take_errors() {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     drain();
     return std::exchange(error_text_, {});
 }

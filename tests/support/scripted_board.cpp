@@ -9,7 +9,8 @@
 
 #include "tests/support/journal.h"
 #include "tests/support/scripted_vendor.h"
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/random_schedule.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/clock/virtual_clock.h"
 #include "virtual_projector/interpose/machine.h"
 
@@ -24,7 +25,7 @@ public:
     std::string next_content() {
         if (!content) return {};
         const auto handler = content;
-        const vp::ProgramWork work;
+        const vp::ProgramCallback callback;
         return handler();
     }
 
@@ -51,14 +52,14 @@ public:
         node_->writes.push_back(bytes);
         if (!node_->write_handler) return vp::Answer::done(static_cast<long>(count));
         const auto handler = node_->write_handler;
-        const vp::ProgramWork work;
+        const vp::ProgramCallback callback;
         return vp::Answer::done(handler(bytes));
     }
 
     vp::Answer request(std::uint32_t number, void* argument) override {
         if (!node_->ioctl_handler) return vp::Answer::error(ENOTTY);
         const auto handler = node_->ioctl_handler;
-        const vp::ProgramWork work;
+        const vp::ProgramCallback callback;
         return vp::Answer::done(handler(number, argument));
     }
 
@@ -76,10 +77,10 @@ std::unique_ptr<vp::OpenFile> ScriptedNode::open(int flags, int& error_number) {
 }
 
 // Time stands still but for sleeps, however many calls a test makes.
-vp::VirtualClock::Options clock_options() {
-    vp::VirtualClock::Options options;
-    options.free_calls = 0;
-    return options;
+vp::CallCost free_calls() {
+    vp::CallCost cost;
+    cost.free_calls = 0;
+    return cost;
 }
 
 vp::FaultRule rule_of(const Fault& fault) {
@@ -105,7 +106,7 @@ struct ScriptedBoard::Parts {
         return *node;
     }
 
-    vp::VirtualClock clock{clock_options()};
+    vp::VirtualClock clock{std::make_unique<vp::RandomSchedule>(1), free_calls()};
     vp::DeviceTable devices;
     vp::FaultPlan faults;
     Journal journal;
@@ -187,7 +188,7 @@ std::vector<std::string> ScriptedBoard::open_descriptors() const {
 std::int64_t ScriptedBoard::now_us() const { return parts_->clock.now(); }
 
 void ScriptedBoard::advance_us(std::int64_t duration) {
-    const vp::OwnWork own;
+    const vp::ReentrancyGuard guard;
     parts_->clock.sleep_until(parts_->clock.now() + duration);
 }
 

@@ -5,18 +5,13 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_CLOCK_H
 #define VIRTUAL_PROJECTOR_CLOCK_CLOCK_H
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
+#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/clock/thread_scheduler.h"
+
 namespace vp {
-
-using Microseconds = std::int64_t;
-
-/// For a deadline: wait without one.
-constexpr Microseconds no_deadline = -1;
-
-class VirtualClock;
 
 class Clock {
 public:
@@ -26,6 +21,10 @@ public:
     virtual ~Clock() = default;
 
     virtual Microseconds now() const = 0;
+
+    /// True when the program's time is this clock's and not the PC's: the C library's clocks, pauses and locks
+    /// are then answered from here.
+    virtual bool is_virtual() const = 0;
 
     /// Makes the calling thread wait until that time.
     virtual void sleep_until(Microseconds time) = 0;
@@ -37,20 +36,21 @@ public:
     /// Something changed on the board: every thread that waits for a device asks it again.
     virtual void event_happened() = 0;
 
-    /// Runs the callback at that time (at once when it has passed), before any thread runs at that time, and
-    /// then tells event_happened(). Callbacks of the same time run in the order they were given.
+    /// Runs the callback at that time (at the next wait when it has passed), before any thread runs at that
+    /// time, and then event_happened(). Callbacks of the same time run in the order they were given.
     virtual void at(Microseconds time, Callback callback) = 0;
 
-    /// Called whenever the time has moved on, before anything else happens at the new time: the place to
-    /// bring the simulated world up to date.
+    /// Called whenever the time has moved on, after the callbacks of the new time and before any thread runs:
+    /// the place to look at what has become of the world.
     virtual void on_advance(AdvanceHandler handler) = 0;
 
-    /// Held while the board or its world is touched. Virtual time needs no lock: only one thread runs.
+    /// The one lock of the board and its world, held while either is touched; a thread may take it again.
+    /// Virtual time needs no lock: only one thread runs.
     virtual void lock_world() = 0;
     virtual void unlock_world() = 0;
 
-    /// The scheduler, when there is one; null on the PC's own time.
-    virtual VirtualClock* scheduler() = 0;
+    /// Who decides which of the program's threads runs.
+    virtual ThreadScheduler& scheduler() = 0;
 };
 
 /// Holds the world for as long as it lives.

@@ -2,14 +2,14 @@
 
 #include <utility>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 
 namespace vp {
 
 namespace {
 
 std::chrono::steady_clock::time_point steady_now() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     return std::chrono::steady_clock::now();
 }
 
@@ -18,7 +18,7 @@ std::chrono::steady_clock::time_point steady_now() {
 RealClock::RealClock() : start_(steady_now()) {}
 
 RealClock::~RealClock() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     {
         const std::lock_guard<std::recursive_mutex> lock(world_);
         ending_ = true;
@@ -37,12 +37,12 @@ std::chrono::steady_clock::time_point RealClock::time_point(Microseconds time) c
 }
 
 void RealClock::sleep_until(Microseconds time) {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     std::this_thread::sleep_until(time_point(time));
 }
 
 void RealClock::wait_for_device(const std::string& /*what*/, Microseconds deadline) {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     if (deadline == no_deadline) {
         changed_.wait(world_);
     } else {
@@ -52,38 +52,35 @@ void RealClock::wait_for_device(const std::string& /*what*/, Microseconds deadli
 }
 
 void RealClock::event_happened() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     changed_.notify_all();
 }
 
 void RealClock::at(Microseconds time, Callback callback) {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     const std::lock_guard<std::recursive_mutex> lock(world_);
-    callbacks_.emplace(time, std::move(callback));
+    timers_.add_callback(time, std::move(callback));
     if (!callback_thread_.joinable()) callback_thread_ = std::thread([this] { run_callbacks(); });
     scheduled_.notify_all();
 }
 
 void RealClock::run_callbacks() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     std::unique_lock<std::recursive_mutex> lock(world_);
     while (!ending_) {
-        run_due_callbacks();
+        bring_world_up_to_date();
         if (ending_) return;
-        if (callbacks_.empty()) {
-            scheduled_.wait(lock);
+        if (const std::optional<Microseconds> next = timers_.next_time()) {
+            (void)scheduled_.wait_until(lock, time_point(*next));
         } else {
-            (void)scheduled_.wait_until(lock, time_point(callbacks_.begin()->first));
+            scheduled_.wait(lock);
         }
     }
 }
 
 void RealClock::run_due_callbacks() {
-    while (!callbacks_.empty() && callbacks_.begin()->first <= now()) {
-        const Callback callback = std::move(callbacks_.begin()->second);
-        callbacks_.erase(callbacks_.begin());
-        const WorldLock up_to_date(*this);
-        callback();
+    while (const std::optional<TimerQueue::Due> due = timers_.take_due(now())) {
+        due->callback();
         event_happened();
     }
 }
@@ -91,20 +88,26 @@ void RealClock::run_due_callbacks() {
 void RealClock::on_advance(AdvanceHandler handler) { advance_handler_ = std::move(handler); }
 
 void RealClock::lock_world() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     world_.lock();
     bring_world_up_to_date();
 }
 
+// Callbacks and the handler touch the world, and so come here again.
 void RealClock::bring_world_up_to_date() {
+    if (updating_world_) return;
+    updating_world_ = true;
+    run_due_callbacks();
     const Microseconds time = now();
-    if (time <= world_time_) return;
-    world_time_ = time;
-    if (advance_handler_) advance_handler_(time);
+    if (time > world_time_) {
+        world_time_ = time;
+        if (advance_handler_) advance_handler_(time);
+    }
+    updating_world_ = false;
 }
 
 void RealClock::unlock_world() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     world_.unlock();
 }
 

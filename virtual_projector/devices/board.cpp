@@ -1,6 +1,5 @@
 #include "virtual_projector/devices/board.h"
 
-#include "virtual_projector/devices/drivers.h"
 #include "virtual_projector/world/tof_calibration.h"
 #include "virtual_projector/world/unit_record.h"
 
@@ -25,39 +24,19 @@ std::vector<std::uint8_t> initial_tof_memory(const World& world) {
 
 }  // namespace
 
-Board::Board(World& world, std::function<Microseconds()> now, const MemoryFiles& files)
+Board::Board(World& world, Clock& clock, const MemoryFiles& files)
     : world_(world),
-      now_(std::move(now)),
+      clock_(clock),
       flash_(files.flash, initial_flash(world)),
-      tof_memory_(files.tof_memory, initial_tof_memory(world)) {
-    world_.on_action([this](Microseconds time, const std::string& what) {
-        if (observer_) later([observer = observer_, time, what] { observer(time, what); });
-    });
-}
-
-void Board::on_action(std::function<void(Microseconds, const std::string&)> observer) {
-    const std::lock_guard<SpinLock> guard(lock_);
-    observer_ = std::move(observer);
-}
+      tof_memory_(files.tof_memory, initial_tof_memory(world)) {}
 
 void Board::do_later() {
     std::vector<std::function<void()>> work;
     {
-        const std::lock_guard<SpinLock> guard(lock_);
+        const WorldLock lock(clock_);
         work.swap(later_);
     }
     for (const std::function<void()>& piece : work) piece();
-}
-
-void build_board(Board& board, DeviceTable& nodes) {
-    add_motor(board, nodes);
-    add_nds01(board, nodes);
-    add_zone_grid(board, nodes);
-    add_gravity_sensor(board, nodes);
-    add_display(board, nodes);
-    add_keys(board, nodes);
-    add_fan(board, nodes);
-    add_light_engine(board, nodes);
 }
 
 }  // namespace vp

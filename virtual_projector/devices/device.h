@@ -8,10 +8,9 @@
 #include <memory>
 #include <string>
 
-namespace vp {
+#include "virtual_projector/clock/microseconds.h"
 
-/// Virtual time in microseconds since the program started.
-using Microseconds = std::int64_t;
+namespace vp {
 
 /// What a device says to one request: done with a result, or "ask again at time `until`".
 struct Answer {

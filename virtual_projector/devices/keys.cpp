@@ -30,8 +30,7 @@ class KeyFile : public OpenFile {
 public:
     KeyFile(Board& board, std::size_t next) : board_(board), next_(next) {}
 
-    // As many whole events as there are and fit. Without one the reader waits for somebody to press a key,
-    // which can be known only for the scheduled ones.
+    // As many whole events as there are and fit. Without one the reader waits for somebody to press a key.
     Answer read(void* buffer, std::size_t count) override {
         if (count < sizeof(InputEvent)) return Answer::error(EINVAL);
         return board_.with_world([&](World& world) {
@@ -42,9 +41,7 @@ public:
                 moved += sizeof(InputEvent);
                 ++next_;
             }
-            if (moved > 0) return Answer::done(static_cast<long>(moved));
-            const std::optional<Microseconds> action = world.next_action_time();
-            return action ? Answer::wait_until(*action) : Answer::wait_for_event();
+            return moved > 0 ? Answer::done(static_cast<long>(moved)) : Answer::wait_for_event();
         });
     }
 

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <utility>
 
-#include "virtual_projector/clock/virtual_clock.h"
 #include "virtual_projector/interpose/real_calls.h"
 
 namespace vp {
@@ -36,7 +35,7 @@ std::optional<BoardFiles::Entry> BoardFiles::find(int descriptor) {
 
 // What every call begins with: the turn may pass, and the plan is asked. A delay is over when this returns.
 FaultEffect BoardFiles::enter(const char* operation, const std::string& path) {
-    if (VirtualClock* scheduler = clock_.scheduler()) scheduler->touch();
+    clock_.scheduler().touch();
     FaultEffect effect;
     {
         const WorldLock lock(clock_);
@@ -65,12 +64,7 @@ std::optional<long> BoardFiles::open(const char* path, int flags) {
     const std::string name = path;
     const FaultEffect effect = enter("open", name);
     const long result = effect.error_number != 0 ? -effect.error_number : open_device(name, flags);
-    CallRecord record;
-    record.call = "open";
-    record.path = name;
-    record.argument = flags;
-    record.result = std::min(result, 0L);  // the number itself depends on what else the process has open
-    recorder_.record(record);
+    recorder_.record_open(name, flags, result);
     return result;
 }
 
@@ -99,11 +93,7 @@ std::optional<long> BoardFiles::close(int descriptor) {
         open_.erase(descriptor);
     }
     (void)real::close(descriptor);
-    CallRecord record;
-    record.call = "close";
-    record.path = entry->path;
-    record.result = result;
-    recorder_.record(record);
+    recorder_.record_close(entry->path, result);
     return result;
 }
 
@@ -114,13 +104,7 @@ std::optional<long> BoardFiles::read(int descriptor, void* buffer, std::size_t c
     if (!entry) return std::nullopt;
     const FaultEffect effect = enter("read", entry->path);
     const long result = read_with(effect, *entry, static_cast<char*>(buffer), count);
-    CallRecord record;
-    record.call = "read";
-    record.path = entry->path;
-    record.argument = static_cast<std::int64_t>(count);
-    record.result = result;
-    record.data = moved(buffer, result);
-    recorder_.record(record);
+    recorder_.record_read(entry->path, count, result, buffer);
     return result;
 }
 
@@ -163,13 +147,7 @@ std::optional<long> BoardFiles::write(int descriptor, const void* buffer, std::s
     const long result = effect.error_number != 0
                             ? -effect.error_number
                             : ask(entry->path, [&] { return entry->file->write(buffer, accepted); });
-    CallRecord record;
-    record.call = "write";
-    record.path = entry->path;
-    record.argument = static_cast<std::int64_t>(count);
-    record.result = result;
-    record.data = {static_cast<const char*>(buffer), count};
-    recorder_.record(record);
+    recorder_.record_write(entry->path, count, result, buffer);
     return result;
 }
 
@@ -178,12 +156,7 @@ std::optional<long> BoardFiles::request(int descriptor, std::uint32_t number, vo
     if (!entry) return std::nullopt;
     const FaultEffect effect = enter("ioctl", entry->path);
     const long result = request_with(effect, *entry, number, argument);
-    CallRecord record;
-    record.call = "ioctl";
-    record.path = entry->path;
-    record.argument = number;
-    record.result = result;
-    recorder_.record(record);
+    recorder_.record_request(entry->path, number, result);
     return result;
 }
 

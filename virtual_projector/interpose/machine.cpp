@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 
 namespace vp {
 namespace {
@@ -17,30 +17,29 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       files_(clock, devices, faults, recorder_),
       time_(clock, recorder_),
       polls_(clock, time_),
-      threads_(clock, faults, recorder_) {
-    if (VirtualClock* scheduler = clock.scheduler()) locks_ = std::make_unique<ThreadLocks>(*scheduler, time_);
-}
+      threads_(clock, faults, recorder_),
+      locks_(clock.scheduler(), time_) {}
 
 Machine::~Machine() { uninstall(); }
 
 void Machine::install() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     threads_.adopt_current();
     installed.store(this, std::memory_order_release);
 }
 
 void Machine::uninstall() {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     Machine* self = this;
     if (!installed.compare_exchange_strong(self, nullptr)) return;
     threads_.forget_current();
 }
 
-bool Machine::serves_this_thread() const { return clock_.scheduler() == nullptr || threads_.knows_current(); }
-
 Machine* Machine::active() {
     Machine* machine = installed.load(std::memory_order_acquire);
-    if (machine == nullptr || OwnWork::in_progress() || !machine->serves_this_thread()) return nullptr;
+    if (machine == nullptr || ReentrancyGuard::is_active() ||
+        !machine->clock_.scheduler().knows_current_thread())
+        return nullptr;
     return machine;
 }
 

@@ -2,8 +2,6 @@
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_MACHINE_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_MACHINE_H
 
-#include <memory>
-
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/devices/device.h"
 #include "virtual_projector/devices/fault_plan.h"
@@ -39,19 +37,18 @@ public:
     ProgramTime& time() { return time_; }
     ProgramPolls& polls() { return polls_; }
     ProgramThreads& threads() { return threads_; }
-    ThreadLocks* locks() { return locks_.get(); }  // null on the PC's own time
+    /// Null on the PC's own time: the C library's locks are to answer.
+    ThreadLocks* locks() { return clock_.is_virtual() ? &locks_ : nullptr; }
     Recorder& recorder() { return recorder_; }
 
 private:
-    bool serves_this_thread() const;
-
     Clock& clock_;
     Recorder recorder_;
     BoardFiles files_;
     ProgramTime time_;
     ProgramPolls polls_;
     ProgramThreads threads_;
-    std::unique_ptr<ThreadLocks> locks_;
+    ThreadLocks locks_;
 };
 
 }  // namespace vp

@@ -8,8 +8,6 @@
 namespace vp {
 namespace {
 
-constexpr Microseconds microseconds_per_millisecond = 1'000;
-constexpr Microseconds microseconds_per_second = 1'000'000;
 constexpr Microseconds look_interval_us = 10'000;
 
 fd_set copy_of(const fd_set* set) {
@@ -32,7 +30,7 @@ long ProgramPolls::look_until(Microseconds deadline, Look look) {
 }
 
 std::optional<long> ProgramPolls::poll(pollfd* descriptors, nfds_t count, int milliseconds) {
-    if (clock_.scheduler() == nullptr || milliseconds < 0) return std::nullopt;
+    if (!clock_.is_virtual() || milliseconds < 0) return std::nullopt;
     const Microseconds length = milliseconds * microseconds_per_millisecond;
     if (count == 0) return time_.sleep(length);
     return look_until(clock_.now() + length, [&]() -> long {
@@ -43,7 +41,7 @@ std::optional<long> ProgramPolls::poll(pollfd* descriptors, nfds_t count, int mi
 
 std::optional<long> ProgramPolls::select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
                                          timeval* length) {
-    if (clock_.scheduler() == nullptr || length == nullptr) return std::nullopt;
+    if (!clock_.is_virtual() || length == nullptr) return std::nullopt;
     if (length->tv_sec < 0 || length->tv_usec < 0) return -EINVAL;
     const Microseconds microseconds = length->tv_sec * microseconds_per_second + length->tv_usec;
     if (count == 0) return time_.sleep(microseconds);

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/interpose/real_calls.h"
 
 namespace vp {
@@ -37,6 +37,11 @@ std::string name_of_function(void* (*function)(void*)) {
 
 bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id, 0) != 0 && errno == ESRCH; }
 
+void set_current(ProgramThread* thread) {
+    current_thread = thread;
+    set_current_thread_identity(thread == nullptr ? nullptr : &thread->identity);
+}
+
 bool program_gave_stack(const pthread_attr_t& attributes) {
     void* base = nullptr;
     std::size_t size = 0;
@@ -46,8 +51,6 @@ bool program_gave_stack(const pthread_attr_t& attributes) {
 }
 
 }  // namespace
-
-const ProgramThread* ProgramThread::current() { return current_thread; }
 
 // Ends the thread's part in the program when its entry function returns, and also when pthread_exit unwinds.
 struct ProgramThreads::ThreadEnd {
@@ -68,49 +71,38 @@ ProgramThreads::~ProgramThreads() {
 void ProgramThreads::adopt_current() {
     auto thread = std::make_unique<ProgramThread>();
     thread->owner = this;
-    thread->number = ++last_number_;
-    thread->name = "main";
+    thread->identity = {++last_number_, "main"};
     thread->id = ::pthread_self();
-    if (VirtualClock* scheduler = clock_.scheduler()) {
-        thread->turn = scheduler->adopt_current(thread->number, thread->name);
-    }
-    current_thread = thread.get();
+    thread->turn = clock_.scheduler().adopt_current(thread->identity.number, thread->identity.name);
+    set_current(thread.get());
     threads_.push_back(std::move(thread));
 }
 
-void ProgramThreads::forget_current() { current_thread = nullptr; }
-
-bool ProgramThreads::knows_current() const {
-    return current_thread != nullptr && current_thread->owner == this;
-}
+void ProgramThreads::forget_current() { set_current(nullptr); }
 
 // --- Start -----------------------------------------------------------------------------------------------
 
 int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                            void* argument) {
-    if (VirtualClock* scheduler = clock_.scheduler()) scheduler->touch();
+    clock_.scheduler().touch();
     const WorldLock lock(clock_);
     sweep();
     auto started = std::make_unique<ProgramThread>();
     started->owner = this;
-    started->name = name_of_function(entry);
+    started->identity.name = name_of_function(entry);
     started->entry = entry;
     started->argument = argument;
-    CallRecord record;
-    record.call = "pthread_create";
-    const std::string name = started->name;
-    record.path = name;
+    const std::string name = started->identity.name;
     int failure = faults_.effect_on("pthread_create", name).error_number;
     if (failure == 0) {
-        started->number = ++last_number_;
+        started->identity.number = ++last_number_;
         failure = start(*started, attributes);
     }
     if (failure == 0) {
         *thread = started->id;
         threads_.push_back(std::move(started));
     }
-    record.result = failure == 0 ? last_number_ : -failure;
-    recorder_.record(record);
+    recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure);
     return failure;
 }
 
@@ -119,16 +111,15 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
     if (attributes == nullptr) {
         (void)::pthread_attr_init(&own);
     } else {
-        own = *attributes;  // only the stack of the copy is set anew; the copy is never destroyed
+        own = *attributes;  // only the stack of the copy is set again; the copy is never destroyed
     }
     int detach_state = PTHREAD_CREATE_JOINABLE;
     (void)::pthread_attr_getdetachstate(&own, &detach_state);
     thread.detached = detach_state == PTHREAD_CREATE_DETACHED;
     if (!program_gave_stack(own)) give_stack(thread, own);
-    VirtualClock* scheduler = clock_.scheduler();
-    if (scheduler != nullptr) thread.turn = scheduler->prepare_thread(thread.number, thread.name);
+    thread.turn = clock_.scheduler().prepare_thread(thread.identity.number, thread.identity.name);
     const int failure = real::pthread_create(&thread.id, &own, &ProgramThreads::run, &thread);
-    if (failure != 0 && scheduler != nullptr) scheduler->forget_thread(thread.turn);
+    if (failure != 0) clock_.scheduler().forget_thread(thread.turn);
     return failure;
 }
 
@@ -148,11 +139,11 @@ void* ProgramThreads::run(void* started) {
 }
 
 void ProgramThreads::begin(ProgramThread& thread) {
-    const OwnWork own;
-    current_thread = &thread;
+    const ReentrancyGuard guard;
+    set_current(&thread);
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
-    if (thread.turn != nullptr) clock_.scheduler()->begin_current(thread.turn);
+    clock_.scheduler().begin_current(thread.turn);
     call_ends();  // waiting for its first turn the thread may have moved the whole world
 }
 
@@ -160,17 +151,18 @@ void ProgramThreads::begin(ProgramThread& thread) {
 
 // With the turn gone nothing may be touched any more.
 void ProgramThreads::end(ProgramThread& thread) {
-    const OwnWork own;
+    const ReentrancyGuard guard;
     call_begins();
     {
         const WorldLock lock(clock_);
         if (thread.stack) {
-            ended_.push_back({thread.number, thread.name, thread.stack->size(), thread.stack->deepest_use()});
+            ended_.push_back({thread.identity.number, thread.identity.name, thread.stack->size(),
+                              thread.stack->deepest_use()});
         }
         thread.finished = true;
-        current_thread = nullptr;
+        set_current(nullptr);
     }
-    if (thread.turn != nullptr) clock_.scheduler()->finish_current();
+    clock_.scheduler().finish_current();
 }
 
 void ProgramThreads::exit_current() {
@@ -188,13 +180,8 @@ ProgramThread* ProgramThreads::find(pthread_t id) {
 }
 
 void ProgramThreads::wait_for_end(ProgramThread& thread) {
-    VirtualClock* scheduler = clock_.scheduler();
-    if (scheduler == nullptr) return;
-    scheduler->touch();
-    const std::string who = std::to_string(thread.number) + (thread.name.empty() ? "" : " " + thread.name);
-    while (!scheduler->is_finished(thread.turn)) {
-        (void)scheduler->wait({Wait::Kind::join, thread.turn, who}, no_deadline);
-    }
+    clock_.scheduler().touch();
+    clock_.scheduler().wait_for_end(thread.turn);
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {
@@ -246,7 +233,8 @@ std::vector<StackUse> ProgramThreads::stack_uses() const {
     std::vector<StackUse> uses = ended_;
     for (const std::unique_ptr<ProgramThread>& thread : threads_) {
         if (!thread->stack || thread->finished) continue;
-        uses.push_back({thread->number, thread->name, thread->stack->size(), thread->stack->deepest_use()});
+        uses.push_back({thread->identity.number, thread->identity.name, thread->stack->size(),
+                        thread->stack->deepest_use()});
     }
     std::sort(uses.begin(), uses.end(),
               [](const StackUse& a, const StackUse& b) { return a.thread < b.thread; });

@@ -11,8 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/clock/clock.h"
 #include "virtual_projector/devices/fault_plan.h"
+#include "virtual_projector/interpose/current_thread.h"
 #include "virtual_projector/interpose/painted_stack.h"
 #include "virtual_projector/interpose/recorder.h"
 
@@ -22,19 +23,15 @@ class ProgramThreads;
 
 struct ProgramThread {
     ProgramThreads* owner = nullptr;
-    int number = 0;
-    std::string name;  // of the entry function; empty when it has no symbol
+    ThreadIdentity identity;
     void* (*entry)(void*) = nullptr;
     void* argument = nullptr;
     pthread_t id{};
     int kernel_id = 0;
     bool detached = false;
     bool finished = false;
-    std::optional<PaintedStack> stack;     // none for the first thread, or where the program gave one
-    VirtualClock::Thread* turn = nullptr;  // null on the PC's own time
-
-    /// The calling thread's own; null when it was not started by the program.
-    static const ProgramThread* current();
+    std::optional<PaintedStack> stack;  // none for the first thread, or where the program gave one
+    ScheduledThread* turn = nullptr;    // the scheduler's record of it
 };
 
 /// How deep one thread's stack has been used.
@@ -55,7 +52,6 @@ public:
     /// Makes the calling thread the program's first, number 1, by the name "main".
     void adopt_current();
     void forget_current();
-    bool knows_current() const;
 
     // Results as those of the pthread functions of the same names.
     int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument);

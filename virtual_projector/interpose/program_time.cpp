@@ -4,13 +4,11 @@
 #include <cerrno>
 #include <utility>
 
-#include "virtual_projector/clock/own_work.h"
-#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 
 namespace vp {
 namespace {
 
-constexpr Microseconds microseconds_per_second = 1'000'000;
 constexpr long nanoseconds_per_microsecond = 1'000;
 constexpr long nanoseconds_per_second = 1'000'000'000;
 
@@ -44,19 +42,12 @@ ProgramTime::ProgramTime(Clock& clock, Recorder& recorder)
 
 void ProgramTime::on_sleep(SleepHandler handler) { sleep_handler_ = std::move(handler); }
 
-void ProgramTime::touch() const {
-    if (VirtualClock* scheduler = clock_.scheduler()) scheduler->touch();
-}
-
 // --- Sleeping --------------------------------------------------------------------------------------------
 
 long ProgramTime::sleep(Microseconds length) {
-    CallRecord record;
-    record.call = "sleep";
-    record.argument = length;
-    recorder_.record(record);
+    recorder_.record_sleep(length);
     if (sleep_handler_) {
-        const ProgramWork work;
+        const ProgramCallback callback;
         sleep_handler_(length);
     }
     clock_.sleep_until(clock_.now() + length);
@@ -74,7 +65,7 @@ std::optional<long> ProgramTime::sleep(clockid_t clock, int flags, const timespe
     if (time == nullptr) return -EFAULT;
     if (!is_valid(*time)) return -EINVAL;
     if ((flags & TIMER_ABSTIME) == 0) return sleep(microseconds_of(*time));
-    if (clock_.scheduler() == nullptr) return std::nullopt;
+    if (!clock_.is_virtual()) return std::nullopt;
     return sleep(std::max<Microseconds>(0, to_virtual(clock, *time) - clock_.now()));
 }
 
@@ -89,8 +80,8 @@ Microseconds ProgramTime::to_virtual(clockid_t clock, const timespec& time) cons
 }
 
 std::optional<long> ProgramTime::get_time(clockid_t clock, timespec* time) const {
-    if (clock_.scheduler() == nullptr || !is_boards(clock)) return std::nullopt;
-    touch();
+    if (!clock_.is_virtual() || !is_boards(clock)) return std::nullopt;
+    clock_.scheduler().touch();
     const Microseconds shown = start_of(clock) + clock_.now();
     time->tv_sec = static_cast<time_t>(shown / microseconds_per_second);
     time->tv_nsec = static_cast<long>(shown % microseconds_per_second) * nanoseconds_per_microsecond;

@@ -42,7 +42,6 @@ public:
 
 private:
     Microseconds start_of(clockid_t clock) const;
-    void touch() const;
 
     Clock& clock_;
     Recorder& recorder_;

@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/interpose/board_streams.h"
 #include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/real_calls.h"
@@ -36,7 +36,7 @@ public:
     Answering& operator=(const Answering&) = delete;
 
 private:
-    const vp::OwnWork own_;
+    const vp::ReentrancyGuard guard_;
     vp::ProgramThreads& threads_;
 };
 
@@ -181,9 +181,8 @@ int usleep(useconds_t length) {
 }
 
 unsigned sleep(unsigned seconds) {
-    constexpr vp::Microseconds second = 1'000'000;
     const auto result =
-        ask_machine([&](Machine& m) { return std::optional<long>(m.time().sleep(seconds * second)); });
+        ask_machine([&](Machine& m) { return std::optional<long>(m.time().sleep(seconds * vp::microseconds_per_second)); });
     return result ? 0 : real::sleep(seconds);
 }
 

@@ -29,7 +29,7 @@ bool is_valid(const timespec* time) { return time->tv_nsec >= 0 && time->tv_nsec
 
 }  // namespace
 
-ThreadLocks::ThreadLocks(VirtualClock& scheduler, ProgramTime& time) : scheduler_(scheduler), time_(time) {}
+ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramTime& time) : scheduler_(scheduler), time_(time) {}
 
 // --- Mutexes ---------------------------------------------------------------------------------------------
 
@@ -133,7 +133,7 @@ int ThreadLocks::broadcast(pthread_cond_t* condition) {
 namespace {
 
 template <typename Try>
-int lock_by_trying(VirtualClock& scheduler, pthread_rwlock_t* lock, Try try_lock) {
+int lock_by_trying(ThreadScheduler& scheduler, pthread_rwlock_t* lock, Try try_lock) {
     scheduler.touch();
     for (;;) {
         const int result = try_lock(lock);

@@ -12,14 +12,14 @@
 
 #include <unordered_map>
 
-#include "virtual_projector/clock/virtual_clock.h"
+#include "virtual_projector/clock/thread_scheduler.h"
 #include "virtual_projector/interpose/program_time.h"
 
 namespace vp {
 
 class ThreadLocks {
 public:
-    ThreadLocks(VirtualClock& scheduler, ProgramTime& time);
+    ThreadLocks(ThreadScheduler& scheduler, ProgramTime& time);
 
     int lock(pthread_mutex_t* mutex);
     int try_lock(pthread_mutex_t* mutex);
@@ -48,7 +48,7 @@ private:
     int lock_until(pthread_mutex_t* mutex, Microseconds deadline);
     int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
 
-    VirtualClock& scheduler_;
+    ThreadScheduler& scheduler_;
     ProgramTime& time_;
     std::unordered_map<const pthread_cond_t*, clockid_t>
         condition_clocks_;  // those that are not the wall clock

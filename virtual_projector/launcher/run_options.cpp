@@ -19,7 +19,7 @@ struct adl_serializer<std::optional<Value>> {
 namespace vp {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(RunOptions, scenario, seed, parameters, trace, trace_detail, summary, flash,
-                                   exact_stacks, real_time, preempt)
+                                   exact_stacks, real_time, preempt, schedule, record_schedule)
 
 std::string to_text(const RunOptions& options) { return nlohmann::json(options).dump(); }
 

@@ -24,7 +24,9 @@ struct RunOptions {
     std::string flash;          // file that keeps the permanent record from run to run; empty: memory
     bool exact_stacks = false;  // the summary tells the program's use of its stacks without the projector's own
     bool real_time = false;
-    double preempt = 0;  // probability that a thread loses its turn at a call
+    double preempt = 0;               // probability that a thread loses its turn at a call
+    std::string schedule = "random";  // who runs next, see run_schedule.h
+    std::string record_schedule;      // file; empty: none
 };
 
 std::string to_text(const RunOptions& options);

@@ -9,10 +9,10 @@
 #include <variant>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 
 namespace vp {
 

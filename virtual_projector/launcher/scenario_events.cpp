@@ -1,6 +1,9 @@
 #include "virtual_projector/launcher/scenario_events.h"
 
+#include <memory>
 #include <sstream>
+#include <utility>
+#include <variant>
 
 #include "virtual_projector/world/parameters.h"
 
@@ -45,48 +48,67 @@ void block(World& world, const BlockEvent& event, double distance_mm) {
     for (const std::string& zone : event.zones) world.set("tof.blocked_" + zone + "_mm", distance_mm);
 }
 
-struct Scheduler {
-    const ScenarioEvent& event;
+// Does the event. One overload for each kind.
+struct Happening {
     const EventTargets& targets;
 
-    void in_world(Microseconds at, std::string what, std::function<void(World&)> action) const {
-        targets.world.at(at, std::move(what), std::move(action));
-        // The world acts when it is next looked at; this looks, and wakes whoever waits for a device.
-        targets.at(at, [] {});
-    }
     void operator()(const SetEvent& set) const {
-        in_world(event.at, words_of(event), [set](World& world) { set_all(world, set.values); });
+        targets.with_world([&](World& world) { set_all(world, set.values); });
     }
     void operator()(const GestureEvent& gesture) const {
-        in_world(event.at, words_of(event), [gesture](World& world) {
+        targets.with_world([&](World& world) {
             world.begin({gesture.kind, gesture.duration, pose_after(world, gesture.to)});
         });
     }
     void operator()(const BlockEvent& blocked) const {
-        in_world(event.at, words_of(event),
-                 [blocked](World& world) { block(world, blocked, blocked.distance_mm); });
-        if (!blocked.duration) return;
-        in_world(event.at + *blocked.duration, "the way is free again",
-                 [blocked](World& world) { block(world, blocked, 0); });
+        targets.with_world([&](World& world) { block(world, blocked, blocked.distance_mm); });
     }
     void operator()(const KeyPress& key) const {
-        in_world(event.at, words_of(event), [key](World& world) { world.key(key.code, key.value); });
+        targets.with_world([&](World& world) { world.key(key.code, key.value); });
     }
-    void operator()(const FaultRule& rule) const {
-        const EventTargets to = targets;
-        targets.at(event.at, [to, rule, at = event.at, what = words_of(event)] {
-            to.faults.add(rule);
-            to.tell(at, what);
-        });
-    }
-    void operator()(const ClearFaults&) const {
-        const EventTargets to = targets;
-        targets.at(event.at, [to, at = event.at, what = words_of(event)] {
-            to.faults.clear();
-            to.tell(at, what);
-        });
-    }
+    void operator()(const FaultRule& rule) const { targets.faults.add(rule); }
+    void operator()(const ClearFaults&) const { targets.faults.clear(); }
 };
+
+bool changes_faults(const ScenarioEvent& event) {
+    return std::holds_alternative<FaultRule>(event.action) || std::holds_alternative<ClearFaults>(event.action);
+}
+
+using Targets = std::shared_ptr<const EventTargets>;
+
+void schedule_fault_event(const ScenarioEvent& event, const Targets& targets) {
+    targets->at(event.at, [event, targets] {
+        std::visit(Happening{*targets}, event.action);
+        targets->log_fault_event(event.at, words_of(event));
+    });
+}
+
+void schedule_world_change(Microseconds at, std::function<void()> change, const Targets& targets) {
+    if (at > 0) {
+        targets->at(at, std::move(change));
+    } else {
+        change();
+    }
+}
+
+void schedule_world_event(const ScenarioEvent& event, const Targets& targets) {
+    schedule_world_change(
+        event.at,
+        [event, targets] {
+            std::visit(Happening{*targets}, event.action);
+            targets->log_world_event(event.at, words_of(event));
+        },
+        targets);
+    const auto* const blocked = std::get_if<BlockEvent>(&event.action);
+    if (blocked == nullptr || !blocked->duration) return;
+    schedule_world_change(
+        event.at + *blocked->duration,
+        [blocked = *blocked, end = event.at + *blocked->duration, targets] {
+            targets->with_world([&](World& world) { block(world, blocked, 0); });
+            targets->log_world_event(end, "the way is free again");
+        },
+        targets);
+}
 
 }  // namespace
 
@@ -94,9 +116,15 @@ std::string words_of(const ScenarioEvent& event) {
     return event.what.empty() ? std::visit(Words{}, event.action) : event.what;
 }
 
-void schedule(const Scenario& scenario, const EventTargets& targets) {
-    for (const FaultRule& rule : scenario.faults) targets.faults.add(rule);
-    for (const ScenarioEvent& event : scenario.events) std::visit(Scheduler{event, targets}, event.action);
+void schedule(const Scenario& scenario, EventTargets event_targets) {
+    const auto targets = std::make_shared<const EventTargets>(std::move(event_targets));
+    for (const FaultRule& rule : scenario.faults) targets->faults.add(rule);
+    for (const ScenarioEvent& event : scenario.events) {
+        if (!changes_faults(event)) schedule_world_event(event, targets);
+    }
+    for (const ScenarioEvent& event : scenario.events) {
+        if (changes_faults(event)) schedule_fault_event(event, targets);
+    }
 }
 
 }  // namespace vp

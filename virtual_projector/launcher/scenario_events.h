@@ -10,16 +10,21 @@
 
 namespace vp {
 
-/// Where events go. `at` runs something at a time, before any thread of the program runs at that time; `tell`
-/// hears of events that the world does not tell by itself.
+/// Where events go.
 struct EventTargets {
-    World& world;
-    FaultPlan& faults;
+    /// Runs something at a time, before any thread of the program runs at that time.
     std::function<void(Microseconds, std::function<void()>)> at;
-    std::function<void(Microseconds, const std::string&)> tell;
+    /// Lets something be done to the world, now.
+    std::function<void(const std::function<void(World&)>&)> with_world;
+    FaultPlan& faults;
+    /// Hear of each event, in words, when it has happened.
+    std::function<void(Microseconds, const std::string&)> log_world_event;
+    std::function<void(Microseconds, const std::string&)> log_fault_event;
 };
 
-void schedule(const Scenario& scenario, const EventTargets& targets);
+/// Schedules each event once. Those that change the world at time 0 happen at once: the run begins with them.
+/// At the same time what changes the world comes before what changes the faults.
+void schedule(const Scenario& scenario, EventTargets targets);
 
 /// An event in words: its own, or made from what it does.
 std::string words_of(const ScenarioEvent& event);

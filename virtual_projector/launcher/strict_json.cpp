@@ -11,7 +11,6 @@ namespace vp {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using Event = Json::parse_event_t;
 
 // Far deeper than any scenario. What looks at a document later may call itself for each level.
 constexpr std::size_t max_levels = 32;
@@ -21,30 +20,49 @@ std::string line_of(const std::string& text, std::size_t byte) {
     return std::to_string(1 + std::count(text.begin(), end, '\n'));
 }
 
-// Follows the parser, so that a mistake can be told with its place.
-class Walk {
+// Reads along, value for value, and throws for a mistake with its place. The document itself is made when there
+// is none: a parser that asks somebody about each value looks through a whole list again for each object in it.
+class Walk : public nlohmann::json_sax<Json> {
 public:
-    explicit Walk(std::string root) : root_(std::move(root)) {}
+    Walk(const std::string& text, std::string root) : text_(text), root_(std::move(root)) {}
 
-    void follow(Event event, const Json& parsed) {
-        if (event == Event::object_start || event == Event::array_start) {
-            enter(event == Event::array_start);
-        } else if (event == Event::key) {
-            name(parsed.get<std::string>());
-        } else {
-            if (event != Event::value) levels_.pop_back();
-            if (!levels_.empty()) ++levels_.back().values;
-        }
+    bool null() override { return pass_value(); }
+    bool boolean(bool /*value*/) override { return pass_value(); }
+    bool number_integer(number_integer_t /*value*/) override { return pass_value(); }
+    bool number_unsigned(number_unsigned_t /*value*/) override { return pass_value(); }
+    bool number_float(number_float_t /*value*/, const string_t& /*text*/) override { return pass_value(); }
+    bool string(string_t& /*value*/) override { return pass_value(); }
+    bool binary(binary_t& /*value*/) override { return pass_value(); }
+
+    bool start_object(std::size_t /*size*/) override { return enter(false); }
+    bool start_array(std::size_t /*size*/) override { return enter(true); }
+    bool end_object() override { return leave(); }
+    bool end_array() override { return leave(); }
+
+    bool key(string_t& member) override {
+        Level& level = levels_.back();
+        const bool has_dots = member.find('.') != std::string::npos;
+        level.member = level.place + (has_dots ? "[\"" + member + "\"]" : "." + member);
+        if (!level.names.insert(member).second)
+            throw LocatedError(level.member + ": expected once, found again");
+        return true;
     }
 
-    /// Where the value stands that comes next.
+    bool parse_error(std::size_t position, const std::string& /*token*/,
+                     const nlohmann::detail::exception& mistake) override {
+        if (dynamic_cast<const nlohmann::json::out_of_range*>(&mistake) != nullptr)
+            throw LocatedError(place() + ": expected a number that can be stored, found one that is too large");
+        throw LocatedError(root_ + ": expected JSON, found a mistake in line " + line_of(text_, position));
+    }
+
+private:
+    // Where the value stands that comes next.
     std::string place() const {
         if (levels_.empty()) return root_;
         const Level& level = levels_.back();
         return level.is_list ? level.place + "[" + std::to_string(level.values) + "]" : level.member;
     }
 
-private:
     struct Level {
         std::string place;
         bool is_list = false;
@@ -53,21 +71,25 @@ private:
         std::set<std::string> names;
     };
 
-    void enter(bool is_list) {
+    bool enter(bool is_list) {
         if (levels_.size() == max_levels)
             throw LocatedError(root_ + ": expected at most " + std::to_string(max_levels) + " levels");
         const std::string here = place();
         levels_.push_back({here, is_list, 0, here, {}});
+        return true;
     }
 
-    void name(const std::string& member) {
-        Level& level = levels_.back();
-        const bool has_dots = member.find('.') != std::string::npos;
-        level.member = level.place + (has_dots ? "[\"" + member + "\"]" : "." + member);
-        if (!level.names.insert(member).second)
-            throw LocatedError(level.member + ": expected once, found again");
+    bool leave() {
+        levels_.pop_back();
+        return pass_value();
     }
 
+    bool pass_value() {
+        if (!levels_.empty()) ++levels_.back().values;
+        return true;
+    }
+
+    const std::string& text_;
     std::string root_;
     std::vector<Level> levels_;
 };
@@ -75,19 +97,9 @@ private:
 }  // namespace
 
 Json parse_strictly(const std::string& text, const std::string& name) {
-    const std::string root = name + ": $";
-    Walk walk(root);
-    try {
-        return Json::parse(text, [&walk](int, Event event, const Json& parsed) {
-            walk.follow(event, parsed);
-            return true;
-        });
-    } catch (const nlohmann::json::parse_error& error) {
-        throw LocatedError(root + ": expected JSON, found a mistake in line " + line_of(text, error.byte));
-    } catch (const nlohmann::json::out_of_range&) {
-        throw LocatedError(walk.place() +
-                           ": expected a number that can be stored, found one that is too large");
-    }
+    Walk walk(text, name + ": $");
+    (void)Json::sax_parse(text, &walk);
+    return Json::parse(text);
 }
 
 }  // namespace vp

@@ -7,10 +7,10 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/report/library_log.h"
 #include "virtual_projector/report/trace_reader.h"
 #include "virtual_projector/world/picture.h"
-#include "virtual_projector/world/time.h"
 
 namespace vp {
 namespace {

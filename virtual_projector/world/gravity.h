@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 #include "virtual_projector/world/vector.h"
 
 namespace vp {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 #include "virtual_projector/world/vector.h"
 
 namespace vp {

@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <deque>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/side.h"
-#include "virtual_projector/world/time.h"
 
 namespace vp {
 

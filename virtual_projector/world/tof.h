@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 #include "virtual_projector/world/tof_optics.h"
 
 namespace vp {

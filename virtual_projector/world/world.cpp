@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 #include "virtual_projector/world/noise.h"
 #include "virtual_projector/world/optics.h"
@@ -27,22 +26,7 @@ World::World(std::uint64_t seed)
 }
 
 void World::advance_to(Microseconds now) {
-    take_due_actions(now);
-    if (now > now_) advance_physics(now);
-}
-
-// An action may schedule further ones, so the list is looked at again each time.
-void World::take_due_actions(Microseconds now) {
-    while (!actions_.empty() && actions_.front().time <= now) {
-        const Action action = std::move(actions_.front());
-        actions_.erase(actions_.begin());
-        if (action.time > now_) advance_physics(action.time);
-        action.happen(*this);
-        if (observer_) observer_(now_, action.what);
-    }
-}
-
-void World::advance_physics(Microseconds now) {
+    if (now <= now_) return;
     now_ = now;
     motor_.advance_to(now, settings_.lens);
     settings_.heat.led_c = led_at(now);
@@ -50,21 +34,6 @@ void World::advance_physics(Microseconds now) {
     settings_.pose = hand.meant;
     pose_ = hand.pose;
     hand_acceleration_g_ = hand.acceleration_g;
-}
-
-void World::at(Microseconds time, std::string what, std::function<void(World&)> action) {
-    const auto later = std::upper_bound(actions_.begin(), actions_.end(), time,
-                                        [](Microseconds t, const Action& a) { return t < a.time; });
-    actions_.insert(later, {time, std::move(what), std::move(action)});
-}
-
-std::optional<Microseconds> World::next_action_time() const {
-    if (actions_.empty()) return std::nullopt;
-    return actions_.front().time;
-}
-
-void World::on_action(std::function<void(Microseconds, const std::string&)> observer) {
-    observer_ = std::move(observer);
 }
 
 // A pose that is set is taken at once, out of any hand. An LED temperature that is set stays.

@@ -1,32 +1,32 @@
 // The simulated world: one projector before one wall, at one time.
 //
 // Nothing here runs by itself. Whoever wants to know something says what time it is (advance_to) and asks;
-// the world then works out all that has happened since: motor steps, heat, hands, and the actions that were
-// scheduled. Each happens at its own exact time, however late the question comes, so the answers do not
-// depend on how often somebody asked. Not safe for threads: the board that owns it takes a lock.
+// the world then works out all that has happened since: motor steps, heat, hands. The answers do not depend on
+// how often somebody asked. What somebody does to the world happens at the time to which it was last advanced.
+// Not safe for threads: the board that owns it takes a lock.
 //
 //     World world(seed);
 //     world.set("pose.pitch_deg", 12);
-//     world.at(microseconds(5), "somebody shakes it", [](World& w) { w.begin({GestureKind::shake, 2000000,
-//     {}}); }); world.advance_to(now); double sharp = world.truth().sharpness;
+//     world.advance_to(microseconds(5));
+//     world.begin({GestureKind::shake, microseconds(2), {}});
+//     world.advance_to(now);
+//     double sharp = world.truth().sharpness;
 #ifndef VIRTUAL_PROJECTOR_WORLD_WORLD_H
 #define VIRTUAL_PROJECTOR_WORLD_WORLD_H
 
 #include <array>
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/lens.h"
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/picture.h"
 #include "virtual_projector/world/settings.h"
-#include "virtual_projector/world/time.h"
 #include "virtual_projector/world/tof.h"
 #include "virtual_projector/world/wall.h"
 
@@ -63,19 +63,9 @@ public:
     std::uint64_t seed() const { return seed_; }
 
     // --- Time --------------------------------------------------------------------------------------
-    /// Lets everything happen that is due until `now`. A time in the past changes nothing.
+    /// Works out what has become of everything at `now`. A time in the past changes nothing.
     void advance_to(Microseconds now);
     Microseconds now() const { return now_; }
-
-    /// Lets `action` happen at its time (at once, with the next advance, when that has passed). Actions of
-    /// the same time happen in the order in which they were scheduled. `what` says it in words.
-    void at(Microseconds time, std::string what, std::function<void(World&)> action);
-
-    /// The time of the next scheduled action, if there is one.
-    std::optional<Microseconds> next_action_time() const;
-
-    /// Called after each scheduled action with its time and words.
-    void on_action(std::function<void(Microseconds, const std::string&)> observer);
 
     // --- Parameters --------------------------------------------------------------------------------
     const Settings& settings() const { return settings_; }
@@ -125,18 +115,11 @@ public:
     Truth truth() const;
 
 private:
-    struct Action {
-        Microseconds time = 0;
-        std::string what;
-        std::function<void(World&)> happen;
-    };
     struct HeatCourse {  // the LED goes from one temperature to another, slower and slower
         Microseconds start = 0;
         double from_c = 0;
     };
 
-    void advance_physics(Microseconds now);
-    void take_due_actions(Microseconds now);
     void restart_heat();
     double led_at(Microseconds time) const;
 
@@ -150,8 +133,6 @@ private:
     Vec3 hand_acceleration_g_;
     Display display_;
     std::vector<KeyEvent> keys_;
-    std::vector<Action> actions_;  // by time
-    std::function<void(Microseconds, const std::string&)> observer_;
 };
 
 }  // namespace vp

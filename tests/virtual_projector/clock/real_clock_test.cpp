@@ -21,7 +21,7 @@ TEST(RealTime, PassesByItself) {
     EXPECT_GE(before, 0);
     clock.sleep_until(before + moment);
     EXPECT_GE(clock.now(), before + moment);
-    EXPECT_EQ(clock.scheduler(), nullptr);
+    EXPECT_FALSE(clock.is_virtual());
 }
 
 TEST(RealTime, CallbacksRunInTheOrderOfTheirTimesWithTheWorldHeld) {
@@ -70,6 +70,37 @@ TEST(RealTime, TheWorldIsBroughtUpToDateWhenItIsHeld) {
     const WorldLock lock(clock);
     ASSERT_EQ(times.size(), 1U);
     EXPECT_GE(times[0], moment);
+}
+
+TEST(RealTime, TheWorldIsBroughtUpToDateAfterADeviceWait) {
+    RealClock clock;
+    Microseconds world_time = 0;
+    clock.on_advance([&](Microseconds now) { world_time = now; });
+    const WorldLock lock(clock);
+    const Microseconds until = clock.now() + moment;
+    while (clock.now() < until) clock.wait_for_device("", until);
+    EXPECT_GE(world_time, until);
+}
+
+TEST(RealTime, WhoeverHoldsTheWorldFindsDueCallbacksDone) {
+    RealClock clock;
+    const WorldLock lock(clock);  // keeps the clock's own thread waiting
+    bool ran = false;
+    clock.at(clock.now() + moment, [&] {
+        const WorldLock once_more(clock);
+        ran = true;
+    });
+    clock.sleep_until(clock.now() + moment);
+    const WorldLock again(clock);
+    EXPECT_TRUE(ran);
+}
+
+TEST(RealTime, AnyThreadIsOneOfTheKernels) {
+    RealClock clock;
+    EXPECT_TRUE(clock.scheduler().knows_current_thread());
+    EXPECT_EQ(clock.scheduler().prepare_thread(2, "worker"), nullptr);
+    clock.scheduler().touch();
+    EXPECT_EQ(clock.scheduler().figures().points, 0U);
 }
 
 TEST(RealTime, EndsWithCallbacksStillToCome) {

@@ -7,58 +7,21 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
-#include <thread>
-#include <vector>
+#include <utility>
+
+#include "tests/virtual_projector/clock/crew.h"
 
 namespace {
 
+using clock_test::Crew;
+using clock_test::Lines;
+using clock_test::seeded;
 using vp::Microseconds;
 using vp::no_deadline;
-using vp::VirtualClock;
+using vp::ScheduledThread;
 using vp::Wait;
-using Lines = std::vector<std::string>;
-
-VirtualClock::Options seeded(std::uint64_t seed, double preempt = 0.0) {
-    VirtualClock::Options options;
-    options.seed = seed;
-    options.preempt = preempt;
-    return options;
-}
-
-// Threads on a virtual clock, started straight on it; the test's own thread is number 1, "main".
-class Crew {
-public:
-    explicit Crew(const VirtualClock::Options& options = {}) : clock(options) {
-        clock.adopt_current(1, "main");
-    }
-    ~Crew() {
-        sleep(end_of_all_work);
-        for (std::thread& thread : threads_) thread.join();
-    }
-    Crew(const Crew&) = delete;
-    Crew& operator=(const Crew&) = delete;
-
-    VirtualClock::Thread* start(const std::string& name, std::function<void()> body) {
-        VirtualClock::Thread* thread = clock.prepare_thread(static_cast<int>(threads_.size()) + 2, name);
-        threads_.emplace_back([this, thread, body = std::move(body)] {
-            clock.begin_current(thread);
-            body();
-            clock.finish_current();
-        });
-        return thread;
-    }
-
-    void say(const std::string& what) { said.push_back(std::to_string(clock.now()) + " " + what); }
-    void sleep(Microseconds length) { clock.sleep_until(clock.now() + length); }
-
-    VirtualClock clock;
-    Lines said;
-
-private:
-    static constexpr Microseconds end_of_all_work = 1'000'000'000;
-    std::vector<std::thread> threads_;
-};
 
 TEST(VirtualTime, StartsAtZeroAndPassesOnlyWhileThreadsWait) {
     Crew crew;
@@ -103,7 +66,37 @@ TEST(VirtualTime, CallbacksRunBeforeAnyThreadOfThatTimeInTheOrderGiven) {
     crew.clock.on_advance([&](Microseconds now) { crew.said.push_back("time " + std::to_string(now)); });
     crew.sleep(10);
     crew.say("thread");
-    EXPECT_EQ(crew.said, (Lines{"time 5", "5 first", "time 10", "10 second", "10 third", "10 thread"}));
+    EXPECT_EQ(crew.said, (Lines{"5 first", "time 5", "10 second", "10 third", "time 10", "10 thread"}));
+}
+
+TEST(VirtualTime, CallbacksRunBeforeSleepersOfThatTimeEvenWhenGivenLater) {
+    Crew crew;
+    crew.start("sleeper", [&] {
+        crew.sleep(10);
+        crew.say("sleeper");
+    });
+    crew.sleep(5);
+    crew.clock.at(10, [&] { crew.say("callback"); });
+    crew.sleep(20);
+    EXPECT_EQ(crew.said, (Lines{"10 callback", "10 sleeper"}));
+}
+
+TEST(VirtualTime, CallbacksComeInTheOrderOfTheirTimesHoweverManyThereAre) {
+    constexpr int count = 200'000;
+    Crew crew;
+    Microseconds last = 0;
+    int ran = 0;
+    for (int i = 0; i < count; ++i) {
+        const Microseconds time = 1 + (i * Microseconds{7919}) % count;
+        crew.clock.at(time, [&, time] {
+            EXPECT_EQ(crew.clock.now(), time);
+            EXPECT_GE(time, last);
+            last = time;
+            ++ran;
+        });
+    }
+    crew.sleep(count);
+    EXPECT_EQ(ran, count);
 }
 
 TEST(VirtualTime, ACallbackMaySetTheNextOne) {
@@ -130,12 +123,12 @@ TEST(Waiting, EndsWhenWokenOrAtTheDeadline) {
     int object = 0;
     crew.start("waker", [&] {
         crew.sleep(10);
-        EXPECT_TRUE(crew.clock.wake_one(&object));
-        EXPECT_FALSE(crew.clock.wake_one(&object));
+        EXPECT_TRUE(crew.scheduler.wake_one(&object));
+        EXPECT_FALSE(crew.scheduler.wake_one(&object));
     });
-    EXPECT_TRUE(crew.clock.wait({Wait::Kind::condition, &object, ""}, 50));
+    EXPECT_TRUE(crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 50));
     EXPECT_EQ(crew.clock.now(), 10);
-    EXPECT_FALSE(crew.clock.wait({Wait::Kind::condition, &object, ""}, 30));
+    EXPECT_FALSE(crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 30));
     EXPECT_EQ(crew.clock.now(), 30);
     crew.sleep(100);  // the deadline of the first wait is long forgotten
     EXPECT_EQ(crew.clock.now(), 130);
@@ -147,15 +140,15 @@ TEST(Waiting, TheLongestWaiterIsWokenFirst) {
     for (const char* name : {"a", "b", "c"}) {
         crew.start(name, [&, name] {
             crew.sleep(name[0]);
-            crew.clock.wait({Wait::Kind::condition, &object, ""}, no_deadline);
+            crew.scheduler.wait({Wait::Kind::condition, &object, ""}, no_deadline);
             crew.say(name);
         });
     }
     crew.sleep(200);
-    crew.clock.wake_one(&object);
+    crew.scheduler.wake_one(&object);
     crew.sleep(10);
     EXPECT_EQ(crew.said, Lines{"200 a"});
-    crew.clock.wake_all(&object);
+    crew.scheduler.wake_all(&object);
     crew.sleep(10);
     EXPECT_EQ(crew.said.size(), 3U);
 }
@@ -179,29 +172,29 @@ TEST(Waiting, DeviceWaitsEndWithAnEventOrACallback) {
 
 TEST(Waiting, TheEndOfAThreadWakesThoseWhoWaitForIt) {
     Crew crew;
-    VirtualClock::Thread* worker = crew.start("worker", [&] { crew.sleep(70); });
-    EXPECT_FALSE(crew.clock.is_finished(worker));
-    crew.clock.wait({Wait::Kind::join, worker, "2"}, no_deadline);
-    EXPECT_TRUE(crew.clock.is_finished(worker));
+    ScheduledThread* worker = crew.start("worker", [&] { crew.sleep(70); });
+    EXPECT_FALSE(worker->state == ScheduledThread::State::finished);
+    crew.scheduler.wait({Wait::Kind::join, worker, "2"}, no_deadline);
+    EXPECT_TRUE(worker->state == ScheduledThread::State::finished);
     EXPECT_EQ(crew.clock.now(), 70);
 }
 
 // Six threads that meet at the same times, with an object of which one at a time may be the holder.
-Lines crowded_run(const VirtualClock::Options& options) {
-    Crew crew(options);
+Lines crowded_run(std::unique_ptr<vp::SchedulePolicy> policy) {
+    Crew crew(std::move(policy));
     int object = 0;
     bool taken = false;
     for (int i = 0; i < 6; ++i) {
         crew.start("t" + std::to_string(i), [&, i] {
             for (int round = 0; round < 20; ++round) {
-                while (taken) crew.clock.wait({Wait::Kind::mutex, &object, ""}, no_deadline);
+                while (taken) crew.scheduler.wait({Wait::Kind::mutex, &object, ""}, no_deadline);
                 taken = true;
                 crew.say(std::to_string(i));
-                crew.clock.touch();
+                crew.scheduler.touch();
                 crew.sleep(round % 3);
                 taken = false;
-                crew.clock.wake_all(&object);
-                crew.clock.touch();
+                crew.scheduler.wake_all(&object);
+                crew.scheduler.touch();
                 crew.sleep(5);
             }
         });
@@ -229,28 +222,28 @@ TEST(Order, DiffersWithTheSeedAndWithPreemption) {
 TEST(Order, WithoutPreemptionATurnIsKeptUntilTheThreadWaits) {
     Crew crew;
     crew.start("other", [&] { crew.say("other"); });
-    for (int i = 0; i < 900; ++i) crew.clock.touch();
+    for (int i = 0; i < 900; ++i) crew.scheduler.touch();
     EXPECT_EQ(crew.said, Lines{});
 }
 
 TEST(Order, WithCertainPreemptionEveryCallMayPassTheTurn) {
     Crew crew(seeded(1, 1.0));
     crew.start("other", [&] { crew.say("other"); });
-    for (int i = 0; i < 50; ++i) crew.clock.touch();
+    for (int i = 0; i < 50; ++i) crew.scheduler.touch();
     EXPECT_EQ(crew.said, Lines{"0 other"});
 }
 
 TEST(Calls, CostTimeOnlyForAThreadThatNeverWaits) {
-    VirtualClock::Options options;
-    options.free_calls = 100;
-    options.call_cost_us = 5;
-    Crew crew(options);
-    for (int i = 0; i < 100; ++i) crew.clock.touch();
+    vp::CallCost cost;
+    cost.free_calls = 100;
+    cost.call_us = 5;
+    Crew crew(seeded(1), cost);
+    for (int i = 0; i < 100; ++i) crew.scheduler.touch();
     EXPECT_EQ(crew.clock.now(), 0);
-    for (int i = 0; i < 3; ++i) crew.clock.touch();
+    for (int i = 0; i < 3; ++i) crew.scheduler.touch();
     EXPECT_EQ(crew.clock.now(), 15);
     crew.sleep(1);
-    for (int i = 0; i < 100; ++i) crew.clock.touch();
+    for (int i = 0; i < 100; ++i) crew.scheduler.touch();
     EXPECT_EQ(crew.clock.now(), 16);
 }
 
@@ -261,35 +254,35 @@ TEST(Calls, APollingThreadLetsTheOthersGoOn) {
         crew.sleep(1000);
         done = true;
     });
-    while (!done) crew.clock.touch();
+    while (!done) crew.scheduler.touch();
     EXPECT_EQ(crew.clock.now(), 1000);
 }
 
 TEST(Holding, NamesTheHolderUntilTheLastRelease) {
     Crew crew;
     int object = 0;
-    EXPECT_FALSE(crew.clock.is_held_by_current(&object));
-    crew.clock.hold(&object);
-    crew.clock.hold(&object);
-    crew.clock.release(&object);
-    EXPECT_TRUE(crew.clock.is_held_by_current(&object));
-    crew.clock.release(&object);
-    EXPECT_FALSE(crew.clock.is_held_by_current(&object));
+    EXPECT_FALSE(crew.scheduler.is_held_by_current(&object));
+    crew.scheduler.hold(&object);
+    crew.scheduler.hold(&object);
+    crew.scheduler.release(&object);
+    EXPECT_TRUE(crew.scheduler.is_held_by_current(&object));
+    crew.scheduler.release(&object);
+    EXPECT_FALSE(crew.scheduler.is_held_by_current(&object));
 }
 
 TEST(Holding, OnlyTheLastReleaseWakesTheWaiters) {
     Crew crew;
     int object = 0;
     crew.start("waiter", [&] {
-        crew.clock.wait({Wait::Kind::mutex, &object, ""}, no_deadline);
+        crew.scheduler.wait({Wait::Kind::mutex, &object, ""}, no_deadline);
         crew.say("woken");
     });
-    crew.clock.hold(&object);
-    crew.clock.hold(&object);
+    crew.scheduler.hold(&object);
+    crew.scheduler.hold(&object);
     crew.sleep(10);
-    crew.clock.release(&object);
+    crew.scheduler.release(&object);
     crew.sleep(10);
-    crew.clock.release(&object);
+    crew.scheduler.release(&object);
     crew.sleep(10);
     EXPECT_EQ(crew.said, Lines{"20 woken"});
 }
@@ -299,18 +292,18 @@ void run_stuck() {
     static int mutex = 0;
     static int condition = 0;
     Crew crew;
-    VirtualClock::Thread* worker = crew.start("worker", [&] {
-        crew.clock.hold(&mutex);
+    ScheduledThread* worker = crew.start("worker", [&] {
+        crew.scheduler.hold(&mutex);
         crew.sleep(1'500'000);
-        crew.clock.wait({Wait::Kind::condition, &condition, "ready"}, no_deadline);
+        crew.scheduler.wait({Wait::Kind::condition, &condition, "ready"}, no_deadline);
     });
     crew.start("", [&] {
         crew.sleep(10);
-        crew.clock.wait({Wait::Kind::mutex, &mutex, "mutex_focus"}, no_deadline);
+        crew.scheduler.wait({Wait::Kind::mutex, &mutex, "mutex_focus"}, no_deadline);
     });
     crew.start("done", [&] {});
     crew.start("reader", [&] { crew.clock.wait_for_device("/dev/input/event6", no_deadline); });
-    crew.clock.wait({Wait::Kind::join, worker, "2 worker"}, no_deadline);
+    crew.scheduler.wait({Wait::Kind::join, worker, "2 worker"}, no_deadline);
 }
 
 constexpr const char* stuck_table =
@@ -329,11 +322,11 @@ TEST(StuckDeathTest, EndsTheProcessWithATableOfWhatEachThreadWaitsFor) {
 TEST(StuckDeathTest, TheHandlerComesInPlaceOfTheDefault) {
     const auto run = [] {
         Crew crew;
-        crew.clock.on_stuck([](const std::string& table) {
+        crew.scheduler.on_stuck([](const std::string& table) {
             std::fputs(table.c_str(), stderr);
             std::_Exit(3);
         });
-        crew.clock.wait({Wait::Kind::condition, &crew, ""}, no_deadline);
+        crew.scheduler.wait({Wait::Kind::condition, &crew, ""}, no_deadline);
     };
     EXPECT_EXIT(run(), ::testing::ExitedWithCode(3), "1  main: condition, since 0.000000 s, no deadline");
 }
@@ -342,7 +335,7 @@ TEST(StuckDeathTest, TheEndOfAThreadMayLeaveTheOthersStuck) {
     const auto run = [] {
         Crew crew;
         crew.start("short", [] {});
-        crew.clock.wait({Wait::Kind::condition, &crew, ""}, no_deadline);
+        crew.scheduler.wait({Wait::Kind::condition, &crew, ""}, no_deadline);
     };
     EXPECT_EXIT(run(), is_stuck_exit, "No thread can go on at 0.000000 s");
 }
@@ -351,12 +344,12 @@ TEST(Table, TellsWhoRunsAndWhoWaitsUntilWhen) {
     Crew crew;
     crew.start("sleeper", [&] { crew.sleep(2'000'000); });
     crew.start("ready", [] {});
-    EXPECT_EQ(crew.clock.table(),
+    EXPECT_EQ(crew.scheduler.table(),
               "   1  main: runs\n"
               "   2  sleeper: its turn\n"
               "   3  ready: its turn\n");
     crew.sleep(10);
-    EXPECT_EQ(crew.clock.table(),
+    EXPECT_EQ(crew.scheduler.table(),
               "   1  main: runs\n"
               "   2  sleeper: sleep, since 0.000000 s, until 2.000000 s\n");
 }

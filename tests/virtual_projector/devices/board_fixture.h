@@ -10,12 +10,37 @@
 #include <memory>
 #include <string>
 
+#include "virtual_projector/clock/clock.h"
+#include "virtual_projector/clock/kernel_threads.h"
 #include "virtual_projector/devices/board.h"
+#include "virtual_projector/devices/build_board.h"
 
 namespace vp {
 
+/// A clock of which the test turns the hands.
+class HandClock final : public Clock {
+public:
+    explicit HandClock(const Microseconds& now) : now_(now) {}
+
+    Microseconds now() const override { return now_; }
+    bool is_virtual() const override { return true; }
+    void sleep_until(Microseconds /*time*/) override {}
+    void wait_for_device(const std::string& /*what*/, Microseconds /*deadline*/) override {}
+    void event_happened() override {}
+    void at(Microseconds /*time*/, Callback /*callback*/) override {}
+    void on_advance(AdvanceHandler /*handler*/) override {}
+    void lock_world() override {}
+    void unlock_world() override {}
+    ThreadScheduler& scheduler() override { return threads_; }
+
+private:
+    const Microseconds& now_;
+    KernelThreads threads_;
+};
+
 struct BoardTest : ::testing::Test {
     Microseconds now = 0;
+    HandClock clock{now};
     World world{1};
     std::unique_ptr<Board> board;
     DeviceTable nodes;
@@ -25,8 +50,7 @@ struct BoardTest : ::testing::Test {
     // Once more, after parameters that count at the factory were set.
     void build(const MemoryFiles& files = {}) {
         nodes = DeviceTable();
-        board = std::make_unique<Board>(
-            world, [this] { return now; }, files);
+        board = std::make_unique<Board>(world, clock, files);
         build_board(*board, nodes);
     }
     void set(std::string_view name, double value) { ASSERT_EQ(world.set(name, value), ""); }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tests/virtual_projector/devices/board_fixture.h"
+#include "virtual_projector/clock/real_clock.h"
 
 namespace vp {
 namespace {
@@ -32,27 +33,21 @@ TEST_F(BoardTest, DoesWhatIsLeftForLaterOutOfTheLock) {
     EXPECT_TRUE(done);
 }
 
-TEST_F(BoardTest, TellsOfScheduledActionsOutOfTheLock) {
-    std::string told;
-    board->on_action([&](Microseconds time, const std::string& what) {
-        board->with_world([](World&) {});
-        told += std::to_string(time) + " " + what + "\n";
-    });
-    board->with_world([](World& w) {
-        w.at(10, "one", [](World&) {});
-        w.at(20, "two", [](World&) {});
-    });
-    now = 30;
-    board->with_world([](World&) {});
-    EXPECT_EQ(told, "10 one\n20 two\n");
+TEST_F(BoardTest, MayBeAskedAgainWhileItAnswers) {
+    now = 70;
+    EXPECT_EQ(board->with_world([&](World&) { return board->with_world([](World& w) { return w.now(); }); }),
+              70);
 }
 
-TEST_F(BoardTest, ServesManyThreadsAtOnce) {
+TEST(BoardInRealTime, ServesManyThreadsAtOnce) {
+    RealClock clock;
+    World world(1);
+    Board board(world, clock);
     int count = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
-            for (int j = 0; j < 2000; ++j) board->with_world([&](World&) { ++count; });
+            for (int j = 0; j < 2000; ++j) board.with_world([&](World&) { ++count; });
         });
     }
     for (std::thread& thread : threads) thread.join();

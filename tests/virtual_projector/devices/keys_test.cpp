@@ -37,16 +37,6 @@ TEST_F(KeysTest, WaitForSomebodyToPressOne) {
     EXPECT_EQ(event.value, 1);
 }
 
-TEST_F(KeysTest, WaitUntilTheNextThingThatIsScheduled) {
-    board->with_world([](World& w) { w.at(70000, "a key", [](World& later) { later.key(28, 1); }); });
-    const auto file = open(path, O_RDONLY);
-    Event event{};
-    const Answer answer = file->read(&event, sizeof event);
-    EXPECT_TRUE(answer.wait);
-    EXPECT_EQ(answer.until, 70000);
-    EXPECT_EQ(wait_for([&] { return file->read(&event, sizeof event); }).result, 16);
-}
-
 TEST_F(KeysTest, GiveAsManyWholeEventsAsFit) {
     const auto file = open(path, O_RDONLY);
     for (const std::int32_t value : {1, 2, 0}) press(28, value);

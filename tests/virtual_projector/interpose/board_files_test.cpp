@@ -194,8 +194,8 @@ TEST_F(BoardFiles, NothingIsTakenWhenTheMachineIsGone) {
     EXPECT_EQ(::close(fd), 0);
 }
 
-TEST_F(BoardFiles, TheProjectorsOwnWorkPassesThrough) {
-    const vp::OwnWork own;
+TEST_F(BoardFiles, TheProjectorsReentrancyGuardPassesThrough) {
+    const vp::ReentrancyGuard guard;
     errno = 0;
     EXPECT_EQ(::open(node_path, O_RDONLY), -1);  // the PC has no such node
     EXPECT_EQ(errno, ENOENT);

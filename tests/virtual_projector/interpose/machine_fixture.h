@@ -11,7 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_projector/clock/own_work.h"
+#include "virtual_projector/clock/random_schedule.h"
+#include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/clock/virtual_clock.h"
 #include "virtual_projector/interpose/machine.h"
 
@@ -88,7 +89,8 @@ struct LineSink final : vp::TraceSink {
 };
 
 struct MachineTest : ::testing::Test {
-    explicit MachineTest(const vp::VirtualClock::Options& options = {}) : clock(options) {
+    explicit MachineTest(std::unique_ptr<vp::SchedulePolicy> policy = std::make_unique<vp::RandomSchedule>(1))
+        : clock(std::move(policy)) {
         devices.add(node_path, node);
         devices.add(other_path, other);
         machine.install();

@@ -176,13 +176,10 @@ struct Fight {
 };
 
 std::string trace_of_a_fight(std::uint64_t seed, double preempt) {
-    vp::VirtualClock::Options options;
-    options.seed = seed;
-    options.preempt = preempt;
     char* text = nullptr;
     std::size_t size = 0;
     {
-        vp::VirtualClock clock(options);
+        vp::VirtualClock clock(std::make_unique<vp::RandomSchedule>(seed, preempt));
         vp::DeviceTable devices;
         const auto node = std::make_shared<TestNode>();
         node->content = "1\n";
@@ -227,7 +224,7 @@ bool ended_stuck(int status) { return WIFEXITED(status) && WEXITSTATUS(status) =
 // A machine of its own in the child process.
 template <typename Body>
 void run_on_machine(Body body) {
-    vp::VirtualClock clock({});
+    vp::VirtualClock clock;
     vp::DeviceTable devices;
     const auto node = std::make_shared<TestNode>();
     node->answers.assign(9, vp::Answer::wait_for_event());
@@ -285,7 +282,7 @@ TEST(ProcessEndDeathTest, IsCleanWhileOtherThreadsWait) {
 
 // The program's first thread is here one that nobody else needs.
 void leave_by_the_first_thread() {
-    static vp::VirtualClock clock({});
+    static vp::VirtualClock clock;
     static vp::DeviceTable devices;
     static vp::FaultPlan faults;
     static vp::Machine machine(clock, devices, faults, nullptr);

@@ -40,23 +40,23 @@ TEST(AnEventInWords, IsElseMadeFromWhatItDoes) {
 struct ScenarioEventsTest : ::testing::Test {
     World world{1};
     vp::FaultPlan faults{1};
-    std::multimap<Microseconds, std::function<void()>> alarms;
-    std::vector<std::string> told;
+    std::multimap<Microseconds, std::function<void()>> events;
+    std::vector<std::string> logged;
 
     void happen(const std::string& text) {
-        world.on_action([this](Microseconds at, const std::string& what) { tell(at, what); });
         vp::schedule(vp::parse_scenario(text, "file"),
-                     {world, faults,
-                      [this](Microseconds at, std::function<void()> action) { alarms.emplace(at, action); },
-                      [this](Microseconds at, const std::string& what) { tell(at, what); }});
+                     {[this](Microseconds at, std::function<void()> event) { events.emplace(at, event); },
+                      [this](const std::function<void(World&)>& change) { change(world); }, faults,
+                      [this](Microseconds at, const std::string& what) { log(at, "world: " + what); },
+                      [this](Microseconds at, const std::string& what) { log(at, "faults: " + what); }});
     }
-    void tell(Microseconds at, const std::string& what) { told.push_back(std::to_string(at) + " " + what); }
+    void log(Microseconds at, const std::string& what) { logged.push_back(std::to_string(at) + " " + what); }
     void go_on_to(double time_s) {
         const Microseconds now = microseconds(time_s);
-        while (!alarms.empty() && alarms.begin()->first <= now) {
-            world.advance_to(alarms.begin()->first);
-            alarms.begin()->second();
-            alarms.erase(alarms.begin());
+        while (!events.empty() && events.begin()->first <= now) {
+            world.advance_to(events.begin()->first);
+            events.begin()->second();
+            events.erase(events.begin());
         }
         world.advance_to(now);
     }
@@ -69,14 +69,47 @@ TEST_F(ScenarioEventsTest, ParametersChangeAtTheirTimeAndNotBefore) {
     go_on_to(2);
     EXPECT_EQ(world.get("wall.lean_deg"), 5);
     EXPECT_EQ(world.get("pose.pitch_deg"), 3);
-    EXPECT_EQ(told, (std::vector<std::string>{"2000000 wall.lean_deg = 5, pose.pitch_deg = 3"}));
+    EXPECT_EQ(logged, (std::vector<std::string>{"2000000 world: wall.lean_deg = 5, pose.pitch_deg = 3"}));
 }
 
-TEST_F(ScenarioEventsTest, AnAlarmRingsAtEachEventSoThatWhoWaitsForADeviceLooksAgain) {
-    happen(R"({"events": [{"at_s": 2, "key": 28}, {"at_s": 3, "gesture": "shake"}]})");
-    ASSERT_EQ(alarms.size(), 2U);
-    EXPECT_EQ(alarms.begin()->first, 2000000);
-    EXPECT_EQ(alarms.rbegin()->first, 3000000);
+TEST_F(ScenarioEventsTest, EachEventIsScheduledOnceAtItsTime) {
+    happen(R"({"events": [{"at_s": 2, "key": 28}, {"at_s": 3, "clear_faults": true}]})");
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events.begin()->first, 2000000);
+    EXPECT_EQ(events.rbegin()->first, 3000000);
+}
+
+TEST_F(ScenarioEventsTest, WhatChangesTheWorldAtTheStartHappensAtOnce) {
+    happen(R"({"events": [{"at_s": 0, "set": {"wall.lean_deg": 5}},
+                {"at_s": 0, "block": ["tr"], "distance_mm": 600, "for_s": 1}]})");
+    EXPECT_EQ(world.get("wall.lean_deg"), 5);
+    EXPECT_EQ(world.get("tof.blocked_tr_mm"), 600);
+    EXPECT_EQ(events.size(), 1U);
+}
+
+TEST_F(ScenarioEventsTest, AtTheSameTimeTheWorldChangesBeforeTheFaults) {
+    happen(R"({"events": [{"at_s": 1, "clear_faults": true}, {"at_s": 1, "key": 28},
+                {"at_s": 1, "set": {"wall.lean_deg": 5}}]})");
+    go_on_to(1);
+    EXPECT_EQ(logged, (std::vector<std::string>{"1000000 world: key 28", "1000000 world: wall.lean_deg = 5",
+                                                "1000000 faults: faults are gone"}));
+}
+
+TEST_F(ScenarioEventsTest, TwoHundredThousandEventsAllHappenInTheirOrder) {
+    constexpr int count = 200'000;
+    std::string text = R"({"events": [)";
+    for (int i = 0; i < count; ++i) {
+        text += (i == 0 ? R"({"at_s": )" : R"(, {"at_s": )") + std::to_string(1 + i / 1000) + R"(, "key": )" +
+                std::to_string(i % 1000) + "}";
+    }
+    happen(text + "]}");
+    ASSERT_EQ(events.size(), static_cast<std::size_t>(count));
+    go_on_to(count);
+    ASSERT_EQ(world.keys().size(), static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        ASSERT_EQ(world.keys()[i].code, i % 1000);
+        ASSERT_EQ(world.keys()[i].time, (1 + i / 1000) * vp::microseconds_per_second);
+    }
 }
 
 TEST_F(ScenarioEventsTest, AGestureEndsAtItsPoseAndKeepsTheRestOfTheOldOne) {
@@ -100,8 +133,8 @@ TEST_F(ScenarioEventsTest, ZonesAreBlockedForTheirTime) {
     go_on_to(4);
     EXPECT_EQ(world.get("tof.blocked_tr_mm"), 0);
     EXPECT_EQ(world.get("tof.blocked_bl_mm"), 0);
-    EXPECT_EQ(told, (std::vector<std::string>{"1000000 something stands at 600 mm before tr bl",
-                                              "4000000 the way is free again"}));
+    EXPECT_EQ(logged, (std::vector<std::string>{"1000000 world: something stands at 600 mm before tr bl",
+                                                "4000000 world: the way is free again"}));
 }
 
 TEST_F(ScenarioEventsTest, ZonesStayBlockedWhenNoTimeIsSaid) {
@@ -130,7 +163,8 @@ TEST_F(ScenarioEventsTest, FaultsBeginAtOnceOrAtTheirTimeAndEndWhenTheyAreCleare
     go_on_to(2);
     EXPECT_TRUE(faults.effect_on("read", "/dev/dis").is_harmless());
     EXPECT_TRUE(faults.effect_on("open", "/dev/dis").is_harmless());
-    EXPECT_EQ(told, (std::vector<std::string>{"1000000 fault: read ", "2000000 faults are gone"}));
+    EXPECT_EQ(logged,
+              (std::vector<std::string>{"1000000 faults: fault: read ", "2000000 faults: faults are gone"}));
 }
 
 }  // namespace

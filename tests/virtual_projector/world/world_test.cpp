@@ -27,43 +27,11 @@ TEST_F(WorldTest, NeverGoesBackInTime) {
     EXPECT_EQ(world.now(), 1000);
 }
 
-TEST_F(WorldTest, ActionsHappenAtTheirOwnTimeInTheirOrder) {
-    std::string order;
-    world.at(2000, "second", [&](World& w) { order += "b" + std::to_string(w.now()); });
-    world.at(1000, "first", [&](World& w) { order += "a" + std::to_string(w.now()); });
-    world.at(2000, "third", [&](World& w) { order += "c" + std::to_string(w.now()); });
-    EXPECT_EQ(world.next_action_time(), Microseconds{1000});
-    world.advance_to(999);
-    EXPECT_EQ(order, "");
-    world.advance_to(9000);
-    EXPECT_EQ(order, "a1000b2000c2000");
-    EXPECT_EQ(world.now(), 9000);
-    EXPECT_FALSE(world.next_action_time().has_value());
-}
-
-TEST_F(WorldTest, AnActionMayScheduleAnother) {
-    std::vector<Microseconds> times;
-    world.at(10, "one",
-             [&](World& w) { w.at(20, "two", [&](World& later) { times.push_back(later.now()); }); });
-    world.advance_to(30);
-    EXPECT_EQ(times, std::vector<Microseconds>{20});
-}
-
-TEST_F(WorldTest, TellsItsObserverWhatHappened) {
-    std::string told;
-    world.on_action(
-        [&](Microseconds time, const std::string& what) { told = std::to_string(time) + " " + what; });
-    world.at(70, "the lamp is moved", [](World&) {});
-    world.advance_to(100);
-    EXPECT_EQ(told, "70 the lamp is moved");
-}
-
-TEST_F(WorldTest, AnActionInTheMiddleOfAMoveFindsTheLensWhereItIsThen) {
-    double position = 0;
+TEST_F(WorldTest, ALookInTheMiddleOfAMoveFindsTheLensWhereItIsThen) {
     ASSERT_TRUE(world.move_lens({Side::right, 10, 1, false}));
-    world.at(20000, "a look", [&](World& w) { position = w.settings().lens.position_steps; });
+    world.advance_to(20000);
+    EXPECT_EQ(world.settings().lens.position_steps, 18 + 5);
     world.advance_to(1000000);
-    EXPECT_EQ(position, 18 + 5);
     EXPECT_EQ(world.settings().lens.position_steps, 28);
 }
 

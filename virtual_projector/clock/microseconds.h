@@ -1,16 +1,16 @@
-// Time in the simulated world.
-#ifndef VIRTUAL_PROJECTOR_WORLD_TIME_H
-#define VIRTUAL_PROJECTOR_WORLD_TIME_H
+// The unit of time everywhere in the virtual projector.
+#ifndef VIRTUAL_PROJECTOR_CLOCK_MICROSECONDS_H
+#define VIRTUAL_PROJECTOR_CLOCK_MICROSECONDS_H
 
 #include <cstdint>
 
 namespace vp {
 
-/// Microseconds since the simulated program started.
+/// Microseconds since the simulated program started, or a duration.
 using Microseconds = std::int64_t;
 
-constexpr Microseconds microseconds_per_millisecond = 1000;
-constexpr Microseconds microseconds_per_second = 1000000;
+constexpr Microseconds microseconds_per_millisecond = 1'000;
+constexpr Microseconds microseconds_per_second = 1'000'000;
 
 /// A duration in seconds, for formulas.
 constexpr double seconds(Microseconds time) { return static_cast<double>(time) / 1e6; }

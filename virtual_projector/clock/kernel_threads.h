@@ -1,0 +1,34 @@
+// The kernel decides which thread runs, and the C library's own locks make threads wait: nobody takes turns.
+#ifndef VIRTUAL_PROJECTOR_CLOCK_KERNEL_THREADS_H
+#define VIRTUAL_PROJECTOR_CLOCK_KERNEL_THREADS_H
+
+#include "virtual_projector/clock/thread_scheduler.h"
+
+namespace vp {
+
+class KernelThreads final : public ThreadScheduler {
+public:
+    ScheduledThread* adopt_current(int /*number*/, const std::string& /*name*/) override { return nullptr; }
+    ScheduledThread* prepare_thread(int /*number*/, const std::string& /*name*/) override { return nullptr; }
+    void forget_thread(ScheduledThread* /*thread*/) override {}
+    void begin_current(ScheduledThread* /*thread*/) override {}
+    void finish_current() override {}
+    void wait_for_end(ScheduledThread* /*thread*/) override {}  // joining it does
+    bool knows_current_thread() const override { return true; }
+    void touch() override {}
+
+    bool wait(Wait /*reason*/, Microseconds /*deadline*/) override { return true; }
+    bool wake_one(const void* /*object*/) override { return false; }
+    void wake_all(const void* /*object*/) override {}
+
+    void hold(const void* /*object*/) override {}
+    void release(const void* /*object*/) override {}
+    bool is_held_by_current(const void* /*object*/) const override { return false; }
+
+    Figures figures() const override { return {}; }
+    std::string end_schedule() override { return {}; }
+};
+
+}  // namespace vp
+
+#endif

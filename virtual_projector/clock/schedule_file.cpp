@@ -1,0 +1,70 @@
+#include "virtual_projector/clock/schedule_file.h"
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace vp {
+namespace {
+
+constexpr const char* first_line = "virtual-projector schedule 1";
+
+std::string partial(const std::string& path) { return path + ".part"; }
+
+ScheduleStep parse_step(const std::string& line) {
+    std::istringstream words(line);
+    ScheduleStep step;
+    if (!(words >> step.step >> step.thread)) throw std::invalid_argument(line);
+    words >> step.name;
+    return step;
+}
+
+}  // namespace
+
+std::vector<ScheduleStep> read_schedule(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
+    std::string line;
+    if (!std::getline(file, line) || line != first_line)
+        throw std::runtime_error(path + ": expected a schedule, which begins with '" + first_line + "'");
+    std::vector<ScheduleStep> steps;
+    while (std::getline(file, line)) {
+        try {
+            steps.push_back(parse_step(line));
+        } catch (const std::invalid_argument&) {
+            throw std::runtime_error(path + ": expected a step and a thread's number, found '" + line + "'");
+        }
+    }
+    return steps;
+}
+
+ScheduleWriter::ScheduleWriter(const std::string& path)
+    : path_(path), stream_(std::fopen(partial(path).c_str(), "we")) {
+    if (stream_ == nullptr) throw std::runtime_error(partial(path) + ": " + std::strerror(errno));
+    std::fprintf(stream_, "%s\n", first_line);
+}
+
+ScheduleWriter::~ScheduleWriter() {
+    if (stream_ != nullptr) std::fclose(stream_);
+}
+
+void ScheduleWriter::write(const ScheduleStep& step) {
+    if (stream_ == nullptr) return;
+    std::fprintf(stream_, "%" PRIu64 " %d%s%s\n", step.step, step.thread, step.name.empty() ? "" : " ",
+                 step.name.c_str());
+    std::fflush(stream_);
+}
+
+std::string ScheduleWriter::finish() {
+    if (stream_ == nullptr) return {};
+    const bool written = std::ferror(stream_) == 0;
+    const bool closed = std::fclose(stream_) == 0;
+    stream_ = nullptr;
+    if (written && closed && std::rename(partial(path_).c_str(), path_.c_str()) == 0) return {};
+    return path_ + ": not all of it could be written";
+}
+
+}  // namespace vp

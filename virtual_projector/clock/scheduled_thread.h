@@ -1,0 +1,37 @@
+// A thread of the program as a scheduler of turns knows it.
+#ifndef VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
+#define VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
+
+#include <string>
+#include <utility>
+
+#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/clock/timer_queue.h"
+#include "virtual_projector/clock/turn.h"
+#include "virtual_projector/clock/wait.h"
+
+namespace vp {
+
+struct ScheduledThread : Sleeper {
+    enum class State { ready, running, waiting, finished };
+
+    ScheduledThread(const void* its_scheduler, int its_number, std::string its_name)
+        : scheduler(its_scheduler), number(its_number), name(std::move(its_name)) {}
+
+    std::string title() const { return name.empty() ? "thread " + std::to_string(number) : name; }
+
+    const void* scheduler;  // whose thread this is
+    int number;
+    std::string name;
+    State state = State::ready;
+    Turn turn;
+    Wait reason;                          // of the present wait
+    Microseconds since = 0;               // of the present wait
+    Microseconds deadline = no_deadline;  // of the present wait
+    bool timed_out = false;
+    int calls_without_wait = 0;
+};
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,67 @@
+// Who decides which of the program's threads runs: turns in virtual time (TurnScheduler), or the kernel
+// (KernelThreads).
+#ifndef VIRTUAL_PROJECTOR_CLOCK_THREAD_SCHEDULER_H
+#define VIRTUAL_PROJECTOR_CLOCK_THREAD_SCHEDULER_H
+
+#include <cstdint>
+#include <string>
+
+#include "virtual_projector/clock/wait.h"
+
+namespace vp {
+
+struct ScheduledThread;
+
+class ThreadScheduler {
+public:
+    virtual ~ThreadScheduler() = default;
+
+    // --- Threads -------------------------------------------------------------------------------------
+    /// Makes the calling thread known; it is the one that runs. For the first thread.
+    virtual ScheduledThread* adopt_current(int number, const std::string& name) = 0;
+
+    /// Makes a thread known that is about to be started, ready to run. Numbers tell threads apart in tables.
+    virtual ScheduledThread* prepare_thread(int number, const std::string& name) = 0;
+    /// The prepared thread could not be started after all.
+    virtual void forget_thread(ScheduledThread* thread) = 0;
+    /// First thing on the new thread itself: waits for its turn.
+    virtual void begin_current(ScheduledThread* thread) = 0;
+    /// Last thing on a thread: whoever waits for it goes on, and the turn passes.
+    virtual void finish_current() = 0;
+    /// Waits until a thread has finished.
+    virtual void wait_for_end(ScheduledThread* thread) = 0;
+
+    /// True when the calling thread is one of those that are scheduled here.
+    virtual bool knows_current_thread() const = 0;
+
+    /// To be called at every call that the program makes of the outside world: the turn may pass here.
+    virtual void touch() = 0;
+
+    // --- Waiting -------------------------------------------------------------------------------------
+    /// Gives the turn away until woken (true) or until the deadline (false).
+    virtual bool wait(Wait reason, Microseconds deadline) = 0;
+    virtual bool wake_one(const void* object) = 0;  // the one that has waited longest; false: nobody waits
+    virtual void wake_all(const void* object) = 0;
+
+    // --- Held objects (mutexes) ----------------------------------------------------------------------
+    virtual void hold(const void* object) = 0;
+    /// One hold less; with the last one, whoever waits for the object is woken.
+    virtual void release(const void* object) = 0;
+    virtual bool is_held_by_current(const void* object) const = 0;
+
+    // --- The whole run -------------------------------------------------------------------------------
+    /// What the run has been so far; nothing when the kernel schedules.
+    struct Figures {
+        std::uint64_t switches = 0;  // turns that passed from one thread to another
+        std::uint64_t points = 0;    // at which a turn could have passed
+    };
+    virtual Figures figures() const = 0;
+
+    /// The run is over: closes what was kept of its schedule. One line when that failed or when the schedule
+    /// did not fit, else empty.
+    virtual std::string end_schedule() = 0;
+};
+
+}  // namespace vp
+
+#endif

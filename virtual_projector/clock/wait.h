@@ -1,0 +1,23 @@
+// Why a thread waits.
+#ifndef VIRTUAL_PROJECTOR_CLOCK_WAIT_H
+#define VIRTUAL_PROJECTOR_CLOCK_WAIT_H
+
+#include <string>
+
+#include "virtual_projector/clock/microseconds.h"
+
+namespace vp {
+
+/// For a deadline: wait without one.
+constexpr Microseconds no_deadline = -1;
+
+struct Wait {
+    enum class Kind { sleep, mutex, read_write_lock, semaphore, condition, join, device };
+    Kind kind = Kind::sleep;
+    const void* object = nullptr;  // what wake_one and wake_all name; null: only the deadline ends the wait
+    std::string what;              // for the table
+};
+
+}  // namespace vp
+
+#endif

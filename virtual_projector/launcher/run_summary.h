@@ -1,0 +1,43 @@
+// The figures of a run: its times, its turns, how deep its stacks went, and whether what it holds grows.
+#ifndef VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
+#define VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "virtual_projector/clock/clock.h"
+#include "virtual_projector/interpose/machine.h"
+
+namespace vp {
+
+class RunSummary {
+public:
+    /// The run begins now. An empty file name: nothing will be written.
+    RunSummary(std::string file, Clock& clock, Machine& machine);
+
+    /// To be called as time goes by; looks at what the process holds once a simulated hour.
+    void time_is(Microseconds now);
+
+    /// False when not all of the file could be written.
+    bool write() const;
+
+private:
+    struct Holding {
+        Microseconds time = 0;
+        std::size_t heap_bytes = 0;  // of the whole process
+        std::size_t open_nodes = 0;
+    };
+
+    std::chrono::steady_clock::time_point started_;
+    std::string file_;
+    Clock& clock_;
+    Machine& machine_;
+    std::vector<Holding> holdings_;
+    Microseconds next_holding_;
+};
+
+}  // namespace vp
+
+#endif

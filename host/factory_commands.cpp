@@ -1,4 +1,5 @@
-// The factory's commands: each calibrates one thing and says what it found.
+#include "host/factory_commands.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include <functional>
 #include <string>
 
-#include "host/commands.h"
 #include "host/console.h"
 #include "host/host_session.h"
 #include "host/peek.h"

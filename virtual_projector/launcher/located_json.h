@@ -38,6 +38,7 @@ public:
     std::int64_t whole_number(std::int64_t min, std::int64_t max) const;
     bool boolean() const;
     std::string text() const;
+    std::string one_of(const std::vector<std::string_view>& names) const;  // a text
 
 private:
     const nlohmann::ordered_json& value_;

@@ -88,30 +88,42 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
-/// A function's place in the table; Function is the type that the vendor calls it by.
-template <typename Function>
-void* entry(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
+/// The table of functions, each by the type that the vendor calls it by. A constant, so that no code fills it.
+struct PlatformTable {
+    nds_register8_transfer* write_register8 = platform_i2c_write;
+    nds_register8_transfer* read_register8 = platform_i2c_read;
+    nds_register16_transfer* write_register16 = platform_addr16_write;
+    nds_register16_transfer* read_register16 = platform_addr16_read;
+    nds_delay* delay_10us = platform_delay_10us;
+    nds_delay* delay_ms = platform_delay_ms;
+    nds_get_time_us* get_time_us = platform_get_time_us;
+    nds_set_level* set_xshut = platform_set_xshut;
+    nds_get_device* get_device = nds01_isp_get_dev_ptr;
+    void* empty = nullptr;
+    nds_get_id* get_id = ispfht_get_isp_id;
+    decltype(&nx_user_calibration_init) user_calibration_init = nx_user_calibration_init;
+    nds_set_config* set_config = nds01_isp_set_config;
+    decltype(&nx_calibration_generate_data) generate_data = nx_calibration_generate_data;
+};
+constexpr size_t slot(size_t offset) { return offset / sizeof(void*); }
+static_assert(sizeof(PlatformTable) == NDS_PLATFORM_SLOTS * sizeof(void*), "nothing but pointers");
+static_assert(slot(offsetof(PlatformTable, write_register8)) == NDS_WRITE_REGISTER8, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, read_register8)) == NDS_READ_REGISTER8, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, write_register16)) == NDS_WRITE_REGISTER16,
+              "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, read_register16)) == NDS_READ_REGISTER16, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, delay_10us)) == NDS_DELAY_10US, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, delay_ms)) == NDS_DELAY_MS, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_time_us)) == NDS_GET_TIME_US, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, set_xshut)) == NDS_SET_XSHUT, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_device)) == NDS_GET_DEVICE, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_id)) == NDS_GET_ID, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, user_calibration_init)) == NDS_USER_CALIBRATION_INIT,
+              "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, set_config)) == NDS_SET_CONFIG, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, generate_data)) == NDS_GENERATE_DATA, "as the vendor reads it");
 
-std::array<void*, NDS_PLATFORM_SLOTS> platform_table{};
-
-void fill_platform_table() {
-    platform_table.fill(nullptr);
-    platform_table[NDS_WRITE_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_write);
-    platform_table[NDS_READ_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_read);
-    platform_table[NDS_WRITE_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_write);
-    platform_table[NDS_READ_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_read);
-    platform_table[NDS_DELAY_10US] = entry<nds_delay>(platform_delay_10us);
-    platform_table[NDS_DELAY_MS] = entry<nds_delay>(platform_delay_ms);
-    platform_table[NDS_GET_TIME_US] = entry<nds_get_time_us>(platform_get_time_us);
-    platform_table[NDS_SET_XSHUT] = entry<nds_set_level>(platform_set_xshut);
-    platform_table[NDS_GET_DEVICE] = entry<nds_get_device>(nds01_isp_get_dev_ptr);
-    platform_table[NDS_GET_ID] = entry<nds_get_id>(ispfht_get_isp_id);
-    platform_table[NDS_USER_CALIBRATION_INIT] = entry(nx_user_calibration_init);
-    platform_table[NDS_SET_CONFIG] = entry<nds_set_config>(nds01_isp_set_config);
-    platform_table[NDS_GENERATE_DATA] = entry(nx_calibration_generate_data);
-}
+constexpr PlatformTable platform_table;
 
 // --- Initialisation ---------------------------------------------------------------------------------
 // Statuses are OR-ed: a negative one makes the whole negative, positive ones only add bits.
@@ -188,7 +200,7 @@ struct OperationRecord {
 
 int32_t start_operation(int32_t filter) {
     static OperationRecord operations{};
-    operations = {nullptr, entry<nds_set_config>(nds01_isp_set_config)};
+    operations = {nullptr, reinterpret_cast<void*>(platform_table.set_config)};
     const int32_t operating = nx_isp_op_init(isp_context(), &operations);
     const int32_t limited = nx_set_angle_limit(isp_context(), angle_limits.data());
     const int32_t filtered = nds01_isp_set_filter_para(filter, 0, 0);
@@ -210,8 +222,7 @@ void* isp_context() { return vendor_context.data(); }
 // --- Life -------------------------------------------------------------------------------------------
 
 int32_t nds01_ispfht_platform_register(void) {
-    ovra::fill_platform_table();
-    return std::min(isp_platform_init(ovra::platform_table.data()), 0);
+    return std::min(isp_platform_init(reinterpret_cast<void* const*>(&ovra::platform_table)), 0);
 }
 
 int32_t nds01_isp_init(int32_t filter) {

@@ -5,11 +5,9 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <optional>
 
 #include "focusctrl/descriptor.h"
@@ -21,6 +19,7 @@
 #include "focusctrl/log.h"
 #include "focusctrl/mutex_guard.h"
 #include "focusctrl/shared_flag.h"
+#include "focusctrl/whole_number.h"
 #include "ovrafocus/motion.h"
 #include "ovrafocus/permanent_data.h"
 #include "ovrafocus/platform_utils.h"
@@ -55,8 +54,8 @@ constexpr int calibrated_flag = 1;
 // Samples are kept in thousandths of the driver's unit; the scale cancels out in the angles.
 constexpr float driver_units_per_sample_unit = 1000.0F;
 
-constexpr std::int64_t ms_per_second = 1000;
-constexpr std::int64_t us_per_ms = 1000;
+constexpr double ms_per_second = 1000;
+constexpr double us_per_ms = 1000;
 
 // The argument of both requests.
 struct __attribute__((packed, aligned(4))) DriverAxes {
@@ -151,49 +150,39 @@ std::optional<Axes> read_sample() {
                 static_cast<float>(raw.z) / driver_units_per_sample_unit};
 }
 
-void log_axes(const char* what, const Axes& axes) {
-    log_focus_at(level_sample, "%s %.3f %.3f %.3f", what, static_cast<double>(axes.x),
-                 static_cast<double>(axes.y), static_cast<double>(axes.z));
-}
-
 void process_sample(const Axes& sample) {
     set_axes(acc_read_data, sample);
-    log_axes("acc read", sample);
+    log_axes(level_sample, "%s %.3f %.3f %.3f", "acc read", sample);
     const std::optional<Axes> average = block.add(sample);
     if (!average) return;
     set_axes(acc_avg, *average);
-    log_axes("acc avg", *average);
+    log_axes(level_sample, "%s %.3f %.3f %.3f", "acc avg", *average);
     acc_caculate_degree(*average);
     judge_block();
 }
 
 // --- Time -------------------------------------------------------------------------------------------------
 
-// A time of many years has no place in the result and saturates; no start, however absurd, overflows.
-constexpr std::int64_t longest_s = std::int64_t{1} << 32;
-
-std::int64_t difference(std::int64_t now, std::int64_t start) {
-    using Limits = std::numeric_limits<std::int64_t>;
-    std::int64_t result = 0;
-    if (__builtin_sub_overflow(now, start, &result)) return now > start ? Limits::max() : Limits::min();
-    return result;
-}
-
+// In real numbers, which saturate where a start, however absurd, leaves the range; whole milliseconds that fit
+// the result are exact in them.
 std::int32_t elapsed_ms(const timeval& start, const timeval& now) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    const std::int64_t seconds = std::clamp(difference(now.tv_sec, start.tv_sec), -longest_s, longest_s);
-    const std::int64_t milliseconds =
-        seconds * ms_per_second + difference(now.tv_usec, start.tv_usec) / us_per_ms;
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(milliseconds, Limits::min(), Limits::max()));
+    const double seconds = static_cast<double>(now.tv_sec) - static_cast<double>(start.tv_sec);
+    const double microseconds = static_cast<double>(now.tv_usec) - static_cast<double>(start.tv_usec);
+    return whole_number(seconds * ms_per_second + whole_number(microseconds / us_per_ms));
 }
 
 }  // namespace
 
+// Not taken in where it is called: three numbers of double width are many instructions on the board.
+[[gnu::noinline]] void log_axes(int level, const char* format, const char* what, const Axes& axes) {
+    log_focus_at(level, format, what, static_cast<double>(axes.x), static_cast<double>(axes.y),
+                 static_cast<double>(axes.z));
+}
+
 void acc_caculate_degree(const Axes& average) {
     const Axes tilt = tilt_degrees(average);
     set_axes(acc_degree, tilt);
-    log_focus_at(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree",
-                 static_cast<double>(tilt.x), static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_axes(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree", tilt);
 }
 
 }  // namespace ovra

@@ -106,14 +106,11 @@ void finish_block() { set_axes(acc_degree_last, axes_of(acc_degree)); }
 void log_event(const char* message) { log_focus_at(level_event, "%s", message); }
 
 void log_rest_position() {
-    const Axes rest = axes_of(acc_origin_data);
-    log_focus_at(level_event, "origin x %.3f, origin y %.3f, origin z %.3f", static_cast<double>(rest.x),
-                 static_cast<double>(rest.y), static_cast<double>(rest.z));
+    log_axes(level_event, "%sorigin x %.3f, origin y %.3f, origin z %.3f", "", axes_of(acc_origin_data));
 }
 
 void log_tilt(const char* which, const Axes& tilt) {
-    log_focus_at(level_event, "%sx_degree %.3f y_degree %.3f z_degree %.3f", which, static_cast<double>(tilt.x),
-                 static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_axes(level_event, "%sx_degree %.3f y_degree %.3f z_degree %.3f", which, tilt);
 }
 
 bool host_is_testing() {

@@ -19,6 +19,9 @@ namespace ovra {
 /// callback of the host may sample and judge.
 extern pthread_mutex_t sample_processing;
 
+/// Logs a text and three numbers; `format` has a place for each.
+void log_axes(int level, const char* format, const char* what, const Axes& axes);
+
 /// Puts the angles of a block average into acc_degree.
 void acc_caculate_degree(const Axes& average);
 

@@ -19,7 +19,7 @@ set(library_layers
   "board_display board_network hudi_flash nds_isp result_codes"
   # Decisions: values in, values out.
   "vector3 keystone_rectangle projection_geometry trapezoid keystone_plan lens_units lens_feedback focus_plan \
-peak_sample peak_fit axes block_average calibration_offsets keystone_step log_levels movement rotation_choice tilt \
+peak_sample peak_fit axes block_average calibration_offsets keystone_step gravity_log movement rotation_choice tilt \
 driver_records offset_table"
   # State that several rooms share.
   "config lens_state requests gravity_state"

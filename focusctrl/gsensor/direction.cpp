@@ -5,7 +5,7 @@
 
 #include "base/log.h"
 #include "base/shared_flag.h"
-#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/rotation_choice.h"
 #include "ovrafocus/gravity_state.h"
 #include "ovrafocus/requests.h"

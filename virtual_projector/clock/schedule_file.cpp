@@ -12,8 +12,6 @@ namespace {
 
 constexpr const char* first_line = "virtual-projector schedule 1";
 
-std::string partial(const std::string& path) { return path + ".part"; }
-
 ScheduleStep parse_step(const std::string& line) {
     std::istringstream words(line);
     ScheduleStep step;
@@ -23,6 +21,8 @@ ScheduleStep parse_step(const std::string& line) {
 }
 
 }  // namespace
+
+std::string partial_schedule(const std::string& path) { return path + ".part"; }
 
 std::vector<ScheduleStep> read_schedule(const std::string& path) {
     std::ifstream file(path);
@@ -42,8 +42,8 @@ std::vector<ScheduleStep> read_schedule(const std::string& path) {
 }
 
 ScheduleWriter::ScheduleWriter(const std::string& path)
-    : path_(path), stream_(std::fopen(partial(path).c_str(), "we")) {
-    if (stream_ == nullptr) throw std::runtime_error(partial(path) + ": " + std::strerror(errno));
+    : path_(path), stream_(std::fopen(partial_schedule(path).c_str(), "we")) {
+    if (stream_ == nullptr) throw std::runtime_error(partial_schedule(path) + ": " + std::strerror(errno));
     std::fprintf(stream_, "%s\n", first_line);
 }
 
@@ -63,7 +63,7 @@ std::string ScheduleWriter::finish() {
     const bool written = std::ferror(stream_) == 0;
     const bool closed = std::fclose(stream_) == 0;
     stream_ = nullptr;
-    if (written && closed && std::rename(partial(path_).c_str(), path_.c_str()) == 0) return {};
+    if (written && closed && std::rename(partial_schedule(path_).c_str(), path_.c_str()) == 0) return {};
     return path_ + ": not all of it could be written";
 }
 

@@ -22,6 +22,9 @@ struct ScheduleStep {
     std::string name;  // may be empty
 };
 
+/// Where a schedule stands while it is being written.
+std::string partial_schedule(const std::string& path);
+
 /// Throws std::runtime_error with one line, which names the file, when it cannot be read or is no schedule.
 std::vector<ScheduleStep> read_schedule(const std::string& path);
 

@@ -1,6 +1,7 @@
 #include "virtual_projector/launcher/located_json.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "virtual_projector/world/text.h"
 

@@ -17,9 +17,11 @@
 #include <utility>
 #include <vector>
 
+#include "virtual_projector/clock/schedule_file.h"
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_options.h"
+#include "virtual_projector/launcher/run_schedule.h"
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
@@ -99,6 +101,16 @@ void describe(CLI::App& app, CommandLine& line) {
     app.add_option("--preempt", line.run.preempt, "probability that a thread loses its turn at a call")
         ->check(CLI::Range(0.0, 1.0).description(""))
         ->type_name("P");
+    app.add_option("--schedule", line.run.schedule,
+                   "who runs next: random, by the seed; pct:D or pct:D:K, by random priorities that change at "
+                   "D-1 of\n"
+                   "about K points (10000); FILE, as it was recorded")
+        ->excludes("--real-time")
+        ->type_name("random|pct:D|FILE");
+    app.add_option("--record-schedule", line.run.record_schedule,
+                   "write down who ran next, for --schedule FILE")
+        ->excludes("--real-time")
+        ->type_name("FILE");
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
     app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
         ->type_name("FILE");
@@ -159,6 +171,17 @@ std::vector<std::string> words_of(const std::string& command) {
     return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
+std::string check_schedule(const vp::RunOptions& run) {
+    try {
+        (void)vp::make_schedule(run.schedule, 0, run.preempt);
+    } catch (const std::runtime_error& mistake) {
+        return std::string("--schedule: ") + mistake.what();
+    }
+    return run.record_schedule.empty()
+               ? ""
+               : check_writable("--record-schedule", vp::partial_schedule(run.record_schedule));
+}
+
 // Everything that can be wrong is found before the program starts.
 std::string check(CommandLine& line) {
     for (const std::string& setting : line.settings) {
@@ -169,7 +192,7 @@ std::string check(CommandLine& line) {
         return "expected a program to run: virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]";
     for (const std::string& mistake :
          {check_writable("--trace", line.run.trace), check_writable("--summary", line.run.summary),
-          check_flash(line.run.flash)}) {
+          check_flash(line.run.flash), check_schedule(line.run)}) {
         if (!mistake.empty()) return mistake;
     }
     if (!line.run.scenario.empty()) line.title = vp::read_scenario(line.run.scenario).story;

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/strict_json.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <vector>
 
@@ -41,10 +42,8 @@ public:
 
     bool key(string_t& member) override {
         Level& level = levels_.back();
-        const bool has_dots = member.find('.') != std::string::npos;
-        level.member = level.place + (has_dots ? "[\"" + member + "\"]" : "." + member);
-        if (!level.names.insert(member).second)
-            throw LocatedError(level.member + ": expected once, found again");
+        level.member = member;
+        if (!level.names.insert(member).second) throw LocatedError(place() + ": expected once, found again");
         return true;
     }
 
@@ -56,26 +55,30 @@ public:
     }
 
 private:
-    // Where the value stands that comes next.
-    std::string place() const {
-        if (levels_.empty()) return root_;
-        const Level& level = levels_.back();
-        return level.is_list ? level.place + "[" + std::to_string(level.values) + "]" : level.member;
-    }
-
     struct Level {
-        std::string place;
         bool is_list = false;
         std::size_t values = 0;  // so far
-        std::string member;      // an object's: the place of its latest one
+        std::string member;      // an object's latest one
         std::set<std::string> names;
+
+        std::string place() const {
+            if (is_list) return "[" + std::to_string(values) + "]";
+            if (names.empty()) return "";
+            return member.find('.') == std::string::npos ? "." + member : "[\"" + member + "\"]";
+        }
     };
+
+    // Where the value stands that comes next.
+    std::string place() const {
+        std::string place = root_;
+        for (const Level& level : levels_) place += level.place();
+        return place;
+    }
 
     bool enter(bool is_list) {
         if (levels_.size() == max_levels)
             throw LocatedError(root_ + ": expected at most " + std::to_string(max_levels) + " levels");
-        const std::string here = place();
-        levels_.push_back({here, is_list, 0, here, {}});
+        levels_.push_back({is_list, 0, {}, {}});
         return true;
     }
 

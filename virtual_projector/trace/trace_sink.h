@@ -3,7 +3,7 @@
 #define VIRTUAL_PROJECTOR_TRACE_TRACE_SINK_H
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string_view>
 
 namespace vp {

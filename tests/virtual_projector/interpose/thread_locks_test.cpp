@@ -218,6 +218,22 @@ TEST_F(ThreadLocks, ATimedWaitEndsAtItsTimeOnTheConditionsOwnClock) {
     pthread_condattr_destroy(&attributes);
 }
 
+TEST_F(ThreadLocks, AConditionThatWasDestroyedLeavesNoClockToTheNextAtItsPlace) {
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(&condition, &attributes);
+    pthread_condattr_destroy(&attributes);
+    pthread_cond_destroy(&condition);
+    const pthread_cond_t next = PTHREAD_COND_INITIALIZER;  // on the wall clock, and made without a call
+    condition = next;
+    pthread_mutex_lock(&mutex);
+    const timespec until = in(CLOCK_REALTIME, 30);
+    EXPECT_EQ(pthread_cond_timedwait(&condition, &mutex, &until), ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 30);
+    pthread_mutex_unlock(&mutex);
+}
+
 TEST_F(ThreadLocks, ATimedWaitMayBeSignalledBefore) {
     start([&] {
         pthread_mutex_lock(&mutex);

@@ -18,9 +18,11 @@ namespace {
 
 using storykit::contents_of;
 using storykit::Finished;
+using storykit::host_program;
 using storykit::launch;
 using storykit::launch_projector;
 using storykit::launcher;
+using storykit::project_file;
 using storykit::ScratchFolder;
 using storykit::write_file;
 using testkit::odd_program;
@@ -156,8 +158,8 @@ TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
     for (const char* option :
          {"virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]", "--help", "--scenario FILE", "--seed N",
           "--set NAME=VALUE", "--trace FILE", "--trace-detail LEVEL", "--flash FILE", "--summary FILE",
-          "--exact-stacks", "--real-time", "--preempt P", "--story", "--library-log FILE",
-          "--emulator COMMAND"}) {
+          "--exact-stacks", "--real-time", "--preempt P", "--schedule random|pct:D|FILE",
+          "--record-schedule FILE", "--story", "--library-log FILE", "--emulator COMMAND"}) {
         EXPECT_NE(finished.words.find(option), std::string::npos) << option;
     }
     for (const vp::Parameter& parameter : vp::parameters()) {
@@ -197,6 +199,32 @@ TEST(VirtualProjectorCommand, RefusesAProbabilityOutOfItsRange) {
         expect_mistake({"--preempt", probability},
                        "--preempt: Value " + probability + " not in range 0.000000 to 1.000000 (see --help)");
     }
+}
+
+TEST(VirtualProjectorCommand, RefusesAScheduleThatIsNone) {
+    const ScratchFolder folder;
+    for (const std::string choice : {"pct:", "pct:0", "pct:100", "pct:3:", "pct:3:0", "pct:3:x", "pct:-1"}) {
+        expect_mistake(
+            {"--schedule", choice},
+            "--schedule: expected pct:D or pct:D:K with a depth D from 1 to 99 and K steps, found '" + choice +
+                "'");
+    }
+    const std::string file = folder.file("schedule");
+    expect_mistake({"--schedule", file}, "--schedule: " + file + ": No such file or directory");
+    write_file(file, "1 2 worker\n");
+    expect_mistake(
+        {"--schedule", file},
+        "--schedule: " + file + ": expected a schedule, which begins with 'virtual-projector schedule 1'");
+    expect_mistake({"--schedule", "pct:3", "--preempt", "0.1"},
+                   "--schedule: --preempt goes with the random schedule only");
+    expect_mistake({"--record-schedule", "/no/folder/f"},
+                   "--record-schedule /no/folder/f.part: cannot write it: No such file or directory");
+}
+
+TEST(VirtualProjectorCommand, RefusesAScheduleOnTheWallClock) {
+    expect_mistake({"--real-time", "--schedule", "pct:3"}, "--real-time excludes --schedule (see --help)");
+    expect_mistake({"--real-time", "--record-schedule", "f"},
+                   "--real-time excludes --record-schedule (see --help)");
 }
 
 TEST(VirtualProjectorCommand, RefusesATraceDetailThatItDoesNotKnow) {
@@ -306,6 +334,68 @@ TEST(VirtualProjectorCommand, WritesASummaryOfTheRun) {
     launch_projector({"--summary", folder.file("summary")}, {odd_program, "sleep", "3"});
     const std::string text = contents_of(folder.file("summary"));
     EXPECT_EQ(text.find(R"({"simulated_us":3000000,"real_us":)"), 0U) << text;
+}
+
+TEST(VirtualProjectorCommand, RunsUnderEverySchedule) {
+    const ScratchFolder folder;
+    for (const std::string choice : {"random", "pct:1", "pct:3:500"}) {
+        const Finished finished = launch_projector({"--schedule", choice}, {odd_program, "exit", "3"});
+        EXPECT_EQ(finished.complaints, "") << choice;
+        EXPECT_EQ(finished.exit_code, 3) << choice;
+    }
+}
+
+// The first light of a new unit, in which several threads are at work.
+Finished first_light(const std::vector<std::string>& options) {
+    std::vector<std::string> all = {"--scenario", project_file("scenarios/first-light.json")};
+    all.insert(all.end(), options.begin(), options.end());
+    return launch_projector(all, {host_program, "--script", project_file("scenarios/first-light.host")});
+}
+
+TEST(VirtualProjectorCommand, GivesTheSameTraceAgainForARecordedSchedule) {
+    const ScratchFolder folder;
+    const std::string schedule = folder.file("schedule");
+    const std::vector<std::vector<std::string>> ways = {{"--preempt", "0.2"}, {"--schedule", "pct:3"}};
+    for (std::vector<std::string> way : ways) {
+        way.insert(way.end(), {"--trace", folder.file("recorded"), "--record-schedule", schedule});
+        EXPECT_EQ(first_light(way).complaints, "");
+        EXPECT_EQ(first_light({"--trace", folder.file("played"), "--schedule", schedule}).complaints, "");
+        EXPECT_GT(contents_of(folder.file("recorded")).size(), 10000U);
+        EXPECT_TRUE(contents_of(folder.file("played")) == contents_of(folder.file("recorded")));
+    }
+}
+
+TEST(VirtualProjectorCommand, EndsARunThatARecordedScheduleDoesNotFit) {
+    const ScratchFolder folder;
+    const std::string schedule = folder.file("schedule");
+    write_file(schedule, "virtual-projector schedule 1\n1 9 nobody\n");
+    const Finished finished = first_light({"--schedule", schedule});
+    EXPECT_EQ(
+        finished.complaints.find("virtual-projector: " + schedule +
+                                 ": does not fit this run at step 1: recorded is 9 nobody, runnable are "),
+        0U)
+        << finished.complaints;
+    EXPECT_EQ(finished.exit_code, 2);
+}
+
+TEST(VirtualProjectorCommand, SaysWhenARecordedScheduleIsNotPlayedToItsEnd) {
+    const ScratchFolder folder;
+    const std::string schedule = folder.file("schedule");
+    write_file(schedule, "virtual-projector schedule 1\n1 2 worker\n");
+    const Finished finished = launch_projector({"--schedule", schedule}, {odd_program, "exit", "3"});
+    EXPECT_EQ(finished.complaints,
+              "virtual-projector: " + schedule +
+                  ": does not fit this run, which ended at step 0: recorded is 2 worker at "
+                  "step 1\n");
+    EXPECT_EQ(finished.exit_code, 3);
+}
+
+TEST(VirtualProjectorCommand, RecordsTheScheduleOfARunThatCannotGoOn) {
+    const ScratchFolder folder;
+    EXPECT_EQ(
+        launch_projector({"--record-schedule", folder.file("schedule")}, {odd_program, "block"}).exit_code,
+        120);
+    EXPECT_EQ(contents_of(folder.file("schedule")).find("virtual-projector schedule 1\n"), 0U);
 }
 
 TEST(VirtualProjectorCommand, RunsOnTheWallClockOnRequest) {

@@ -19,6 +19,8 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     given.exact_stacks = true;
     given.real_time = true;
     given.preempt = 0.25;
+    given.schedule = "pct:3";
+    given.record_schedule = "kept";
     const RunOptions taken = vp::run_options_from(vp::to_text(given));
     EXPECT_EQ(taken.scenario, given.scenario);
     EXPECT_EQ(taken.seed, given.seed);
@@ -30,6 +32,8 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     EXPECT_EQ(taken.exact_stacks, given.exact_stacks);
     EXPECT_EQ(taken.real_time, given.real_time);
     EXPECT_EQ(taken.preempt, given.preempt);
+    EXPECT_EQ(taken.schedule, given.schedule);
+    EXPECT_EQ(taken.record_schedule, given.record_schedule);
 }
 
 TEST(RunOptions, MayHaveNoSeedOfTheirOwn) {

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "host/commands.h"
+#include "host/factory_commands.h"
 #include "ovrafocus/permanent_data.h"
 #include "virtual_projector/storykit/launched_program.h"
 

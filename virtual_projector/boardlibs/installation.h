@@ -17,7 +17,7 @@ struct Installation {
     /// a short count the result itself; garbage lies over what the function hands out. It makes a delay itself.
     std::function<FaultEffect(std::string_view function)> fault;
 
-    /// Told after each call; may be empty.
+    /// Called after each call; may be empty.
     std::function<void(std::string_view function, long result)> called;
 };
 

@@ -6,7 +6,7 @@
 namespace ovra {
 
 /// Prints "[ovra_focus]  ", the message and a newline. A message that ends in a newline of its own
-/// therefore leaves an empty line behind it; many of the library's messages do.
+/// therefore leaves an empty line after it; many of the library's messages do.
 void log_focus(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// The same when ovra_log_level is at least `level`, else nothing.

@@ -8,10 +8,10 @@ namespace ovra {
 
 /// Parses up to `capacity` numbers into `numbers`, with the rules of scanf's "%d": blanks, tabs and newlines
 /// before a number are skipped, anything else between two numbers must be the separator. Stops at the first
-/// place that does not fit; the values behind it stay as they were.
+/// place that does not fit; the values after it stay as they were.
 ///
 /// @param text       terminated by a zero byte
-/// @param separator  what must stand directly behind a number; ' ' asks for nothing
+/// @param separator  what must stand directly after a number; ' ' asks for nothing
 /// @return how many numbers were stored
 int parse_numbers(const char* text, char separator, std::int32_t* numbers, int capacity);
 

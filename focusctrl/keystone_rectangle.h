@@ -88,7 +88,8 @@ inline Edges edges_of(const Quadrilateral& q) {
             p1.x};
 }
 
-/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4, written from `out` on; returns behind them.
+/// Crossings of one diagonal with the edges 1-2, 4-3, 2-3 and 1-4, written from `out` on; returns the place
+/// after them.
 inline WallPoint* edge_crossings(const WallLine& diagonal, const Edges& e, WallPoint* out) {
     const auto on_edge = [&](const WallLine& edge) {
         const float x = crossing_x(diagonal, edge);
@@ -106,8 +107,8 @@ inline WallPoint* edge_crossings(const WallLine& diagonal, const Edges& e, WallP
 inline Crossings all_crossings(const Diagonals& diagonals, const Quadrilateral& q) {
     const Edges edges = edges_of(q);
     Crossings crossings;
-    const auto behind = edge_crossings(diagonals.rising, edges, crossings.data());
-    edge_crossings(diagonals.falling, edges, behind);
+    const auto next = edge_crossings(diagonals.rising, edges, crossings.data());
+    edge_crossings(diagonals.falling, edges, next);
     return crossings;
 }
 
@@ -139,7 +140,7 @@ inline bool nearer(float a, float b, float edge) { return std::fabs(a - edge) < 
 
 /// Which column and row belong to which side. Below 90 degrees of roll the image is upright on the wall: the
 /// side 1-4 has the smaller x and the edge 1-2 the smaller z. Beyond, the image may lie on its side or on its
-/// head, and the sides are told by where they really are.
+/// head, and the sides go by where they really are.
 inline WallRectangle assign_to_edges(float x_a, float x_b, float z_a, float z_b, const Quadrilateral& q,
                                      bool image_upright) {
     const auto& [p1, p2, p3, p4] = q;

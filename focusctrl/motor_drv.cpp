@@ -63,7 +63,7 @@ int with_reversal_offset(int steps, int dir, int last_dir) {
     return static_cast<int>(static_cast<unsigned>(steps) + unsigned{reversal_offset_steps});
 }
 
-// Writes a value and tells a failure with the function's name.
+// Writes a value and logs a failure with the function's name.
 int write_or_report(const char* function, const char* node, int value) {
     const int result = write_file(node, value);
     if (result != 0) log_focus("%s  fail.", function);

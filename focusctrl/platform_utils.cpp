@@ -19,7 +19,7 @@ constexpr const char* fan_auto_node = "/sys/devices/platform/pwm-fan/fan_auto_ct
 constexpr const char* fan_speed_node = "/sys/devices/platform/pwm-fan/target_speed";
 constexpr int fan_manual = 0;
 
-// Sizes in bytes. They are the contract of these helpers: what lies behind them in a node is not looked at.
+// Sizes in bytes. They are the contract of these helpers: what lies after them in a node is not looked at.
 constexpr std::size_t short_write_limit = 32;  // a text and its terminator
 constexpr std::size_t number_limit = 20;       // a decimal number of 32 bits, with room to spare
 constexpr std::size_t short_number_limit = 4;
@@ -28,11 +28,11 @@ constexpr int text_limit = 72;  // one ToF frame of nine words
 constexpr int buffer_too_long_line = 214;
 constexpr unsigned microseconds_per_millisecond = 1000;
 
-// Reads once into `text`, which is zeroed and keeps a terminator of its own behind `size - 1` bytes.
+// Reads once into `text`, which is zeroed and keeps a terminator of its own after `size - 1` bytes.
 // Returns read's result.
 ssize_t read_text(const Descriptor& node, char* text, std::size_t size) {
     std::memset(text, 0, size);
-    errno = 0;  // an empty node is a failure without an error: it is told as "Success"
+    errno = 0;  // an empty node is a failure without an error: it is logged as "Success"
     return ::read(node.get(), text, size - 1);
 }
 
@@ -137,7 +137,7 @@ int32_t read_file_buf(const char* path, char* buf, int32_t len) {
     char text[text_limit + 1];
     const ssize_t count = read_or_report(node, path, text, sizeof text);
     if (count < 1) return -1;
-    // By the caller's length, not by what was read: behind a short text the caller gets zero bytes.
+    // By the caller's length, not by what was read: after a short text the caller gets zero bytes.
     std::memcpy(buf, text, static_cast<std::size_t>(std::clamp(len, 0, text_limit)));
     return static_cast<int32_t>(count);
 }

@@ -81,7 +81,7 @@ int write_or_report_twice(const char* node, int value) {
     return result;
 }
 
-// Reads a driver's error code and tells it, or that there is none.
+// Reads a driver's error code and logs it, or that there is none.
 int check_error_code(const char* sensor, const char* node) {
     const int code = read_file(node);
     if (code == unreadable) {
@@ -141,16 +141,16 @@ int stop_measuring(const char* function, bool measuring, bool polling) {
     return result;
 }
 
-// The least distance among the zones that see something well enough, or 0 when there is none.
-int least_distance(const int32_t* zones) {
-    int least = 0;
+// The smallest distance among the zones that see something well enough, or 0 when there is none.
+int min_distance(const int32_t* zones) {
+    int nearest = 0;
     for (int zone = 0; zone < zone_count; ++zone) {
         const int distance = zones[zone];
         const bool usable =
             distance >= eye_base_least_distance_mm && zones[zone_count + zone] >= eye_base_least_second;
-        if (usable && (least == 0 || distance < least)) least = distance;
+        if (usable && (nearest == 0 || distance < nearest)) nearest = distance;
     }
-    return least;
+    return nearest;
 }
 
 // What several frames say about one zone.
@@ -190,7 +190,7 @@ bool sum_frames(const char* function, int frames, MiddleRow& row) {
     return true;
 }
 
-// Tells an unstable zone by its name and returns whether it is stable.
+// Logs an unstable zone by its name and returns whether it is stable.
 bool check_stable(const Location& where, const char* name, const ZoneSum& zone, int frames) {
     if (zone.stable(frames)) return true;
     log_located(where, "%s,%s data is not stable,(%d,%d)", where.function, name, frames, zone.zero_frames);
@@ -341,12 +341,12 @@ void tof_check_eye_base(void) {
         SleepMs(useless_frame_pause_ms);
     }
     log_focus("%s tof data:", __func__);
-    int least = least_distance(zones);
-    if (least == 0) {
+    int nearest = min_distance(zones);
+    if (nearest == 0) {
         log_focus("%s,can not find min val", __func__);
-        least = eye_base_default_mm;
+        nearest = eye_base_default_mm;
     }
-    log_focus("%s,min val:%d", __func__, least);
+    log_focus("%s,min val:%d", __func__, nearest);
 }
 
 void tof_notify_status(int32_t is_near) { log_focus("%s,is_near:%d", __func__, is_near); }
@@ -371,7 +371,7 @@ int32_t keystone_get_tof_avg(int32_t* left, int32_t* centre, int32_t* right, int
     const int frames = std::max(count, 1);
     MiddleRow row;
     bool good = sum_frames(__func__, frames, row);
-    // All unstable zones are told before the one failure line, so that the log shows which side is at fault.
+    // All unstable zones are logged before the one failure line, so that the log shows which side is at fault.
     if (left != nullptr && right != nullptr) {
         good &= check_stable({__func__, room, left_unstable_line}, "dl", row.left, frames);
         good &= check_stable({__func__, room, right_unstable_line}, "dr", row.right, frames);

@@ -4,13 +4,11 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <climits>
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
 
 #include "host/console.h"
+#include "host/factory_commands.h"
 #include "host/host_session.h"
 #include "host/peek.h"
 #include "host/record_text.h"
@@ -83,17 +81,25 @@ Outcome run_wait(const Arguments& arguments) {
     return Outcome::done;
 }
 
+const char* manual_result_words(int result) {
+    switch (result) {
+        case OVRA_RESULT_OK:
+            return "done";
+        case OVRA_RESULT_RIGHT_LIMIT:
+            return "stopped at the right limit";
+        case OVRA_RESULT_LEFT_LIMIT:
+            return "stopped at the left limit";
+        default:
+            return "failed";
+    }
+}
+
 Outcome run_manual(const Arguments& arguments) {
     int delta = 0;
     if (!parse_int(arguments[0], delta)) return Outcome::misused;
     const int result = manufocusTMR(delta);
-    say("manual focus by %d: %s (%d)", delta,
-        result == 0    ? "done"
-        : result == -6 ? "stopped at the right limit"
-        : result == -7 ? "stopped at the left limit"
-                       : "failed",
-        result);
-    return result == -1 ? Outcome::failed : Outcome::done;
+    say("manual focus by %d: %s (%d)", delta, manual_result_words(result), result);
+    return result == OVRA_RESULT_LENS_FAILED ? Outcome::failed : Outcome::done;
 }
 
 Outcome run_limit(const Arguments& arguments) {
@@ -101,7 +107,7 @@ Outcome run_limit(const Arguments& arguments) {
     if (!left && arguments[0] != "right") return Outcome::misused;
     int limit = 0;
     const int result = left ? goto_left_limit_safe(&limit) : goto_right_limit_safe(&limit);
-    if (result != 0) {
+    if (result != OVRA_RESULT_OK) {
         say("the lens did not go to its %s limit (is it calibrated?)", arguments[0].c_str());
         return Outcome::failed;
     }
@@ -301,30 +307,6 @@ Outcome run_line(const std::string& line) {
         return Outcome::refused;
     }
     return run_command(*command, arguments);
-}
-
-bool parse_int(const std::string& text, int& value) {
-    char* end = nullptr;
-    errno = 0;
-    const long number = std::strtol(text.c_str(), &end, 10);
-    if (end == text.c_str() || *end != '\0' || errno != 0 || number < INT_MIN || number > INT_MAX) return false;
-    value = static_cast<int>(number);
-    return true;
-}
-
-bool parse_duration_ms(const std::string& text, long& milliseconds) {
-    char* unit = nullptr;
-    const double number = std::strtod(text.c_str(), &unit);
-    if (unit == text.c_str() || !(number >= 0)) return false;
-    const std::string name = unit;
-    double scale = 0;
-    if (name == "ms") scale = 1;
-    if (name == "s" || name.empty()) scale = 1000;
-    if (name == "min") scale = 60 * 1000;
-    if (name == "h") scale = 60 * 60 * 1000;
-    if (scale == 0 || number * scale > 1e9) return false;
-    milliseconds = static_cast<long>(number * scale);
-    return true;
 }
 
 }  // namespace host

@@ -1,4 +1,5 @@
-// The factory's commands: each calibrates one thing and says what it found.
+#include "host/factory_commands.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include <functional>
 #include <string>
 
-#include "host/commands.h"
 #include "host/console.h"
 #include "host/host_session.h"
 #include "host/peek.h"
@@ -34,6 +34,9 @@ constexpr std::size_t polarity_and_backlash_text = sizeof ",1,10,10" - 1;
 
 // The ToF sensor ranges 30 times a second; some frames pass before its calibration is judged.
 constexpr useconds_t settling_us = 100 * 1000;
+
+constexpr int no_distance = -1;   // as getAvgDist() has it
+constexpr int check_failed = -1;  // this program's own result of looking at what the library did
 
 constexpr int min_flag = 0;
 constexpr int max_flag = 4;
@@ -90,7 +93,7 @@ Outcome calibrate_gravity(const Arguments& arguments) {
 bool target_is_measured_at(int depth_mm) {
     int frame[8] = {};
     const bool read = tof_distance_read(frame) == 0;
-    const int measured_mm = read ? getAvgDist(frame) : -1;
+    const int measured_mm = read ? getAvgDist(frame) : no_distance;
     const std::int64_t tolerance_mm = std::max(5, depth_mm / 100);
     const bool near = measured_mm > 0 && std::abs(std::int64_t{measured_mm} - depth_mm) <= tolerance_mm;
     if (!near && measured_mm > 0) say("the target at %d mm is measured at %d mm", depth_mm, measured_mm);
@@ -109,21 +112,22 @@ Outcome calibrate_tof(const Arguments& arguments) {
         return verdict("ToF offset", false, result, "the sensor did not go back to its point mode");
     }
     usleep(settling_us);
-    return verdict("ToF offset", target_is_measured_at(depth_mm), -1,
+    return verdict("ToF offset", target_is_measured_at(depth_mm), check_failed,
                    "the calibration did not succeed: is the target flat, square and at this depth?");
 }
 
 Outcome calibrate_direction(const Arguments&) {
     int polarity = 0;
     const int result = get_direction(&polarity);
-    if (result == 0) say("TMR sense: %d (%s)", polarity, polarity == 1 ? "readings are negated" : "as read");
-    return verdict("lens direction", result == 0, result, no_movement);
+    if (result == OVRA_RESULT_OK)
+        say("TMR sense: %d (%s)", polarity, polarity == 1 ? "readings are negated" : "as read");
+    return verdict("lens direction", result == OVRA_RESULT_OK, result, no_movement);
 }
 
 Outcome calibrate_backlash(const Arguments& arguments) {
     if (arguments.size() != 2 || (arguments[1] != "left" && arguments[1] != "right")) return Outcome::misused;
     const int result = go_cali_tmr_idle(arguments[1] == "left" ? 1 : 0);
-    return verdict("idle travel", result == 0, result, no_movement);
+    return verdict("idle travel", result == OVRA_RESULT_OK, result, no_movement);
 }
 
 std::size_t length_of(std::int64_t number) { return std::to_string(number).size(); }
@@ -184,12 +188,12 @@ Outcome calibrate_table(const Arguments& arguments) {
         measured[sweep_points - 1], peek(g_limitLeft), peek(g_limitRight), peek(leftIdle), peek(rightIdle));
     if (!rises(measured)) {
         return verdict(
-            "lens table", false, -1,
+            "lens table", false, check_failed,
             "the positions do not rise from step to step: the lens sticks or jumps, or its sensor is "
             "disturbed");
     }
     // The library only prints a failed write; reading back tells.
-    return verdict("lens table", table_is_stored(), -1, no_record);
+    return verdict("lens table", table_is_stored(), check_failed, no_record);
 }
 
 Outcome calibrate_peak(const Arguments&) {
@@ -233,7 +237,7 @@ Outcome run_flags(const Arguments& arguments) {
     const bool kept = (stored[0] != 0) == (flags[0] != 0) && (stored[1] != 0) == (flags[1] != 0) &&
                       (stored[2] != 0) == (flags[2] != 0);
     say("calibration flags: gravity %d, ToF %d, lens %d", stored[0], stored[1], stored[2]);
-    return verdict("calibration flags", kept, kept ? 0 : -1, no_record);
+    return verdict("calibration flags", kept, kept ? 0 : check_failed, no_record);
 }
 
 Outcome run_clean(const Arguments&) {

@@ -1,5 +1,7 @@
 #include "host/toast_words.h"
 
+#include "ovrafocus/result_codes.h"
+
 namespace host {
 namespace {
 
@@ -10,13 +12,13 @@ struct Toast {
 };
 
 constexpr Toast toasts[] = {
-    {2, true, "the keystone correction failed"},
-    {5, true, "the lens did not reach its place"},
-    {6, false, "the lens is at its right limit"},
-    {7, false, "the lens is at its left limit"},
-    {9, true, "the wall cannot be measured or is out of range: move the projector"},
-    {10, true, "auto-focus and auto-keystone are both switched off"},
-    {11, true, "auto-focus is off, or the lens has not been calibrated"},
+    {OVRA_TOAST_KEYSTONE_FAILED, true, "the keystone correction failed"},
+    {OVRA_TOAST_LENS_FAILED, true, "the lens did not reach its place"},
+    {OVRA_TOAST_RIGHT_LIMIT, false, "the lens is at its right limit"},
+    {OVRA_TOAST_LEFT_LIMIT, false, "the lens is at its left limit"},
+    {OVRA_TOAST_NO_DISTANCE, true, "the wall cannot be measured or is out of range: move the projector"},
+    {OVRA_TOAST_BOTH_OFF, true, "auto-focus and auto-keystone are both switched off"},
+    {OVRA_TOAST_FOCUS_OFF, true, "auto-focus is off, or the lens has not been calibrated"},
 };
 
 const Toast* find(std::int32_t code) {

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ovrafocus/nds01_device.h"
-
 namespace ovra {
 
 enum class DriverCommand : uint32_t {
@@ -53,17 +51,6 @@ static_assert(offsetof(RegisterTransferRecord, register_bytes) == 2);
 static_assert(offsetof(RegisterTransferRecord, register_length) == 10);
 static_assert(offsetof(RegisterTransferRecord, data) == 12);
 static_assert(offsetof(RegisterTransferRecord, data_length) == 20);
-
-static_assert(sizeof(nds01_zone) == 8);
-static_assert(offsetof(nds01_zone, distance_mm) == 0);
-static_assert(offsetof(nds01_zone, quality) == 2);
-static_assert(offsetof(nds01_zone, driver_data) == 4);
-
-static_assert(sizeof(nds01_pixel) == 8);
-static_assert(offsetof(nds01_pixel, distance_mm) == 0);
-static_assert(offsetof(nds01_pixel, driver_data) == 2);
-static_assert(offsetof(nds01_pixel, calibration_value) == 4);
-static_assert(offsetof(nds01_pixel, more_driver_data) == 6);
 
 /// An address as the driver's records carry it: sign-extended to 64 bits.
 inline uint64_t driver_address(const void* pointer) {

@@ -20,7 +20,7 @@ namespace {
 constexpr const char* step_attribute = "offset_calibration_at_depth_for_isp";
 
 // The work buffer, in bytes: the factory data at its start, the output from the middle on, and inside the
-// output, behind its table of offsets, what the vendor's library generates.
+// output, after its table of offsets, what the vendor's library generates.
 constexpr size_t work_bytes = 8192;
 constexpr uint32_t factory_bytes = 1024;
 constexpr size_t output_offset = 4096;
@@ -33,7 +33,8 @@ static_assert(generated_table_offset + sizeof(OffsetTable) <= work_bytes);
 constexpr int32_t calibration_point_mode = 0;
 constexpr int32_t calibration_fps = 0;
 
-/// What the vendor's library is told about this sensor, laid out natively. The two numbers are the vendor's.
+/// What the vendor's library gets to know about this sensor, laid out natively. The two numbers are the
+/// vendor's.
 struct UserCalibrationConfiguration {
     int32_t first;
     int32_t second;
@@ -116,7 +117,7 @@ Outcome calibrate(uint8_t* work, Ranging& before, int32_t depth, intptr_t argume
     return measured == Outcome::done ? store_output(work + output_offset) : measured;
 }
 
-/// Starts the processing library with the new calibration. The driver is told in any case.
+/// Starts the processing library with the new calibration. The driver hears of it in any case.
 Outcome take_over() {
     const int32_t initialised = nds01_isp_init(NDS01_FILTER_DEFAULT);
     const int32_t announced = announce("step_3");
@@ -165,7 +166,7 @@ int32_t nds01_isp_offset_calibration(int32_t depth, intptr_t argument) {
     const ovra::Outcome outcome = ovra::run_steps(work.get(), before, depth, argument);
     if (outcome == ovra::Outcome::not_stored) {
         // The driver holds the short table but not the whole calibration. Such a unit is left exactly as it
-        // is, frame rate and work buffer included, and is started anew before its next attempt.
+        // is, frame rate and work buffer included, and is started again before its next attempt.
         static_cast<void>(work.release());
         return -ENOENT;
     }

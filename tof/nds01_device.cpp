@@ -33,6 +33,18 @@ constexpr int32_t command_bytes = sizeof(CommandRecord);
 static_assert(command_bytes == whole_command_bytes);
 constexpr uint32_t first_firmware_with_four_xtalk_values = 0x010300;  // 1.3.0
 
+// What the driver fills has its layout on every build.
+static_assert(sizeof(nds01_zone) == 8);
+static_assert(offsetof(nds01_zone, distance_mm) == 0);
+static_assert(offsetof(nds01_zone, quality) == 2);
+static_assert(offsetof(nds01_zone, driver_data) == 4);
+
+static_assert(sizeof(nds01_pixel) == 8);
+static_assert(offsetof(nds01_pixel, distance_mm) == 0);
+static_assert(offsetof(nds01_pixel, driver_data) == 2);
+static_assert(offsetof(nds01_pixel, calibration_value) == 4);
+static_assert(offsetof(nds01_pixel, more_driver_data) == 6);
+
 int device = -1;
 uint8_t opened = 0;  // set by the attempt to open, successful or not
 int32_t point_mode = 0;

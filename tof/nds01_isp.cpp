@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "base/log.h"
 #include "base/mutex_guard.h"
@@ -17,7 +18,7 @@
 namespace ovra {
 namespace {
 
-constexpr size_t isp_context_bytes = 16384;  // the vendor does not tell its size; this leaves ample room
+constexpr size_t isp_context_bytes = 16384;  // the vendor does not state its size; this leaves ample room
 constexpr size_t device_context_bytes = 1024;
 constexpr size_t calibration_bytes = 4096;
 constexpr size_t vendor_calibration_offset = 1024;  // bytes; from here on the calibration is the vendor's
@@ -87,30 +88,34 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
-/// A function's place in the table; Function is the type that the vendor calls it by.
-template <typename Function>
-void* entry(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
+/// A function as the table holds it; Function is the type that the vendor calls it by.
+#define OVRA_ENTRY(Function, function) reinterpret_cast<void*>(static_cast<Function*>(function))
 
-std::array<void*, NDS_PLATFORM_SLOTS> platform_table{};
-
-void fill_platform_table() {
-    platform_table.fill(nullptr);
-    platform_table[NDS_WRITE_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_write);
-    platform_table[NDS_READ_REGISTER8] = entry<nds_register8_transfer>(platform_i2c_read);
-    platform_table[NDS_WRITE_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_write);
-    platform_table[NDS_READ_REGISTER16] = entry<nds_register16_transfer>(platform_addr16_read);
-    platform_table[NDS_DELAY_10US] = entry<nds_delay>(platform_delay_10us);
-    platform_table[NDS_DELAY_MS] = entry<nds_delay>(platform_delay_ms);
-    platform_table[NDS_GET_TIME_US] = entry<nds_get_time_us>(platform_get_time_us);
-    platform_table[NDS_SET_XSHUT] = entry<nds_set_level>(platform_set_xshut);
-    platform_table[NDS_GET_DEVICE] = entry<nds_get_device>(nds01_isp_get_dev_ptr);
-    platform_table[NDS_GET_ID] = entry<nds_get_id>(ispfht_get_isp_id);
-    platform_table[NDS_USER_CALIBRATION_INIT] = entry(nx_user_calibration_init);
-    platform_table[NDS_SET_CONFIG] = entry<nds_set_config>(nds01_isp_set_config);
-    platform_table[NDS_GENERATE_DATA] = entry(nx_calibration_generate_data);
-}
+/// In the order of the slots. Built by the linker and not by code: a macro, because a cast of a function's
+/// address is a constant only where it is written out.
+void* platform_table[] = {
+    OVRA_ENTRY(nds_register8_transfer, platform_i2c_write),
+    OVRA_ENTRY(nds_register8_transfer, platform_i2c_read),
+    OVRA_ENTRY(nds_register16_transfer, platform_addr16_write),
+    OVRA_ENTRY(nds_register16_transfer, platform_addr16_read),
+    OVRA_ENTRY(nds_delay, platform_delay_10us),
+    OVRA_ENTRY(nds_delay, platform_delay_ms),
+    OVRA_ENTRY(nds_get_time_us, platform_get_time_us),
+    OVRA_ENTRY(nds_set_level, platform_set_xshut),
+    OVRA_ENTRY(nds_get_device, nds01_isp_get_dev_ptr),
+    nullptr,
+    OVRA_ENTRY(nds_get_id, ispfht_get_isp_id),
+    reinterpret_cast<void*>(nx_user_calibration_init),
+    OVRA_ENTRY(nds_set_config, nds01_isp_set_config),
+    reinterpret_cast<void*>(nx_calibration_generate_data),
+};
+static_assert(NDS_WRITE_REGISTER8 == 0 && NDS_READ_REGISTER8 == 1, "the table's order");
+static_assert(NDS_WRITE_REGISTER16 == 2 && NDS_READ_REGISTER16 == 3, "the table's order");
+static_assert(NDS_DELAY_10US == 4 && NDS_DELAY_MS == 5, "the table's order");
+static_assert(NDS_GET_TIME_US == 6 && NDS_SET_XSHUT == 7, "the table's order");
+static_assert(NDS_GET_DEVICE == 8 && NDS_GET_ID == 10, "the table's order");
+static_assert(NDS_USER_CALIBRATION_INIT == 11 && NDS_SET_CONFIG == 12, "the table's order");
+static_assert(NDS_GENERATE_DATA == 13 && std::size(platform_table) == NDS_PLATFORM_SLOTS, "the table's order");
 
 // --- Initialisation ---------------------------------------------------------------------------------
 // Statuses are OR-ed: a negative one makes the whole negative, positive ones only add bits.
@@ -187,15 +192,15 @@ struct OperationRecord {
 
 int32_t start_operation(int32_t filter) {
     static OperationRecord operations{};
-    operations = {nullptr, entry<nds_set_config>(nds01_isp_set_config)};
+    operations = {nullptr, OVRA_ENTRY(nds_set_config, nds01_isp_set_config)};
     const int32_t operating = nx_isp_op_init(isp_context(), &operations);
     const int32_t limited = nx_set_angle_limit(isp_context(), angle_limits.data());
     const int32_t filtered = nds01_isp_set_filter_para(filter, 0, 0);
     return operating | limited | filtered;
 }
 
-/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be told from a failure and
-/// counts as one: no device holds that much.
+/// Whether a transfer moved all of `size` bytes. A size that reads as -1 cannot be distinguished from a failure
+/// and counts as one: no device holds that much.
 bool moved_whole(int32_t result, uint32_t size) {
     return result != -1 && static_cast<uint32_t>(result) == size;
 }
@@ -208,10 +213,7 @@ void* isp_context() { return vendor_context.data(); }
 
 // --- Life -------------------------------------------------------------------------------------------
 
-int32_t nds01_ispfht_platform_register(void) {
-    ovra::fill_platform_table();
-    return std::min(isp_platform_init(ovra::platform_table.data()), 0);
-}
+int32_t nds01_ispfht_platform_register(void) { return std::min(isp_platform_init(ovra::platform_table), 0); }
 
 int32_t nds01_isp_init(int32_t filter) {
     ovra::calibration.fill(0);

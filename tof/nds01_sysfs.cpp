@@ -12,11 +12,11 @@ namespace ovra {
 namespace {
 
 constexpr size_t int_text_bytes = 16;    // "-2147483648" and its terminator
-constexpr size_t float_text_bytes = 64;  // the largest float has 39 digits before the point and 6 behind it
+constexpr size_t float_text_bytes = 64;  // the largest float has 39 digits before the point and 6 after it
 
 enum class NoMemory { silent, on_output, on_error };
 
-/// How one helper tells of its failures.
+/// How one helper reports its failures.
 struct Complaints {
     const char* open_failed;  // what stands before the path; null: nothing is said
     const char* close_failed;
@@ -68,7 +68,7 @@ Attribute open_attribute(const Complaints& complaints, const char* name, const c
     return {nullptr, -error};
 }
 
-/// Closes the attribute. The transfer's failure goes before that of the close, which is then only told.
+/// Closes the attribute. The transfer's failure goes before that of the close, which is then only reported.
 int32_t close_attribute(const Complaints& complaints, FILE* stream, const Transfer& transfer) {
     if (std::fclose(stream) == 0) return transfer.result;
     if (!transfer.failed) return -errno;
@@ -94,7 +94,7 @@ int32_t scan(const Complaints& complaints, const char* name, const char* directo
              void* value) {
     const Attribute attribute = open_attribute(complaints, name, directory, "r");
     if (attribute.stream == nullptr) return attribute.path_length_or_error;
-    errno = 0;  // a text that does not fit is told from a read that failed by errno alone
+    errno = 0;  // a text that does not fit differs from a read that failed by errno alone
     Transfer transfer{attribute.path_length_or_error, false};
     // cppcheck-suppress invalidScanfArgType_s  // the format is the caller's, and so is its value's type
     if (std::fscanf(attribute.stream, format, value) != 1) transfer = {errno != 0 ? -errno : -ENODATA, true};

@@ -47,21 +47,15 @@ constexpr int pulse_open_line = 898;
 constexpr int direction_open_line = 1992;
 
 // Reads once, at most `capacity` bytes, and puts a zero byte after them. False when nothing came.
-//
-// The descriptor then stays open, on purpose: this version's behaviour on the nodes of ranging, temperature
-// and focus curve. A driver that opens and then gives nothing is not met on a sound board.
-bool read_once(Descriptor& node, char* text, std::size_t capacity) {
+bool read_once(const Descriptor& node, char* text, std::size_t capacity) {
     const ssize_t count = ::read(node.get(), text, capacity);
-    if (count < 1) {
-        node.release();
-        return false;
-    }
+    if (count < 1) return false;
     text[count] = '\0';
     return true;
 }
 
 // A function of its own: its buffer is given back before the log, which needs stack too, is called.
-[[gnu::noinline]] bool read_celsius(Descriptor& node, int32_t& celsius) {
+[[gnu::noinline]] bool read_celsius(const Descriptor& node, int32_t& celsius) {
     char text[temperature_text_bytes + 1];
     if (!read_once(node, text, temperature_text_bytes)) return false;
     celsius = std::atoi(text);  // ends at the trailing newline
@@ -94,7 +88,7 @@ int32_t read_position(int32_t* out) {
 }
 
 bool read_focus_curve(int32_t* curve) {
-    Descriptor node(focus_curve_node, O_RDONLY);
+    const Descriptor node(focus_curve_node, O_RDONLY);
     if (!node.is_open()) log_focus("elepn_calidata_read fail!");
     char text[focus_curve_text_bytes + 1];
     const bool has_curve = node.is_open() && read_once(node, text, focus_curve_text_bytes);
@@ -123,7 +117,7 @@ void log_focus_curve(const int32_t* curve) {
 }  // namespace
 
 int32_t tof_distance_read(int32_t* frame) {
-    Descriptor node(ranging_node, O_RDONLY);
+    const Descriptor node(ranging_node, O_RDONLY);
     if (!node.is_open()) {
         log_focus("tof_distance_read %s fail!", ranging_node);
         return -1;
@@ -148,7 +142,7 @@ int32_t motor_stop_read(void) {
 int32_t r_led_temp_read(void) {
     int32_t celsius = 0;
     {
-        Descriptor node(led_temperature_node, O_RDONLY);
+        const Descriptor node(led_temperature_node, O_RDONLY);
         if (!node.is_open()) {
             log_focus("r_led_temp_read %s fail!", led_temperature_node);
             return -1;

@@ -32,7 +32,7 @@ using ovra::store;
 using ovra::TableChoice;
 using ovra::wall_clock;
 
-// Tells varnel_keystone() that a focus run asks.
+// The code by which varnel_keystone() knows that a focus run asks.
 constexpr int keystone_for_focus = 9999;
 
 constexpr int32_t adjust_once = 1;  // of g_focus_temp_adjust

@@ -21,7 +21,7 @@ namespace ovra {
 inline constexpr float standing_degrees = 50.0F;
 inline constexpr std::int32_t quarter_turn_degrees = 90;
 
-/// From here on the projector lies on its side (degrees about x): gravity no longer tells its tilt.
+/// From here on the projector lies on its side (degrees about x): gravity no longer shows its tilt.
 inline constexpr float lying_on_side_degrees = 45.0F;
 
 /// Below this tilt the ToF angle is the more precise one.

@@ -32,8 +32,8 @@ constexpr useconds_t probe_settle_us = 100000;  // the same in the factory's pro
 constexpr int manual_passes = 30;
 constexpr int32_t target_steps_limit = 41;  // full and fine steps together
 constexpr int probe_steps = 15;             // the last of them is one too many
-constexpr int32_t polarity_change = 21;     // TMR units that tell the sensor's polarity
-constexpr int32_t follow_change = 11;       // TMR units that tell that the lens follows
+constexpr int32_t polarity_change = 21;     // TMR units that show the sensor's polarity
+constexpr int32_t follow_change = 11;       // TMR units that show that the lens follows
 
 // The soft limits hold for every target; a target beyond one is logged and pulled inside.
 ClampedTarget clamp_target(int32_t target) {

@@ -10,10 +10,10 @@ namespace {
 
 constexpr double flat_below = 0.5;
 // Where the scans of the sharpness begin: sharpness is a percentage.
-constexpr double least_greatest = 0.0;
-constexpr double greatest_least = 100.0;
+constexpr double initial_max = 0.0;
+constexpr double initial_min = 100.0;
 constexpr double error_scale = 0.5;  // the mean over the two samples that a parabola leaves over
-constexpr double largest_error = 9999.0;
+constexpr double max_error = 9999.0;
 
 struct Triple {
     std::size_t first;
@@ -59,24 +59,24 @@ Parabola parabola_through(double x1, double y1, double x2, double y2, double x3,
 }
 
 bool samples_are_flat(const std::vector<stepList_>& samples) {
-    double greatest = least_greatest;
-    double least = greatest_least;
+    double max_sharpness = initial_max;
+    double min_sharpness = initial_min;
     for (const stepList_& sample : samples) {
-        greatest = std::max(greatest, sample.sharpness);
-        least = std::min(least, sample.sharpness);
+        max_sharpness = std::max(max_sharpness, sample.sharpness);
+        min_sharpness = std::min(min_sharpness, sample.sharpness);
     }
-    return greatest - least < flat_below;
+    return max_sharpness - min_sharpness < flat_below;
 }
 
 double peak_position(const std::vector<stepList_>& samples) {
     Parabola best{};
-    double best_error = largest_error;
+    double best_error = max_error;
     bool chosen = false;
     for (const Triple& triple : triples) {
         const Parabola candidate =
             parabola_through(samples[triple.first], samples[triple.second], samples[triple.third]);
         const double error = prediction_error(candidate, triple, samples);
-        // The first stands in when no error is below the largest one.
+        // The first stands in when no error is below the maximum.
         if (!chosen || error < best_error) best = candidate;
         if (error < best_error) best_error = error;
         chosen = true;

@@ -26,7 +26,7 @@ constexpr std::array<double, 14> sharpness_series = {1.01, 1.21, 1.41, 1.61, 1.7
 constexpr int earliest_stop = 4;  // the index after which two falls in a row end the walk
 constexpr int peak_margin = 2;    // samples needed on either side of the sharpest
 
-// At most one sample for each entry of the series; in place, so that no path leaves memory behind.
+// At most one sample for each entry of the series; in place, so that no path keeps memory.
 struct Samples {
     std::array<stepList_, sharpness_series.size()> list{};
     int count = 0;

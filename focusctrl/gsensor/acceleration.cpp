@@ -12,7 +12,7 @@
 #include "focusctrl/gsensor/block_average.h"
 #include "focusctrl/gsensor/gravity_sensor.h"
 #include "focusctrl/gsensor/gravity_state.h"
-#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/motion.h"
 
 namespace ovra {
@@ -21,18 +21,13 @@ namespace {
 // The block under way; guarded by sample_processing.
 BlockAverage block;
 
-void log_axes(const char* what, const Axes& axes) {
-    log_focus_at(level_sample, "%s %.3f %.3f %.3f", what, static_cast<double>(axes.x),
-                 static_cast<double>(axes.y), static_cast<double>(axes.z));
-}
-
 void process_sample(const Axes& sample) {
     set_axes(acc_read_data, sample);
-    log_axes("acc read", sample);
+    log_axes(level_sample, "%s %.3f %.3f %.3f", "acc read", sample);
     const std::optional<Axes> average = block.add(sample);
     if (!average) return;
     set_axes(acc_avg, *average);
-    log_axes("acc avg", *average);
+    log_axes(level_sample, "%s %.3f %.3f %.3f", "acc avg", *average);
     judge_block(*average);
 }
 

@@ -14,7 +14,7 @@ using CalibrationOffsets = std::array<std::int32_t, 3>;
 /// True when no offset is beyond 20000 either way: a sound sensor needs no more.
 bool offsets_in_range(const CalibrationOffsets& offsets);
 
-/// The number at the start of a text, behind any blanks and tabs; 0 when there is none. A number that 32 bits
+/// The number at the start of a text, after any blanks and tabs; 0 when there is none. A number that 32 bits
 /// cannot hold becomes the nearest that they can.
 std::int32_t leading_number(const char* text);
 

@@ -5,7 +5,7 @@
 
 #include "base/log.h"
 #include "base/shared_flag.h"
-#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/rotation_choice.h"
 #include "ovrafocus/gravity_state.h"
 #include "ovrafocus/requests.h"
@@ -14,7 +14,7 @@
 namespace ovra {
 namespace {
 
-// As the host counts: against the sense of the display.
+// As the host counts: in the opposite direction to the display.
 constexpr std::array<std::int32_t, rotations> host_rotation_codes{0, 3, 2, 1};
 
 constexpr std::uint8_t half_turn = 2;
@@ -35,7 +35,7 @@ void turn_picture(std::uint8_t rotation) {
     if (result < 0) log_focus_at(level_event, "HDMI stops working");
 }
 
-void tell_host(std::uint8_t rotation) {
+void notify_host(std::uint8_t rotation) {
     const app_callback_table* host = load_acquire(gsensor_app_callback);
     if (host != nullptr && host->rotation_changed != nullptr)
         host->rotation_changed(host_rotation_codes[rotation]);
@@ -63,7 +63,7 @@ int32_t set_device_direction(int32_t index) {
     // Before the host hears of it: its callback may lead back here, and must not find the turn still to be
     // made.
     store(current_rotation, rotation);
-    tell_host(rotation);
+    notify_host(rotation);
     log_focus_at(level_event, "from %s -> %s, device rotation success", rotation_name(old_rotation),
                  rotation_name(rotation));
     return 0;

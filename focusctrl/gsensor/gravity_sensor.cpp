@@ -12,7 +12,7 @@
 #include "base/log.h"
 #include "base/shared_flag.h"
 #include "focusctrl/gsensor/calibration_offsets.h"
-#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/permanent_data.h"
 #include "ovrafocus/platform_utils.h"

@@ -46,7 +46,7 @@ void take_note_of(const KeyEvent& event) {
     if (event.value != 0) store(key_state, key_was_pressed);
 }
 
-// True when a whole event was read. The node is opened anew for each event and closed again: a listener
+// True when a whole event was read. The node is opened for each event and closed again: a listener
 // that kept every descriptor would run out of them after a thousand keys.
 bool listen_once() {
     log_focus("%s ", "headset_event_init_read");

@@ -13,7 +13,7 @@
 #include "base/whole_number.h"
 #include "focusctrl/gsensor/axes.h"
 #include "focusctrl/gsensor/gravity_state.h"
-#include "focusctrl/gsensor/log_levels.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/movement.h"
 #include "focusctrl/gsensor/tilt.h"
 #include "ovrafocus/config.h"
@@ -92,8 +92,7 @@ bool skip_first_block(const char* message) {
 void take_angles_of(const Axes& average) {
     const Axes tilt = tilt_degrees(average);
     set_axes(acc_degree, tilt);
-    log_focus_at(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree",
-                 static_cast<double>(tilt.x), static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_axes(level_sample, "%s:x_degree %.3f y_degree %.3f z_degree %.3f", "acc_caculate_degree", tilt);
 }
 
 void finish_block() { set_axes(acc_degree_last, axes_of(acc_degree)); }
@@ -103,14 +102,11 @@ void finish_block() { set_axes(acc_degree_last, axes_of(acc_degree)); }
 void log_event(const char* message) { log_focus_at(level_event, "%s", message); }
 
 void log_rest_position() {
-    const Axes rest = axes_of(acc_origin_data);
-    log_focus_at(level_event, "origin x %.3f, origin y %.3f, origin z %.3f", static_cast<double>(rest.x),
-                 static_cast<double>(rest.y), static_cast<double>(rest.z));
+    log_axes(level_event, "%sorigin x %.3f, origin y %.3f, origin z %.3f", "", axes_of(acc_origin_data));
 }
 
 void log_tilt(const char* which, const Axes& tilt) {
-    log_focus_at(level_event, "%sx_degree %.3f y_degree %.3f z_degree %.3f", which, static_cast<double>(tilt.x),
-                 static_cast<double>(tilt.y), static_cast<double>(tilt.z));
+    log_axes(level_event, "%sx_degree %.3f y_degree %.3f z_degree %.3f", which, tilt);
 }
 
 bool host_is_testing() {
@@ -300,7 +296,7 @@ void acc_data_handle(void) {
 }
 
 void clear_acc_gyro_status(void) {
-    // The angles summed up for the next rest position are kept, so a count begun anew adds to them.
+    // The angles summed up for the next rest position are kept, so a new count adds to them.
     store(project_acc_angle_changed, 0);
     store(steady_blocks, 0);
     store(project_acc_shake_happened, 0);

@@ -23,7 +23,7 @@ OVRA_BEGIN_DECLS
  *
  * The offsets are tried up to three times, 50 ms apart: a record that cannot be read, an offset outside
  * -20000 to 20000, and a driver that refuses them are retried; a unit whose flag says that it was never
- * calibrated is not. None of this decides the result. Each call opens the device anew and abandons the
+ * calibrated is not. None of this decides the result. Each call opens the device again and abandons the
  * descriptor of the call before, which stays open.
  * @return 0, or -1 when the device could not be opened for sampling.
  */

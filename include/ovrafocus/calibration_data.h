@@ -45,7 +45,7 @@ OVRA_API int32_t get_cali_data(int32_t* table);
  * light engine gives no focus curve.
  *
  * @param flags  3 values: gravity sensor, ToF sensor, lens
- * @return 0 always; a record that could not be written is only told in the log.
+ * @return 0 always; a record that could not be written shows in the log only.
  */
 OVRA_API int32_t write_cali_flag(const int32_t* flags);
 

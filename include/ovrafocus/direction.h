@@ -25,10 +25,10 @@
 OVRA_BEGIN_DECLS
 
 /**
- * Turns display output and HDMI input to the rotation of a direction and tells the host through slot 7
+ * Turns display output and HDMI input to the rotation of a direction and notifies the host through slot 7
  * (rotation_changed) of `gsensor_app_callback`: rotations 0, 1, 2, 3 are 0, 3, 2, 1 there. Without table or
- * slot the host is not told. Nothing is done when the picture has that rotation already. A failing HDMI input
- * is reported and does not stop the rest.
+ * slot the host is not notified. Nothing is done when the picture has that rotation already. A failing HDMI
+ * input is reported and does not stop the rest.
  *
  * For one thread at a time. The gravity threads call it when the projector was turned, so a host calls it
  * before they run.

@@ -2,7 +2,7 @@
  * @file display_keystone.h
  * The display driver: panel size, trapezoid widths and the visible rectangle of the frame buffer.
  *
- * A trapezoid is told to the driver as two widths in panel pixels, of the top and of the bottom edge; the
+ * A trapezoid is given to the driver as two widths in panel pixels, of the top and of the bottom edge; the
  * driver centres each edge. The functions share state without a lock. set_keystone_api() is called with
  * mutex_keystone held; the host must not call the others while a keystone run is in progress.
  */
@@ -52,8 +52,8 @@ OVRA_API int32_t get_screen_info_api(struct ovra_screen_info* info);
  * Asks the driver which rectangle of the 1280 by 720 picture is visible within the current trapezoid, and
  * makes it the frame buffer's viewport.
  *
- * @return 0, also when the driver refused (which is told on standard error); -1 when "/dev/fb0" or "/dev/dis"
- *         cannot be opened
+ * @return 0, also when the driver refused (which is reported on standard error); -1 when "/dev/fb0" or
+ * "/dev/dis" cannot be opened
  */
 OVRA_API int32_t keystone_fb_viewport_scale_api(void);
 

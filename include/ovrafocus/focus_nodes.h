@@ -2,10 +2,9 @@
  * @file focus_nodes.h
  * The kernel attributes that the auto-focus works with: ranging, lens motor, LED temperature, focus curve.
  *
- * Each function opens its node, reads or writes once, and closes it. Nothing is retried. A ranging,
- * temperature or focus curve node that opens but gives no data costs the process one descriptor, which stays
- * open. All functions may be called from any thread; the ones that move the lens belong to whoever holds
- * mutex_focus, or to a calibration that runs alone.
+ * Each function opens its node, reads or writes once, and closes it. Nothing is retried. All functions may be
+ * called from any thread; the ones that move the lens belong to whoever holds mutex_focus, or to a calibration
+ * that runs alone.
  */
 #ifndef OVRAFOCUS_FOCUS_NODES_H
 #define OVRAFOCUS_FOCUS_NODES_H

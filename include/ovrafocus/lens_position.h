@@ -3,7 +3,7 @@
  * Taking the lens to a position by reading the position sensor back.
  * Limits, backlash and polarity are in lens_state.h.
  *
- * The lens is driven by a stepper motor without an encoder; where it is, the TMR position sensor tells. All
+ * The lens is driven by a stepper motor without an encoder; where it is, the TMR position sensor shows. All
  * positions here are in TMR units with the sensor's polarity taken out (see `direction`), so that larger always
  * means further right; only get_direction() looks at the raw reading.
  *

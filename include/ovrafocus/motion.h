@@ -52,7 +52,7 @@ OVRA_API void sensor_triger_focus(int32_t unused);
 
 /**
  * Reports a change of steadiness, and does no more.
- * @param type 0: bit 0 of `state` is shown as `unstable` tells; other types show `state` as it is.
+ * @param type 0: bit 0 of `state` is shown as `unstable` says; other types show `state` as it is.
  * @param unstable 0: steady; anything else: not steady.
  * @param state the state to start from.
  */

@@ -67,7 +67,7 @@ OVRA_API int32_t motor_goto_zero(int32_t add_offset);
 OVRA_API int32_t motor_goto_end(void);
 
 /**
- * Reads the idle travel, the steps that the gear loses on a reversal.
+ * Reads the backlash, the steps that the gear loses on a reversal.
  * @param left, right receive the steps for either side; each may be null. A text without a blank is all
  *        left, and right is 0. Both are untouched on failure.
  * @return 0, or the negative result of the attribute access.

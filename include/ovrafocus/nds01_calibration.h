@@ -29,7 +29,7 @@ OVRA_API int32_t nds01_offset_calibration_at_depth_for_isp(int32_t depth, intptr
 
 /**
  * The calibration itself: measures, stores the result in the device and prepares the processing library
- * anew. Frame rate and running state are restored, also on failure.
+ * again. Frame rate and running state are restored, also on failure.
  *
  * @param depth     the target's distance, handed to the vendor's library as it is
  * @param argument  the vendor's second calibration argument, handed on as it is

@@ -84,7 +84,7 @@ OVRA_API int32_t nds01_isp_set_config(void* context, const void* configuration, 
 OVRA_API int32_t nds01_isp_set_point_mode(int32_t mode);
 
 /**
- * Tells the stored point mode and its SPAD selection.
+ * Gives the stored point mode and its SPAD selection.
  * @param mode            receives the mode, -1 before the first
  * @param spad_selection  room for 8 bytes
  * @return 0

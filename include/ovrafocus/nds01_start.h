@@ -37,7 +37,7 @@ OVRA_API int32_t nds01_dev_uninit(void);
 OVRA_API int32_t nds01_set_point_mode(int32_t mode);
 
 /**
- * Tells the selected point mode and its SPAD selection.
+ * Gives the selected point mode and its SPAD selection.
  * @param mode            receives the mode, -1 before the first selection
  * @param spad_selection  room for 8 bytes
  * @return 0

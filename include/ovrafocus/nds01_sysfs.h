@@ -13,7 +13,7 @@
  *  - the error of the write. A raw transfer that moved some bytes, but not all, returns the short count.
  *  - a scan that finds no value: the error of the read, or -ENODATA when the text merely does not fit.
  *  - the error of closing. When the transfer had failed already, the transfer's failure is returned and
- *    that of the close is told on standard error.
+ *    that of the close is reported on standard error.
  */
 #ifndef OVRAFOCUS_NDS01_SYSFS_H
 #define OVRAFOCUS_NDS01_SYSFS_H

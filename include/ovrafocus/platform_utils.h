@@ -71,7 +71,7 @@ OVRA_API int32_t read_file(const char* path);
 /**
  * Reads a text of at most 72 characters.
  * @param path the node.
- * @param buf receives `len` bytes, 72 at most: the text, and zero bytes behind it. A text of `len` or more
+ * @param buf receives `len` bytes, 72 at most: the text, and zero bytes after it. A text of `len` or more
  *            characters has no terminator. Untouched on failure.
  * @param len the bytes to copy, not the bytes to read. 73 and more draw a warning and count as 72; 0 and
  *            negative copy nothing.

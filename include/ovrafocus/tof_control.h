@@ -64,7 +64,7 @@ OVRA_API int32_t Gsensor_Error_Check(void);
 
 /**
  * Reads the text of one distance frame, without the lock.
- * @param buf receives `len` bytes, 72 at most, zeros behind a shorter text; not terminated when full.
+ * @param buf receives `len` bytes, 72 at most, zeros after a shorter text; not terminated when full.
  * @param len bytes to copy.
  * @return the number of bytes read (72 for a whole frame), or -1.
  */

@@ -60,6 +60,17 @@ TEST_F(DescriptorOwner, AReleasedDescriptorStaysOpen) {
     EXPECT_EQ(board.open_descriptors(), Entries{});
 }
 
+TEST_F(DescriptorOwner, CountsZeroAsOpen) {
+    board.text(node, "1");
+    close(STDIN_FILENO);  // the next open gets its number
+    {
+        const Descriptor descriptor(node, O_RDONLY);
+        EXPECT_EQ(descriptor.get(), 0);
+        EXPECT_TRUE(descriptor.is_open());
+    }
+    EXPECT_EQ(board.open_descriptors(), Entries{});
+}
+
 TEST_F(DescriptorOwner, HasOneOwner) {
     EXPECT_FALSE(std::is_copy_constructible_v<Descriptor>);
     EXPECT_FALSE(std::is_copy_assignable_v<Descriptor>);

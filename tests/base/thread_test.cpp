@@ -21,6 +21,15 @@ extern "C" int pthread_attr_setstacksize(pthread_attr_t* attributes, std::size_t
     return real(attributes, bytes);
 }
 
+// A platform without memory for a thread's attributes.
+bool attributes_are_refused = false;
+
+extern "C" int pthread_attr_init(pthread_attr_t* attributes) noexcept {
+    using InitAttributes = int (*)(pthread_attr_t*);
+    static const auto real = reinterpret_cast<InitAttributes>(dlsym(RTLD_NEXT, "pthread_attr_init"));
+    return attributes_are_refused ? ENOMEM : real(attributes);
+}
+
 namespace {
 
 using testkit::ScriptedBoard;
@@ -113,6 +122,20 @@ TEST(Thread, ARefusedStartIsReported) {
     pthread_t thread{};
     EXPECT_EQ(ovra::start_small_detached_thread(look_at_oneself), EAGAIN);
     EXPECT_EQ(ovra::start_default_detached_thread(look_at_oneself, thread), EAGAIN);
+}
+
+TEST(Thread, RefusedAttributesAreReportedAndNothingIsStarted) {
+    attributes_are_refused = true;
+    bool started = false;
+    static bool* const mark = &started;
+    const int failure = ovra::start_small_detached_thread([](void*) -> void* {
+        *mark = true;
+        return nullptr;
+    });
+    attributes_are_refused = false;
+    usleep(10'000);
+    EXPECT_EQ(failure, ENOMEM);
+    EXPECT_FALSE(started);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tests/budgets/figures.h"
@@ -20,7 +21,8 @@ using Depths = std::map<std::string, double>;  // by thread
 
 void add_depths_of(storykit::Story story, Depths& deepest) {
     const storykit::StoryResult result = story.with({"--exact-stacks"}).run();
-    for (const auto& stack : result.summary.at("stacks")) {
+    const nlohmann::json summary = result.summary();
+    for (const auto& stack : summary.at("stacks")) {
         double& use = deepest[stack.at("name").get<std::string>()];
         use = std::max(use, stack.at("deepest_use").get<double>());
     }

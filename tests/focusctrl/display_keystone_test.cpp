@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -119,7 +120,15 @@ struct DisplayKeystone : ::testing::Test {
         requests.clear();
     }
 
-    // What is told of an applied trapezoid besides the requests themselves.
+    // Everything that happened but for what was printed.
+    Entries events() {
+        Entries entries = board.journal();
+        const auto printed = [](const std::string& entry) { return entry.rfind("print", 0) == 0; };
+        entries.erase(std::remove_if(entries.begin(), entries.end(), printed), entries.end());
+        return entries;
+    }
+
+    // The events of an applied trapezoid.
     static const Entries viewport_events;
     static Entries widths_event() { return {"ioctl /dev/dis 0x801c0e10"}; }
     static Entries updated_event() { return {"keystone_updated"}; }
@@ -127,11 +136,8 @@ struct DisplayKeystone : ::testing::Test {
 
 const Entries DisplayKeystone::viewport_events = {
     "open /dev/fb0 O_RDWR",
-    "print ovra: keystone_rect_transform_api(), before: 0 0 1280 720",
     "ioctl /dev/dis 0xc0140e29",
-    "print ovra: keystone_rect_transform_api(), after: 10 20 1200 700",
     "call fbdev_set_viewport",
-    "print viewport: 10 20 1200 700",
     "close /dev/fb0",
 };
 
@@ -142,14 +148,12 @@ constexpr const char* viewport_bytes = "viewport 0a000000 14000000 b004bc02 0001
 
 TEST_F(DisplayKeystone, OpensTheDisplayAndAsksForThePanelAtStart) {
     EXPECT_EQ(keystone_api_init(), 0) << "no callbacks are registered";
-    EXPECT_THAT(board.journal(),
-                ElementsAre("open /dev/dis O_RDWR", "ioctl /dev/dis 0xc00c0e0c",
-                            "print ovra: dis_info, w:1280, h::720", "print ovra: get_app_callback."));
+    EXPECT_THAT(events(), ElementsAre("open /dev/dis O_RDWR", "ioctl /dev/dis 0xc00c0e0c"));
     EXPECT_THAT(requests, ElementsAre("screen 01000000 00000000 00000000"));
     EXPECT_THAT(board.open_descriptors(), ElementsAre("/dev/dis"));
 }
 
-TEST_F(DisplayKeystone, WritesItsLinesAtStartWithoutATag) {
+TEST_F(DisplayKeystone, PrintsExactlyThePanelAtStart) {
     keystone_api_init();
     EXPECT_EQ(board.log(), "ovra: dis_info, w:1280, h::720\novra: get_app_callback.\n");
 }
@@ -180,12 +184,11 @@ TEST_F(DisplayKeystone, TakesNoCallbacksWhenTheDisplayWasOpenBeforeTheStart) {
 TEST_F(DisplayKeystone, FailsToStartWithoutADisplay) {
     board.remove("/dev/dis");
     EXPECT_EQ(keystone_api_init(), -1);
-    EXPECT_EQ(board.log(), "");
     board.text("/dev/dis", "");
     EXPECT_EQ(keystone_api_init(), 0) << "a later start tries again";
 }
 
-TEST_F(DisplayKeystone, StartsWithAnUnknownPanelWhenTheDriverRefuses) {
+TEST_F(DisplayKeystone, PrintsExactlyThatTheDriverRefusesThePanelAndStarts) {
     screen_answer = -EIO;
     EXPECT_EQ(keystone_api_init(), 0);
     EXPECT_EQ(board.log(), "ioctl(get screeninfo) fail.\novra: dis_info, w:0, h::0\novra: get_app_callback.\n");
@@ -194,7 +197,8 @@ TEST_F(DisplayKeystone, StartsWithAnUnknownPanelWhenTheDriverRefuses) {
 TEST_F(DisplayKeystone, TakesAnyAnswerButZeroAsARefusalAtStart) {
     screen_answer = 1;
     keystone_api_init();
-    EXPECT_EQ(board.log(), "ioctl(get screeninfo) fail.\novra: dis_info, w:0, h::0\novra: get_app_callback.\n");
+    set_keystone_offset_api(2, 0);
+    EXPECT_EQ(requests.back(), widths(on, 0, 0)) << "the panel is unknown";
 }
 
 TEST_F(DisplayKeystone, PrintsThePanelUnsignedAndTakesItsWidthSigned) {
@@ -203,7 +207,6 @@ TEST_F(DisplayKeystone, PrintsThePanelUnsignedAndTakesItsWidthSigned) {
     keystone_api_init();
     EXPECT_EQ(board.log(), "ovra: dis_info, w:65535, h::40000\novra: get_app_callback.\n");
     EXPECT_EQ(set_keystone_api(1000, 1000), -1);
-    EXPECT_EQ(board.log(), "ovra: set_keystone_api, top=-1, bottom=-1 too small\n");
 }
 
 // ---- Screen information ---------------------------------------------------------------------------------
@@ -225,7 +228,6 @@ TEST_F(DisplayKeystone, IgnoresARefusedPanelQuery) {
     ovra_screen_info info{7, 8, 9, 10};
     EXPECT_EQ(get_screen_info_api(&info), 0);
     EXPECT_EQ(info.width_px, 9);
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(DisplayKeystone, CannotAskForThePanelWithoutADisplay) {
@@ -233,7 +235,6 @@ TEST_F(DisplayKeystone, CannotAskForThePanelWithoutADisplay) {
     ovra_screen_info info{7, 8, 9, 10};
     EXPECT_EQ(get_screen_info_api(&info), -1);
     EXPECT_EQ(info.layer, 7U);
-    EXPECT_EQ(board.log(), "");
 }
 
 // ---- Viewport -------------------------------------------------------------------------------------------
@@ -241,12 +242,8 @@ TEST_F(DisplayKeystone, CannotAskForThePanelWithoutADisplay) {
 TEST_F(DisplayKeystone, SetsTheViewportToTheTransformedPicture) {
     start();
     EXPECT_EQ(keystone_fb_viewport_scale_api(), 0);
-    EXPECT_EQ(board.journal(), viewport_events);
+    EXPECT_EQ(events(), viewport_events);
     EXPECT_THAT(requests, ElementsAre(transform_request, viewport_bytes));
-    EXPECT_EQ(board.log(),
-              "ovra: keystone_rect_transform_api(), before: 0 0 1280 720\n"
-              "ovra: keystone_rect_transform_api(), after: 10 20 1200 700\n"
-              "viewport: 10 20 1200 700\n");
 }
 
 TEST_F(DisplayKeystone, TransformsAPictureOf1280By720WhateverThePanel) {
@@ -275,7 +272,6 @@ TEST_F(DisplayKeystone, SetsNoViewportWithoutAFrameBuffer) {
 TEST_F(DisplayKeystone, SetsNoViewportWithoutADisplay) {
     board.remove("/dev/dis");
     EXPECT_EQ(keystone_fb_viewport_scale_api(), -1);
-    EXPECT_EQ(board.log(), "");
     EXPECT_THAT(board.open_descriptors(), IsEmpty());
 }
 
@@ -284,7 +280,6 @@ TEST_F(DisplayKeystone, SetsNoViewportWhenTheTransformIsRefused) {
     transform_answer = -EIO;
     EXPECT_EQ(keystone_fb_viewport_scale_api(), 0);
     EXPECT_EQ(board.errors(), "ioctl(get key stone rect): Input/output error\n");
-    EXPECT_EQ(board.log(), "ovra: keystone_rect_transform_api(), before: 0 0 1280 720\n");
     EXPECT_THAT(requests, ElementsAre(transform_request));
     EXPECT_THAT(board.open_descriptors(), ElementsAre("/dev/dis"));
 }
@@ -303,7 +298,7 @@ TEST_F(DisplayKeystone, TakesTheTransformedPictureUnsigned) {
     EXPECT_EQ(requests.back(), "viewport feff0000 feff0000 fefffeff 00010100");
 }
 
-TEST_F(DisplayKeystone, PrintsTheViewportAsTheFrameBufferLibraryLeftIt) {
+TEST_F(DisplayKeystone, LogsThePictureAndTheViewportAsTheFrameBufferLibraryLeftIt) {
     start();
     testkit::vendor().set_viewport = [](fbdev_viewport* viewport) {
         *viewport = {-1, -2, 3, 4, {}};
@@ -346,10 +341,10 @@ TEST_F(DisplayKeystone, LeavesTheLastWidthsAsTheyAreWhenItRefuses) {
     start();
     set_keystone_api(1000, 1100);
     set_keystone_api(700, 689);
-    board.log();
-    set_keystone_api(1000, 1100);
-    EXPECT_THAT(board.log(),
-                ::testing::HasSubstr("top_w=1000, top_w_bak = 1000, bottom_w=1100, bottom_w_bak = 1100\n"));
+    forget();
+    set_keystone_api(900, 1100);  // narrower than what was applied last, and wider than what was refused
+    EXPECT_THAT(requests, ElementsAre(widths(off, 900, 1100), transform_request, viewport_bytes,
+                                      widths(on, 900, 1100), transform_request, viewport_bytes));
 }
 
 TEST_F(DisplayKeystone, RefusesATrapezoidWithoutADisplay) {
@@ -366,17 +361,13 @@ TEST_F(DisplayKeystone, RefusesATrapezoidWithoutADisplay) {
 TEST_F(DisplayKeystone, AppliesTheFirstTrapezoidInTheWideningOrder) {
     start();
     EXPECT_EQ(set_keystone_api(1000, 1280), 0);
-    EXPECT_EQ(board.journal(),
-              widths_event() + viewport_events +
-                  Entries{"print top_w=1000, top_w_bak = -1, bottom_w=1280, bottom_w_bak = -1"} +
-                  widths_event() + viewport_events + widths_event() +
-                  Entries{"print ovra: set_keystone_api(), top width:\t1280, bottom width: 1000"});
+    EXPECT_EQ(events(), widths_event() + viewport_events + widths_event() + viewport_events + widths_event());
     EXPECT_THAT(requests,
                 ElementsAre(widths(off, 1000, 1280), transform_request, viewport_bytes, widths(off, 1000, 1280),
                             transform_request, viewport_bytes, widths(on, 1000, 1280)));
 }
 
-TEST_F(DisplayKeystone, WritesTheLinesOfATrapezoidWithoutATag) {
+TEST_F(DisplayKeystone, LogsEachStepOfATrapezoid) {
     start();
     set_keystone_api(1000, 1280);
     const std::string viewport =
@@ -409,11 +400,7 @@ TEST_F(DisplayKeystone, AppliesANarrowerTrapezoidInTheNarrowingOrder) {
     set_keystone_api(1000, 1280);
     forget();
     EXPECT_EQ(set_keystone_api(999, 1280), 0);
-    EXPECT_EQ(board.journal(),
-              widths_event() + viewport_events +
-                  Entries{"print top_w=999, top_w_bak = 1000, bottom_w=1280, bottom_w_bak = 1280"} +
-                  widths_event() + viewport_events +
-                  Entries{"print ovra: set_keystone_api(), top width:\t1280, bottom width: 999"});
+    EXPECT_EQ(events(), widths_event() + viewport_events + widths_event() + viewport_events);
     EXPECT_THAT(requests, ElementsAre(widths(off, 999, 1280), transform_request, viewport_bytes,
                                       widths(on, 999, 1280), transform_request, viewport_bytes));
 }
@@ -444,11 +431,7 @@ TEST_F(DisplayKeystone, TellsTheHostOfANarrowingAfterTheViewport) {
     set_keystone_api(1000, 1280);
     forget();
     set_keystone_api(900, 1280);
-    EXPECT_EQ(board.journal(),
-              widths_event() + viewport_events +
-                  Entries{"print top_w=900, top_w_bak = 1000, bottom_w=1280, bottom_w_bak = 1280"} +
-                  widths_event() + viewport_events + updated_event() +
-                  Entries{"print ovra: set_keystone_api(), top width:\t1280, bottom width: 900"});
+    EXPECT_EQ(events(), widths_event() + viewport_events + widths_event() + viewport_events + updated_event());
 }
 
 TEST_F(DisplayKeystone, SeesNoTableThatIsRegisteredAfterTheStart) {
@@ -473,14 +456,9 @@ TEST_F(DisplayKeystone, SendsTheWidthsAlsoWithoutAFrameBuffer) {
     EXPECT_EQ(set_keystone_api(1000, 1280), 0);
     EXPECT_THAT(requests,
                 ElementsAre(widths(off, 1000, 1280), widths(off, 1000, 1280), widths(on, 1000, 1280)));
-    EXPECT_EQ(board.log(),
-              "ovra: keystone_fb_viewport_scale_api(), line:118. open device: /dev/fb0 error!\n"
-              "top_w=1000, top_w_bak = -1, bottom_w=1280, bottom_w_bak = -1\n"
-              "ovra: keystone_fb_viewport_scale_api(), line:118. open device: /dev/fb0 error!\n"
-              "ovra: set_keystone_api(), top width:\t1280, bottom width: 1000\n");
 }
 
-TEST_F(DisplayKeystone, CutsWidthsToThePanelWithoutAWord) {
+TEST_F(DisplayKeystone, CutsWidthsToThePanel) {
     start();
     EXPECT_EQ(set_keystone_api(1300, 2000), 0);
     EXPECT_EQ(requests.back(), widths(on, 1280, 1280));
@@ -507,7 +485,6 @@ TEST_F(DisplayKeystone, AsksAgainForAnUnknownPanelAndCutsOnlyTheNextRequestToIt)
     start();
     screen_answer = 0;
     EXPECT_EQ(set_keystone_api(1000, 1280), -1) << "cut to the unknown panel's 0";
-    EXPECT_EQ(board.log(), "ovra: set_keystone_api, top=0, bottom=0 too small\n");
     EXPECT_THAT(requests, ElementsAre("screen 01000000 00000000 00000000"));
     forget();
     EXPECT_EQ(set_keystone_api(1000, 1280), 0);
@@ -531,8 +508,7 @@ TEST_F(DisplayKeystone, HandsWidthsOverToTheHostAndDoesNothingElse) {
     register_host();
     start();
     EXPECT_EQ(set_keystone_api(1000, 2000), 0);
-    EXPECT_THAT(board.journal(), ElementsAre("print ovra: set_keystone_api, top=1000, bottom=1280",
-                                             "host_set_keystone 1000 1280"));
+    EXPECT_THAT(events(), ElementsAre("host_set_keystone 1000 1280"));
     EXPECT_EQ(board.log(), "ovra: set_keystone_api, top=1000, bottom=1280\n");
 }
 
@@ -551,10 +527,9 @@ TEST_F(DisplayKeystone, KeepsTheLastWidthsWhenItHandsOver) {
     start();
     set_keystone_api(1000, 1280);
     table.host_set_keystone = nullptr;
-    board.log();
-    set_keystone_api(1000, 1280);
-    EXPECT_THAT(board.log(),
-                ::testing::HasSubstr("top_w=1000, top_w_bak = -1, bottom_w=1280, bottom_w_bak = -1\n"));
+    forget();
+    set_keystone_api(900, 1280);  // narrower than what was handed over: were it kept, it would narrow
+    EXPECT_EQ(requests.back(), widths(on, 900, 1280));
 }
 
 // ---- Steps by hand ----------------------------------------------------------------------------------------
@@ -562,9 +537,7 @@ TEST_F(DisplayKeystone, KeepsTheLastWidthsWhenItHandsOver) {
 TEST_F(DisplayKeystone, StepsTheTrapezoidByHand) {
     start();
     EXPECT_EQ(set_keystone_offset_api(0, 10), 0);
-    EXPECT_THAT(board.journal(),
-                ElementsAre("print ovra:dir:  0, step: 10", "print ovra:top width:  1270, bottom width: 1280",
-                            "ioctl /dev/dis 0x801c0e10", "sleep 1000"));
+    EXPECT_THAT(events(), ElementsAre("ioctl /dev/dis 0x801c0e10", "sleep 1000"));
     EXPECT_THAT(requests, ElementsAre(widths(on, 1270, 1280)));
     EXPECT_EQ(board.log(), "ovra:dir:  0, step: 10\novra:top width:  1270, bottom width: 1280\n");
 }
@@ -586,7 +559,6 @@ TEST_F(DisplayKeystone, SendsTheCurrentWidthsAgainInAnyOtherDirection) {
     set_keystone_offset_api(0, 10);
     forget();
     EXPECT_EQ(set_keystone_offset_api(2, 99), 0);
-    EXPECT_EQ(board.log(), "ovra:dir:  2, step: 99\novra:top width:  1270, bottom width: 1280\n");
     EXPECT_THAT(requests, ElementsAre(widths(on, 1270, 1280)));
 }
 
@@ -618,14 +590,13 @@ TEST_F(DisplayKeystone, LimitsTrapezoidsByAStepAlsoWhenThePanelIsUnknown) {
     screen_answer = -EIO;
     start();
     set_keystone_offset_api(2, 0);
-    EXPECT_EQ(board.log(), "ovra:dir:  2, step: 0\novra:top width:  0, bottom width: 0\n");
+    EXPECT_EQ(requests.back(), widths(on, 0, 0));
 }
 
 TEST_F(DisplayKeystone, StepsWithoutOpeningTheDisplay) {
     EXPECT_EQ(set_keystone_offset_api(0, 10), 0);
     EXPECT_THAT(board.journal({"open"}), IsEmpty());
     EXPECT_THAT(requests, IsEmpty());
-    EXPECT_EQ(board.log(), "ovra:dir:  0, step: 10\novra:top width:  1270, bottom width: 1280\n");
 }
 
 TEST_F(DisplayKeystone, IgnoresTheDriversAnswerToAStep) {

@@ -1,5 +1,6 @@
 #include "ovrafocus/permanent_data.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,6 +14,8 @@
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 
+using testing::EndsWith;
+using testing::StartsWith;
 using testkit::ScriptedBoard;
 using testkit::vendor;
 using Entries = std::vector<std::string>;
@@ -53,10 +56,6 @@ std::string dump(const std::string& label, const Bytes& bytes) {
 const std::string uid_dump = "varnel: uid:\n00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f \n";
 const std::string init_opened = "ovra: permanent_data_init, hudi flash open success\n";
 
-std::string init_log(const Record& record) {
-    return init_opened + uid_dump + dump("permanent_data_init", record);
-}
-
 struct PermanentData : ::testing::Test {
     ScriptedBoard board;
 
@@ -95,14 +94,13 @@ TEST(PermanentDataLoad, LooksUncalibratedBeforeAnythingIsRead) {
 
 // --- Initialising ------------------------------------------------------------------------------------
 
-TEST_F(Init, ReadsTheRecordAndShowsIt) {
+TEST_F(Init, ReadsTheRecord) {
     vendor().otp = counting();
     EXPECT_EQ(permanent_data_init(), 0);
     EXPECT_EQ(permanent_data_inited, 1);
     EXPECT_EQ(in_memory(), counting());
     EXPECT_EQ(calls(), (Entries{"call hudi_flash_open", "call hudi_flash_uid_read", "call hudi_flash_otp_read",
                                 "call hudi_flash_close"}));
-    EXPECT_EQ(board.log(), init_log(counting()));
 }
 
 TEST_F(Init, AsksForAreaTwoWithTheHandleItWasGiven) {
@@ -135,6 +133,12 @@ TEST_F(Init, AsksForAreaTwoWithTheHandleItWasGiven) {
     EXPECT_EQ(closed, 0x89abcdefU);
 }
 
+TEST_F(Init, PrintsExactlyTheRecord) {
+    vendor().otp = counting();
+    permanent_data_init();
+    EXPECT_EQ(board.log(), init_opened + uid_dump + dump("permanent_data_init", counting()));
+}
+
 TEST_F(Init, ShowsTheRecordInEightLines) {
     vendor().otp = filled(0xa5);
     permanent_data_init();
@@ -160,7 +164,7 @@ TEST_F(Init, IsNotTriedAgainAfterAFlashThatCouldNotBeOpened) {
     EXPECT_EQ(board.log(), "ovra: permanent_data_init, hudi flash open fail\n");
     EXPECT_EQ(calls(), Entries{"call hudi_flash_open"});
     EXPECT_EQ(permanent_data_init(), -1);
-    EXPECT_EQ(board.log(), "ovra: permanent_data_init, already init\n");
+    EXPECT_EQ(calls(), Entries{"call hudi_flash_open"});
 }
 
 TEST_F(Init, CountsAsMadeBeforeTheFlashIsTouched) {
@@ -190,7 +194,7 @@ TEST_F(Init, LeavesTheFlashOpenAndTheRecordZeroWhenTheRecordCannotBeRead) {
     EXPECT_EQ(permanent_data_init(), -1);
     EXPECT_EQ(calls(),
               (Entries{"call hudi_flash_open", "call hudi_flash_uid_read", "call hudi_flash_otp_read"}));
-    EXPECT_EQ(board.log(), init_opened + uid_dump + "ovra: hudi_flash_otp_read fail.\n");
+    EXPECT_THAT(board.log(), EndsWith("\novra: hudi_flash_otp_read fail.\n"));
     EXPECT_EQ(in_memory(), filled(0));
 }
 
@@ -214,7 +218,6 @@ TEST_F(Read, IsServedFromMemory) {
     EXPECT_EQ(permanent_data_read(out.data()), 0);
     EXPECT_EQ(out, counting());
     EXPECT_EQ(calls(), Entries{});
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(Read, FillsTwoHundredAndTwentySevenBytesAndNoMore) {
@@ -231,7 +234,7 @@ TEST_F(Read, InitialisesWhenNobodyHas) {
     Record out{};
     EXPECT_EQ(permanent_data_read(out.data()), 0);
     EXPECT_EQ(out, counting());
-    EXPECT_EQ(board.log(), "ovra: permanent_data_read, permanent data is not init\n" + init_log(counting()));
+    EXPECT_THAT(board.log(), StartsWith("ovra: permanent_data_read, permanent data is not init\n"));
 }
 
 TEST_F(Read, IsAllZeroWithoutAFlash) {
@@ -239,9 +242,6 @@ TEST_F(Read, IsAllZeroWithoutAFlash) {
     Record out = filled(0x55);
     EXPECT_EQ(permanent_data_read(out.data()), 0);
     EXPECT_EQ(out, filled(0));
-    EXPECT_EQ(board.log(),
-              "ovra: permanent_data_read, permanent data is not init\n"
-              "ovra: permanent_data_init, hudi flash open fail\n");
 }
 
 // Only 1 is the library's own mark; whatever else a host puts there is neither initialised nor fresh.
@@ -251,9 +251,6 @@ TEST_F(Read, CountsAForeignMarkAsNotInitialisedAndYetDoesNotReadTheFlash) {
     EXPECT_EQ(permanent_data_read(out.data()), 0);
     EXPECT_EQ(out, filled(0));
     EXPECT_EQ(calls(), Entries{});
-    EXPECT_EQ(board.log(),
-              "ovra: permanent_data_read, permanent data is not init\n"
-              "ovra: permanent_data_init, already init\n");
 }
 
 // --- Writing -----------------------------------------------------------------------------------------
@@ -264,7 +261,6 @@ TEST_F(Write, GoesToTheFlashAndToTheCopy) {
     EXPECT_EQ(vendor().otp, counting());
     EXPECT_EQ(in_memory(), counting());
     EXPECT_EQ(calls(), (Entries{"call hudi_flash_open", "call hudi_flash_otp_write", "call hudi_flash_close"}));
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(Write, IsOneRequestForTheWholeRecord) {
@@ -293,14 +289,13 @@ TEST_F(Write, LeavesTheCopyWhenTheFlashRefuses) {
     initialise_with(counting());
     break_write();
     EXPECT_EQ(permanent_data_write(filled(9).data()), -1);
-    EXPECT_EQ(board.log(), "ovra: hudi_flash_otp_write fail.\novra: permanent_data_write, fail.\n");
     EXPECT_EQ(calls(), (Entries{"call hudi_flash_open", "call hudi_flash_otp_write", "call hudi_flash_close"}));
     Record out{};
     permanent_data_read(out.data());
     EXPECT_EQ(out, counting());
 }
 
-TEST_F(Write, ClosesTheFlashBeforeItTellsTheFailure) {
+TEST_F(Write, ClosesTheFlashBeforeItLogsTheFailure) {
     initialise_with(counting());
     break_write();
     permanent_data_write(filled(9).data());
@@ -309,7 +304,7 @@ TEST_F(Write, ClosesTheFlashBeforeItTellsTheFailure) {
                        "print ovra: hudi_flash_otp_write fail.", "print ovra: permanent_data_write, fail."}));
 }
 
-TEST_F(Write, TellsAFlashThatCannotBeOpened) {
+TEST_F(Write, PrintsExactlyThatTheFlashCannotBeOpened) {
     initialise_with(counting());
     break_open();
     EXPECT_EQ(permanent_data_write(filled(9).data()), -1);
@@ -330,7 +325,7 @@ TEST_F(Write, InitialisesWhenNobodyHas) {
     vendor().otp = filled(3);
     EXPECT_EQ(permanent_data_write(counting().data()), 0);
     EXPECT_EQ(in_memory(), counting());
-    EXPECT_EQ(board.log(), "ovra: permanent_data_write, permanent data is not init\n" + init_log(filled(3)));
+    EXPECT_THAT(board.log(), StartsWith("ovra: permanent_data_write, permanent data is not init\n"));
 }
 
 // --- Cleaning ----------------------------------------------------------------------------------------
@@ -340,7 +335,6 @@ TEST_F(Clean, ErasesFlashAndCopy) {
     EXPECT_EQ(permanent_data_clean(), 0);
     EXPECT_EQ(vendor().otp, filled(0xff));
     EXPECT_EQ(in_memory(), filled(0xff));
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(Clean, ErasesTheCopyEvenWhenTheFlashRefuses) {
@@ -349,7 +343,7 @@ TEST_F(Clean, ErasesTheCopyEvenWhenTheFlashRefuses) {
     EXPECT_EQ(permanent_data_clean(), -1);
     EXPECT_EQ(vendor().otp, counting());
     EXPECT_EQ(in_memory(), filled(0xff));
-    EXPECT_EQ(board.log(), "ovra: hudi_flash_otp_write fail.\novra: permanent_data_clean, fail.\n");
+    EXPECT_THAT(board.log(), EndsWith("ovra: permanent_data_clean, fail.\n"));
 }
 
 TEST_F(Clean, ErasesTheCopyBeforeTheFlashIsWritten) {
@@ -368,7 +362,16 @@ TEST_F(Clean, InitialisesWhenNobodyHas) {
     vendor().otp = filled(3);
     EXPECT_EQ(permanent_data_clean(), 0);
     EXPECT_EQ(in_memory(), filled(0xff));
-    EXPECT_EQ(board.log(), "ovra: permanent_data_clean, permanent data is not init\n" + init_log(filled(3)));
+    EXPECT_THAT(board.log(), StartsWith("ovra: permanent_data_clean, permanent data is not init\n"));
+}
+
+TEST_F(PermanentData, IsReadWrittenAndCleanedInSilence) {
+    initialise_with(counting());
+    Record out{};
+    permanent_data_read(out.data());
+    permanent_data_write(filled(1).data());
+    permanent_data_clean();
+    EXPECT_EQ(board.log(), "");
 }
 
 // --- The dump ----------------------------------------------------------------------------------------
@@ -384,17 +387,15 @@ Record with_serial_numbers(const std::string& device, const std::string& mainboa
     return record;
 }
 
-TEST_F(Dump, ShowsFlashAndCopy) {
+TEST_F(Dump, ReadsTheFlashOnce) {
     const Record record = with_serial_numbers("PJ-0001", "MB-77");
     initialise_with(record);
     EXPECT_EQ(dump_permanent_data_for_debug(), 0);
-    EXPECT_EQ(board.log(),
-              dump_start + dump("read otp2 data", record) + "ovra: device_sn=PJ-0001, mainboard_sn=MB-77\n" +
-                  dump("otp_permanent_data", record) + dump("glb_permanent_data", record) + dump_end);
     EXPECT_EQ(calls(), (Entries{"call hudi_flash_open", "call hudi_flash_otp_read", "call hudi_flash_close"}));
+    EXPECT_EQ(board.log().find("not same"), std::string::npos);
 }
 
-TEST_F(Dump, WarnsWhenFlashAndCopyDifferAndRepairsNothing) {
+TEST_F(Dump, PrintsExactlyBothAndWarnsWhenTheyDiffer) {
     initialise_with(filled(1));
     Record record = filled(1);
     record[226] = 2;
@@ -423,14 +424,14 @@ TEST_F(Dump, IsRefusedBeforeTheRecordIsInitialised) {
     EXPECT_EQ(calls(), Entries{});
 }
 
-TEST_F(Dump, TellsAFlashThatCannotBeOpened) {
+TEST_F(Dump, PrintsExactlyThatTheFlashCannotBeOpened) {
     initialise_with(counting());
     break_open();
     EXPECT_EQ(dump_permanent_data_for_debug(), -1);
     EXPECT_EQ(board.log(), dump_start + "varnel: hudi flash open fail\n" + dump_failed);
 }
 
-TEST_F(Dump, ClosesTheFlashBeforeItTellsAFailedRead) {
+TEST_F(Dump, ClosesTheFlashBeforeItLogsAFailedRead) {
     initialise_with(counting());
     vendor().flash_otp_read = [](std::uint32_t, std::uint32_t, std::uint32_t, void*, std::uint32_t) {
         return -1;

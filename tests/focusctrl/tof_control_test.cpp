@@ -14,7 +14,10 @@
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_board.h"
 
+using testing::AllOf;
 using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using testkit::Fault;
 using testkit::located;
@@ -238,7 +241,8 @@ TEST_F(TofPrepare, SetsModeAndMapAndStarts) {
     attribute("capture", "");
     EXPECT_EQ(Tof_Get_Distance_Prepare(), 0);
     EXPECT_EQ(acts(), (Entries{wrote("mode", "3"), wrote("spad_map_id", "6"), wrote("capture", "1")}));
-    EXPECT_THAT(board.log(), StartsWith(tagged("tfdbg Tof_Get_Distance_Prepare \n ")));
+    EXPECT_THAT(board.log(),
+                AllOf(StartsWith(tagged("tfdbg Tof_Get_Distance_Prepare \n ")), Not(HasSubstr("failed"))));
 }
 
 struct MissingAttribute {
@@ -813,6 +817,9 @@ TEST_F(TofAverage, LogsAFrameThatCannotBeReadAndTheZonesThatWereUnstableUntilThe
                                unstable(580, "dl", "(3,1)") + average_failed);
 }
 
+const std::string fast_and_slow_again =
+    tagged("tof_check_enable,enable:1,fast:1") + tagged("tof_check_enable,enable:1,fast:0");
+
 TEST_F(TofAverage2, PollsFastMeanwhile) {
     measuring_chip();
     distances({middle_row(10, 20, 30)});
@@ -824,6 +831,7 @@ TEST_F(TofAverage2, PollsFastMeanwhile) {
     EXPECT_EQ(centre, 19);
     EXPECT_EQ(right, 30);
     EXPECT_EQ(acts(), (Entries{wrote("poll_period", "50"), "sleep 70000", wrote("poll_period", "180")}));
+    EXPECT_EQ(log_of("tof_check_enable"), fast_and_slow_again);
 }
 
 TEST_F(TofAverage2, TriesAgainUpToFiveTimes) {
@@ -859,6 +867,7 @@ TEST_F(TofHook, StoresTheCentreInTheFifthField) {
     EXPECT_EQ(record, (std::array<int32_t, 6>{1, 2, 3, 4, 992, 6}));
     EXPECT_EQ(acts(), (Entries{wrote("poll_period", "50"), "sleep 200000", "sleep 70000", "sleep 70000",
                                "sleep 70000", wrote("poll_period", "180")}));
+    EXPECT_EQ(log_of("tof_check_enable"), fast_and_slow_again);
 }
 
 TEST_F(TofHook, TriesThreeTimesAndStoresNothingWhenAllFail) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/commands.h"
+#include "host/factory_commands.h"
 #include "host/host_session.h"
 #include "tests/support/scripted_board.h"
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The unpacked packages work in any folder: a story told there is the one that the build tells.
+# The unpacked packages work in any folder: a story that runs there is the one that the build runs.
 #   moved.sh PLACE SOURCES BUILD LAUNCHER HOST
 set -eu
 place=$1 sources=$2 build=$3 launcher=$4 host=$5
@@ -15,14 +15,14 @@ trap 'rm -rf "$moved"' EXIT
 cp -a "$place/root/usr" "$moved/here"
 ln -s here/bin/virtual-projector "$moved/projector"
 
-# tell LAUNCHER HOST STORIES
-tell() {
+# run_story LAUNCHER HOST STORIES
+run_story() {
     project "$1" --scenario "$3/factory/1-calibrate.json" --trace "$moved/trace" -- \
         "$2" --library-log "$moved/log" --script "$3/factory/1-calibrate.host"
     cat "$moved/log" "$moved/trace"
 }
-tell "$launcher" "$host" "$sources/scenarios" >"$moved/built"
-tell "$moved/projector" "$moved/here/bin/ovrafocus-host" "$moved/here/share/virtual-projector/scenarios" \
+run_story "$launcher" "$host" "$sources/scenarios" >"$moved/built"
+run_story "$moved/projector" "$moved/here/bin/ovrafocus-host" "$moved/here/share/virtual-projector/scenarios" \
     >"$moved/installed"
 grep -q 'calibration flags: done' "$moved/installed"
 cmp "$moved/built" "$moved/installed"

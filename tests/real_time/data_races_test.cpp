@@ -23,7 +23,8 @@ constexpr const char* a_report = "ThreadSanitizer";
 // Whether the run had all threads that watch and serve by themselves.
 void expect_threads(const StoryResult& result) {
     std::vector<std::string> names;
-    for (const auto& stack : result.summary.at("stacks")) names.push_back(stack.at("name"));
+    const nlohmann::json summary = result.summary();
+    for (const auto& stack : summary.at("stacks")) names.push_back(stack.at("name"));
     for (const char* name :
          {"ovra_gsensor_thread", "UI_update_thread", "gsensor_det_thread", "keystonefocus_thread"}) {
         EXPECT_TRUE(std::find(names.begin(), names.end(), name) != names.end()) << name;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,8 @@ std::string flaws_in_the_warm(const vp::TruthAt& truth) {
 
 std::vector<long> holdings_of(const StoryResult& result, const char* what) {
     std::vector<long> each_hour;
-    for (const auto& holding : result.summary.at("holdings")) each_hour.push_back(holding.at(what).get<long>());
+    const nlohmann::json summary = result.summary();
+    for (const auto& holding : summary.at("holdings")) each_hour.push_back(holding.at(what).get<long>());
     return each_hour;
 }
 

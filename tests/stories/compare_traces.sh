@@ -15,8 +15,8 @@ if [ ! -x "$native/$launcher" ] || [ ! -x "$native/$host" ]; then
     exit 77
 fi
 
-# tell NAME BUILD PLACE WORDS...: runs the story with that build; WORDS are the emulator's and the launcher's.
-tell() {
+# run_story NAME BUILD PLACE WORDS...: runs the story with that build; WORDS are the emulator's and the launcher's.
+run_story() {
     name=$1 build=$2 place=$directory/$3
     shift 3
     # A whole day makes three million calls; those that change something are enough there.
@@ -37,9 +37,9 @@ tell() {
 for file in "$scenarios"/*.host "$scenarios"/*/*.host; do
     name=${file#"$scenarios"/} name=${name%.host}
     [ -f "$scenarios/$name.json" ] || continue
-    tell "$name" "$native" native "$native/$launcher"
+    run_story "$name" "$native" native "$native/$launcher"
     # shellcheck disable=SC2086  # the emulator's command is several words
-    tell "$name" "$board" board $emulator "$board/$launcher" --emulator "$emulator"
+    run_story "$name" "$board" board $emulator "$board/$launcher" --emulator "$emulator"
     stories=$((stories + 1))
     if [ -s "$directory/native/trace" ] && diff -r "$directory/native" "$directory/board" >"$directory/difference"; then
         echo "$name: the same, $(wc -l <"$directory/native/trace") records and $(wc -l <"$directory/native/log") lines of log"

@@ -1,5 +1,6 @@
 #include "ovrafocus/nds01_calibration.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,6 +23,8 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:nds01_isp_of
 
 namespace {
 
+using testing::EndsWith;
+using testing::HasSubstr;
 using testkit::nds01_attribute;
 using testkit::number_at;
 using testkit::ScriptedBoard;
@@ -31,7 +34,6 @@ using testkit::vendor;
 using Lines = std::vector<std::string>;
 
 const std::string attribute = "offset_calibration_at_depth_for_isp";
-const std::string short_write = "fail to write lib_data,ret = 8!\n";
 
 struct OffsetCalibration : ::testing::Test {
     ScriptedBoard board;
@@ -51,13 +53,6 @@ struct OffsetCalibration : ::testing::Test {
 
     Lines story() { return driver.story({"write", "driver", "call"}); }
     static std::string step(const std::string& text) { return tof_tagged(attribute + " " + text); }
-    const std::string step_4 = step("step_4: nds01_set_fps or nds01_set_running_state failed!");
-    const std::string stored_lines = tof_tagged("Calibration data write: dev");
-    const std::string isp_lines = tof_tagged("nds01 firmware version:1.3.0\n") +
-                                  tof_tagged("isp_fix_high_temperature success!!\r") +
-                                  tof_tagged("Calibration data read: dev") +
-                                  tof_tagged("The calibration data in the host is loaded successfully.") +
-                                  "[ovra_tof]  nds01_isp_init get libnds-isp.so version = 1\n";
 
     const Lines until_library = {"write " + attribute + " step_1", "driver reads lib data 0x8000, 1024 bytes",
                                  "write " + attribute + " step_2", "write fps 0", "write running_state 1"};
@@ -83,7 +78,6 @@ struct OffsetCalibration : ::testing::Test {
 
 TEST_F(OffsetCalibration, MeasuresStoresAndTakesOver) {
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), 0);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines);
     EXPECT_EQ(
         story(),
         join({until_library, measuring, storing, preparing, {"write " + attribute + " step_3"}, restoring}));
@@ -97,7 +91,7 @@ TEST_F(OffsetCalibration, RestoresAStoppedSensor) {
     EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 30", "write running_state 0"}));
 }
 
-TEST_F(OffsetCalibration, TellsTheVendorWhatToCalibrate) {
+TEST_F(OffsetCalibration, HandsTheVendorWhatToCalibrate) {
     driver.lib_data[0x8000].replace(1020, 8, "lastmore");
     vendor().user_calibration_init = [](void* context, void* work, void* configuration, int depth,
                                         intptr_t argument) {
@@ -176,14 +170,15 @@ TEST_F(OffsetCalibration, TouchesNothingWithoutMemory) {
 TEST_F(OffsetCalibration, FailsWhenTheFirstStepCannotBeAnnounced) {
     refuse_text(attribute, "step_1");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_1 fail!") + step_4);
+    EXPECT_EQ(board.log(),
+              step("step_1 fail!") + step("step_4: nds01_set_fps or nds01_set_running_state failed!"));
     EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1 = EIO", "write fps 0", "write running_state 0"}));
 }
 
 TEST_F(OffsetCalibration, FailsWhenTheFactoryDataCannotBeRead) {
     driver.refuse(1);
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), short_write + step("step_2: nds01_get_lib_data failed!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_2: nds01_get_lib_data failed!")));
     EXPECT_EQ(story(), (Lines{"write " + attribute + " step_1", "driver refuses 1", "write fps 0",
                               "write running_state 0"}));
 }
@@ -191,7 +186,7 @@ TEST_F(OffsetCalibration, FailsWhenTheFactoryDataCannotBeRead) {
 TEST_F(OffsetCalibration, FailsWhenTheSecondStepCannotBeAnnounced) {
     refuse_text(attribute, "step_2");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2 fail!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_2 fail!")));
     EXPECT_EQ(story(),
               join({{until_library[0], until_library[1]},
                     {"write " + attribute + " step_2 = EIO", "write fps 0", "write running_state 0"}}));
@@ -200,7 +195,7 @@ TEST_F(OffsetCalibration, FailsWhenTheSecondStepCannotBeAnnounced) {
 TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeSet) {
     refuse_text("fps", "0");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2: set_fps or set_running_state fail!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_2: set_fps or set_running_state fail!")));
     const Lines events = story();
     EXPECT_EQ(Lines(events.end() - 2, events.end()), restoring);
 }
@@ -209,7 +204,6 @@ TEST_F(OffsetCalibration, FailsWhenRangingCannotBeStarted) {
     board.text(nds01_attribute("running_state"), "0\n");
     refuse_text("running_state", "1");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2: set_fps or set_running_state fail!") + step_4);
     const Lines events = story();
     EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 15", "write running_state 0"}));
 }
@@ -217,7 +211,6 @@ TEST_F(OffsetCalibration, FailsWhenRangingCannotBeStarted) {
 TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeSaved) {
     board.text(nds01_attribute("fps"), "fast\n");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2: set_fps or set_running_state fail!") + step_4);
     const Lines events = story();
     EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 0", "write running_state 1"}));
 }
@@ -225,7 +218,6 @@ TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeSaved) {
 TEST_F(OffsetCalibration, FailsWhenTheRunningStateCannotBeSaved) {
     board.text(nds01_attribute("running_state"), "yes\n");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2: set_fps or set_running_state fail!") + step_4);
     const Lines events = story();
     EXPECT_EQ(Lines(events.end() - 2, events.end()), (Lines{"write fps 15", "write running_state 0"}));
 }
@@ -235,7 +227,7 @@ TEST_F(OffsetCalibration, FailsWhenTheVendorRefusesToBegin) {
         vendor().user_calibration_init = [answer](void*, void*, void*, int, intptr_t) { return answer; };
         board.clear_journal();
         EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-        EXPECT_EQ(board.log(), step("step_2: nx_user_calibration_init failed!") + step_4);
+        EXPECT_THAT(board.log(), HasSubstr(step("step_2: nx_user_calibration_init failed!")));
         EXPECT_EQ(story(), join({until_library, {measuring[0]}, restoring}));
     }
 }
@@ -243,7 +235,7 @@ TEST_F(OffsetCalibration, FailsWhenTheVendorRefusesToBegin) {
 TEST_F(OffsetCalibration, FailsWhenTheVendorCannotMeasure) {
     vendor().calibration_3d = [](void*) { return -1; };
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), step("step_2: nx_calibration_3d failed!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_2: nx_calibration_3d failed!")));
     EXPECT_EQ(story(), join({until_library, {measuring[0], measuring[1]}, restoring}));
 }
 
@@ -252,7 +244,7 @@ TEST_F(OffsetCalibration, FailsWhenTheVendorGeneratesNothing) {
         vendor().calibration_generate_data = [answer](void*, void*) { return answer; };
         board.clear_journal();
         EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-        EXPECT_EQ(board.log(), step("step_2: nx_calibration_generate_data failed!") + step_4);
+        EXPECT_THAT(board.log(), HasSubstr(step("step_2: nx_calibration_generate_data failed!")));
         EXPECT_EQ(story(), join({until_library, measuring, restoring}));
     }
 }
@@ -260,22 +252,20 @@ TEST_F(OffsetCalibration, FailsWhenTheVendorGeneratesNothing) {
 TEST_F(OffsetCalibration, FailsWhenTheTableCannotBeWritten) {
     driver.refuse(2);
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), short_write + step("step_2: nds01_set_lib_data failed!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_2: nds01_set_lib_data failed!")));
     EXPECT_EQ(story(), join({until_library, measuring, {"driver refuses 2"}, restoring}));
 }
 
 TEST_F(OffsetCalibration, LeavesTheSensorAsItIsWhenTheCalibrationCannotBeWritten) {
     driver.refuse(2, 2);
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -ENOENT);
-    EXPECT_EQ(board.log(), stored_lines + short_write);
     EXPECT_EQ(story(), join({until_library, measuring, {storing[0], "driver refuses 2"}}));
 }
 
-TEST_F(OffsetCalibration, AnnouncesTheThirdStepAlsoWhenTheLibraryCannotBePreparedAnew) {
+TEST_F(OffsetCalibration, AnnouncesTheThirdStepAlsoWhenTheLibraryCannotBePreparedAgain) {
     vendor().isp_platform_init = [](void* const*) { return -1; };
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), stored_lines + tof_tagged("Failed to register the isp platform!") +
-                               step("step_3 fail!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_3 fail!")));
     EXPECT_EQ(story(), join({until_library,
                              measuring,
                              storing,
@@ -286,13 +276,12 @@ TEST_F(OffsetCalibration, AnnouncesTheThirdStepAlsoWhenTheLibraryCannotBePrepare
 TEST_F(OffsetCalibration, FailsWhenTheThirdStepCannotBeAnnounced) {
     refuse_text(attribute, "step_3");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines + step("step_3 fail!") + step_4);
+    EXPECT_THAT(board.log(), HasSubstr(step("step_3 fail!")));
 }
 
 TEST_F(OffsetCalibration, FailsWhenTheFrameRateCannotBeRestoredAndRestoresTheRunningState) {
     refuse_text("fps", "15");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines + step_4);
     EXPECT_EQ(story().back(), "write running_state 1");
 }
 
@@ -300,7 +289,6 @@ TEST_F(OffsetCalibration, FailsWhenTheRunningStateCannotBeRestored) {
     board.text(nds01_attribute("running_state"), "3\n");
     refuse_text("running_state", "3");
     EXPECT_EQ(nds01_isp_offset_calibration(300, 0), -EINTR);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines + step_4);
 }
 
 TEST_F(OffsetCalibration, ForgetsTheSavedRangingOfAnEarlierRun) {
@@ -333,13 +321,12 @@ struct CalibrationRun : OffsetCalibration {
     }
 
     int visit = 0;
-    const std::string mode_refused = tof_tagged("nds01_set_point_mode: fail to set point mode!\n");
 };
 
 TEST_F(CalibrationRun, CalibratesInPointModeZeroAndReturnsTwice) {
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), 0);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines +
-                               tof_tagged("Calibration successfully and recovery point mode successfully!"));
+    EXPECT_THAT(board.log(),
+                EndsWith(tof_tagged("Calibration successfully and recovery point mode successfully!")));
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "0", "1", "1"}));
 }
 
@@ -359,42 +346,36 @@ TEST_F(CalibrationRun, ReturnsToThePointModeItFound) {
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "2", "0", "2", "2"}));
 }
 
-TEST_F(CalibrationRun, TellsThatTheCalibrationFailed) {
+TEST_F(CalibrationRun, LogsThatTheCalibrationFailed) {
     vendor().calibration_3d = [](void*) { return -1; };
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), 0);
-    EXPECT_EQ(board.log(), step("step_2: nx_calibration_3d failed!") + step_4 +
-                               tof_tagged("Calibration failed and recovery point mode successfully!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Calibration failed and recovery point mode successfully!")));
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "0", "1", "1"}));
 }
 
-TEST_F(CalibrationRun, TellsThatTheFirstReturnFailedAndReturnsTheResultOfTheSecond) {
+TEST_F(CalibrationRun, LogsThatTheFirstReturnFailedAndReturnsTheResultOfTheSecond) {
     refuse_mode(1, {1});
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), 0);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines + mode_refused +
-                               tof_tagged("Calibration successfully and recovery point mode failed!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Calibration successfully and recovery point mode failed!")));
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "0", "1"}));
 }
 
 TEST_F(CalibrationRun, ReturnsTheFailureOfTheSecondReturn) {
     refuse_mode(1, {2});
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), -1);
-    EXPECT_EQ(board.log(), stored_lines + isp_lines +
-                               tof_tagged("Calibration successfully and recovery point mode successfully!") +
-                               mode_refused);
 }
 
-TEST_F(CalibrationRun, TellsThatCalibrationAndReturnFailed) {
+TEST_F(CalibrationRun, LogsThatCalibrationAndReturnFailed) {
     vendor().calibration_3d = [](void*) { return -1; };
     refuse_mode(1, {1, 2});
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), -1);
-    EXPECT_EQ(board.log(), step("step_2: nx_calibration_3d failed!") + step_4 + mode_refused +
-                               tof_tagged("Calibration failed and recovery point mode failed!") + mode_refused);
+    EXPECT_THAT(board.log(), HasSubstr(tof_tagged("Calibration failed and recovery point mode failed!")));
 }
 
 TEST_F(CalibrationRun, DoesNotCalibrateWhenPointModeZeroIsRefused) {
     refuse_mode(0, {1});
     EXPECT_EQ(nds01_offset_calibration_at_depth_for_isp(300, 0), 0);
-    EXPECT_EQ(board.log(), mode_refused + tof_tagged("Fail to set point mode!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Fail to set point mode!")));
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "1"}));
     EXPECT_EQ(board.writes(nds01_attribute(attribute)), Lines{});
 }

@@ -1,6 +1,7 @@
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_start.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 
 namespace {
 
+using testing::EndsWith;
 using testkit::bytes_of;
 using testkit::nds01_attribute;
 using testkit::nds01_node;
@@ -56,7 +58,7 @@ std::string failed_request(int retries_left) {
 
 using DeviceLife = Nds01;
 
-TEST_F(DeviceLife, OpensTheDevicePreparesTheLibraryAndSelectsThePointMode) {
+TEST_F(DeviceLife, LogsTheStartFromItsModeToItsSuccess) {
     vendor().isp_lib_init = [](void*, void*) { return 0; };
     EXPECT_EQ(nds01_dev_init(1), 0);
 
@@ -93,7 +95,7 @@ TEST_F(DeviceLife, HandsTheDefaultFilterToTheLibrary) {
     EXPECT_EQ(filter, 5);
 }
 
-TEST_F(DeviceLife, TellsThatThereIsNoDevice) {
+TEST_F(DeviceLife, PrintsExactlyThatThereIsNoDevice) {
     board.remove(nds01_node);
     EXPECT_EQ(nds01_dev_init(1), -1);
     EXPECT_EQ(board.log(), tof_tagged("tof: work in ioctl mode\n") +
@@ -105,11 +107,9 @@ TEST_F(DeviceLife, TellsThatThereIsNoDevice) {
 TEST_F(DeviceLife, DoesNotTryToOpenAgainAfterAFailedOpen) {
     board.remove(nds01_node);
     EXPECT_EQ(nds01_dev_init(1), -1);
-    board.log();
     driver.set_frame(50);
     board.on_ioctl(nds01_node, [](std::uint32_t, void*) { return 0L; });
     EXPECT_EQ(nds01_dev_init(1), 0);
-    EXPECT_EQ(board.log().find("ioctl mode"), std::string::npos);
     EXPECT_EQ(board.open_descriptors(), Lines{});
     EXPECT_EQ(nds01_get_ranging_data(driver.frame.data()), -ENOENT);
 }
@@ -122,13 +122,10 @@ TEST_F(DeviceLife, OpensOnceForTwoStarts) {
     EXPECT_EQ(board.writes(nds01_attribute("point_mode")), (Lines{"1", "0"}));
 }
 
-TEST_F(DeviceLife, TellsThatTheLibraryCannotBePrepared) {
+TEST_F(DeviceLife, FailsWhenTheLibraryCannotBePrepared) {
     board.remove(nds01_attribute("firmware_version"));
     EXPECT_EQ(nds01_dev_init(1), -ENOENT);
-    EXPECT_EQ(board.log(), tof_tagged("tof: work in ioctl mode\n") +
-                               tof_tagged("failed to open /sys/class/nd_tof/nds01/firmware_version\n") +
-                               tof_tagged("nds01 get firmware version failed!") +
-                               tof_tagged("Failed to get firmware version!") + tof_tagged("fail to init isp!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("fail to init isp!")));
 }
 
 TEST_F(DeviceLife, StartsOnTheFactoryCalibration) {
@@ -138,19 +135,15 @@ TEST_F(DeviceLife, StartsOnTheFactoryCalibration) {
     EXPECT_EQ(answers, 2);
 }
 
-TEST_F(DeviceLife, TellsThatThePointModeCannotBeSelected) {
+TEST_F(DeviceLife, FailsWhenThePointModeCannotBeSelected) {
     vendor().get_recommended_points_mode = [](void*, std::uint8_t*, int) { return -1; };
     EXPECT_EQ(nds01_dev_init(1), -ESRCH);
-    const std::string log = board.log();
-    const std::string last =
-        tof_tagged("nds01_set_point_mode: fail to set point mode!\n") + tof_tagged("fail to set point mode!");
-    EXPECT_EQ(log.substr(log.size() - last.size()), last);
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("fail to set point mode!")));
 }
 
 TEST_F(DeviceLife, EndsTheLibraryAndClosesTheDevice) {
     start(1);
     EXPECT_EQ(nds01_dev_uninit(), 0);
-    EXPECT_EQ(board.log(), tof_tagged("nds01 device uninit successful."));
     EXPECT_EQ(board.open_descriptors(), Lines{});
     EXPECT_EQ(board.journal({"call", "close"}), (Lines{"call nx_isp_lib_uninit", "close /dev/nds01"}));
 }
@@ -165,10 +158,9 @@ TEST_F(DeviceLife, OpensAgainAfterItWasEnded) {
 TEST_F(DeviceLife, KeepsTheDescriptorsNumberAfterTheEnd) {
     start(0);
     nds01_dev_uninit();
-    board.log();
     uint8_t zones[64];
     EXPECT_EQ(nds01_get_ranging_data(zones), -ENOENT);
-    EXPECT_EQ(board.log(), failed_request(2) + failed_request(1) + failed_request(0));
+    EXPECT_EQ(board.journal({"sleep"}).size(), 3u);  // it was asked three times
 }
 
 TEST_F(DeviceLife, ClosesNothingWhenNothingWasOpened) {
@@ -218,7 +210,6 @@ TEST_F(DeviceFrame, HasEightZonesInPointModeOne) {
     start(1);
     EXPECT_EQ(nds01_get_ranging_data(zones), 8);
     EXPECT_EQ(received(64), sent(64));
-    EXPECT_EQ(board.log(), "");
     EXPECT_EQ(board.journal({"ioctl", "sleep"}), Lines{frame_request});
 }
 
@@ -246,7 +237,8 @@ TEST_F(DeviceFrame, IsRequestedAgainWhenAnyZoneIsBelowTheLowestQuality) {
         driver.set_frame(50);
         driver.set_zone(zone, 900, 10);
         EXPECT_EQ(nds01_get_ranging_data(zones), -ENOENT) << zone;
-        EXPECT_EQ(board.log(), invalid_frame(2) + invalid_frame(1) + invalid_frame(0)) << zone;
+        EXPECT_EQ(board.journal({"ioctl"}).size(), 3u) << zone;
+        board.clear_journal();
     }
     EXPECT_EQ(received(64), untouched(64));
 }
@@ -273,7 +265,6 @@ TEST_F(DeviceFrame, IsTakenWhenItIsValidAtTheThirdRequest) {
         if (++sleeps == 2) driver.set_frame(60);
     });
     EXPECT_EQ(nds01_get_ranging_data(zones), 8);
-    EXPECT_EQ(board.log(), invalid_frame(2) + invalid_frame(1));
     EXPECT_EQ(received(64), sent(64));
     EXPECT_EQ(sleeps, 2);
 }
@@ -282,13 +273,12 @@ TEST_F(DeviceFrame, IsRequestedThreeTimesWhenTheRequestsFail) {
     start(1);
     driver.frame_answers = {-EIO, -EIO, -EIO};
     EXPECT_EQ(nds01_get_ranging_data(zones), -ENOENT);
-    EXPECT_EQ(board.log(), failed_request(2) + failed_request(1) + failed_request(0));
     EXPECT_EQ(board.journal({"ioctl"}).size(), 3u);
     EXPECT_EQ(board.journal({"sleep"}), (Lines{"sleep 5000", "sleep 5000", "sleep 5000"}));
     EXPECT_EQ(received(64), untouched(64));
 }
 
-TEST_F(DeviceFrame, SharesItsRetriesBetweenFailedRequestsAndInvalidFrames) {
+TEST_F(DeviceFrame, LogsTheRetriesThatFailedRequestsAndInvalidFramesShare) {
     start(1);
     driver.frame_answers = {-EIO};
     driver.set_frame(101);
@@ -316,7 +306,7 @@ TEST_F(DeviceSettings, WriteTheRunningStateAsYesOrNo) {
     EXPECT_EQ(board.writes(nds01_attribute("running_state")), (Lines{"1", "1", "0"}));
 }
 
-TEST_F(DeviceSettings, TellTheTwoRunningStateWritersApartWhenTheAttributeIsMissing) {
+TEST_F(DeviceSettings, PrintExactlyWhichRunningStateWriterFailed) {
     board.remove(nds01_attribute("running_state"));
     EXPECT_EQ(nds01_set_running_state(0), -ENOENT);
     EXPECT_EQ(nds01_set_runing_state(0), -ENOENT);
@@ -363,7 +353,6 @@ TEST_F(DeviceSettings, HandALongConfigurationToTheDriver) {
     const uint8_t configuration[4] = {9, 8, 7, 6};
     EXPECT_EQ(nds01_set_isp_config(configuration, 1), 0);
     EXPECT_EQ(board.writes(nds01_attribute("isp_config")), Lines{std::string("\x1\x9\x8\x7\x6", 5)});
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(DeviceSettings, RefuseOtherKindsOfConfiguration) {
@@ -371,10 +360,9 @@ TEST_F(DeviceSettings, RefuseOtherKindsOfConfiguration) {
     EXPECT_EQ(nds01_set_isp_config(configuration, 2), -1);
     EXPECT_EQ(nds01_set_isp_config(configuration, -1), -1);
     EXPECT_EQ(board.writes(nds01_attribute("isp_config")), Lines{});
-    EXPECT_EQ(board.log(), "");
 }
 
-TEST_F(DeviceSettings, TellThatAConfigurationWasNotTakenWhole) {
+TEST_F(DeviceSettings, PrintExactlyThatAConfigurationWasNotTakenWhole) {
     const uint8_t configuration[4] = {9, 8, 7, 6};
     board.on_write(nds01_attribute("isp_config"), [](const std::string&) { return 1L; });
     EXPECT_EQ(nds01_set_isp_config(configuration, 0), -1);
@@ -401,7 +389,6 @@ TEST_F(DevicePointMode, SelectsEightZonesWhileRangingIsStopped) {
     EXPECT_EQ(story(),
               (Lines{"write running_state 0", "call nx_get_recommended_points_mode",
                      "driver selects SPADs 2021222324252627", "write point_mode 1", "write running_state 1"}));
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(DevicePointMode, SelectsFourZonesAndKeepsTheOtherHalfOfTheSelection) {
@@ -413,7 +400,7 @@ TEST_F(DevicePointMode, SelectsFourZonesAndKeepsTheOtherHalfOfTheSelection) {
                      "driver enables SPADs 3031323324252627", "write point_mode 2", "write running_state 1"}));
 }
 
-TEST_F(DevicePointMode, IsTold) {
+TEST_F(DevicePointMode, IsReturnedWithItsSelection) {
     EXPECT_EQ(nds01_set_point_mode(1), 0);
     int32_t mode = 0;
     uint8_t selection[8] = {};
@@ -476,7 +463,7 @@ TEST_F(DevicePointMode, StaysStoppedWhenTheDriverRefusesTheMode) {
     EXPECT_EQ(board.writes(nds01_attribute("running_state")), Lines{"0"});
 }
 
-TEST_F(DevicePointMode, TellsThatRangingCannotBeStartedAgain) {
+TEST_F(DevicePointMode, FailsWhenRangingCannotBeStartedAgain) {
     board.on_write(nds01_attribute("running_state"), [](const std::string& text) {
         return text == "1" ? -static_cast<long>(EBUSY) : static_cast<long>(text.size());
     });
@@ -488,7 +475,7 @@ TEST_F(DevicePointMode, TellsThatRangingCannotBeStartedAgain) {
 
 using DeviceFirmware = Nds01;
 
-TEST_F(DeviceFirmware, IsReadAndTold) {
+TEST_F(DeviceFirmware, IsReadAndPrintedExactly) {
     driver.set_firmware(0xAB0C11FF);
     uint32_t version = 0;
     EXPECT_EQ(nds01_dev_get_firmware_version(&version), 0);
@@ -506,9 +493,6 @@ TEST_F(DeviceFirmware, IsNotTakenFromAShortRead) {
 
 struct DeviceXtalk : Nds01 {
     uint16_t values[4] = {1, 2, 3, 4};
-    std::string firmware_line(const std::string& version) {
-        return tof_tagged("nds01 firmware version:" + version + "\n");
-    }
     void measured(std::initializer_list<uint16_t> numbers) {
         board.text(nds01_attribute("xtalk_value"), bytes_of<uint16_t>(numbers));
     }
@@ -523,7 +507,6 @@ TEST_F(DeviceXtalk, IsOneValueBelowFirmware130) {
     driver.set_firmware(0x0102FF);
     measured({700, 701, 702, 703});
     EXPECT_EQ(nds01_get_xtalk_value(values), 0);
-    EXPECT_EQ(board.log(), firmware_line("1.2.255") + tof_tagged("xtalk_value:700\n"));
     EXPECT_EQ(kept(), (Lines{"700", "2", "3", "4"}));
 }
 
@@ -531,7 +514,6 @@ TEST_F(DeviceXtalk, IsFourValuesFromFirmware130On) {
     driver.set_firmware(0x010300);
     measured({700, 701, 65535, 703});
     EXPECT_EQ(nds01_get_xtalk_value(values), 0);
-    EXPECT_EQ(board.log(), firmware_line("1.3.0") + tof_tagged("xtalk_value:700,701,65535,703\n"));
     EXPECT_EQ(kept(), (Lines{"700", "701", "65535", "703"}));
 }
 
@@ -539,29 +521,26 @@ TEST_F(DeviceXtalk, JudgesTheFirmwareByAllBitsOfItsVersion) {
     driver.set_firmware(0x01000000);
     measured({700, 701, 702, 703});
     EXPECT_EQ(nds01_get_xtalk_value(values), 0);
-    EXPECT_EQ(board.log(), firmware_line("0.0.0") + tof_tagged("xtalk_value:700,701,702,703\n"));
+    EXPECT_EQ(kept(), (Lines{"700", "701", "702", "703"}));
 }
 
-TEST_F(DeviceXtalk, IsToldAfterAShortReadToo) {
+TEST_F(DeviceXtalk, IsPrintedAfterAShortReadToo) {
     measured({700, 701});
     EXPECT_EQ(nds01_get_xtalk_value(values), -1);
-    EXPECT_EQ(board.log(), firmware_line("1.3.0") + tof_tagged("xtalk_value:700,701,3,4\n"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("xtalk_value:700,701,3,4\n")));
 }
 
-TEST_F(DeviceXtalk, IsToldWithoutTheAttributeToo) {
+TEST_F(DeviceXtalk, IsPrintedWithoutTheAttributeToo) {
     driver.set_firmware(0x010000);
     EXPECT_EQ(nds01_get_xtalk_value(values), -1);
-    EXPECT_EQ(board.log(), firmware_line("1.0.0") +
-                               tof_tagged("failed to open /sys/class/nd_tof/nds01/xtalk_value\n") +
-                               tof_tagged("xtalk_value:1\n"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("xtalk_value:1\n")));
 }
 
 TEST_F(DeviceXtalk, IsNotReadWithoutTheFirmwareVersion) {
     board.text(nds01_attribute("firmware_version"), "");
     measured({700, 701, 702, 703});
     EXPECT_EQ(nds01_get_xtalk_value(values), -1);
-    EXPECT_EQ(board.log(),
-              tof_tagged("nds01 get firmware version failed!") + tof_tagged("Failed to get firmware version!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Failed to get firmware version!")));
     EXPECT_EQ(kept(), (Lines{"1", "2", "3", "4"}));
 }
 
@@ -607,7 +586,6 @@ TEST_F(DeviceCommand, ReadsLibraryData) {
     EXPECT_EQ(nds01_get_lib_data(0x8000, buffer, 11), 11);
     EXPECT_STREQ(buffer, "calibration");
     EXPECT_EQ(story(), Lines{"driver reads lib data 0x8000, 11 bytes"});
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(DeviceCommand, WritesLibraryData) {
@@ -681,7 +659,7 @@ const RefusedCommand refused_commands[] = {
     {9, [] { return nds01_set_xshut_pin_level(1); }, "fail to set xshut pin level, ret = 8!\n"},
 };
 
-TEST_F(DeviceCommand, FailsWithItsMessageWhenItIsNotTakenWhole) {
+TEST_F(DeviceCommand, PrintsExactlyThatItWasNotTakenWhole) {
     for (const RefusedCommand& command : refused_commands) {
         driver.refuse(command.code);
         EXPECT_EQ(command.send(), -1) << command.message;
@@ -689,11 +667,9 @@ TEST_F(DeviceCommand, FailsWithItsMessageWhenItIsNotTakenWhole) {
     }
 }
 
-TEST_F(DeviceCommand, FailsWithTheErrorInItsMessageWhenTheAttributeIsMissing) {
+TEST_F(DeviceCommand, FailsWhenTheAttributeIsMissing) {
     board.remove(nds01_attribute("lib_data"));
     EXPECT_EQ(nds01_get_lib_data(0x8000, scratch, 16), -1);
-    EXPECT_EQ(board.log(), tof_tagged("failed to open /sys/class/nd_tof/nds01/lib_data\n") +
-                               "fail to write lib_data,ret = -2!\n");
 }
 
 TEST_F(DeviceCommand, FailsWithTheErrorInItsMessageWhenTheDriverRefuses) {

@@ -1,5 +1,6 @@
 #include "ovrafocus/nds01_isp.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -19,6 +20,8 @@
 
 namespace {
 
+using testing::EndsWith;
+using testing::HasSubstr;
 using testkit::nds01_attribute;
 using testkit::number_at;
 using testkit::ScriptedBoard;
@@ -134,7 +137,7 @@ TEST_F(PlatformTable, HoldsTheVendorsOwnFunctionsAndTheConfigurationCallback) {
     EXPECT_EQ(table[13], reinterpret_cast<void*>(nx_calibration_generate_data));
 }
 
-TEST_F(PlatformTable, TellsARefusalAndIgnoresAPositiveAnswer) {
+TEST_F(PlatformTable, ReturnsARefusalAndIgnoresAPositiveAnswer) {
     vendor().isp_platform_init = [](void* const*) { return -3; };
     EXPECT_LT(nds01_ispfht_platform_register(), 0);
     vendor().isp_platform_init = [](void* const*) { return 3; };
@@ -144,18 +147,6 @@ TEST_F(PlatformTable, TellsARefusalAndIgnoresAPositiveAnswer) {
 // --- Initialisation ---------------------------------------------------------------------------------
 
 struct IspInit : Nds01Isp {
-    static std::string firmware(const std::string& version) {
-        return tof_tagged("nds01 firmware version:" + version + "\n");
-    }
-    const std::string fixed = tof_tagged("isp_fix_high_temperature success!!\r");
-    const std::string reading = tof_tagged("Calibration data read: dev");
-    const std::string host_loaded = tof_tagged("The calibration data in the host is loaded successfully.");
-    const std::string host_refused = tof_tagged(
-        "Failed to load the calibration data in the host.\n"
-        "Try to load the calibration data in the device.");
-    const std::string device_loaded = tof_tagged("The calibration data in the device was loaded successfully.");
-    const std::string version = "[ovra_tof]  nds01_isp_init get libnds-isp.so version = 1\n";
-
     /// The library refuses the first calibration it is offered and answers this to the second.
     void refuse_host_calibration(int second_answer) {
         offers = 0;
@@ -187,12 +178,20 @@ struct IspInit : Nds01Isp {
 
 TEST_F(IspInit, LoadsTheLibrarysOwnCalibration) {
     EXPECT_EQ(nds01_isp_init(5), 0);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + fixed + reading + host_loaded + version);
     EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
                               "write running_state 1", "call nx_isp_lib_uninit",
                               "driver reads lib data 0x9000, 4096 bytes", "call nx_isp_lib_init",
                               "call nx_get_isp_version", "call nx_isp_op_init", "call nx_set_angle_limit",
                               "call nx_set_filter_para"}));
+}
+
+TEST_F(IspInit, LogsEachStep) {
+    EXPECT_EQ(nds01_isp_init(5), 0);
+    EXPECT_EQ(board.log(), tof_tagged("nds01 firmware version:1.3.0\n") +
+                               tof_tagged("isp_fix_high_temperature success!!\r") +
+                               tof_tagged("Calibration data read: dev") +
+                               tof_tagged("The calibration data in the host is loaded successfully.") +
+                               "[ovra_tof]  nds01_isp_init get libnds-isp.so version = 1\n");
 }
 
 TEST_F(IspInit, GivesTheVendorTheCalibrationFromByte1024On) {
@@ -216,10 +215,7 @@ TEST_F(IspInit, GivesTheVendorZerosWhenNothingIsStored) {
         EXPECT_EQ(std::string(static_cast<const char*>(data), 3072), std::string(3072, '\0'));
         return 0;
     };
-    board.log();
     EXPECT_EQ(nds01_isp_init(5), 0);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + fixed + reading + "fail to write lib_data,ret = 8!\n" +
-                               host_loaded + version);
 }
 
 TEST_F(IspInit, GivesEachCallTheSameContextAndItsArguments) {
@@ -261,22 +257,21 @@ TEST_F(IspInit, GivesEachCallTheSameContextAndItsArguments) {
 TEST_F(IspInit, EndsWhenThePlatformCannotBeRegistered) {
     vendor().isp_platform_init = [](void* const*) { return -1; };
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), tof_tagged("Failed to register the isp platform!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Failed to register the isp platform!")));
     EXPECT_EQ(story(), Lines{"call isp_platform_init"});
 }
 
 TEST_F(IspInit, EndsWithoutAFirmwareVersion) {
     board.text(nds01_attribute("firmware_version"), "");
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(),
-              tof_tagged("nds01 get firmware version failed!") + tof_tagged("Failed to get firmware version!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Failed to get firmware version!")));
     EXPECT_EQ(story(), Lines{"call isp_platform_init"});
 }
 
 TEST_F(IspInit, EndsWhenTheHighTemperatureFixIsRefusedAndStartsRangingAgain) {
     vendor().isp_fix_high_temperature = [](int, uint32_t) { return -7; };
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + tof_tagged("isp_fix_high_temperature error!!\r"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("isp_fix_high_temperature error!!\r")));
     EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
                               "write running_state 1"}));
 }
@@ -284,7 +279,6 @@ TEST_F(IspInit, EndsWhenTheHighTemperatureFixIsRefusedAndStartsRangingAgain) {
 TEST_F(IspInit, MakesTheWholeHighTemperatureFixWhenRangingCannotBeStopped) {
     refuse_running_state("0");
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + tof_tagged("isp_fix_high_temperature error!!\r"));
     EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0 = EBUSY",
                               "call ispFixHighTemperature", "write running_state 1"}));
 }
@@ -292,13 +286,12 @@ TEST_F(IspInit, MakesTheWholeHighTemperatureFixWhenRangingCannotBeStopped) {
 TEST_F(IspInit, EndsWhenRangingCannotBeStartedAfterTheHighTemperatureFix) {
     refuse_running_state("1");
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + tof_tagged("isp_fix_high_temperature error!!\r"));
+    EXPECT_EQ(story().back(), "write running_state 1 = EBUSY");
 }
 
 TEST_F(IspInit, SetsTheStartBinOfOlderFirmwareWhileRangingIsStopped) {
     calibrated_start_bin(77);
     EXPECT_EQ(nds01_isp_init(5), 0);
-    EXPECT_EQ(board.log(), firmware("1.2.255") + fixed + reading + host_loaded + version);
     EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
                               "write running_state 1", "call nx_isp_lib_uninit",
                               "driver reads lib data 0x9000, 4096 bytes", "call nx_isp_lib_init",
@@ -333,8 +326,7 @@ TEST_F(IspInit, EndsWhenTheStartBinIsRefused) {
     calibrated_start_bin(77);
     vendor().isp_set_start_bin = [](int, int) { return -1; };
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(),
-              firmware("1.2.255") + fixed + reading + host_loaded + tof_tagged("Failed to set start bin!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Failed to set start bin!")));
     EXPECT_EQ(board.writes(nds01_attribute("running_state")), (Lines{"0", "1", "0", "1"}));
 }
 
@@ -345,8 +337,6 @@ TEST_F(IspInit, EndsWhenRangingCannotBeStoppedForTheStartBin) {
         return text == "0" && ++stops == 2 ? -static_cast<long>(EBUSY) : static_cast<long>(text.size());
     });
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(),
-              firmware("1.2.255") + fixed + reading + host_loaded + tof_tagged("Failed to set start bin!"));
     EXPECT_EQ(story().back(), "write running_state 1");
 }
 
@@ -354,7 +344,10 @@ TEST_F(IspInit, FallsBackOnTheFactoryCalibration) {
     driver.set_firmware(0x010000);
     refuse_host_calibration(0);
     EXPECT_EQ(nds01_isp_init(5), 0x1000);
-    EXPECT_EQ(board.log(), firmware("1.0.0") + fixed + reading + host_refused + device_loaded + version);
+    EXPECT_THAT(board.log(),
+                HasSubstr(tof_tagged("Failed to load the calibration data in the host.\n"
+                                     "Try to load the calibration data in the device.") +
+                          tof_tagged("The calibration data in the device was loaded successfully.")));
     EXPECT_EQ(story(), (Lines{"call isp_platform_init", "write running_state 0", "call ispFixHighTemperature",
                               "write running_state 1", "call nx_isp_lib_uninit",
                               "driver reads lib data 0x9000, 4096 bytes", "call nx_isp_lib_init",
@@ -378,17 +371,14 @@ TEST_F(IspInit, EndsWhenTheFactoryCalibrationCannotBeRead) {
     refuse_host_calibration(0);
     driver.refuse(1, 2);
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + fixed + reading + host_refused +
-                               "fail to write lib_data,ret = 8!\n" +
-                               tof_tagged("Fail to read dev calibration data, ret = -1!\n"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Fail to read dev calibration data, ret = -1!\n")));
     EXPECT_EQ(story().back(), "driver refuses 1");
 }
 
 TEST_F(IspInit, EndsWhenTheFactoryCalibrationIsRefused) {
     refuse_host_calibration(-1);
     EXPECT_EQ(nds01_isp_init(5), -1);
-    EXPECT_EQ(board.log(), firmware("1.3.0") + fixed + reading + host_refused +
-                               tof_tagged("Failed to load the calibration data from the device!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Failed to load the calibration data from the device!")));
     EXPECT_EQ(story().back(), "call nx_isp_lib_init");
 }
 
@@ -411,7 +401,7 @@ TEST_F(IspInit, ShowsFailuresOfTheLastCallsInItsResultOnly) {
     vendor().isp_op_init = [](void*, void*) { return -1; };
     EXPECT_LT(nds01_isp_init(5), 0);
     EXPECT_EQ(story().back(), "call nx_set_filter_para");
-    EXPECT_EQ(board.log(), firmware("1.3.0") + fixed + reading + host_loaded + version);
+    EXPECT_THAT(board.log(), EndsWith("version = 1\n"));
     vendor().isp_op_init = [](void*, void*) { return 0; };
     vendor().set_angle_limit = [](void*, const int16_t*) { return -1; };
     EXPECT_LT(nds01_isp_init(5), 0);
@@ -435,7 +425,7 @@ TEST_F(IspInit, DoesNotMindThatThereWasNothingToRelease) {
 
 using IspStoredCalibration = Nds01Isp;
 
-TEST_F(IspStoredCalibration, IsReadFromTheDevice) {
+TEST_F(IspStoredCalibration, IsReadFromTheDeviceAndPrintsExactlyThat) {
     char buffer[5] = "????";
     EXPECT_EQ(nds01_isp_read_calib_data(buffer, 3), 0);
     EXPECT_STREQ(buffer, "hhh?");
@@ -443,7 +433,7 @@ TEST_F(IspStoredCalibration, IsReadFromTheDevice) {
     EXPECT_EQ(story(), Lines{"driver reads lib data 0x9000, 3 bytes"});
 }
 
-TEST_F(IspStoredCalibration, IsWrittenToTheDevice) {
+TEST_F(IspStoredCalibration, IsWrittenToTheDeviceAndPrintsExactlyThat) {
     EXPECT_EQ(nds01_isp_write_calib_data("data", 4), 0);
     EXPECT_EQ(driver.stored[0x9000], Lines{"data"});
     EXPECT_EQ(board.log(), tof_tagged("Calibration data write: dev"));
@@ -453,10 +443,8 @@ TEST_F(IspStoredCalibration, FailsUnlessAllOfItIsMoved) {
     char buffer[4];
     driver.refuse(1);
     EXPECT_EQ(nds01_isp_read_calib_data(buffer, 4), -1);
-    EXPECT_EQ(board.log(), tof_tagged("Calibration data read: dev") + "fail to write lib_data,ret = 8!\n");
     driver.refuse(2);
     EXPECT_EQ(nds01_isp_write_calib_data("data", 4), -1);
-    EXPECT_EQ(board.log(), tof_tagged("Calibration data write: dev") + "fail to write lib_data,ret = 8!\n");
 }
 
 // --- Settings ---------------------------------------------------------------------------------------
@@ -491,7 +479,7 @@ TEST_F(IspSettings, ChangeTheFrequencyAlsoWhenRangingCannotBeStopped) {
     EXPECT_EQ(story(), (Lines{"write running_state 0 = EBUSY", "call ispFreqConfig"}));
 }
 
-TEST_F(IspSettings, TellThatAFrequencyIsRefused) {
+TEST_F(IspSettings, FailWhenAFrequencyIsRefused) {
     vendor().isp_freq_config = [](int, uint32_t) { return -1; };
     const uint32_t word = 1;
     EXPECT_LT(nds01_isp_set_config(nullptr, &word, 2), 0);
@@ -601,7 +589,6 @@ TEST_F(IspQuery, PointCloudHasEightPointsInPointModeOne) {
     EXPECT_EQ(nds01_get_point_cloud(cloud.data()), 8);
     EXPECT_EQ(cloud, std::string(96, 'P'));
     EXPECT_EQ(distances, (std::vector<uint16_t>{1000, 1001, 1002, 1003, 1004, 1005, 1006, 1007}));
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(IspQuery, PointCloudHasFourPointsInEveryOtherPointMode) {
@@ -613,18 +600,17 @@ TEST_F(IspQuery, PointCloudHasFourPointsInEveryOtherPointMode) {
     }
 }
 
-TEST_F(IspQuery, PointCloudFailsSilentlyWithoutAFrame) {
+TEST_F(IspQuery, PointCloudFailsWithoutAFrame) {
     start(1);
     driver.set_frame(0);
     std::string cloud(96, '?');
     board.clear_journal();
     EXPECT_EQ(nds01_get_point_cloud(cloud.data()), -1);
-    EXPECT_EQ(board.log().find("point cloud"), std::string::npos);
     EXPECT_EQ(cloud, std::string(96, '?'));
     EXPECT_EQ(board.journal({"call"}), Lines{});
 }
 
-TEST_F(IspQuery, PointCloudTellsThatTheVendorFailed) {
+TEST_F(IspQuery, PointCloudPrintsExactlyThatTheVendorFailed) {
     start(1);
     vendor().cal_pc = [](void*, const uint16_t*, void*) { return -1; };
     std::string cloud(96, '?');
@@ -672,6 +658,14 @@ TEST_F(IspQuery, AngleIsComputedFromTheFramesPointCloud) {
     EXPECT_EQ(angle.yaw, -1234);
     EXPECT_EQ(angle.pitch, 567);
     EXPECT_EQ(angle.depth_mm, 40000);
+}
+
+TEST_F(IspQuery, IsSilentOnSuccess) {
+    start(1);
+    std::string cloud(96, '?');
+    nds01_angle_result angle{};
+    nds01_get_point_cloud(cloud.data());
+    nds01_get_angle(&angle);
     EXPECT_EQ(board.log(), "");
 }
 
@@ -686,7 +680,7 @@ TEST_F(IspQuery, AngleIgnoresTheVendorsAnswer) {
     EXPECT_EQ(angle.yaw, 32766);
 }
 
-TEST_F(IspQuery, AngleTellsThatThereIsNone) {
+TEST_F(IspQuery, AnglePrintsExactlyThatThereIsNone) {
     start(1);
     vendor().angle_cal = [](void*, const void*, void* result) {
         *static_cast<nds01_angle_result*>(result) = {32767, 5, 6};
@@ -698,14 +692,13 @@ TEST_F(IspQuery, AngleTellsThatThereIsNone) {
     EXPECT_EQ(angle.pitch, 5);
 }
 
-TEST_F(IspQuery, AngleTellsThatThereIsNoPointCloud) {
+TEST_F(IspQuery, AngleFailsWithoutAPointCloud) {
     start(1);
     vendor().cal_pc = [](void*, const uint16_t*, void*) { return -1; };
     board.clear_journal();
     nds01_angle_result angle{1, 2, 3};
     EXPECT_EQ(nds01_get_angle(&angle), -1);
-    EXPECT_EQ(board.log(),
-              tof_tagged("Fail to calculate point cloud!") + tof_tagged("Fail to get point cloud!"));
+    EXPECT_THAT(board.log(), EndsWith(tof_tagged("Fail to get point cloud!")));
     EXPECT_EQ(board.journal({"call"}), Lines{"call nx_cal_pc"});
     EXPECT_EQ(angle.yaw, 1);
 }
@@ -731,7 +724,6 @@ TEST_F(IspQuery, PixelsThatCannotBeReadLeaveTheResultAlone) {
     uint16_t* values = nullptr;
     EXPECT_EQ(nds01_isp_get_pixel_data(nullptr, &values), -1);
     EXPECT_EQ(values, nullptr);
-    EXPECT_EQ(board.log(), "fail to write lib_data,ret = 8!\n");
 }
 
 TEST_F(IspQuery, PixelsWithoutMemoryLeaveTheResultAlone) {
@@ -740,7 +732,6 @@ TEST_F(IspQuery, PixelsWithoutMemoryLeaveTheResultAlone) {
     uint16_t* values = nullptr;
     EXPECT_EQ(nds01_isp_get_pixel_data(nullptr, &values), -1);
     EXPECT_EQ(values, nullptr);
-    EXPECT_EQ(board.log(), "");
 }
 
 // On the board an int32_t of -1 has the bits of this size.

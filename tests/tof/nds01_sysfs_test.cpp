@@ -250,6 +250,15 @@ TEST_F(Sysfs, ReturnsTheErrorOfARefusedWrite) {
     EXPECT_EQ(board.errors(), "");
 }
 
+TEST_F(Sysfs, FailsWithAnInputOutputErrorWhenTheDriverTakesNoByteAndNamesNoError) {
+    board.on_write(path, [](const std::string&) { return 0L; });
+    for (const Helper& writer : writers) {
+        errno = ENOSPC;  // an old error does not count
+        const int32_t expected = writer.name == std::string("write_sysfs_u8data") ? 0 : -EIO;
+        EXPECT_EQ(writer.call(), expected) << writer.name;
+    }
+}
+
 TEST_F(Sysfs, ReturnsTheErrorOfClosing) {
     board.text(path, "7");
     refuse("close", EIO);

@@ -1,6 +1,6 @@
 // The board's display library. It keeps what it was told where a viewer of the simulated wall can see it.
 #include "platform/board_display.h"
-#include "virtual_projector/boardlibs/installation.h"
+#include "virtual_projector/boardlibs/libraries.h"
 
 using vp::boardlibs::Libraries;
 using vp::boardlibs::perform;

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "platform/hudi_flash.h"
-#include "virtual_projector/boardlibs/installation.h"
+#include "virtual_projector/boardlibs/libraries.h"
 
 using vp::boardlibs::Libraries;
 using vp::boardlibs::perform;

@@ -1,55 +1,25 @@
-// What the stand-ins share: the installation and the way every call is made.
+// What the stand-ins for the board's libraries are connected to.
 #ifndef VIRTUAL_PROJECTOR_BOARDLIBS_INSTALLATION_H
 #define VIRTUAL_PROJECTOR_BOARDLIBS_INSTALLATION_H
 
-#include <cerrno>
-#include <cstddef>
+#include <functional>
+#include <string_view>
 
-#include "virtual_projector/boardlibs/boardlibs.h"
-#include "virtual_projector/boardlibs/isp_library.h"
-#include "virtual_projector/devices/flash.h"
+#include "virtual_projector/devices/board.h"
+#include "virtual_projector/devices/fault_plan.h"
 
 namespace vp::boardlibs {
 
-struct Libraries {
-    explicit Libraries(Installation made) : installation(std::move(made)), flash(*installation.board) {}
+struct Installation {
+    Board* board = nullptr;
 
-    Installation installation;
-    Flash flash;
-    IspLibrary isp;
-    int usb_eth_configurations = 0;  // under the board's lock
+    /// Asked before each call with the function's name; may be empty. An errno becomes the negative result,
+    /// a short count the result itself; garbage lies over what the function hands out. It makes a delay itself.
+    std::function<FaultEffect(std::string_view function)> fault;
+
+    /// Told after each call; may be empty.
+    std::function<void(std::string_view function, long result)> called;
 };
-
-/// Null without an installation.
-Libraries* libraries();
-
-/// What a call hands out, for faults that spoil it.
-struct Output {
-    void* data = nullptr;
-    std::size_t size = 0;
-};
-
-FaultEffect begin_call(const Libraries& all, const char* function);
-void spoil(const FaultEffect& effect, const Output& output);
-
-/// Makes one call of the board's libraries: asks the fault plan, does the work, tells the observer.
-template <typename Work>
-int perform(const char* function, const Output& output, Work&& work) {
-    Libraries* const all = libraries();
-    if (all == nullptr) return -ENODEV;
-    const FaultEffect effect = begin_call(*all, function);
-    long result = 0;
-    if (effect.error_number != 0) {
-        result = -effect.error_number;
-    } else if (effect.short_count >= 0) {
-        result = effect.short_count;
-    } else if (!effect.stale) {
-        result = work(*all);
-        spoil(effect, output);
-    }
-    if (all->installation.called) all->installation.called(function, result);
-    return static_cast<int>(result);
-}
 
 }  // namespace vp::boardlibs
 

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "platform/nds_isp.h"
-#include "virtual_projector/boardlibs/installation.h"
+#include "virtual_projector/boardlibs/libraries.h"
 
 using vp::boardlibs::AngleResult;
 using vp::boardlibs::CalibrationSetup;

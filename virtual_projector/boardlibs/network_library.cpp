@@ -1,6 +1,6 @@
 // The board's network set-up.
 #include "platform/board_network.h"
-#include "virtual_projector/boardlibs/installation.h"
+#include "virtual_projector/boardlibs/libraries.h"
 
 using vp::boardlibs::Libraries;
 using vp::boardlibs::perform;

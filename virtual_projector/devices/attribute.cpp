@@ -109,4 +109,16 @@ Store store_number(long min, long max, std::function<long(World&, long)> take) {
     };
 }
 
+void AttributeFolder::add(const std::string& name, Show show, Store store) {
+    nodes_.add(path_ + name, make_attribute(board_, present_, std::move(show), std::move(store)));
+}
+
+void AttributeFolder::add_setting(const std::string& name, long min, long max, std::shared_ptr<long> value) {
+    add(name, show_number([value](World&) { return *value; }),
+        store_number(min, max, [value](World&, long taken) {
+            *value = taken;
+            return 0L;
+        }));
+}
+
 }  // namespace vp

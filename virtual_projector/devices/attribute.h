@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "virtual_projector/devices/board.h"
 #include "virtual_projector/devices/device.h"
@@ -40,6 +41,25 @@ Store store_number(long min, long max, std::function<long(World&, long)> take);
 
 /// Parses what store_number takes; nothing when it is no number.
 std::optional<long> parse_number(std::string_view text);
+
+/// The attributes of one driver, in a folder of their own.
+class AttributeFolder {
+public:
+    /// `path` ends with a slash.
+    AttributeFolder(Board& board, DeviceTable& nodes, std::string path, Presence present)
+        : board_(board), nodes_(nodes), path_(std::move(path)), present_(std::move(present)) {}
+
+    void add(const std::string& name, Show show, Store store = {});
+
+    /// A number within a range that is kept in `value`, shown and otherwise without effect.
+    void add_setting(const std::string& name, long min, long max, std::shared_ptr<long> value);
+
+private:
+    Board& board_;
+    DeviceTable& nodes_;
+    std::string path_;
+    Presence present_;
+};
 
 /// True when open(2)'s flags ask for this.
 bool wants_read(int flags);

@@ -20,25 +20,16 @@ struct Fan {
 }  // namespace
 
 void add_fan(Board& board, DeviceTable& nodes) {
-    const Presence present = [](const Settings& s) { return s.board.has_fan != 0; };
     const auto fan = std::make_shared<Fan>();
-    const std::string path = directory;
-    nodes.add(
-        path + "r_temp",
-        make_attribute(board, present, show_number([](World& world) { return world.led_reading_c(); }), {}));
-    nodes.add(path + "fan_auto_ctrl",
-              make_attribute(board, present, show_number([fan](World&) { return fan->automatic; }),
-                             store_number(0, 1, [fan](World&, long on) {
-                                 fan->automatic = on;
-                                 return 0L;
-                             })));
-    nodes.add(path + "target_speed",
-              make_attribute(board, present, show_number([fan](World&) { return fan->target_speed; }),
-                             store_number(0, max_speed, [fan](World&, long speed) -> long {
-                                 if (fan->automatic != 0) return -EBUSY;
-                                 fan->target_speed = speed;
-                                 return 0;
-                             })));
+    AttributeFolder folder(board, nodes, directory, [](const Settings& s) { return s.board.has_fan != 0; });
+    folder.add("r_temp", show_number([](World& world) { return world.led_reading_c(); }));
+    folder.add_setting("fan_auto_ctrl", 0, 1, {fan, &fan->automatic});
+    folder.add("target_speed", show_number([fan](World&) { return fan->target_speed; }),
+               store_number(0, max_speed, [fan](World&, long speed) -> long {
+                   if (fan->automatic != 0) return -EBUSY;
+                   fan->target_speed = speed;
+                   return 0;
+               }));
 }
 
 }  // namespace vp

@@ -70,67 +70,59 @@ Answer show_travel(World& world, std::string& text) {
 
 class MotorNodes {
 public:
-    MotorNodes(Board& board, DeviceTable& nodes) : board_(board), nodes_(nodes) {}
+    MotorNodes(Board& board, DeviceTable& nodes)
+        : folder_(board, nodes, directory, [](const Settings& s) { return s.board.has_motor != 0; }) {}
 
     void add_moves() {
         const auto motor = motor_;
-        add("left", show_number([motor](World&) { return motor->last_left; }),
+        folder_.add(
+            "left", show_number([motor](World&) { return motor->last_left; }),
             store_number(0, max_steps, [motor](World& world, long steps) {
                 motor->last_left = steps;
                 return queue_move(world, {Side::left, static_cast<int>(steps), motor->step_size(), false});
             }));
-        add("right", show_number([motor](World&) { return motor->last_right; }),
+        folder_.add(
+            "right", show_number([motor](World&) { return motor->last_right; }),
             store_number(0, max_steps, [motor](World& world, long steps) {
                 motor->last_right = steps;
                 return queue_move(world, {Side::right, static_cast<int>(steps), motor->step_size(), false});
             }));
-        add("zero", show_number([](World& world) { return world.lens_is_at_left_end() ? 1 : 0; }),
+        folder_.add(
+            "zero", show_number([](World& world) { return world.lens_is_at_left_end() ? 1 : 0; }),
             store_number(1, 1, [motor](World& world, long) { return run_to_end(world, *motor, Side::left); }));
-        add("end", show_number([](World& world) { return world.lens_is_at_right_end() ? 1 : 0; }),
+        folder_.add(
+            "end", show_number([](World& world) { return world.lens_is_at_right_end() ? 1 : 0; }),
             store_number(1, 1, [motor](World& world, long) { return run_to_end(world, *motor, Side::right); }));
-        add("total_steps", show_travel,
-            store_number(1, 1, [motor](World& world, long) { return measure_travel(world, *motor); }));
+        folder_.add("total_steps", show_travel,
+                    store_number(1, 1, [motor](World& world, long) { return measure_travel(world, *motor); }));
     }
 
     void add_readings() {
-        add("stop", show_number([](World& world) { return world.lens_is_moving() ? 0 : 1; }), {});
-        add("tmr_adc", show_number([](World& world) { return world.tmr_reading(); }), {});
-        add("place", show_number([](World& world) { return place(world); }), {});
-        add("pos", show_number([](World& world) { return std::lround(world.counted_lens_steps()); }), {});
-        add("air_travel", show_text([](World& world) { return air_travel(world.settings().lens); }), {});
+        folder_.add("stop", show_number([](World& world) { return world.lens_is_moving() ? 0 : 1; }));
+        folder_.add("tmr_adc", show_number([](World& world) { return world.tmr_reading(); }));
+        folder_.add("place", show_number([](World& world) { return place(world); }));
+        folder_.add("pos", show_number([](World& world) { return std::lround(world.counted_lens_steps()); }));
+        folder_.add("air_travel", show_text([](World& world) { return air_travel(world.settings().lens); }));
     }
 
     void add_settings() {
-        add_setting("pulse", half_step_pulse, full_step_pulse, &Motor::pulse);
-        add_setting("tmr_dir_flg", 0, 1, &Motor::tmr_dir_flag);
-        add_setting("start_dir", 0, 1, &Motor::start_dir);
-        add_setting("excitation", 0, max_excitation, &Motor::excitation);
+        folder_.add_setting("pulse", half_step_pulse, full_step_pulse, field(&Motor::pulse));
+        folder_.add_setting("tmr_dir_flg", 0, 1, field(&Motor::tmr_dir_flag));
+        folder_.add_setting("start_dir", 0, 1, field(&Motor::start_dir));
+        folder_.add_setting("excitation", 0, max_excitation, field(&Motor::excitation));
         const auto motor = motor_;
-        add("delay", show_number([motor](World&) { return motor->step_period_us; }),
-            store_number(0, max_step_period_us, [motor](World& world, long period) {
-                motor->step_period_us = period;
-                world.set_step_period(period);
-                return 0L;
-            }));
+        folder_.add("delay", show_number([motor](World&) { return motor->step_period_us; }),
+                    store_number(0, max_step_period_us, [motor](World& world, long period) {
+                        motor->step_period_us = period;
+                        world.set_step_period(period);
+                        return 0L;
+                    }));
     }
 
 private:
-    void add(const std::string& name, Show show, Store store) {
-        const Presence present = [](const Settings& s) { return s.board.has_motor != 0; };
-        nodes_.add(directory + name, make_attribute(board_, present, std::move(show), std::move(store)));
-    }
+    std::shared_ptr<long> field(long Motor::*member) const { return {motor_, &((*motor_).*member)}; }
 
-    void add_setting(const std::string& name, long min, long max, long Motor::*field) {
-        const auto motor = motor_;
-        add(name, show_number([motor, field](World&) { return (*motor).*field; }),
-            store_number(min, max, [motor, field](World&, long value) {
-                (*motor).*field = value;
-                return 0L;
-            }));
-    }
-
-    Board& board_;
-    DeviceTable& nodes_;
+    AttributeFolder folder_;
     std::shared_ptr<Motor> motor_ = std::make_shared<Motor>();
 };
 

@@ -98,6 +98,7 @@ public:
     Nds01Nodes(Board& board, DeviceTable& nodes)
         : board_(board),
           nodes_(nodes),
+          folder_(board, nodes, directory, has_tof),
           chip_(board.with_world([](World& world) { return std::make_shared<Nds01Chip>(world.settings()); })) {}
 
     void add_device() {
@@ -108,81 +109,73 @@ public:
 
     void add_settings() {
         const auto chip = chip_;
-        add("running_state", show_number([chip](World&) { return chip->running_state; }),
-            store_number(0, 1, [chip](World&, long on) -> long {
-                if (chip->xshut == 0) return -EIO;
-                chip->running_state = on;
-                return 0;
-            }));
-        add("fps", show_number([chip](World&) { return chip->frames_per_s; }),
-            store_number(0, max_frames_per_s, [chip](World&, long rate) {
-                chip->frames_per_s = rate;
-                return 0L;
-            }));
-        add("point_mode", show_number([chip](World&) { return chip->point_mode; }),
-            store_number(0, max_point_mode, [chip](World&, long mode) {
-                chip->point_mode = mode;
-                return 0L;
-            }));
+        folder_.add("running_state", show_number([chip](World&) { return chip->running_state; }),
+                    store_number(0, 1, [chip](World&, long on) -> long {
+                        if (chip->xshut == 0) return -EIO;
+                        chip->running_state = on;
+                        return 0;
+                    }));
+        folder_.add_setting("fps", 0, max_frames_per_s, field(&Nds01Chip::frames_per_s));
+        folder_.add_setting("point_mode", 0, max_point_mode, field(&Nds01Chip::point_mode));
     }
 
     void add_readings() {
         const auto chip = chip_;
-        add("ranging_data",
-            [chip, &board = board_](World& world, std::string& text) {
-                return show_ranging(world, board.tof_memory(), *chip, text);
-            },
-            {});
-        add("firmware_version", show_text([](World& world) {
-                const std::uint32_t version = packed_firmware_version(world.settings().tof);
-                return raw_bytes(&version, sizeof version);
-            }),
-            {});
-        add("xtalk_value", show_text([chip](World& world) {
-                const bool four = has_four_crosstalk_values(world.settings().tof);
-                return raw_bytes(chip->crosstalk.data(), four ? sizeof chip->crosstalk : old_crosstalk_bytes);
-            }),
-            {});
+        folder_.add("ranging_data",
+                    [chip, &board = board_](World& world, std::string& text) {
+                        return show_ranging(world, board.tof_memory(), *chip, text);
+                    },
+                    {});
+        folder_.add("firmware_version", show_text([](World& world) {
+                        const std::uint32_t version = packed_firmware_version(world.settings().tof);
+                        return raw_bytes(&version, sizeof version);
+                    }),
+                    {});
+        folder_.add("xtalk_value", show_text([chip](World& world) {
+                        const bool four = has_four_crosstalk_values(world.settings().tof);
+                        return raw_bytes(chip->crosstalk.data(),
+                                         four ? sizeof chip->crosstalk : old_crosstalk_bytes);
+                    }),
+                    {});
     }
 
     void add_calibrations() {
         const auto chip = chip_;
-        add("config", {}, store_number(1, 1, [](World&, long) { return 0L; }));
-        add("xtalk_calibration", {}, store_number(1, 1, [chip](World& world, long) -> long {
-                if (!chip->is_ranging()) return -EAGAIN;
-                chip->measure_crosstalk(world.seed());
-                return 0;
-            }));
-        add("offset_calibration_at_depth_for_dev", {},
-            store_number(1, max_depth_mm, [chip, &board = board_](World& world, long depth) -> long {
-                if (!chip->is_ranging()) return -EAGAIN;
-                chip->calibrate_at(world, board.tof_memory(), depth);
-                return 0;
-            }));
-        add("offset_calibration_at_depth_for_isp", {}, [chip](World&, std::string_view text) -> long {
+        folder_.add("config", {}, store_number(1, 1, [](World&, long) { return 0L; }));
+        folder_.add("xtalk_calibration", {}, store_number(1, 1, [chip](World& world, long) -> long {
+                        if (!chip->is_ranging()) return -EAGAIN;
+                        chip->measure_crosstalk(world.seed());
+                        return 0;
+                    }));
+        folder_.add("offset_calibration_at_depth_for_dev", {},
+                    store_number(1, max_depth_mm, [chip, &board = board_](World& world, long depth) -> long {
+                        if (!chip->is_ranging()) return -EAGAIN;
+                        chip->calibrate_at(world, board.tof_memory(), depth);
+                        return 0;
+                    }));
+        folder_.add("offset_calibration_at_depth_for_isp", {}, [chip](World&, std::string_view text) -> long {
             return chip->enter_calibration_step(text) ? 0 : -EINVAL;
         });
     }
 
     void add_raw_transfers() {
         const auto chip = chip_;
-        add("isp_config", {}, [chip](World&, std::string_view bytes) -> long {
+        folder_.add("isp_config", {}, [chip](World&, std::string_view bytes) -> long {
             if (!is_isp_config(bytes)) return -EINVAL;
             chip->isp_config = bytes;
             return 0;
         });
-        add("lib_data", {}, [chip, &board = board_](World& world, std::string_view record) {
+        folder_.add("lib_data", {}, [chip, &board = board_](World& world, std::string_view record) {
             return carry_out_command(world, board, *chip, record);
         });
     }
 
 private:
-    void add(const std::string& name, Show show, Store store) {
-        nodes_.add(directory + name, make_attribute(board_, has_tof, std::move(show), std::move(store)));
-    }
+    std::shared_ptr<long> field(long Nds01Chip::*member) const { return {chip_, &((*chip_).*member)}; }
 
     Board& board_;
     DeviceTable& nodes_;
+    AttributeFolder folder_;
     std::shared_ptr<Nds01Chip> chip_;
 };
 

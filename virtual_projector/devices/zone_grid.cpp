@@ -49,56 +49,44 @@ std::string distance_text(const World& world, const ZoneGrid& grid) {
 
 class GridNodes {
 public:
-    GridNodes(Board& board, DeviceTable& nodes) : board_(board), nodes_(nodes) {}
+    GridNodes(Board& board, DeviceTable& nodes)
+        : folder_(board, nodes, directory, [](const Settings& s) { return s.board.has_zone_grid != 0; }) {}
 
     void add_settings() {
-        add_setting("mode", 0, max_mode, &ZoneGrid::mode);
-        add_setting("channel", 0, max_channel, &ZoneGrid::channel);
-        add_setting("poll_period", min_poll_ms, max_poll_ms, &ZoneGrid::poll_period_ms);
-        add_setting("spad_map_id", 0, max_spad_map, &ZoneGrid::spad_map_id);
+        folder_.add_setting("mode", 0, max_mode, field(&ZoneGrid::mode));
+        folder_.add_setting("channel", 0, max_channel, field(&ZoneGrid::channel));
+        folder_.add_setting("poll_period", min_poll_ms, max_poll_ms, field(&ZoneGrid::poll_period_ms));
+        folder_.add_setting("spad_map_id", 0, max_spad_map, field(&ZoneGrid::spad_map_id));
     }
 
     // A chip without power cannot measure, and forgets that it did.
     void add_switches() {
         const auto grid = grid_;
-        add("chip_enable", show_number([grid](World&) { return grid->chip_enable; }),
-            store_number(0, 1, [grid](World&, long on) {
-                grid->chip_enable = on;
-                if (on == 0) grid->capture = 0;
-                return 0L;
-            }));
-        add("capture", show_number([grid](World&) { return grid->capture; }),
-            store_number(0, 1, [grid](World&, long on) -> long {
-                if (on != 0 && grid->chip_enable == 0) return -EIO;
-                grid->capture = on;
-                return 0;
-            }));
+        folder_.add("chip_enable", show_number([grid](World&) { return grid->chip_enable; }),
+                    store_number(0, 1, [grid](World&, long on) {
+                        grid->chip_enable = on;
+                        if (on == 0) grid->capture = 0;
+                        return 0L;
+                    }));
+        folder_.add("capture", show_number([grid](World&) { return grid->capture; }),
+                    store_number(0, 1, [grid](World&, long on) -> long {
+                        if (on != 0 && grid->chip_enable == 0) return -EIO;
+                        grid->capture = on;
+                        return 0;
+                    }));
     }
 
     void add_readings() {
         const auto grid = grid_;
-        add("distance", show_text([grid](World& world) { return distance_text(world, *grid); }), {});
-        add("sensor_error", show_number([](World& world) { return std::lround(world.get("tof.error_code")); }),
-            {});
+        folder_.add("distance", show_text([grid](World& world) { return distance_text(world, *grid); }), {});
+        folder_.add("sensor_error",
+                    show_number([](World& world) { return std::lround(world.get("tof.error_code")); }), {});
     }
 
 private:
-    void add(const std::string& name, Show show, Store store) {
-        const Presence present = [](const Settings& s) { return s.board.has_zone_grid != 0; };
-        nodes_.add(directory + name, make_attribute(board_, present, std::move(show), std::move(store)));
-    }
+    std::shared_ptr<long> field(long ZoneGrid::*member) const { return {grid_, &((*grid_).*member)}; }
 
-    void add_setting(const std::string& name, long min, long max, long ZoneGrid::*field) {
-        const auto grid = grid_;
-        add(name, show_number([grid, field](World&) { return (*grid).*field; }),
-            store_number(min, max, [grid, field](World&, long value) {
-                (*grid).*field = value;
-                return 0L;
-            }));
-    }
-
-    Board& board_;
-    DeviceTable& nodes_;
+    AttributeFolder folder_;
     std::shared_ptr<ZoneGrid> grid_ = std::make_shared<ZoneGrid>();
 };
 

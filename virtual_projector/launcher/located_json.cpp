@@ -1,8 +1,9 @@
 #include "virtual_projector/launcher/located_json.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
+#include <nlohmann/json.hpp>
+
+#include "virtual_projector/world/text.h"
 
 namespace vp {
 namespace {
@@ -18,20 +19,6 @@ std::string excerpt(const nlohmann::ordered_json& value) {
     std::size_t end = longest_excerpt;
     while (continues_character(text[end])) --end;
     return text.substr(0, end) + "...";
-}
-
-std::string join(std::initializer_list<std::string_view> names) {
-    std::string text;
-    for (const std::string_view name : names) text += (text.empty() ? "" : ", ") + std::string(name);
-    return text;
-}
-
-// Bounds are shown in full.
-std::string number_text(double number) {
-    constexpr int digits = 10;
-    std::ostringstream text;
-    text << std::setprecision(digits) << number;
-    return text.str();
 }
 
 }  // namespace
@@ -85,6 +72,12 @@ std::int64_t LocatedJson::whole_number(std::int64_t min, std::int64_t max) const
         value_.is_number_integer() && value_.get<std::int64_t>() >= min && value_.get<std::int64_t>() <= max;
     if (!fits) fail("a whole number from " + std::to_string(min) + " to " + std::to_string(max));
     return value_.get<std::int64_t>();
+}
+
+std::string LocatedJson::one_of(const std::vector<std::string_view>& names) const {
+    const std::string name = text();
+    if (std::find(names.begin(), names.end(), name) == names.end()) fail("one of " + join(names));
+    return name;
 }
 
 bool LocatedJson::boolean() const {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -38,6 +38,7 @@ public:
     std::int64_t whole_number(std::int64_t min, std::int64_t max) const;
     bool boolean() const;
     std::string text() const;
+    std::string one_of(const std::vector<std::string_view>& names) const;  // a text
 
 private:
     const nlohmann::ordered_json& value_;

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/strict_json.h"
@@ -65,11 +66,7 @@ FaultEffect read_effect(const LocatedJson& json) {
 }
 
 std::string read_operation(const LocatedJson& json) {
-    const std::string name = json.text();
-    for (const char* const operation : {"open", "read", "write", "ioctl", "close", "call", "pthread_create"}) {
-        if (name == operation) return name;
-    }
-    json.fail("one of open, read, write, ioctl, close, call, pthread_create");
+    return json.one_of({"open", "read", "write", "ioctl", "close", "call", "pthread_create"});
 }
 
 FaultRule read_fault(const LocatedJson& json) {
@@ -85,17 +82,9 @@ FaultRule read_fault(const LocatedJson& json) {
 }
 
 GestureEvent read_gesture(const LocatedJson& json) {
-    const LocatedJson name = json.member("gesture");
-    const std::optional<GestureKind> kind = gesture_named(name.text());
-    if (!kind) {
-        std::string known;
-        for (const std::string_view gesture : gesture_names())
-            known += (known.empty() ? "" : ", ") + std::string(gesture);
-        name.fail("one of " + known);
-    }
     GestureEvent event;
-    event.kind = *kind;
-    event.duration = json.has("for_s") ? read_seconds(json.member("for_s")) : usual_duration(*kind);
+    event.kind = *gesture_named(json.member("gesture").one_of(gesture_names()));
+    event.duration = json.has("for_s") ? read_seconds(json.member("for_s")) : usual_duration(event.kind);
     if (json.has("to")) event.to = read_pose(json.member("to"));
     return event;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <vector>
 

@@ -2,7 +2,7 @@
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_STRICT_JSON_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_STRICT_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 namespace vp {

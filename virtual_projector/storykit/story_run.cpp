@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace storykit {
@@ -22,6 +23,8 @@ int times_in(const std::string& text, const std::string& part) {
 }
 
 }  // namespace
+
+nlohmann::json StoryResult::summary() const { return nlohmann::json::parse(summary_text, nullptr, false); }
 
 const vp::TruthAt& StoryResult::at(double time_s) const {
     const std::int64_t t_us = microseconds_of(time_s);
@@ -102,7 +105,7 @@ StoryResult Story::run() const {
     result.library_log = contents_of(folder.file("log"));
     result.trace_text = contents_of(folder.file("trace"));
     result.trace = vp::read_trace(folder.file("trace"));
-    result.summary = nlohmann::json::parse(contents_of(folder.file("summary")), nullptr, false);
+    result.summary_text = contents_of(folder.file("summary"));
     if (result.trace.truths.empty()) result.trace.truths.emplace_back();  // a run that never began
     return result;
 }

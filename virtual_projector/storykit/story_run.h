@@ -3,7 +3,7 @@
 #define VIRTUAL_PROJECTOR_STORYKIT_STORY_RUN_H
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -20,8 +20,9 @@ struct StoryResult {
     std::string library_log;
     std::string trace_text;
     vp::TraceContents trace;
-    nlohmann::json summary;
+    std::string summary_text;
 
+    nlohmann::json summary() const;
     const vp::TruthAt& at_the_start() const { return trace.truths.front(); }
     const vp::TruthAt& at_the_end() const { return trace.truths.back(); }
     /// The truth that held at this time.

@@ -1,6 +1,7 @@
 #include "virtual_projector/trace/json_trace.h"
 
 #include <array>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "virtual_projector/trace/records.h"

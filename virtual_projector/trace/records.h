@@ -15,7 +15,7 @@
 #define VIRTUAL_PROJECTOR_TRACE_RECORDS_H
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 

@@ -3,7 +3,7 @@
 #define VIRTUAL_PROJECTOR_TRACE_TRACE_SINK_H
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string_view>
 
 namespace vp {
@@ -29,10 +29,10 @@ public:
     virtual void record(const CallRecord& record) = 0;
 
     /// The true state of the simulated world at this time, for those sinks that keep it.
-    virtual void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state);
+    virtual void record_truth(std::int64_t /*t_us*/, const nlohmann::ordered_json& /*state*/) {}
 
     /// A thing that happened to the board by itself (a scenario's event), in words.
-    virtual void record_event(std::int64_t t_us, std::string_view what);
+    virtual void record_event(std::int64_t /*t_us*/, std::string_view /*what*/) {}
 };
 
 }  // namespace vp

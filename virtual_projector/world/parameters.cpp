@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "virtual_projector/world/text.h"
+
 namespace vp {
 namespace {
 
@@ -164,12 +166,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 4> renamed =
     {"tmr.sense", "tmr.polarity"},
 }};
 
-std::string number_text(double value) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
-}
-
 std::string range_text(const Parameter& parameter) {
     const std::string kind = parameter.whole ? "a whole number" : "a number";
     std::string text = kind + " from " + number_text(parameter.min) + " to " + number_text(parameter.max);
@@ -200,14 +196,14 @@ std::string unknown_parameter(std::string_view name) {
     }
     std::string text = "unknown parameter '" + std::string(name) + "'";
     const std::size_t dot = name.find('.');
-    std::string known;
+    std::vector<std::string_view> known;
     for (const Parameter& parameter : table) {
         const bool same_area =
             dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
-        if (same_area) known += (known.empty() ? "" : ", ") + std::string(parameter.name);
+        if (same_area) known.push_back(parameter.name);
     }
     return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
-                         : text + "; there are " + known;
+                         : text + "; there are " + join(known);
 }
 
 const Parameter* find_parameter(std::string_view name) {

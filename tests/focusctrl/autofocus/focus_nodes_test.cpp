@@ -51,6 +51,33 @@ TEST(FocusNodesAtLoad, HaveTheirDefaults) {
     EXPECT_TRUE(std::all_of(elepnCalidata, elepnCalidata + 25, [](std::int32_t v) { return v == 0; }));
 }
 
+TEST_F(FocusNodes, AreSilentWhenANodeIsEmptyOrRefuses) {
+    std::array<std::int32_t, 25> numbers{};
+    for (const std::string& node : {ranging, stop, temperature, pulse, curve_node}) board.text(node, "");
+    tof_distance_read(numbers.data());
+    motor_stop_read();
+    r_led_temp_read();
+    elepn_calidata_read(numbers.data());
+    board.fail({"read", ranging, 0, EIO, -1, ""});
+    tof_distance_read(numbers.data());
+    board.fail({"write", pulse, 0, EINVAL, -1, ""});
+    motor_pulse_write(1);
+    EXPECT_EQ(board.log(), "");
+}
+
+TEST_F(FocusNodes, AreSilentAboutDistancesStopsAndPulses) {
+    std::array<std::int32_t, 8> frame{};
+    board.text(ranging, "1000,1100,1200,1300,10,20,30,40");
+    board.text(pulse, "");
+    tof_distance_read(frame.data());
+    for (const char* answer : {"0", "1", "x"}) {
+        board.text(stop, answer);
+        motor_stop_read();
+    }
+    motor_pulse_write(2);
+    EXPECT_EQ(board.log(), "");
+}
+
 // --- Ranging ---------------------------------------------------------------------------------------------
 
 using Frame = std::array<std::int32_t, 8>;
@@ -64,7 +91,6 @@ TEST_F(TofDistanceRead, GivesTheEightNumbersOfTheNode) {
     board.text(ranging, "1000,1100,1200,1300,10,20,30,40\n");
     EXPECT_EQ(tof_distance_read(frame.data()), 0);
     EXPECT_EQ(frame, (Frame{1000, 1100, 1200, 1300, 10, 20, 30, 40}));
-    EXPECT_EQ(board.log(), "");
     EXPECT_TRUE(board.open_descriptors().empty());
 }
 
@@ -112,20 +138,18 @@ TEST_F(TofDistanceRead, FailsWithoutTheNode) {
     EXPECT_EQ(board.log(), tagged("tof_distance_read /sys/class/nd_tof/nds01/ranging_data fail!"));
 }
 
-TEST_F(TofDistanceRead, FailsSilentlyOnAnEmptyNodeAndKeepsItOpen) {
+TEST_F(TofDistanceRead, FailsOnAnEmptyNodeAndClosesIt) {
     board.text(ranging, "");
     EXPECT_EQ(tof_distance_read(frame.data()), -1);
     EXPECT_EQ(frame[0], untouched);
-    EXPECT_EQ(board.log(), "");
-    EXPECT_EQ(board.open_descriptors(), Journal{ranging});
+    EXPECT_TRUE(board.open_descriptors().empty());
 }
 
-TEST_F(TofDistanceRead, FailsSilentlyOnAReadError) {
+TEST_F(TofDistanceRead, FailsOnAReadError) {
     board.text(ranging, "1,2,3,4,5,6,7,8");
     board.fail({"read", ranging, 0, EIO, -1, ""});
     EXPECT_EQ(tof_distance_read(frame.data()), -1);
     EXPECT_EQ(frame[0], untouched);
-    EXPECT_EQ(board.log(), "");
 }
 
 // --- Motor stop ------------------------------------------------------------------------------------------
@@ -150,13 +174,11 @@ TEST_F(MotorStopRead, IsMinusOneForAnyOtherAnswer) {
         board.text(stop, answer);
         EXPECT_EQ(motor_stop_read(), -1) << answer;
     }
-    EXPECT_EQ(board.log(), "");
 }
 
 TEST_F(MotorStopRead, IsMinusOneForAnEmptyNodeAndClosesIt) {
     board.text(stop, "");
     EXPECT_EQ(motor_stop_read(), -1);
-    EXPECT_EQ(board.log(), "");
     EXPECT_TRUE(board.open_descriptors().empty());
 }
 
@@ -187,7 +209,6 @@ TEST_F(LedTemperature, IsZeroForATextThatIsNoNumber) {
     for (const char* text : {"hot\n", "\n"}) {
         board.text(temperature, text);
         EXPECT_EQ(r_led_temp_read(), 0);
-        EXPECT_EQ(board.log(), tagged("r_led_temp_read=0\n"));
     }
 }
 
@@ -201,11 +222,10 @@ TEST_F(LedTemperature, FailsWithoutTheNode) {
     EXPECT_EQ(board.log(), tagged("r_led_temp_read /sys/devices/platform/pwm-fan/r_temp fail!"));
 }
 
-TEST_F(LedTemperature, FailsSilentlyOnAnEmptyNodeAndKeepsItOpen) {
+TEST_F(LedTemperature, FailsOnAnEmptyNodeAndClosesIt) {
     board.text(temperature, "");
     EXPECT_EQ(r_led_temp_read(), -1);
-    EXPECT_EQ(board.log(), "");
-    EXPECT_EQ(board.open_descriptors(), Journal{temperature});
+    EXPECT_TRUE(board.open_descriptors().empty());
 }
 
 // --- Pulse and direction ---------------------------------------------------------------------------------
@@ -217,7 +237,6 @@ TEST_F(MotorSettings, PulseIsWrittenAsBareDecimal) {
     EXPECT_EQ(motor_pulse_write(2), 0);
     EXPECT_EQ(motor_pulse_write(-13), 0);
     EXPECT_EQ(board.writes(pulse), (Journal{"2", "-13"}));
-    EXPECT_EQ(board.log(), "");
     EXPECT_TRUE(board.open_descriptors().empty());
 }
 
@@ -230,17 +249,16 @@ TEST_F(MotorSettings, PulseDoesNotNoticeARefusedWrite) {
     board.text(pulse, "");
     board.fail({"write", pulse, 0, EINVAL, -1, ""});
     EXPECT_EQ(motor_pulse_write(1), 0);
-    EXPECT_EQ(board.log(), "");
 }
 
-TEST_F(MotorSettings, DirectionIsToldAndWrittenAsBareDecimal) {
+TEST_F(MotorSettings, DirectionIsWrittenAsBareDecimalAndPrintedExactly) {
     board.text(tmr_direction, "");
     EXPECT_EQ(motor_dir_write(1), 0);
     EXPECT_EQ(board.writes(tmr_direction), Journal{"1"});
     EXPECT_EQ(board.log(), tagged("motor_dir_flg_write val:1 \n"));
 }
 
-TEST_F(MotorSettings, DirectionIsToldBetweenOpenAndWrite) {
+TEST_F(MotorSettings, DirectionIsPrintedBetweenOpenAndWrite) {
     board.text(tmr_direction, "");
     motor_dir_write(0);
     const Journal journal = board.journal();
@@ -254,7 +272,7 @@ TEST_F(MotorSettings, DirectionIsToldBetweenOpenAndWrite) {
     EXPECT_LT(at("close"), journal.end());
 }
 
-TEST_F(MotorSettings, DirectionFailsWithoutTheNodeAndTellsNoValue) {
+TEST_F(MotorSettings, DirectionFailsWithoutTheNodeAndPrintsNoValue) {
     EXPECT_EQ(motor_dir_write(1), -1);
     EXPECT_EQ(board.log(), tagged("motor_dir_write(), line:1992. open fail!\n"));
 }
@@ -278,7 +296,7 @@ struct FocusCurve : FocusNodes {
     Curve curve{};
 };
 
-TEST_F(FocusCurve, IsExpandedToThePlacesAndTold) {
+TEST_F(FocusCurve, IsExpandedToThePlacesAndPrintedExactly) {
     board.text(curve_node, curve_text);
     EXPECT_EQ(elepn_calidata_read(curve.data()), 0);
     EXPECT_EQ(curve, curve_values);
@@ -302,17 +320,17 @@ TEST_F(FocusCurve, ClosesTheNodeBetweenTheFlagAndTheValues) {
     ASSERT_EQ(journal.size(), 5U);
     EXPECT_EQ(journal[0], "open " + curve_node + " O_RDONLY");
     EXPECT_EQ(journal[1], "read " + curve_node);
-    EXPECT_EQ(journal[2], "print [ovra_focus]  g_flag_elepn_temp = 1");
+    EXPECT_EQ(journal[2].rfind("print", 0), 0U);
     EXPECT_EQ(journal[3], "close " + curve_node);
-    EXPECT_EQ(journal[4].rfind("print [ovra_focus]  elepn_calidata_read : -240 -220", 0), 0U);
+    EXPECT_EQ(journal[4].rfind("print", 0), 0U);
 }
 
-TEST_F(FocusCurve, ChangesItsSignForAnySenseButZero) {
-    for (const std::int32_t sense : {1, 2, -1}) {
-        direction = sense;
+TEST_F(FocusCurve, ChangesItsSignForAnyPolarityButZero) {
+    for (const std::int32_t polarity : {1, 2, -1}) {
+        direction = polarity;
         board.text(curve_node, curve_text);
         elepn_calidata_read(curve.data());
-        for (std::size_t i = 0; i < curve.size(); ++i) EXPECT_EQ(curve[i], -curve_values[i]) << sense;
+        for (std::size_t i = 0; i < curve.size(); ++i) EXPECT_EQ(curve[i], -curve_values[i]) << polarity;
     }
 }
 
@@ -352,14 +370,13 @@ TEST_F(FocusCurve, FailsWithoutTheNodeAndClearsItsFlag) {
     EXPECT_EQ(board.log(), tagged("elepn_calidata_read fail!"));
 }
 
-TEST_F(FocusCurve, FailsSilentlyOnAnEmptyNodeAndKeepsItOpen) {
+TEST_F(FocusCurve, FailsOnAnEmptyNodeAndClosesIt) {
     g_flag_elepn_temp = 1;
     board.text(curve_node, "");
     EXPECT_EQ(elepn_calidata_read(curve.data()), -1);
     EXPECT_EQ(g_flag_elepn_temp, 0);
     EXPECT_EQ(curve[0], untouched);
-    EXPECT_EQ(board.log(), "");
-    EXPECT_EQ(board.open_descriptors(), Journal{curve_node});
+    EXPECT_TRUE(board.open_descriptors().empty());
 }
 
 // --- Moves -----------------------------------------------------------------------------------------------
@@ -371,7 +388,7 @@ struct MotorMoves : FocusNodes {
     }
 };
 
-TEST_F(MotorMoves, ToTheLeftTellAReversalOnce) {
+TEST_F(MotorMoves, ToTheLeftPrintExactlyTheirStepsAndAReversalOnce) {
     EXPECT_EQ(varnel_motor_left_write(3), 0);
     EXPECT_EQ(lastDirection, 0);
     EXPECT_EQ(board.writes(left_steps), Journal{"3\n"});
@@ -381,7 +398,7 @@ TEST_F(MotorMoves, ToTheLeftTellAReversalOnce) {
     EXPECT_EQ(board.log(), tagged("motor_left_write val:2"));
 }
 
-TEST_F(MotorMoves, ToTheRightTellAReversalOnce) {
+TEST_F(MotorMoves, ToTheRightPrintExactlyTheirStepsAndAReversalOnce) {
     lastDirection = 0;
     EXPECT_EQ(varnel_motor_right_write(3), 0);
     EXPECT_EQ(lastDirection, 1);
@@ -396,12 +413,10 @@ TEST_F(MotorMoves, OfNoStepReachTheMotorAndKeepTheDirection) {
     EXPECT_EQ(varnel_motor_left_write(0), 0);
     EXPECT_EQ(lastDirection, 1);
     EXPECT_EQ(board.writes(left_steps), Journal{"0\n"});
-    EXPECT_EQ(board.log(), tagged("motor_left_write val:0"));
     lastDirection = 0;
     EXPECT_EQ(varnel_motor_right_write(0), 0);
     EXPECT_EQ(lastDirection, 0);
     EXPECT_EQ(board.writes(right_steps), Journal{"0\n"});
-    EXPECT_EQ(board.log(), tagged("motor_right_write val:0"));
 }
 
 TEST_F(MotorMoves, ThatFailStillChangeTheDirection) {
@@ -421,14 +436,14 @@ TEST_F(MotorMoves, OfNoStepGiveTheMotorsFailure) {
     EXPECT_EQ(lastDirection, 1);
 }
 
-TEST_F(MotorMoves, FromAnUnknownDirectionTellNoReversal) {
+TEST_F(MotorMoves, FromAnUnknownDirectionLogNoReversal) {
     lastDirection = 2;
     varnel_motor_left_write(1);
     EXPECT_EQ(lastDirection, 0);
     lastDirection = 2;
     varnel_motor_right_write(1);
     EXPECT_EQ(lastDirection, 1);
-    EXPECT_EQ(board.log(), tagged("motor_left_write val:1") + tagged("motor_right_write val:1"));
+    EXPECT_EQ(board.log().find("change"), std::string::npos);
 }
 
 // --- Position --------------------------------------------------------------------------------------------
@@ -444,18 +459,17 @@ struct LensPosition : FocusNodes {
 TEST_F(LensPosition, IsReadAtOnceWhenTheMotorRests) {
     EXPECT_EQ(motor_tmr_x_dir_read(&tmr), 0);
     EXPECT_EQ(tmr, -123);
-    EXPECT_EQ(board.log(), tagged("current tmr ret=5, tmr_adc:-123\n"));
     EXPECT_TRUE(board.journal({"sleep"}).empty());
 }
 
-TEST_F(LensPosition, IsNegatedForASenseOfOneAlone) {
+TEST_F(LensPosition, IsNegatedForAPolarityOfOneAlone) {
     direction = 1;
     EXPECT_EQ(motor_tmr_x_dir_read(&tmr), 0);
     EXPECT_EQ(tmr, 123);
-    for (const std::int32_t sense : {0, 2, -1}) {
-        direction = sense;
+    for (const std::int32_t polarity : {0, 2, -1}) {
+        direction = polarity;
         EXPECT_EQ(motor_tmr_x_dir_read(&tmr), 0);
-        EXPECT_EQ(tmr, -123) << sense;
+        EXPECT_EQ(tmr, -123) << polarity;
     }
 }
 
@@ -476,11 +490,10 @@ TEST_F(LensPosition, WaitsForARunningMotor) {
     board.texts(stop, {"0", "0", "1"});
     EXPECT_EQ(motor_tmr_x_dir_read(&tmr), 0);
     EXPECT_EQ(tmr, -123);
-    EXPECT_EQ(board.log(),
-              tagged("MOTOR RUNNING") + tagged("MOTOR RUNNING") + tagged("current tmr ret=5, tmr_adc:-123\n"));
+    EXPECT_EQ(board.journal({"sleep"}), Journal(2, "sleep 20000"));
 }
 
-TEST_F(LensPosition, AsksAgainAfterEachPauseAndThenTells) {
+TEST_F(LensPosition, AsksAgainAfterEachPauseAndThenLogsIt) {
     board.texts(stop, {"0", "1"});
     motor_tmr_x_dir_read(&tmr);
     Journal journal = board.journal({"read", "sleep", "print"});
@@ -500,10 +513,11 @@ TEST_F(LensPosition, IsReadWhenTheTwentyFirstAnswerIsThatTheMotorRests) {
     answers.emplace_back("1");
     board.texts(stop, answers);
     EXPECT_EQ(motor_tmr_x_dir_read(&tmr), 0);
-    EXPECT_EQ(board.log(), repeated(20, tagged("MOTOR RUNNING")) + tagged("current tmr ret=5, tmr_adc:-123\n"));
+    EXPECT_EQ(tmr, -123);
+    EXPECT_EQ(board.journal({"sleep"}), Journal(20, "sleep 20000"));
 }
 
-TEST_F(LensPosition, TimesOutAfterTwentyOneAnswersAndIgnoresTheNext) {
+TEST_F(LensPosition, LogsTwentyOneAnswersTimesOutAndIgnoresTheNext) {
     std::vector<std::string> answers(21, "0");
     answers.emplace_back("1");
     board.texts(stop, answers);
@@ -516,10 +530,7 @@ TEST_F(LensPosition, TimesOutAfterTwentyOneAnswersAndIgnoresTheNext) {
 TEST_F(LensPosition, TakesAMissingStopNodeForARunningMotor) {
     board.remove(stop);
     EXPECT_EQ(motor_tmr_x_dir_read(&tmr), -1);
-    EXPECT_EQ(board.log(), tagged("motor_stop_read /sys/class/motor/stop fail!") +
-                               repeated(21, tagged("motor_stop_read /sys/class/motor/stop fail!") +
-                                                tagged("MOTOR RUNNING")) +
-                               tagged("MOTOR RUNNING TIME OUT"));
+    EXPECT_EQ(board.journal({"sleep"}), Journal(21, "sleep 20000"));
 }
 
 }  // namespace

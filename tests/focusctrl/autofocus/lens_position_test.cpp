@@ -87,25 +87,13 @@ protected:
     bool stuck = false;
 };
 
-// What one successful position read prints.
-std::string tmr_read(int bytes, int value) {
-    return "[ovra_focus]  current tmr ret=" + std::to_string(bytes) + ", tmr_adc:" + std::to_string(value) +
-           "\n\n";
-}
-
-std::string positions(int current, int target) {
-    return "[ovra_focus]  currentTMR = " + std::to_string(current) + ", targetTMR = " + std::to_string(target) +
-           "\n\n";
-}
-
 // --- manufocusTMR --------------------------------------------------------------------------------------
 
-TEST_F(LensOnTheBoard, ManualFocusWithoutCalibrationOnlyTells) {
+TEST_F(LensOnTheBoard, ManualFocusWithoutCalibrationOnlySendsAToast) {
     g_osd_autofocus = 0;
     EXPECT_EQ(manufocusTMR(100), -1);
-    EXPECT_EQ(board.log(),
-              "[ovra_focus]  manu focus error: have not benn calibrated!\n"
-              "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
+    EXPECT_THAT(board.log(),
+                testing::StartsWith("[ovra_focus]  manu focus error: have not benn calibrated!\n"));
     EXPECT_THAT(toasts, ElementsAre(11));
     EXPECT_TRUE(board.journal({"open"}).empty());
     EXPECT_FALSE(lens_is_locked());
@@ -114,27 +102,19 @@ TEST_F(LensOnTheBoard, ManualFocusWithoutCalibrationOnlyTells) {
 TEST_F(LensOnTheBoard, ManualFocusFailsWhenThePositionCannotBeRead) {
     board.text(tmr_node, "2001\n");
     EXPECT_EQ(manufocusTMR(100), -1);
-    EXPECT_EQ(board.log(), tmr_read(5, 2001) +
-                               "[ovra_focus]  motor iic error:2001\n\n"
-                               "[ovra_focus]  manu focus error: motor_tmr_read failed\n");
+    EXPECT_THAT(board.log(), testing::EndsWith("[ovra_focus]  manu focus error: motor_tmr_read failed\n"));
     EXPECT_FALSE(lens_is_locked());
 }
 
 TEST_F(LensOnTheBoard, ManualFocusOfNothingMovesTenUnitsRight) {
     EXPECT_EQ(manufocusTMR(0), 0);
-    EXPECT_EQ(board.log(), tmr_read(2, 0) +
-                               "[ovra_focus]  manu focus targetTMR = 10--------------------------\n\n" +
-                               tmr_read(2, 0) + positions(0, 10) +
-                               "[ovra_focus]  move 1 right half step\n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(2, 9) + positions(9, 10) + "[ovra_focus]  manul focus completed\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"1"}));
     EXPECT_EQ(board.writes(right_node), Journal({"1\n"}));
     EXPECT_TRUE(toasts.empty());
     EXPECT_FALSE(lens_is_locked());
 }
 
-TEST_F(LensOnTheBoard, ManualFocusDoesItsWorkInThisOrder) {
+TEST_F(LensOnTheBoard, ManualFocusLogsEachStep) {
     manufocusTMR(0);
     EXPECT_THAT(events(),
                 ElementsAre("position", "manu focus targetTMR = 10--------------------------", "sleep 40000",
@@ -163,25 +143,17 @@ TEST_F(LensOnTheBoard, ManualFocusTakesFarTargetsByCoarseMoves) {
     EXPECT_EQ(board.writes(left_node).front(), "5\n");
 }
 
-TEST_F(LensOnTheBoard, ManualFocusTellsAReversal) {
+TEST_F(LensOnTheBoard, ManualFocusRemembersAReversal) {
     lastDirection = 1;
     manufocusTMR(-40);
-    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  \033[42;1mmotor change move to left\033[0m\n"));
     EXPECT_EQ(lastDirection, 0);
 }
 
 TEST_F(LensOnTheBoard, ManualFocusBeyondTheRightLimitStopsTenInside) {
     tmr = 480;
     EXPECT_EQ(manufocusTMR(21), -6);
-    EXPECT_EQ(board.log(), tmr_read(4, 480) +
-                               "[ovra_focus]  manu focus targetTMR = 501--------------------------\n\n"
-                               "[ovra_focus]  manu focus out of range: g_limitRight\n" +
-                               tmr_read(4, 480) + positions(480, 490) +
-                               "[ovra_focus]  move 1 right half step\n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(4, 489) + positions(489, 490) +
-                               "[ovra_focus]  manul focus completed\n"
-                               "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n");
+    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  manu focus out of range: g_limitRight\n"));
+    EXPECT_EQ(tmr, 489);
     EXPECT_THAT(toasts, ElementsAre(6));
     EXPECT_FALSE(lens_is_locked());
 }
@@ -232,7 +204,6 @@ TEST_F(LensOnTheBoard, ManualFocusStaysWithItsLastPositionWhenTheSensorGivesNoNu
     read_positions({"300", "?", "345"});
     EXPECT_EQ(manufocusTMR(50), 0);
     EXPECT_EQ(board.writes(right_node), Journal({"2\n"}));
-    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  currentTMR = 300, targetTMR = 350\n\n"));
 }
 
 TEST_F(LensOnTheBoard, ManualFocusKeepsTheLensWhenAMoveFails) {
@@ -265,19 +236,10 @@ TEST_F(LensOnTheBoard, AbsoluteMoveGoesStepByStepAndCounts) {
     EXPECT_EQ(manufocusTargetTMR(25, &counts.full, &counts.fine), 0);
     EXPECT_EQ(counts.full, 1);
     EXPECT_EQ(counts.fine, 1);
-    EXPECT_EQ(board.log(), "[ovra_focus]  manu focus targetTMR = 25--------------------------\n\n" +
-                               tmr_read(2, 0) + tmr_read(2, 0) +
-                               "[ovra_focus]  currentTMR = 0, targetTMR = 25, direct = 0\n\n" +
-                               "[ovra_focus]  motor_right_write val:1\n" + tmr_read(3, 18) +
-                               "[ovra_focus]  currentTMR = 18, targetTMR = 25, direct = 0\n\n" +
-                               "[ovra_focus]  motor_right_write val:1\n" + tmr_read(3, 27) +
-                               "[ovra_focus]  currentTMR = 27, targetTMR = 25, direct = 0\n\n" +
-                               "[ovra_focus]  manul focus completed\n"
-                               "[ovra_focus]  count = 1, microCount = 1\n\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"2", "1", "2"}));
 }
 
-TEST_F(LensOnTheBoard, AbsoluteMoveDoesItsWorkInThisOrder) {
+TEST_F(LensOnTheBoard, AbsoluteMoveLogsEachStep) {
     Counts counts;
     manufocusTargetTMR(7, &counts.full, &counts.fine);
     EXPECT_THAT(events(),
@@ -316,9 +278,6 @@ TEST_F(LensOnTheBoard, AbsoluteMoveIsClampedTenInside) {
     tmr = 470;
     Counts counts;
     EXPECT_EQ(manufocusTargetTMR(501, &counts.full, &counts.fine), 0);
-    EXPECT_THAT(board.log(),
-                testing::StartsWith("[ovra_focus]  manu focus targetTMR = 501--------------------------\n\n"
-                                    "[ovra_focus]  manu focus out of range: g_limitRight\n"));
     EXPECT_EQ(tmr, 488);
 }
 
@@ -344,13 +303,13 @@ TEST_F(LensOnTheBoard, AbsoluteMoveStaysWithItsLastPositionWhenTheSensorGivesNoN
     read_positions({"100", "?", "120", "?", "138"});
     Counts counts;
     EXPECT_EQ(manufocusTargetTMR(140, &counts.full, &counts.fine), 0);
-    std::vector<std::string> told;
+    std::vector<std::string> logged;
     for (const std::string& event : events())
-        if (event.rfind("currentTMR", 0) == 0) told.push_back(event);
-    EXPECT_THAT(told, ElementsAre("currentTMR = 100, targetTMR = 140, direct = 0",
-                                  "currentTMR = 120, targetTMR = 140, direct = 0",
-                                  "currentTMR = 120, targetTMR = 140, direct = 0",
-                                  "currentTMR = 138, targetTMR = 140, direct = 0"));
+        if (event.rfind("currentTMR", 0) == 0) logged.push_back(event);
+    EXPECT_THAT(logged, ElementsAre("currentTMR = 100, targetTMR = 140, direct = 0",
+                                    "currentTMR = 120, targetTMR = 140, direct = 0",
+                                    "currentTMR = 120, targetTMR = 140, direct = 0",
+                                    "currentTMR = 138, targetTMR = 140, direct = 0"));
 }
 
 TEST_F(LensOnTheBoard, AbsoluteMoveFailsWithItsReadingsAndMoves) {
@@ -374,20 +333,18 @@ TEST_F(LensOnTheBoard, AbsoluteMoveIgnoresItsFirstPulseButNotTheFineOne) {
 
 // --- manufocusTMRxj ------------------------------------------------------------------------------------
 
-TEST_F(LensOnTheBoard, DriverPositioningTellsItsTargetWithoutTag) {
+TEST_F(LensOnTheBoard, DriverPositioningPrintsItsTargetWithoutTag) {
     EXPECT_EQ(manufocusTMRxj(40), 0);
-    EXPECT_EQ(board.log(), tmr_read(2, 0) + "manu focus targetTMR = 40--------------------------\n");
+    EXPECT_THAT(board.log(), testing::EndsWith("\nmanu focus targetTMR = 40--------------------------\n"));
 }
 
 TEST_F(LensOnTheBoard, DriverPositioningBeyondALimitDoesNotMove) {
     EXPECT_EQ(manufocusTMRxj(501), -1);
-    EXPECT_EQ(board.log(), tmr_read(2, 0) +
-                               "manu focus targetTMR = 501--------------------------\n"
-                               "manu fucos out of range: g_limitRight");
+    EXPECT_THAT(board.log(), testing::EndsWith("manu focus targetTMR = 501--------------------------\n"
+                                               "manu fucos out of range: g_limitRight"));
     EXPECT_EQ(manufocusTMRxj(-501), -1);
-    EXPECT_EQ(board.log(), tmr_read(2, 0) +
-                               "manu focus targetTMR = -501--------------------------\n"
-                               "manu focus out of range: g_limitLeft");
+    EXPECT_THAT(board.log(), testing::EndsWith("manu focus targetTMR = -501--------------------------\n"
+                                               "manu focus out of range: g_limitLeft"));
     EXPECT_EQ(manufocusTMRxj(500), 0);
     EXPECT_EQ(manufocusTMRxj(-500), 0);
     EXPECT_EQ(tmr, 0);
@@ -396,9 +353,7 @@ TEST_F(LensOnTheBoard, DriverPositioningBeyondALimitDoesNotMove) {
 TEST_F(LensOnTheBoard, DriverPositioningFailsWithItsReading) {
     board.remove(tmr_node);
     EXPECT_EQ(manufocusTMRxj(40), -1);
-    EXPECT_EQ(board.log(),
-              "[ovra_focus]  motor_tmr_read /sys/class/motor/tmr_adc fail!\n"
-              "manu focus error: motor_tmr_read failed");
+    EXPECT_THAT(board.log(), testing::EndsWith("manu focus error: motor_tmr_read failed"));
 }
 
 // --- Limits --------------------------------------------------------------------------------------------
@@ -408,13 +363,6 @@ TEST_F(LensOnTheBoard, SoftLimitsAreSetAsGiven) {
     EXPECT_EQ(g_limitLeft, -77);
     EXPECT_EQ(g_limitRight, 1234567);
 }
-
-const std::string flags_001 =
-    "[ovra_focus]  auto focus: get_cali_flag\n\n"
-    "[ovra_focus]  gsensor flag:0(0)\n\n"
-    "[ovra_focus]  tof flag:0(0)\n\n"
-    "[ovra_focus]  tmr flag:1(1)\n\n"
-    "[ovra_focus]  int: gsensor = 0, tof = 0, tmr = 1\n\n";
 
 void calibrate_flags(char lens) {
     permanent_data_inited = 1;
@@ -432,27 +380,19 @@ TEST_F(LensOnTheBoard, LimitMovesNeedACalibratedLens) {
     EXPECT_TRUE(board.journal({"open"}).empty());
 }
 
-TEST_F(LensOnTheBoard, LimitMoveGoesToTheLimitItselfAndTellsIt) {
+TEST_F(LensOnTheBoard, LimitMoveGoesToTheLimitItself) {
     calibrate_flags('1');
     setSoftLimit(-30, 40);
     tmr = -20;
     int32_t limit = 0;
     EXPECT_EQ(goto_left_limit_safe(&limit), 0);
     EXPECT_EQ(limit, -30);
-    EXPECT_EQ(board.log(), flags_001 +
-                               "[ovra_focus]  g_limitLeft = -30\n\n"
-                               "[ovra_focus]  manu focus targetTMR = -30--------------------------\n\n" +
-                               tmr_read(4, -20) + tmr_read(4, -20) +
-                               "[ovra_focus]  currentTMR = -20, targetTMR = -30, direct = 1\n\n"
-                               "[ovra_focus]  motor_left_write val:1\n" +
-                               tmr_read(4, -29) +
-                               "[ovra_focus]  currentTMR = -29, targetTMR = -30, direct = 1\n\n"
-                               "[ovra_focus]  manul focus completed\n"
-                               "[ovra_focus]  count = 0, microCount = 1\n\n"
-                               "[ovra_focus]  goto left limit success\n");
+    const std::string log = board.log();
+    EXPECT_THAT(log, testing::HasSubstr("[ovra_focus]  g_limitLeft = -30\n\n"));
+    EXPECT_THAT(log, testing::EndsWith("[ovra_focus]  goto left limit success\n"));
 }
 
-TEST_F(LensOnTheBoard, RightLimitMoveHasItsOwnWords) {
+TEST_F(LensOnTheBoard, RightLimitMoveGoesToTheLimitItself) {
     calibrate_flags('1');
     setSoftLimit(-30, 4);
     int32_t limit = 0;
@@ -473,50 +413,35 @@ TEST_F(LensOnTheBoard, LimitMoveThatDoesNotArriveFails) {
 
 // --- get_direction -------------------------------------------------------------------------------------
 
-TEST_F(LensOnTheBoard, SenseIsFoundWhenTheReadingHasRisenByTwentyOne) {
+TEST_F(LensOnTheBoard, PolarityIsFoundWhenTheReadingHasRisenByTwentyOne) {
     direction = 1;
     read_positions({"100", "100", "120", "121"});
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), 0);
-    EXPECT_EQ(sense, 0);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), 0);
+    EXPECT_EQ(polarity, 0);
     EXPECT_EQ(direction, 0);
-    EXPECT_EQ(board.log(), tmr_read(3, 100) +
-                               "[ovra_focus]  beforeTMR = 100\n"
-                               "[ovra_focus]  move 1 right step--10um \n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(3, 100) +
-                               "[ovra_focus]  count = 1, afterTMR = 100\n"
-                               "[ovra_focus]  move 1 right step--10um \n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(3, 120) +
-                               "[ovra_focus]  count = 2, afterTMR = 120\n"
-                               "[ovra_focus]  move 1 right step--10um \n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(3, 121) +
-                               "[ovra_focus]  count = 3, afterTMR = 121\n"
-                               "[ovra_focus]  direction = 0\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"2"}));
     EXPECT_EQ(board.journal({"sleep"}), Journal(3, "sleep 100000"));
 }
 
-TEST_F(LensOnTheBoard, SenseProbeDoesItsWorkInThisOrder) {
+TEST_F(LensOnTheBoard, PolarityProbeLogsEachStep) {
     full_travel = 21;
-    int32_t sense = -7;
-    get_direction(&sense);
+    int32_t polarity = -7;
+    get_direction(&polarity);
     EXPECT_THAT(events(), ElementsAre("position", "beforeTMR = 0", "pulse <- 2", "move 1 right step--10um ",
                                       "motor_right_write val:1", "right <- 1", "sleep 100000", "position",
                                       "count = 1, afterTMR = 21", "direction = 0"));
 }
 
-TEST_F(LensOnTheBoard, SenseIsOneWhenTheReadingFallsByTwentyOne) {
+TEST_F(LensOnTheBoard, PolarityIsOneWhenTheReadingFallsByTwentyOne) {
     read_positions({"100", "80", "79"});
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), 0);
-    EXPECT_EQ(sense, 1);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), 0);
+    EXPECT_EQ(polarity, 1);
     EXPECT_EQ(direction, 1);
 }
 
-TEST_F(LensOnTheBoard, SenseProbeReadsTheRawPosition) {
+TEST_F(LensOnTheBoard, PolarityProbeReadsTheRawPosition) {
     direction = 1;
     int32_t found = -7;
     EXPECT_EQ(get_direction(&found), 0);
@@ -530,83 +455,71 @@ std::vector<std::string> unchanged_then(const std::string& last) {
     return readings;
 }
 
-TEST_F(LensOnTheBoard, SenseFoundAtTheFifteenthStepComesTooLateButIsStored) {
+TEST_F(LensOnTheBoard, PolarityFoundAtTheFifteenthStepComesTooLateButIsStored) {
     read_positions(unchanged_then("79"));
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), -100);
-    EXPECT_EQ(sense, 1);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), -100);
+    EXPECT_EQ(polarity, 1);
     EXPECT_EQ(direction, 1);
     EXPECT_THAT(board.log(), testing::EndsWith("[ovra_focus]  count = 15, afterTMR = 79\n"
                                                "[ovra_focus]  direction: MOTOR_IDLE_DIST NG, rightR > 14\n"));
 }
 
-TEST_F(LensOnTheBoard, SenseFoundAtTheFourteenthStepIsInTime) {
+TEST_F(LensOnTheBoard, PolarityFoundAtTheFourteenthStepIsInTime) {
     std::vector<std::string> readings(14, "100");
     readings.push_back("130");
     read_positions(readings);
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), 0);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), 0);
     EXPECT_EQ(board.writes(right_node).size(), 14u);
 }
 
-TEST_F(LensOnTheBoard, SenseNeverFoundLeavesEverything) {
+TEST_F(LensOnTheBoard, PolarityNeverFoundLeavesEverything) {
     stuck = true;
     direction = 5;
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), -100);
-    EXPECT_EQ(sense, -7);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), -100);
+    EXPECT_EQ(polarity, -7);
     EXPECT_EQ(direction, 5);
     EXPECT_EQ(board.writes(right_node).size(), 15u);
-    EXPECT_THAT(board.log(), testing::EndsWith("[ovra_focus]  direction: MOTOR_IDLE_DIST NG, rightR > 14\n"));
 }
 
-TEST_F(LensOnTheBoard, SenseIsNotTakenFromAReadingWithoutANumber) {
+TEST_F(LensOnTheBoard, PolarityIsNotTakenFromAReadingWithoutANumber) {
     read_positions({"100", "?", "110", "?", "121"});
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), 0);
-    EXPECT_EQ(sense, 0);
-    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  count = 3, afterTMR = 110\n"));
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), 0);
+    EXPECT_EQ(polarity, 0);
     EXPECT_EQ(board.writes(right_node).size(), 4u);
 }
 
-TEST_F(LensOnTheBoard, SenseProbeIgnoresTheMotorsAnswersAndFailsWithItsReadings) {
+TEST_F(LensOnTheBoard, PolarityProbeIgnoresTheMotorsAnswersAndFailsWithItsReadings) {
     board.remove(right_node);
     board.remove(pulse_node);
-    int32_t sense = -7;
-    EXPECT_EQ(get_direction(&sense), -100);
+    int32_t polarity = -7;
+    EXPECT_EQ(get_direction(&polarity), -100);
     read_positions({"100", "3000"});
-    EXPECT_EQ(get_direction(&sense), -1);
+    EXPECT_EQ(get_direction(&polarity), -1);
     read_positions({"3000"});
-    EXPECT_EQ(get_direction(&sense), -1);
-    EXPECT_EQ(sense, -7);
+    EXPECT_EQ(get_direction(&polarity), -1);
+    EXPECT_EQ(polarity, -7);
 }
 
 // --- go_cali_tmr_idle ----------------------------------------------------------------------------------
 
-TEST_F(LensOnTheBoard, IdleProbeEndsWhenTheLensFollows) {
+TEST_F(LensOnTheBoard, BacklashProbeEndsWhenTheLensFollows) {
     read_positions({"100", "110", "111"});
     EXPECT_EQ(go_cali_tmr_idle(0), 0);
-    EXPECT_EQ(board.log(), tmr_read(3, 100) +
-                               "[ovra_focus]  beforeTMR = 100\n"
-                               "[ovra_focus]  move 1 right step--5um \n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(3, 110) +
-                               "[ovra_focus]  count = 1, afterTMR = 110\n"
-                               "[ovra_focus]  move 1 right step--5um \n"
-                               "[ovra_focus]  motor_right_write val:1\n" +
-                               tmr_read(3, 111) + "[ovra_focus]  count = 2, afterTMR = 111\n");
     EXPECT_EQ(board.writes(pulse_node), Journal({"2"}));
     EXPECT_EQ(board.journal({"sleep"}), Journal(2, "sleep 100000"));
 }
 
-TEST_F(LensOnTheBoard, IdleProbeToTheLeftMovesLeft) {
+TEST_F(LensOnTheBoard, BacklashProbeToTheLeftMovesLeft) {
     read_positions({"100", "89"});
     EXPECT_EQ(go_cali_tmr_idle(1), 0);
     EXPECT_EQ(board.writes(left_node), Journal({"1\n"}));
-    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  move 1 left step--5um \n"));
 }
 
-TEST_F(LensOnTheBoard, IdleProbeDoesItsWorkInThisOrder) {
+TEST_F(LensOnTheBoard, BacklashProbeLogsEachStep) {
     go_cali_tmr_idle(1);
     EXPECT_THAT(events(), ElementsAre("position", "beforeTMR = 0", "pulse <- 2", "move 1 left step--5um ",
                                       "motor_left_write val:1", "left <- 1", "sleep 100000", "position",
@@ -619,7 +532,7 @@ TEST_F(LensOnTheBoard, IdleProbeDoesItsWorkInThisOrder) {
                                       "count = 1, afterTMR = 18"));
 }
 
-TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensFollowsAtTheFifteenthStepOnly) {
+TEST_F(LensOnTheBoard, BacklashProbeFailsWhenTheLensFollowsAtTheFifteenthStepOnly) {
     read_positions(unchanged_then("111"));
     EXPECT_EQ(go_cali_tmr_idle(0), -100);
     EXPECT_THAT(
@@ -628,7 +541,7 @@ TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensFollowsAtTheFifteenthStepOnly) {
                           "[ovra_focus]  direction: 0, MOTOR_IDLE_DIST NG, MOTOR_IDLE_DIST > 14*5um\n\n"));
 }
 
-TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensNeverFollows) {
+TEST_F(LensOnTheBoard, BacklashProbeFailsWhenTheLensNeverFollows) {
     stuck = true;
     EXPECT_EQ(go_cali_tmr_idle(3), -100);
     EXPECT_EQ(board.writes(left_node).size(), 15u);
@@ -637,14 +550,13 @@ TEST_F(LensOnTheBoard, IdleProbeFailsWhenTheLensNeverFollows) {
         testing::EndsWith("[ovra_focus]  direction: 3, MOTOR_IDLE_DIST NG, MOTOR_IDLE_DIST > 14*5um\n\n"));
 }
 
-TEST_F(LensOnTheBoard, IdleProbeIsNotEndedByAReadingWithoutANumber) {
+TEST_F(LensOnTheBoard, BacklashProbeIsNotEndedByAReadingWithoutANumber) {
     read_positions({"100", "?", "105", "?", "111"});
     EXPECT_EQ(go_cali_tmr_idle(0), 0);
-    EXPECT_THAT(board.log(), testing::HasSubstr("[ovra_focus]  count = 3, afterTMR = 105\n"));
     EXPECT_EQ(board.writes(right_node).size(), 4u);
 }
 
-TEST_F(LensOnTheBoard, IdleProbeFailsWithItsReadings) {
+TEST_F(LensOnTheBoard, BacklashProbeFailsWithItsReadings) {
     read_positions({"100", "3000"});
     EXPECT_EQ(go_cali_tmr_idle(0), -1);
     read_positions({"3000"});

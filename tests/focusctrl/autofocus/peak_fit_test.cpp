@@ -24,4 +24,19 @@ TEST(PeakPosition, IsTheVertexOfAnExactParabola) {
     EXPECT_DOUBLE_EQ(ovra::peak_position(samples), 2.0);
 }
 
+// Equal samples within a percentage are flat. Outside of it they are measured against its ends, where the
+// scans for the greatest and the least begin.
+struct Level {
+    double sharpness;
+    bool flat;
+};
+
+TEST(SamplesAreFlat, MeasuresEqualSamplesAgainstTheEndsOfThePercentage) {
+    for (const Level& level :
+         {Level{100.4, true}, Level{100.6, false}, Level{50.0, true}, Level{-0.4, true}, Level{-0.6, false}}) {
+        const std::vector<stepList_> samples(5, {0, level.sharpness});
+        EXPECT_EQ(ovra::samples_are_flat(samples), level.flat) << level.sharpness;
+    }
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "ovrafocus/acceleration.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstddef>
@@ -21,6 +22,7 @@ namespace {
 using testkit::Gravity;
 using testkit::gravity_node;
 using testkit::on_table;
+using testkit::pieces_of;
 using testkit::ScriptedBoard;
 using testkit::ScriptedGravity;
 using testkit::tagged;
@@ -67,13 +69,11 @@ TEST_F(AccInitSet, HandsTheFactoryOffsetsToTheDriverAndOpensTheDeviceForSampling
     EXPECT_EQ(acc_init_set(), 0);
 
     EXPECT_EQ(gravity.calibrations, (std::vector<Gravity>{{12, -7, 30}}));
-    EXPECT_EQ(board.log(), callback_line + flag_line + data_line("12,-7,30") + offset_line("12 -7 30") +
-                               successful_line + working_line);
     EXPECT_EQ(device_entries(), (Entries{open_entry, calibrate_entry, close_entry, open_entry}));
     EXPECT_EQ(board.open_descriptors(), (Entries{gravity_node}));
 }
 
-TEST_F(AccInitSet, TellsOfTheSuccessAfterTheDescriptorIsClosed) {
+TEST_F(AccInitSet, LogsEachStepAndTheSuccessAfterTheDescriptorIsClosed) {
     gravity.set_record("1,2,3", '1');
     acc_init_set();
 
@@ -99,8 +99,7 @@ TEST_F(AccInitSet, ReadsNoMoreThanTheTwentyFourBytesOfTheText) {
     acc_init_set();
 
     EXPECT_EQ(gravity.calibrations, (std::vector<Gravity>{{1, 2, 4}}));
-    EXPECT_EQ(board.log(), callback_line + flag_line + data_line("1,2,                   4") +
-                               offset_line("1 2 4") + successful_line + working_line);
+    EXPECT_NE(board.log().find(data_line("1,2,                   4")), std::string::npos);
 }
 
 TEST_F(AccInitSet, TakesZeroForMissingNumbers) {
@@ -124,37 +123,34 @@ TEST_F(AccInitSet, CountsAPositiveAnswerOfTheDriverAsSuccess) {
 
 // --- Start-up calibration: not calibrated -----------------------------------------------------------------
 
-TEST_F(AccInitSet, OpensAnUncalibratedUnitWithoutOffsetsAndWithoutRetry) {
-    gravity.set_record("1,2,3", '0');
+struct FlagText {
+    const char* name;
+    char flag;
+    std::string shown;
+};
 
+void PrintTo(const FlagText& flag, std::ostream* out) { *out << flag.name; }
+
+struct Uncalibrated : Acceleration, testing::WithParamInterface<FlagText> {};
+
+TEST_P(Uncalibrated, IsOpenedWithoutOffsetsAndWithoutRetry) {
+    gravity.set_record("1,2,3", GetParam().flag);
     EXPECT_EQ(acc_init_set(), 0);
-
-    EXPECT_EQ(board.log(), callback_line + tagged("gsensor flag:0 (0)") +
-                               tagged("gsensor has not been calibrated yet") + working_line);
     EXPECT_EQ(device_entries(), (Entries{open_entry}));
 }
 
-TEST_F(AccInitSet, TakesAnyFlagButOneAsUncalibrated) {
-    gravity.set_record("1,2,3", '2');
+TEST_P(Uncalibrated, PrintsExactlyItsFlag) {
+    gravity.set_record("1,2,3", GetParam().flag);
     acc_init_set();
-    EXPECT_EQ(board.log(), callback_line + tagged("gsensor flag:2 (2)") +
-                               tagged("gsensor has not been calibrated yet") + working_line);
-    EXPECT_EQ(gravity.calibrations.size(), 0U);
-}
-
-TEST_F(AccInitSet, TakesABlankRecordAsUncalibrated) {
-    gravity.set_record("", '\0');
-    acc_init_set();
-    EXPECT_EQ(board.log(), callback_line + tagged("gsensor flag:0 ()") +
+    EXPECT_EQ(board.log(), callback_line + tagged("gsensor flag:" + GetParam().shown) +
                                tagged("gsensor has not been calibrated yet") + working_line);
 }
 
-TEST_F(AccInitSet, TakesAnErasedRecordAsUncalibrated) {
-    gravity.set_record("", '\xff');
-    acc_init_set();
-    EXPECT_EQ(board.log(), callback_line + tagged("gsensor flag:0 (\xff)") +
-                               tagged("gsensor has not been calibrated yet") + working_line);
-}
+INSTANTIATE_TEST_SUITE_P(Flags, Uncalibrated,
+                         testing::Values(FlagText{"Zero", '0', "0 (0)"}, FlagText{"OtherDigit", '2', "2 (2)"},
+                                         FlagText{"Blank", '\0', "0 ()"},
+                                         FlagText{"Erased", '\xff', "0 (\xff)"}),
+                         [](const auto& row) { return row.param.name; });
 
 // --- Start-up calibration: failures -----------------------------------------------------------------------
 
@@ -163,10 +159,6 @@ TEST_F(AccInitSet, TriesOffsetsOutOfRangeThreeTimesAndOpensTheDeviceAllTheSame) 
 
     EXPECT_EQ(acc_init_set(), 0);
 
-    const std::string attempt =
-        callback_line + flag_line + data_line("20001,0,0") + tagged("gsensor cali data over range");
-    EXPECT_EQ(board.log(),
-              attempt + retry_line(1) + attempt + retry_line(2) + attempt + retry_line(3) + working_line);
     EXPECT_EQ(device_entries(), (Entries{pause_entry, pause_entry, open_entry}));
 }
 
@@ -178,9 +170,13 @@ TEST_F(AccInitSet, ChecksTheRangeOfEveryAxis) {
     EXPECT_EQ(gravity.calibrations.size(), 0U);
 }
 
-TEST_F(AccInitSet, PausesBeforeItTellsOfTheRetry) {
+TEST_F(AccInitSet, LogsEachAttemptAfterItsPause) {
     gravity.set_record("20001,0,0", '1');
     acc_init_set();
+    const std::string attempt =
+        callback_line + flag_line + data_line("20001,0,0") + tagged("gsensor cali data over range");
+    EXPECT_EQ(board.log(),
+              attempt + retry_line(1) + attempt + retry_line(2) + attempt + retry_line(3) + working_line);
     const Entries entries = board.journal({"sleep", "print"});
     ASSERT_GT(entries.size(), 6U);
     EXPECT_EQ(entries[4], pause_entry);
@@ -193,8 +189,6 @@ TEST_F(AccInitSet, TriesAgainWhenTheDriverRefusesTheOffsets) {
 
     EXPECT_EQ(acc_init_set(), 0);
 
-    const std::string attempt = callback_line + flag_line + data_line("1,2,3") + offset_line("1 2 3");
-    EXPECT_EQ(board.log(), attempt + retry_line(1) + attempt + successful_line + working_line);
     EXPECT_EQ(device_entries(), (Entries{open_entry, refused_entry, close_entry, pause_entry, open_entry,
                                          calibrate_entry, close_entry, open_entry}));
 }
@@ -235,34 +229,47 @@ TEST_F(AccInitSet, TriesAgainWhenTheDeviceCannotBeOpened) {
 
     EXPECT_EQ(acc_init_set(), 0);
 
-    const std::string attempt = callback_line + flag_line + data_line("1,2,3") + offset_line("1 2 3");
-    EXPECT_EQ(board.log(),
-              attempt + open_failure_line + retry_line(1) + attempt + successful_line + working_line);
+    EXPECT_EQ(device_entries(), (Entries{open_entry + " = ENOENT", pause_entry, open_entry, calibrate_entry,
+                                         close_entry, open_entry}));
 }
 
 TEST_F(AccInitSet, FailsWhenTheDeviceIsMissing) {
     gravity.set_record("1,2,3", '1');
     board.remove(gravity_node);
-
     EXPECT_EQ(acc_init_set(), -1);
+    const std::string missing = open_entry + " = ENOENT";
+    EXPECT_EQ(device_entries(), (Entries{missing, pause_entry, missing, pause_entry, missing, missing}));
+}
 
+TEST_F(AccInitSet, LogsEachAttemptToOpenTheDevice) {
+    gravity.set_record("1,2,3", '1');
+    board.remove(gravity_node);
+    acc_init_set();
     const std::string attempt =
         callback_line + flag_line + data_line("1,2,3") + offset_line("1 2 3") + open_failure_line;
     EXPECT_EQ(board.log(),
               attempt + retry_line(1) + attempt + retry_line(2) + attempt + retry_line(3) + open_failure_line);
 }
 
+TEST_F(AccInitSet, TakesTheDescriptorZero) {
+    gravity.set_record("1,2,3", '1');
+    close(STDIN_FILENO);  // the next open gets its number
+    EXPECT_EQ(acc_init_set(), 0);
+    EXPECT_EQ(gravity.calibrations, (std::vector<Gravity>{{1, 2, 3}}));
+    EXPECT_EQ(board.open_descriptors(), (Entries{gravity_node}));
+    gravity.samples({1500, 0, 0}, 1);
+    EXPECT_EQ(acc_read_data.x, 1.5F);
+    EXPECT_EQ(acc_file_close(), 0);
+}
+
 TEST_F(AccInitSet, FailsWhenOnlyTheLastOpenFails) {
     gravity.set_record("1,2,3", '1');
     board.fail({"open", gravity_node, 2, EBUSY, -1, ""});
-
     EXPECT_EQ(acc_init_set(), -1);
-
-    EXPECT_EQ(board.log(), callback_line + flag_line + data_line("1,2,3") + offset_line("1 2 3") +
-                               successful_line + open_failure_line);
+    EXPECT_EQ(gravity.calibrations.size(), 1U);
 }
 
-TEST_F(AccInitSet, TakesTheHostsTableAnewOnEveryAttempt) {
+TEST_F(AccInitSet, TakesTheHostsTableAgainOnEveryAttempt) {
     static app_callback_table first{};
     static app_callback_table second{};
     app_callback_init(&first);
@@ -287,7 +294,7 @@ TEST_F(AccInitSet, AbandonsTheDescriptorOfAnEarlierCall) {
     EXPECT_EQ(board.open_descriptors(), (Entries{gravity_node, gravity_node}));
 }
 
-TEST_F(AccInitSet, PrintsErrorsFromLevelOne) {
+TEST_F(AccInitSet, LogsErrorsFromLevelOne) {
     gravity.set_record("20001,0,0", '1');
     board.remove(gravity_node);
     const std::string attempt = callback_line + data_line("20001,0,0") + tagged("gsensor cali data over range");
@@ -298,7 +305,7 @@ TEST_F(AccInitSet, PrintsErrorsFromLevelOne) {
     }
 }
 
-TEST_F(AccInitSet, PrintsWhatItReadAtEveryLevel) {
+TEST_F(AccInitSet, LogsWhatItReadAtEveryLevel) {
     ovra_log_level = 0;
     gravity.set_record("1,2,3", '1');
     board.remove(gravity_node);
@@ -350,7 +357,6 @@ TEST_F(Sampling, KeepsThousandthsOfTheDriversUnit) {
     EXPECT_EQ(acc_read_data.x, 1.5F);
     EXPECT_EQ(acc_read_data.y, -0.002F);
     EXPECT_EQ(acc_read_data.z, 16.384F);
-    EXPECT_EQ(board.log(), tagged("acc read 1.500 -0.002 16.384"));
 }
 
 TEST_F(Sampling, ChangesNothingButTheSampleUpToTheNinth) {
@@ -362,8 +368,6 @@ TEST_F(Sampling, ChangesNothingButTheSampleUpToTheNinth) {
 
 TEST_F(Sampling, CompletesABlockWithTheTenth) {
     gravity.samples({2000, 0, 0}, 9);
-    board.log();
-
     gravity.samples({1000, 0, 0}, 1);
 
     EXPECT_FLOAT_EQ(acc_avg.x, 1.9F);
@@ -371,9 +375,14 @@ TEST_F(Sampling, CompletesABlockWithTheTenth) {
     EXPECT_EQ(acc_degree.x, 90.0F);
     EXPECT_EQ(acc_degree.y, 0.0F);
     EXPECT_EQ(acc_degree.z, 0.0F);
-    EXPECT_EQ(board.log(), tagged("acc read 1.000 0.000 0.000") + tagged("acc avg 1.900 0.000 0.000") +
-                               tagged("acc_caculate_degree:x_degree 90.000 y_degree 0.000 z_degree 0.000") +
-                               tagged("autofocus first event, do nothing"));
+}
+
+TEST_F(Sampling, PrintsExactlyTheSampleAndTheBlockAtLevelFive) {
+    gravity.samples({2000, 0, 0}, 9);
+    board.log();
+    gravity.samples({1500, -2, 16384}, 1);
+    EXPECT_EQ(pieces_of(board.log(), tagged("acc ").substr(0, 18)),
+              tagged("acc read 1.500 -0.002 16.384") + tagged("acc avg 1.950 -0.000 1.638"));
 }
 
 TEST_F(Sampling, BeginsANewBlockAfterTheTenth) {
@@ -387,12 +396,8 @@ TEST_F(Sampling, BeginsANewBlockAfterTheTenth) {
 
 TEST_F(Sampling, LeavesTheBlockAsItIsWhenASampleFails) {
     gravity.samples(on_table, 9);
-    board.log();
     gravity.sample_answer = -EIO;
     gravity.samples({5000, 5000, 5000}, 3);
-    EXPECT_EQ(board.log(), tagged("GSENSOR IOCTL GET SENSORDATA fali") +
-                               tagged("GSENSOR IOCTL GET SENSORDATA fali") +
-                               tagged("GSENSOR IOCTL GET SENSORDATA fali"));
     EXPECT_EQ(acc_read_data.x, 0.0F);
 
     gravity.sample_answer = 0;
@@ -444,15 +449,12 @@ TEST_F(Sampling, OfTwoThreadsGoesIntoOneSeriesOfBlocks) {
     one.join();
     other.join();
 
-    const std::string log = board.log();
-    std::size_t blocks = 0;
-    for (std::size_t at = log.find("acc avg"); at != std::string::npos; at = log.find("acc avg", at + 1))
-        ++blocks;
-    EXPECT_EQ(blocks, 10U);
+    // Ten blocks: five that are skipped and the five of the first rest position.
+    EXPECT_EQ(acc_origin_data.z, 90.0F);
     EXPECT_FLOAT_EQ(acc_avg.z, 1.0F);
 }
 
-TEST(SamplingWithoutDevice, Fails) {
+TEST(SamplingWithoutDevice, PrintsExactlyItsFailure) {
     ScriptedBoard board;
     ovra_log_level = 5;
     acc_event_read();
@@ -534,8 +536,8 @@ TEST_F(Sampling, IsReadyWithTheSixthBlock) {
 TEST_F(Sampling, FailsAfterTheDeviceIsClosed) {
     EXPECT_EQ(acc_file_close(), 0);
     EXPECT_EQ(board.open_descriptors(), Entries{});
-    acc_event_read();
-    EXPECT_EQ(board.log(), tagged("GSENSOR IOCTL GET SENSORDATA fali"));
+    gravity.samples({1500, 0, 0}, 1);
+    EXPECT_EQ(acc_read_data.x, 0.0F);
 }
 
 TEST_F(Sampling, DoesNotForgetTheDescriptorSoThatASecondCloseFails) {

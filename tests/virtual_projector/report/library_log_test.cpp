@@ -111,7 +111,7 @@ TEST(TheTarget, OfManualFocusIsCheckedAtItsEndToo) {
 }
 
 TEST(ALogFile, KeepsItsOrderDropsRepetitionsAndCountsItsToasts) {
-    const testkit::ScratchFolder folder;
+    const storykit::ScratchFolder folder;
     const std::string path = folder.file("log");
     std::ofstream(path) << "[ovra_focus]  avgDist = 10\n\n[ovra_focus]  avgDist = 10\nnothing\n"
                            "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"

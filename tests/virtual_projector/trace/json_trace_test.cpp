@@ -5,29 +5,17 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/virtual_projector/trace/sample_call.h"
 #include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
 
-using vp::CallRecord;
+using vp::call;
 using vp::JsonTrace;
 using vp::TraceDetail;
-
-CallRecord call(std::string_view name, std::string_view path, std::int64_t argument, long result,
-                std::string_view data = {}) {
-    CallRecord record;
-    record.t_us = 20;
-    record.thread = 2;
-    record.thread_name = "worker";
-    record.call = name;
-    record.path = path;
-    record.argument = argument;
-    record.result = result;
-    record.data = data;
-    return record;
-}
 
 // A trace into memory.
 struct JsonTraceFile : ::testing::Test {

@@ -3,28 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "tests/virtual_projector/trace/sample_call.h"
+
 namespace {
 
+using vp::call;
 using vp::CallRecord;
 using vp::TruthRecord;
-
-CallRecord call(std::string_view name, std::string_view path, std::int64_t argument, long result,
-                std::string_view data = {}) {
-    CallRecord record;
-    record.t_us = 20;
-    record.thread = 2;
-    record.thread_name = "worker";
-    record.call = name;
-    record.path = path;
-    record.argument = argument;
-    record.result = result;
-    record.data = data;
-    return record;
-}
 
 TEST(JsonOfACall, HasItsKeysInAFixedOrder) {
     EXPECT_EQ(

@@ -88,7 +88,7 @@ Swing swing_of(const Hand& hand, double Pose::*angle, double middle_deg, double 
     return swing;
 }
 
-TEST_F(HandTest, AHeldUnitSwaysByFourDegreesAboutEachAxisInAMeasureOfItsOwn) {
+TEST_F(HandTest, AHeldUnitSwaysByFourDegreesAboutEachAxisAtItsOwnFrequency) {
     begin(GestureKind::pick_up, 0.8);
     struct {
         const char* name;
@@ -107,7 +107,7 @@ TEST_F(HandTest, AHeldUnitSwaysByFourDegreesAboutEachAxisInAMeasureOfItsOwn) {
     }
 }
 
-TEST_F(HandTest, EachShakeHasItsOwnMeasureAndRollsHalfAsFarAsItPitches) {
+TEST_F(HandTest, EachShakeHasItsOwnFrequencyAndRollsHalfAsFarAsItPitches) {
     struct {
         GestureKind kind;
         double hz;

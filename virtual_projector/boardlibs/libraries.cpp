@@ -1,8 +1,7 @@
-#include "virtual_projector/boardlibs/installation.h"
+#include "virtual_projector/boardlibs/libraries.h"
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 namespace vp::boardlibs {
@@ -17,22 +16,7 @@ std::unique_ptr<Libraries>& the_libraries() {
 
 Libraries* libraries() { return the_libraries().get(); }
 
-void install(Installation installation) {
-    the_libraries() = std::make_unique<Libraries>(std::move(installation));
-}
-
-void uninstall() { the_libraries().reset(); }
-
-int usb_eth_configurations() {
-    Libraries* const all = libraries();
-    if (all == nullptr) return 0;
-    return all->installation.board->with_world([&](World&) { return all->usb_eth_configurations; });
-}
-
-std::size_t open_flash_handles() {
-    Libraries* const all = libraries();
-    return all == nullptr ? 0 : all->flash.open_handles();
-}
+void replace_libraries(std::unique_ptr<Libraries> all) { the_libraries() = std::move(all); }
 
 FaultEffect begin_call(const Libraries& all, const char* function) {
     return all.installation.fault ? all.installation.fault(function) : FaultEffect{};

@@ -1,0 +1,19 @@
+// Numbers and lists as they stand in messages.
+#ifndef VIRTUAL_PROJECTOR_WORLD_TEXT_H
+#define VIRTUAL_PROJECTOR_WORLD_TEXT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vp {
+
+/// With up to ten digits: every bound of a parameter is shown in full.
+std::string number_text(double value);
+
+/// "a, b, c"
+std::string join(const std::vector<std::string_view>& names);
+
+}  // namespace vp
+
+#endif

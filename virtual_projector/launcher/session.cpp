@@ -148,15 +148,22 @@ Session::Session(const RunOptions& options) {
     if (!options.real_time) stay_on_this_processor();
     parts_ = std::make_unique<Parts>(options);
     parts_->connect_board();
-    parts_->connect_time();
-    if (parts_->trace) parts_->trace->record_now(0);
+    {
+        // On the wall clock the scenario's first events happen on a thread of the clock's own.
+        const WorldLock lock(*parts_->clock);
+        parts_->connect_time();
+        if (parts_->trace) parts_->trace->record_now(0);
+    }
     parts_->machine->install();
 }
 
 Session::~Session() {
     const ReentrancyGuard guard;
     parts_->machine->uninstall();
-    if (parts_->trace) parts_->trace->record_now(parts_->clock->now());
+    if (parts_->trace) {
+        const WorldLock lock(*parts_->clock);
+        parts_->trace->record_now(parts_->clock->now());
+    }
     if (parts_->file_trace && !parts_->file_trace->flush()) complain_of(parts_->options.trace);
     if (!parts_->summary->write()) complain_of(parts_->options.summary);
     const std::string misfit = parts_->clock->scheduler().end_schedule();

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include "base/log.h"
 #include "base/mutex_guard.h"
@@ -88,34 +87,42 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
-/// A function as the table holds it; Function is the type that the vendor calls it by.
-#define OVRA_ENTRY(Function, function) reinterpret_cast<void*>(static_cast<Function*>(function))
-
-/// In the order of the slots. Built by the linker and not by code: a macro, because a cast of a function's
-/// address is a constant only where it is written out.
-void* platform_table[] = {
-    OVRA_ENTRY(nds_register8_transfer, platform_i2c_write),
-    OVRA_ENTRY(nds_register8_transfer, platform_i2c_read),
-    OVRA_ENTRY(nds_register16_transfer, platform_addr16_write),
-    OVRA_ENTRY(nds_register16_transfer, platform_addr16_read),
-    OVRA_ENTRY(nds_delay, platform_delay_10us),
-    OVRA_ENTRY(nds_delay, platform_delay_ms),
-    OVRA_ENTRY(nds_get_time_us, platform_get_time_us),
-    OVRA_ENTRY(nds_set_level, platform_set_xshut),
-    OVRA_ENTRY(nds_get_device, nds01_isp_get_dev_ptr),
-    nullptr,
-    OVRA_ENTRY(nds_get_id, ispfht_get_isp_id),
-    reinterpret_cast<void*>(nx_user_calibration_init),
-    OVRA_ENTRY(nds_set_config, nds01_isp_set_config),
-    reinterpret_cast<void*>(nx_calibration_generate_data),
+/// The table of functions, each by the type that the vendor calls it by. A constant, so that no code fills it.
+struct PlatformTable {
+    nds_register8_transfer* write_register8 = platform_i2c_write;
+    nds_register8_transfer* read_register8 = platform_i2c_read;
+    nds_register16_transfer* write_register16 = platform_addr16_write;
+    nds_register16_transfer* read_register16 = platform_addr16_read;
+    nds_delay* delay_10us = platform_delay_10us;
+    nds_delay* delay_ms = platform_delay_ms;
+    nds_get_time_us* get_time_us = platform_get_time_us;
+    nds_set_level* set_xshut = platform_set_xshut;
+    nds_get_device* get_device = nds01_isp_get_dev_ptr;
+    void* empty = nullptr;
+    nds_get_id* get_id = ispfht_get_isp_id;
+    decltype(&nx_user_calibration_init) user_calibration_init = nx_user_calibration_init;
+    nds_set_config* set_config = nds01_isp_set_config;
+    decltype(&nx_calibration_generate_data) generate_data = nx_calibration_generate_data;
 };
-static_assert(NDS_WRITE_REGISTER8 == 0 && NDS_READ_REGISTER8 == 1, "the table's order");
-static_assert(NDS_WRITE_REGISTER16 == 2 && NDS_READ_REGISTER16 == 3, "the table's order");
-static_assert(NDS_DELAY_10US == 4 && NDS_DELAY_MS == 5, "the table's order");
-static_assert(NDS_GET_TIME_US == 6 && NDS_SET_XSHUT == 7, "the table's order");
-static_assert(NDS_GET_DEVICE == 8 && NDS_GET_ID == 10, "the table's order");
-static_assert(NDS_USER_CALIBRATION_INIT == 11 && NDS_SET_CONFIG == 12, "the table's order");
-static_assert(NDS_GENERATE_DATA == 13 && std::size(platform_table) == NDS_PLATFORM_SLOTS, "the table's order");
+constexpr size_t slot(size_t offset) { return offset / sizeof(void*); }
+static_assert(sizeof(PlatformTable) == NDS_PLATFORM_SLOTS * sizeof(void*), "nothing but pointers");
+static_assert(slot(offsetof(PlatformTable, write_register8)) == NDS_WRITE_REGISTER8, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, read_register8)) == NDS_READ_REGISTER8, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, write_register16)) == NDS_WRITE_REGISTER16,
+              "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, read_register16)) == NDS_READ_REGISTER16, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, delay_10us)) == NDS_DELAY_10US, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, delay_ms)) == NDS_DELAY_MS, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_time_us)) == NDS_GET_TIME_US, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, set_xshut)) == NDS_SET_XSHUT, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_device)) == NDS_GET_DEVICE, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, get_id)) == NDS_GET_ID, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, user_calibration_init)) == NDS_USER_CALIBRATION_INIT,
+              "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, set_config)) == NDS_SET_CONFIG, "as the vendor reads it");
+static_assert(slot(offsetof(PlatformTable, generate_data)) == NDS_GENERATE_DATA, "as the vendor reads it");
+
+constexpr PlatformTable platform_table;
 
 // --- Initialisation ---------------------------------------------------------------------------------
 // Statuses are OR-ed: a negative one makes the whole negative, positive ones only add bits.
@@ -192,7 +199,7 @@ struct OperationRecord {
 
 int32_t start_operation(int32_t filter) {
     static OperationRecord operations{};
-    operations = {nullptr, OVRA_ENTRY(nds_set_config, nds01_isp_set_config)};
+    operations = {nullptr, reinterpret_cast<void*>(platform_table.set_config)};
     const int32_t operating = nx_isp_op_init(isp_context(), &operations);
     const int32_t limited = nx_set_angle_limit(isp_context(), angle_limits.data());
     const int32_t filtered = nds01_isp_set_filter_para(filter, 0, 0);
@@ -213,7 +220,9 @@ void* isp_context() { return vendor_context.data(); }
 
 // --- Life -------------------------------------------------------------------------------------------
 
-int32_t nds01_ispfht_platform_register(void) { return std::min(isp_platform_init(ovra::platform_table), 0); }
+int32_t nds01_ispfht_platform_register(void) {
+    return std::min(isp_platform_init(reinterpret_cast<void* const*>(&ovra::platform_table)), 0);
+}
 
 int32_t nds01_isp_init(int32_t filter) {
     ovra::calibration.fill(0);

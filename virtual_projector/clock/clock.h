@@ -30,7 +30,7 @@ public:
     virtual void sleep_until(Microseconds time) = 0;
 
     /// Makes the calling thread wait for a device: until that time, or, earlier or with no_deadline, until
-    /// event_happened(). `what` (a path) tells in the table of waiting threads what it is.
+    /// event_happened(). `what` (a path) names it in the table of waiting threads.
     virtual void wait_for_device(const std::string& what, Microseconds deadline) = 0;
 
     /// Something changed on the board: every thread that waits for a device asks it again.

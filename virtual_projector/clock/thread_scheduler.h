@@ -20,7 +20,7 @@ public:
     /// Makes the calling thread known; it is the one that runs. For the first thread.
     virtual ScheduledThread* adopt_current(int number, const std::string& name) = 0;
 
-    /// Makes a thread known that is about to be started, ready to run. Numbers tell threads apart in tables.
+    /// Makes a thread known that is about to be started, ready to run. Its number stands in tables.
     virtual ScheduledThread* prepare_thread(int number, const std::string& name) = 0;
     /// The prepared thread could not be started after all.
     virtual void forget_thread(ScheduledThread* thread) = 0;

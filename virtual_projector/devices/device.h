@@ -31,7 +31,7 @@ public:
     virtual Answer read(void* buffer, std::size_t count);          // default: -EINVAL
     virtual Answer write(const void* buffer, std::size_t count);   // default: -EINVAL
     virtual Answer request(std::uint32_t number, void* argument);  // ioctl; default: -ENOTTY
-    /// Bytes of the argument that a request fills or reads. The board's numbers do not tell: two of them encode
+    /// Bytes of the argument that a request fills or reads. The board's numbers do not say it: two of them encode
     /// a pointer's size. Default: 0, for a request that the driver does not know.
     virtual std::size_t request_size(std::uint32_t number) const;
     virtual Answer close();  // default: 0

@@ -1,29 +1,34 @@
 #include "virtual_projector/interpose/board_streams.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
-#include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace vp {
 namespace {
 
-// The descriptor is the cookie. The calls below are the ones that stand in for the C library's, so that a
-// stream's reads and writes go the way of all others.
-int descriptor_of(void* cookie) { return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie)); }
+struct Cookie {
+    int descriptor;
+    DescriptorCalls calls;
+};
 
 ssize_t read_cookie(void* cookie, char* buffer, std::size_t count) {
-    return ::read(descriptor_of(cookie), buffer, count);
+    const Cookie& stream = *static_cast<Cookie*>(cookie);
+    return stream.calls.read(stream.descriptor, buffer, count);
 }
 
 // The stream knows a failed write by a count of 0, not by -1.
 ssize_t write_cookie(void* cookie, const char* buffer, std::size_t count) {
-    const ssize_t written = ::write(descriptor_of(cookie), buffer, count);
+    const Cookie& stream = *static_cast<Cookie*>(cookie);
+    const ssize_t written = stream.calls.write(stream.descriptor, buffer, count);
     return written < 0 ? 0 : written;
 }
 
-int close_cookie(void* cookie) { return ::close(descriptor_of(cookie)); }
+int close_cookie(void* cookie) {
+    const std::unique_ptr<Cookie> stream(static_cast<Cookie*>(cookie));
+    return stream->calls.close(stream->descriptor);
+}
 
 }  // namespace
 
@@ -48,9 +53,12 @@ std::optional<int> flags_of_mode(const char* mode) {
     return flags | (mode[0] == 'r' ? O_RDONLY : O_WRONLY);
 }
 
-FILE* stream_on(int descriptor, const char* mode) {
+FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls) {
     const cookie_io_functions_t functions = {read_cookie, write_cookie, nullptr, close_cookie};
-    return ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), mode, functions);
+    auto cookie = std::make_unique<Cookie>(Cookie{descriptor, calls});
+    FILE* stream = ::fopencookie(cookie.get(), mode, functions);
+    if (stream != nullptr) (void)cookie.release();  // closing the stream deletes it
+    return stream;
 }
 
 }  // namespace vp

@@ -2,6 +2,9 @@
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdio>
 #include <optional>
 
@@ -10,9 +13,16 @@ namespace vp {
 /// open(2)'s flags for fopen's mode; nothing for a mode that fopen refuses with EINVAL.
 std::optional<int> flags_of_mode(const char* mode);
 
+/// What a stream does with its descriptor.
+struct DescriptorCalls {
+    ssize_t (*read)(int descriptor, void* buffer, std::size_t count);
+    ssize_t (*write)(int descriptor, const void* buffer, std::size_t count);
+    int (*close)(int descriptor);
+};
+
 /// A stream over an open descriptor of a node, which it closes at its end. errno after a failed read, write
 /// or close is the node's. Null when there is no memory.
-FILE* stream_on(int descriptor, const char* mode);
+FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls);
 
 }  // namespace vp
 

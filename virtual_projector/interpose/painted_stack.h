@@ -1,4 +1,4 @@
-// A thread's stack, painted before use so that its deepest use can be told later.
+// A thread's stack, painted before use so that its deepest use can be measured later.
 //
 //   low address                                                                   high address
 //   | guard page | never painted, still zero ... | painted ...      | used by the thread ... |
@@ -32,7 +32,7 @@ public:
     /// That of the program alone, when its uses were noted.
     std::size_t deepest_use() const;
 
-    // Telling the program's own use from that of the calls that the virtual projector answers in its place,
+    // Separating the program's own use from that of the calls that the virtual projector answers in its place,
     // which run on the same stack. By the thread itself: noted when a call begins, painted over when it ends.
     // What is left of the projector in the figure is a few hundred bytes, the frames of these two functions
     // and their callers. Each looks through the painted part of the stack, so this is for measuring only.

@@ -46,7 +46,7 @@ bool program_gave_stack(const pthread_attr_t& attributes) {
     void* base = nullptr;
     std::size_t size = 0;
     if (::pthread_attr_getstack(&attributes, &base, &size) != 0) return false;
-    // Without one, the base is told as "size bytes below 0".
+    // Without one, the base is given as "size bytes below 0".
     return reinterpret_cast<std::uintptr_t>(base) + size != 0;
 }
 

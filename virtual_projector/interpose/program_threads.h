@@ -60,7 +60,7 @@ public:
     /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
     void exit_current();
 
-    /// Tells the program's use of its stacks from the virtual projector's own, from now on; slow.
+    /// Separates the program's use of its stacks from the virtual projector's own, from now on; slow.
     void measure_stacks_exactly() { exact_stacks_ = true; }
     void call_begins();  // on the thread that makes it
     void call_ends();

@@ -1,4 +1,4 @@
-// The keeper of the C library's own functions, behind the ones that the virtual projector puts before them.
+// The keeper of the C library's own functions, which the virtual projector's stand before.
 //
 // Each is looked up when it is first called, which may be before any constructor of this program has run:
 // nothing here needs one.

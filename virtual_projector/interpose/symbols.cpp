@@ -49,7 +49,7 @@ std::optional<long> ask_machine(Question question) {
     return question(*machine);
 }
 
-// The C library's way of telling a failure: -1 and errno.
+// A failure as the C library's calls report it: -1 and errno.
 long with_errno(long result) {
     if (result >= 0) return result;
     errno = static_cast<int>(-result);
@@ -68,7 +68,8 @@ FILE* open_stream(const char* path, const char* mode, bool& ours) {
     if (!flags) return nullptr;
     const int descriptor = open_node(path, *flags, ours);
     if (!ours || descriptor < 0) return nullptr;
-    FILE* stream = vp::stream_on(descriptor, mode);
+    // A stream's reads and writes go the way of all others.
+    FILE* stream = vp::stream_on(descriptor, mode, {::read, ::write, ::close});
     if (stream == nullptr) ::close(descriptor);
     return stream;
 }

@@ -19,7 +19,7 @@ std::string name_of_object(const void* object) {
     return info.dli_sname;
 }
 
-// The kind is told by the mutex alone: the attributes it was made with may be gone.
+// The mutex itself must say its kind: the attributes it was made with may be gone.
 bool checks_errors(const pthread_mutex_t* mutex) {
     constexpr int kind_mask = 3;
     return (mutex->__data.__kind & kind_mask) == PTHREAD_MUTEX_ERRORCHECK_NP;

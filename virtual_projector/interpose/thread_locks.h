@@ -38,7 +38,7 @@ public:
     int lock_to_write(pthread_rwlock_t* lock);
     int unlock(pthread_rwlock_t* lock);
 
-    // A failure of these is an errno, with the result -1; told here as a negated errno.
+    // A failure of these is an errno, with the result -1; here a negated errno.
     int wait(sem_t* semaphore);
     int timed_wait(sem_t* semaphore, const timespec* until);
     int post(sem_t* semaphore);

@@ -46,7 +46,7 @@ int run_program_main(int argc, char** argv, char** environment) {
 
 }  // namespace
 
-// Where every program begins, behind the constructors of all its libraries: the earliest place at which this
+// Where every program begins, after the constructors of all its libraries: the earliest place at which this
 // one's own are known to have run.
 extern "C" int __libc_start_main(Main main, int argc, char** argv, void (*init)(), void (*fini)(),
                                  void (*loader_fini)(), void* stack_end) {

@@ -121,7 +121,7 @@ struct Session::Parts {
             [this](Microseconds at, const std::string& what) {
                 if (trace) trace->record_event(at, what);
             },
-            // Stands behind the truth of its time, which it does not change.
+            // Stands after the truth of its time, which it does not change.
             [this](Microseconds at, const std::string& what) {
                 if (!trace) return;
                 trace->time_is(clock->now());

@@ -1,4 +1,4 @@
-// The world's truth in the trace: as it changes, at intervals and behind each call that changes lens or
+// The world's truth in the trace: as it changes, at intervals and after each call that changes lens or
 // picture.
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_TRUTH_TRACE_H
@@ -16,7 +16,7 @@ nlohmann::ordered_json json_of(const Truth& truth);
 
 class TruthTrace final : public TraceSink {
 public:
-    /// `truth` tells the truth now. `sink` gets everything and must outlive this.
+    /// `truth` gives the truth now. `sink` gets everything and must outlive this.
     TruthTrace(TraceSink& sink, std::function<Truth()> truth);
 
     void record(const CallRecord& record) override;

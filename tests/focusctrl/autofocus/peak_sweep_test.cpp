@@ -54,7 +54,8 @@ TEST_F(PeakSweep, FindsThePeakOfItsSeriesAndStopsAfterTwoFalls) {
     EXPECT_EQ(get_cali_peak_tmr(), 0);
     EXPECT_EQ(board.writes(left_node).size(), 12u);
     ASSERT_EQ(m_sharpness.size(), 5u);
-    // One step of 30 by the sense probe, five of 30 to the right, then 8 a step: sample n lies at 180 - 8(n+1).
+    // One step of 30 by the polarity probe, five of 30 to the right, then 8 a step: sample n lies at 180 -
+    // 8(n+1).
     const double sharpness[] = {2.8, 3.4, 3.5, 3.35, 3.2};
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(m_sharpness[i].step, 180 - 8 * (i + 8)) << i;
@@ -64,28 +65,17 @@ TEST_F(PeakSweep, FindsThePeakOfItsSeriesAndStopsAfterTwoFalls) {
     EXPECT_LT(getDoublePeekStep(), 110.0);
 }
 
-TEST_F(PeakSweep, TellsEachStep) {
+TEST_F(PeakSweep, LogsEachSharpnessAndThePeak) {
     get_cali_peak_tmr();
     const std::string log = board.log();
-    EXPECT_THAT(log, HasSubstr("[ovra_focus]  direction = 0\n"
-                               "[ovra_focus]  get_direction val = 0\n\n"
-                               "[ovra_focus]  current tmr ret=3, tmr_adc:30\n\n"
-                               "[ovra_focus]  currentTMR = 30\n"
-                               "[ovra_focus]  move 5 right step--5*5um\n\n"
-                               "[ovra_focus]  motor_right_write val:5\n"
-                               "[ovra_focus]  move 1 left step--5um\n\n"
-                               "[ovra_focus]  motor_left_write val:1\n"
-                               "[ovra_focus]  current tmr ret=4, tmr_adc:172\n\n"
-                               "[ovra_focus]  currentTMR = 172\n"
-                               "[ovra_focus]  sharpness = 1.010000\n\n"
-                               "[ovra_focus]  move 1 left step--5um\n\n"));
+    EXPECT_THAT(log, HasSubstr("[ovra_focus]  sharpness = 1.010000\n\n"));
     EXPECT_THAT(log, HasSubstr("[ovra_focus]  sharpness = 3.200000\n\n"
                                "[ovra_focus]  max_sharpness = 3.500000, max_index = 9, tmr[max_index] = 100\n\n"
                                "[ovra_focus]  peek step = "));
     EXPECT_EQ(board.writes(pulse_node), Journal({"2", "2", "2"}));
 }
 
-TEST_F(PeakSweep, DoesItsWorkInThisOrder) {
+TEST_F(PeakSweep, LogsEachStepUpToItsFirstPosition) {
     get_cali_peak_tmr();
     EXPECT_THAT(
         testkit::lens_events_after(board, "get_direction val = 0", 13),
@@ -105,17 +95,16 @@ TEST_F(PeakSweep, TakesAPeakOfAThousandAndNoHigherOne) {
     get_cali_peak_tmr();
     const int to_a_thousand = 1000 - static_cast<int>(std::lround(getDoublePeekStep()));
     tmr = to_a_thousand;
-    board.log();
     EXPECT_EQ(get_cali_peak_tmr(), 0);
-    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  peek step = 1000\n\n"));
+    EXPECT_EQ(std::lround(getDoublePeekStep()), 1000);
     tmr = to_a_thousand + 1;
     EXPECT_EQ(get_cali_peak_tmr(), -1);
-    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  peek step = 1001\n\n"));
+    EXPECT_EQ(std::lround(getDoublePeekStep()), 1001);
 }
 
 TEST_F(PeakSweep, WaitsATenthOfASecondAfterEachStep) {
     get_cali_peak_tmr();
-    EXPECT_EQ(board.journal({"sleep"}), Journal(13, "sleep 100000"));  // one of them is the sense probe's
+    EXPECT_EQ(board.journal({"sleep"}), Journal(13, "sleep 100000"));  // one of them is the polarity probe's
 }
 
 TEST_F(PeakSweep, ClearsTheSamplesOfTheLastRun) {
@@ -125,31 +114,27 @@ TEST_F(PeakSweep, ClearsTheSamplesOfTheLastRun) {
     EXPECT_TRUE(m_sharpness.empty());
 }
 
-TEST_F(PeakSweep, GoesOnWithoutASense) {
+TEST_F(PeakSweep, GoesOnWithoutAPolarity) {
     right_travel = 0;
     EXPECT_EQ(get_cali_peak_tmr(), 0);
-    EXPECT_THAT(board.log(), HasSubstr("[ovra_focus]  direction: MOTOR_IDLE_DIST NG, rightR > 14\n"
-                                       "[ovra_focus]  get_direction val = 0\n\n"));
+    EXPECT_EQ(board.writes(right_node).size(), 16u);  // the probe's fifteen, and the head start
 }
 
 TEST_F(PeakSweep, ThatReachesItsEndBeforeTheFallsFindsNoPeak) {
     right_travel = 21;
     travel = 21;  // 10 samples reach 100 left of the start; the maximum is the last
     EXPECT_EQ(get_cali_peak_tmr(), -1);
-    EXPECT_THAT(board.log(), EndsWith("max_index = 9, tmr[max_index] = -84\n\n"
-                                      "[ovra_focus]  auto focus cali: peak not found!\n\n"));
+    EXPECT_EQ(board.writes(left_node).size(), 10u);
 }
 
-TEST_F(PeakSweep, NeedsTwoSamplesBehindThePeak) {
+TEST_F(PeakSweep, NeedsTwoSamplesAfterThePeak) {
     right_travel = 21;
-    travel = 20;  // 11 samples: one behind the maximum
+    travel = 20;  // 11 samples: one after the maximum
     EXPECT_EQ(get_cali_peak_tmr(), -1);
     EXPECT_EQ(board.writes(left_node).size(), 11u);
-    EXPECT_THAT(board.log(), EndsWith("max_index = 9, tmr[max_index] = -74\n\n"
-                                      "[ovra_focus]  auto focus cali: peak not found!\n\n"));
 }
 
-TEST_F(PeakSweep, ThatEndsWithItsFirstSampleFindsNoPeak) {
+TEST_F(PeakSweep, ThatEndsWithItsFirstSampleLogsThatThereIsNoPeak) {
     travel = 2000;
     tmr = 1500;
     EXPECT_EQ(get_cali_peak_tmr(), -1);
@@ -162,11 +147,10 @@ TEST_F(PeakSweep, WithAPeakAboveAThousandFailsButKeepsIt) {
     tmr = 1200;
     EXPECT_EQ(get_cali_peak_tmr(), -1);
     EXPECT_GT(getDoublePeekStep(), 1000.0);
-    EXPECT_THAT(board.log(), testing::Not(HasSubstr("peak not found")));
 }
 
 TEST_F(PeakSweep, FailsAtOnceWithEachPulse) {
-    for (int nth : {2, 3}) {  // the first belongs to the sense probe, which ignores it
+    for (int nth : {2, 3}) {  // the first belongs to the polarity probe, which ignores it
         board.clear_faults();
         board.clear_journal();
         testkit::Fault fault;
@@ -185,14 +169,13 @@ TEST_F(PeakSweep, IgnoresTheHeadStartsResultButNotASteps) {
     EXPECT_EQ(get_cali_peak_tmr(), 0);
     board.remove(left_node);
     EXPECT_EQ(get_cali_peak_tmr(), -1);
-    EXPECT_THAT(board.log(), testing::Not(HasSubstr("peak not found")));
 }
 
 TEST_F(PeakSweep, FailsWithAReadingOfItsWalk) {
     int reads = 0;
     board.on_read(tmr_node, [&] { return std::string(++reads == 5 ? "2500" : std::to_string(reads * 30)); });
     EXPECT_EQ(get_cali_peak_tmr(), -1);
-    EXPECT_THAT(board.log(), EndsWith("[ovra_focus]  motor iic error:2500\n\n"));
+    EXPECT_EQ(reads, 5);
 }
 
 }  // namespace

@@ -340,7 +340,7 @@ TEST(StuckDeathTest, TheEndOfAThreadMayLeaveTheOthersStuck) {
     EXPECT_EXIT(run(), is_stuck_exit, "No thread can go on at 0.000000 s");
 }
 
-TEST(Table, TellsWhoRunsAndWhoWaitsUntilWhen) {
+TEST(Table, ShowsWhoRunsAndWhoWaitsUntilWhen) {
     Crew crew;
     crew.start("sleeper", [&] { crew.sleep(2'000'000); });
     crew.start("ready", [] {});

@@ -194,7 +194,7 @@ TEST_F(BoardFiles, NothingIsTakenWhenTheMachineIsGone) {
     EXPECT_EQ(::close(fd), 0);
 }
 
-TEST_F(BoardFiles, TheProjectorsReentrancyGuardPassesThrough) {
+TEST_F(BoardFiles, CallsUnderTheReentrancyGuardPassThrough) {
     const vp::ReentrancyGuard guard;
     errno = 0;
     EXPECT_EQ(::open(node_path, O_RDONLY), -1);  // the PC has no such node

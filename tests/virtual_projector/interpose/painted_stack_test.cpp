@@ -35,7 +35,7 @@ TEST(PaintedStack, HasAtLeastTheSizeAskedForAndNoUseBeforeItsEntry) {
     EXPECT_EQ(stack->deepest_use(), 0U);
 }
 
-TEST(PaintedStack, TellsTheDeepestPlaceWrittenTo) {
+TEST(PaintedStack, MeasuresTheDeepestPlaceWrittenTo) {
     auto stack = PaintedStack::map(64 * kib);
     ASSERT_TRUE(stack);
     char* top = static_cast<char*>(stack->base()) + stack->size();
@@ -47,7 +47,7 @@ TEST(PaintedStack, TellsTheDeepestPlaceWrittenTo) {
     EXPECT_EQ(stack->deepest_use(), 4096U);
 }
 
-TEST(PaintedStack, TellsUseBelowThePaintedPart) {
+TEST(PaintedStack, MeasuresUseBelowThePaintedPart) {
     auto stack = PaintedStack::map(1024 * kib);
     ASSERT_TRUE(stack);
     char* top = static_cast<char*>(stack->base()) + stack->size();
@@ -70,7 +70,7 @@ struct ThreadStacks : MachineTest {
     }
 };
 
-TEST_F(ThreadStacks, TellTheirThreadAndItsDeepestUse) {
+TEST_F(ThreadStacks, NameTheirThreadAndItsDeepestUse) {
     const vp::StackUse small = use_of_thread_using(1 * kib);
     const vp::StackUse large = use_of_thread_using(100 * kib);
     EXPECT_EQ(small.thread, 2);
@@ -104,7 +104,7 @@ TEST_F(ThreadStacks, OfTheProgramsOwnMakingAreLeftToIt) {
     pthread_attr_destroy(&attributes);
 }
 
-TEST_F(ThreadStacks, AreToldOfThreadsThatStillRun) {
+TEST_F(ThreadStacks, AreMeasuredForThreadsThatStillRun) {
     pthread_t thread;
     pthread_create(
         &thread, nullptr,

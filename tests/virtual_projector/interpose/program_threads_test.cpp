@@ -253,7 +253,7 @@ void get_stuck() {
     pthread_mutex_lock(&program_threads_test_mutex);
 }
 
-TEST(ProcessEndDeathTest, WithNoThreadToGoOnTellsWhatEachWaitsFor) {
+TEST(ProcessEndDeathTest, PrintsWhatEachThreadWaitsForWhenNoneCanGoOn) {
     EXPECT_EXIT(
         run_on_machine(get_stuck), ended_stuck,
         ::testing::HasSubstr("No thread can go on at 0.000020 s. What each waits for:\n"

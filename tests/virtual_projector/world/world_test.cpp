@@ -56,7 +56,7 @@ TEST_F(WorldTest, TheTmrReadingFollowsTheLensWithALittleNoise) {
     EXPECT_NEAR(world.tmr_reading(), 6 + 36, 4);
 }
 
-TEST_F(WorldTest, TheTmrReadingFollowsItsSense) {
+TEST_F(WorldTest, TheTmrReadingFollowsItsPolarity) {
     set("tmr.noise_sigma", 0);
     set("tmr.polarity", -1);
     set("lens.position_steps", 20);

@@ -6,14 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "tests/stories/storykit/story_run.h"
+#include "virtual_projector/storykit/scratch_folder.h"
+#include "virtual_projector/storykit/story_run.h"
 
 namespace {
 
 using nlohmann::json;
 using storykit::ScratchFolder;
 using storykit::Story;
-using storykit::Told;
+using storykit::StoryResult;
 
 constexpr double at_s = 12;  // focused, and at rest for long enough to have a rest position
 constexpr double start_mm = 1500;
@@ -95,7 +96,7 @@ std::vector<Movement> movements() {
     };
 }
 
-Told run(const Movement& movement, int seed) {
+StoryResult run(const Movement& movement, int seed) {
     const ScratchFolder folder;
     storykit::write_file(folder.file("movement.json"), json{{"events", movement.events}}.dump());
     const double for_s = movement.events.back().value("for_s", 0.0);
@@ -107,11 +108,11 @@ Told run(const Movement& movement, int seed) {
         .run();
 }
 
-bool is_noticed(const Told& told) { return told.times_logged("machine is ") > 0; }
+bool is_noticed(const StoryResult& result) { return result.times_logged("machine is ") > 0; }
 
-bool widths_changed(const Told& told) {
-    for (const vp::TruthAt& truth : told.trace.truths) {
-        const vp::TruthAt& before = told.at(at_s);
+bool widths_changed(const StoryResult& result) {
+    for (const vp::TruthAt& truth : result.trace.truths) {
+        const vp::TruthAt& before = result.at(at_s);
         if (truth.t_us > before.t_us &&
             (truth.top_width != before.top_width || truth.bottom_width != before.bottom_width))
             return true;
@@ -120,10 +121,10 @@ bool widths_changed(const Told& told) {
 }
 
 // The host has asked for one run, and the picture was turned once at the start.
-std::string what_followed(const Told& told) {
-    std::string follows = told.times_said("from now on") > 1 ? "rotation" : "";
-    const bool keystone = widths_changed(told);
-    const bool focus = told.times_logged("run once AKAF") > 1;
+std::string what_followed(const StoryResult& result) {
+    std::string follows = result.times_printed("from now on") > 1 ? "rotation" : "";
+    const bool keystone = widths_changed(result);
+    const bool focus = result.times_logged("run once AKAF") > 1;
     if (keystone || focus) follows += follows.empty() ? "" : ", ";
     if (keystone) follows += focus ? "keystone and " : "keystone";
     if (focus) follows += "focus";
@@ -141,10 +142,10 @@ TEST_P(EverydayMovements, AreNoticedOrNotAsThePageOnIntegrationSays) {
     const Movement& movement = GetParam();
     int noticed = 0;
     for (int seed = 1; seed <= seeds; ++seed) {
-        const Told told = run(movement, seed);
-        EXPECT_EQ(told.exit_code, 0);
-        if (is_noticed(told)) ++noticed;
-        EXPECT_EQ(what_followed(told), is_noticed(told) ? movement.follows : "nothing") << "seed " << seed;
+        const StoryResult result = run(movement, seed);
+        EXPECT_EQ(result.exit_code, 0);
+        if (is_noticed(result)) ++noticed;
+        EXPECT_EQ(what_followed(result), is_noticed(result) ? movement.follows : "nothing") << "seed " << seed;
     }
     EXPECT_EQ(frequency(noticed), movement.noticed);
 

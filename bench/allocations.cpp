@@ -5,7 +5,7 @@
 #include <cstddef>
 
 extern "C" {
-// The C library's own, behind the ones below.
+// The C library's own, which the ones below call.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);

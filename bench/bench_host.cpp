@@ -22,7 +22,7 @@ namespace {
 constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
 constexpr useconds_t poll_us = 100000;
-constexpr int most_polls = 300;
+constexpr int max_polls = 300;
 
 std::int64_t nanoseconds(clockid_t clock) {
     timespec now{};
@@ -55,7 +55,7 @@ bool start_library() {
 }
 
 bool wait_for_refresh() {
-    for (int poll = 0; poll < most_polls && !refreshed; ++poll) usleep(poll_us);
+    for (int poll = 0; poll < max_polls && !refreshed; ++poll) usleep(poll_us);
     return refreshed;
 }
 

@@ -14,7 +14,8 @@ void set_standard_output(Output output);
 // --- Geometry: the time is of one call ------------------------------------------------------------------
 constexpr const char* allocations_counter = "allocations";
 
-/// "tilt" or "pose" (what is asked), "library", "library and line", "OpenCV" or "Eigen" (who is asked).
+/// "tilt" or "pose" (what is asked), "library", "library and line", "OpenCV", "OpenCV matrices" or "Eigen" (who
+/// is asked).
 std::string geometry_benchmark(const std::string& question, const std::string& who);
 void add_geometry_benchmarks();
 
@@ -26,18 +27,20 @@ constexpr const char* pauses_ms = "pauses";
 constexpr const char* frames_ms = "frames";
 constexpr const char* lens_ms = "lens";
 constexpr const char* rest_ms = "rest";
+constexpr const char* floor_ms = "floor";  // one frame of the sensor and the shortest travel
 constexpr const char* processor_percent = "processor";
 constexpr const char* moves = "moves";
-constexpr const char* least_moves = "least moves";
+constexpr const char* min_moves = "min moves";
 constexpr const char* steps = "steps";
-constexpr const char* least_steps = "least steps";
+constexpr const char* min_steps = "min steps";
 constexpr const char* extra_steps = "extra steps";
 constexpr const char* error_tmr = "error";
 constexpr const char* widths_ms = "widths";
 constexpr const char* side_deg = "side";
 
 /// The same distances and starting places; the time is simulated.
-constexpr const char* contrast_benchmark = "contrast search";
+constexpr const char* contrast_scan_benchmark = "contrast scan";
+constexpr const char* contrast_climb_benchmark = "contrast climb";
 void add_run_benchmarks();
 
 // --- The virtual projector and the library at rest: the time is real ---------------------------------------

@@ -87,6 +87,9 @@ inline Offsets offsets_of(const Quad& on_panel, const KeystoneCase& c) {
 /// The same answer through OpenCV's getPerspectiveTransform() and perspectiveTransform().
 Offsets deviation_by_opencv(const KeystoneCase& c);
 
+/// The same answer in closed form: the projection as OpenCV's cv::Matx33d and its inverse.
+Offsets deviation_by_opencv_matrices(const KeystoneCase& c);
+
 /// The same answer through Eigen: the projection as a 3x3 matrix and its inverse.
 Offsets deviation_by_eigen(const KeystoneCase& c);
 

@@ -50,7 +50,7 @@ void print_geometry(std::FILE* out, const Figures& figures, const std::string& q
                     const std::string& title) {
     const std::string library = geometry_benchmark(question, "library");
     std::vector<std::string> all;
-    for (const char* who : {"library", "OpenCV", "Eigen", "library and line"})
+    for (const char* who : {"library", "OpenCV matrices", "Eigen", "OpenCV", "library and line"})
         all.push_back(geometry_benchmark(question, who));
     if (!figures.have(all)) return;
     std::vector<Row> rows = {{"", "time (ns)", "of the library's", "allocations"}};
@@ -61,8 +61,9 @@ void print_geometry(std::FILE* out, const Figures& figures, const std::string& q
                         text("%.0f", figures.counter(name, allocations_counter))});
     };
     add("keystoneDeviation, its line refused", "library");
-    add("the same answer through OpenCV", "OpenCV");
-    add("the same answer through Eigen", "Eigen");
+    add("closed form on cv::Matx33d", "OpenCV matrices");
+    add("closed form on Eigen's matrices", "Eigen");
+    add("OpenCV's general solver", "OpenCV");
     add("keystoneDeviation with its line printed", "library and line");
     print_table(out, title, rows);
 }
@@ -82,11 +83,11 @@ public:
             figures_.counter(benchmark_, counter, worst));
     }
     void add_split() {
-        add_counter("- pauses", "%.0f ms", pauses_ms);
+        add_counter("- stated pauses", "%.0f ms", pauses_ms);
         add_counter("- waits for the sensor's frames", "%.0f ms", frames_ms);
         add_counter("- lens travel", "%.0f ms", lens_ms);
-        add_counter("- everything else, simulated", "%.0f ms", rest_ms);
-        add_counter("everything else, as processor time", "%.2f %%", processor_percent);
+        add_counter("- beyond these three, simulated", "%.0f ms", rest_ms);
+        add_counter("beyond these three, as processor time", "%.2f %%", processor_percent);
     }
     void print(std::FILE* out, const std::string& title) const { print_table(out, title, rows_); }
 
@@ -111,34 +112,33 @@ void print_focus(std::FILE* out, const Figures& figures) {
     RunTable table(figures, focus_benchmark);
     table.add_time("request to refresh");
     table.add_split();
+    table.add_counter("physical floor: one frame, shortest travel", "%.0f ms", floor_ms);
     table.add_counter("lens moves", "%.0f", moves);
-    table.add_counter("lens moves, least possible", "%.0f", least_moves);
+    table.add_counter("lens moves, least possible", "%.0f", min_moves);
     table.add_counter("motor steps", "%.0f", steps);
-    table.add_counter("motor steps, least possible", "%.0f", least_steps);
+    table.add_counter("motor steps, least possible", "%.0f", min_steps);
     table.add_counter("motor steps beyond the least", "%.0f", extra_steps);
     table.add_counter("lens error (TMR units)", "%.1f", error_tmr);
     table.print(out, "Focus run, from 13 places to 12 distances of 0.25 to 3 m (simulated time):");
 }
 
 void print_contrast(std::FILE* out, const Figures& figures) {
-    if (!figures.have({contrast_benchmark, focus_benchmark})) return;
+    if (!figures.have({contrast_scan_benchmark, contrast_climb_benchmark, focus_benchmark})) return;
     const auto row = [&](const char* words, const char* benchmark) {
         return Row{words,
                    text("%.0f ms", figures.time_s(benchmark) * ms_per_s),
                    text("%.0f ms", figures.time_s(benchmark, worst) * ms_per_s),
+                   text("%.2f", figures.time_s(benchmark) / figures.time_s(focus_benchmark)),
                    text("%.1f", figures.counter(benchmark, error_tmr)),
                    text("%.1f", figures.counter(benchmark, error_tmr, worst)),
                    text("%.0f", figures.counter(benchmark, moves)),
                    text("%.0f", figures.counter(benchmark, steps))};
     };
-    const double ratio = figures.time_s(contrast_benchmark) / figures.time_s(focus_benchmark);
-    const double worst_ratio =
-        figures.time_s(contrast_benchmark, worst) / figures.time_s(focus_benchmark, worst);
     print_table(out, "Focus by measured distance against focus by contrast, on the same lens:",
-                {{"", "time", "worst", "error (TMR)", "worst", "moves", "steps"},
+                {{"", "time", "worst", "of the focus run's", "error (TMR)", "worst", "moves", "steps"},
                  row("focus run", focus_benchmark),
-                 row("contrast search", contrast_benchmark),
-                 {"ratio of the times", text("%.1f", ratio), text("%.1f", worst_ratio), "", "", "", ""}});
+                 row("contrast, climb from the present place", contrast_climb_benchmark),
+                 row("contrast, scan from the end stop", contrast_scan_benchmark)});
 }
 
 void print_keystone(std::FILE* out, const Figures& figures, const char* benchmark, int tilt_deg) {

@@ -25,8 +25,11 @@ struct Deviation : ::testing::TestWithParam<KeystoneCase> {
     testkit::ScriptedBoard board;
 };
 
-TEST_P(Deviation, ThroughOpenCVIsTheLibrarys) { expect_near(bench::deviation_by_opencv(GetParam())); }
-TEST_P(Deviation, ThroughEigenIsTheLibrarys) { expect_near(bench::deviation_by_eigen(GetParam())); }
+TEST_P(Deviation, ByOpenCVsSolverEqualsTheLibrarys) { expect_near(bench::deviation_by_opencv(GetParam())); }
+TEST_P(Deviation, ByOpenCVsMatricesEqualsTheLibrarys) {
+    expect_near(bench::deviation_by_opencv_matrices(GetParam()));
+}
+TEST_P(Deviation, ByEigenEqualsTheLibrarys) { expect_near(bench::deviation_by_eigen(GetParam())); }
 
 INSTANTIATE_TEST_SUITE_P(Poses, Deviation,
                          ::testing::Values(KeystoneCase{},                                   // upright

@@ -1,6 +1,6 @@
 // The least that a motor must do to make a picture sharp.
-#ifndef BENCH_LEAST_TRAVEL_H
-#define BENCH_LEAST_TRAVEL_H
+#ifndef BENCH_MIN_TRAVEL_H
+#define BENCH_MIN_TRAVEL_H
 
 #include "virtual_projector/world/settings.h"
 
@@ -12,10 +12,10 @@ struct Travel {
 };
 
 /// The fewest moves and steps that take a lens to within `band_tmr` of the position `target_steps`, or, where
-/// no half step ends in there, as near as a half step can: the idle travel of a reversal and the way, one order
+/// no half step ends in there, as near as a half step can: the backlash of a reversal and the way, one order
 /// of full steps and one of a half step.
-Travel least_travel(const vp::LensSettings& lens, const vp::TmrSettings& tmr, double target_steps,
-                    double band_tmr);
+Travel min_travel(const vp::LensSettings& lens, const vp::TmrSettings& tmr, double target_steps,
+                  double band_tmr);
 
 }  // namespace bench
 

@@ -8,8 +8,8 @@
 #include <functional>
 #include <string>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/clock/thread_scheduler.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/clock/timer_queue.h"
 #include "virtual_projector/clock/turn.h"
 #include "virtual_projector/clock/wait.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

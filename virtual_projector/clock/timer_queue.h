@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

@@ -4,8 +4,8 @@
 
 #include <functional>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/clock/timer_queue.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 
@@ -31,8 +31,8 @@ public:
     virtual Answer read(void* buffer, std::size_t count);          // default: -EINVAL
     virtual Answer write(const void* buffer, std::size_t count);   // default: -EINVAL
     virtual Answer request(std::uint32_t number, void* argument);  // ioctl; default: -ENOTTY
-    /// Bytes of the argument that a request fills or reads. The board's numbers do not say it: two of them encode
-    /// a pointer's size. Default: 0, for a request that the driver does not know.
+    /// Bytes of the argument that a request fills or reads. The board's numbers do not say it: two of them
+    /// encode a pointer's size. Default: 0, for a request that the driver does not know.
     virtual std::size_t request_size(std::uint32_t number) const;
     virtual Answer close();  // default: 0
 };

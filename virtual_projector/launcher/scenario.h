@@ -9,9 +9,9 @@
 #include <variant>
 #include <vector>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/world/hand.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
 
 namespace vp {

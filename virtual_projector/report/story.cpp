@@ -7,9 +7,9 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/report/library_log.h"
 #include "virtual_projector/report/trace_reader.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/picture.h"
 
 namespace vp {

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/vector.h"
 

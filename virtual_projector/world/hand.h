@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/vector.h"
 

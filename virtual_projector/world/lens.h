@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <deque>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/side.h"
 

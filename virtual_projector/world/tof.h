@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "virtual_projector/clock/microseconds.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/tof_optics.h"
 

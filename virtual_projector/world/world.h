@@ -20,10 +20,10 @@
 #include <string_view>
 #include <vector>
 
-#include "virtual_projector/clock/microseconds.h"
 #include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/lens.h"
+#include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/picture.h"
 #include "virtual_projector/world/settings.h"

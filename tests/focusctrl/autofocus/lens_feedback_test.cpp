@@ -114,7 +114,7 @@ TEST(TmrSum, ReachesBothEndsOfTheNumbers) {
 TEST(TmrDifference, KeepsToWhatHasANegative) {
     EXPECT_EQ(tmr_difference(INT_MIN, 0), -INT_MAX);
     EXPECT_EQ(tmr_difference(INT_MIN, INT_MAX), -INT_MAX);
-    EXPECT_EQ(next_target_action(false, tmr_difference(INT_MIN, 0)), LensAction::coarse_left);
+    EXPECT_EQ(words_of(next_target_action(Side::left, tmr_difference(INT_MIN, 0))), "coarse left");
     EXPECT_EQ(coarse_steps(tmr_difference(INT_MIN, 0)), INT_MAX / 18);
 }
 

@@ -23,6 +23,7 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 using testkit::ScriptedBoard;
 
 using Journal = std::vector<std::string>;

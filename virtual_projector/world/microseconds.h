@@ -1,6 +1,6 @@
 // The unit of time everywhere in the virtual projector.
-#ifndef VIRTUAL_PROJECTOR_CLOCK_MICROSECONDS_H
-#define VIRTUAL_PROJECTOR_CLOCK_MICROSECONDS_H
+#ifndef VIRTUAL_PROJECTOR_WORLD_MICROSECONDS_H
+#define VIRTUAL_PROJECTOR_WORLD_MICROSECONDS_H
 
 #include <cstdint>
 

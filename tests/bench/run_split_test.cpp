@@ -9,6 +9,7 @@ namespace {
 using bench::RunSplit;
 using bench::Span;
 using bench::ThreadCall;
+using vp::Side;
 
 ThreadCall sleeps(std::int64_t t_us, std::int64_t length_us) { return {t_us, "sleep", "", length_us}; }
 ThreadCall reads(std::int64_t t_us) { return {t_us, "read", "/sys/class/motor/stop", 0}; }
@@ -74,28 +75,28 @@ TEST(RunSplit, LeavesOutALensThatTravelledBeforeTheRun) {
 }
 
 TEST(LensTravels, LastAsLongAsTheirSteps) {
-    const auto travels = bench::lens_travels({{1000, false, 11, false}}, lens_of_250_steps_a_second());
+    const auto travels = bench::lens_travels({{1000, Side::left, 11, false}}, lens_of_250_steps_a_second());
     ASSERT_EQ(travels.size(), 1U);
     EXPECT_EQ(travels[0].begin_us, 1000);
     EXPECT_EQ(travels[0].end_us, 1000 + 11 * 4000);
 }
 
 TEST(LensTravels, TakeAsLongForHalfSteps) {
-    const auto travels = bench::lens_travels({{0, true, 3, true}}, lens_of_250_steps_a_second());
+    const auto travels = bench::lens_travels({{0, Side::right, 3, true}}, lens_of_250_steps_a_second());
     ASSERT_EQ(travels.size(), 1U);
     EXPECT_EQ(travels[0].end_us, 3 * 4000);
 }
 
 TEST(LensTravels, AreOneWhereAnOrderCameWhileTheMotorTurned) {
-    const auto travels =
-        bench::lens_travels({{0, true, 5, false}, {2000, true, 5, false}}, lens_of_250_steps_a_second());
+    const auto travels = bench::lens_travels({{0, Side::right, 5, false}, {2000, Side::right, 5, false}},
+                                             lens_of_250_steps_a_second());
     ASSERT_EQ(travels.size(), 1U);
     EXPECT_EQ(travels[0].end_us, 10 * 4000);
 }
 
 TEST(LensTravels, AreTwoWithARestBetweenThem) {
-    const auto travels =
-        bench::lens_travels({{0, true, 1, false}, {20000, false, 2, false}}, lens_of_250_steps_a_second());
+    const auto travels = bench::lens_travels({{0, Side::right, 1, false}, {20000, Side::left, 2, false}},
+                                             lens_of_250_steps_a_second());
     ASSERT_EQ(travels.size(), 2U);
     EXPECT_EQ(travels[1].begin_us, 20000);
     EXPECT_EQ(travels[1].end_us, 28000);

@@ -19,7 +19,8 @@ Matrix3d panel_to_wall(const KeystoneCase& c) {
     const Matrix3d turn = (heading * AngleAxisd(-radians(c.v_deg), Vector3d::UnitX()) *
                            AngleAxisd(radians(c.roll_deg), Vector3d::UnitY()))
                               .toRotationMatrix();
-    const double middle = c.width_px / 2;
+    const int middle_px = c.width_px / 2;  // whole, as the library takes it
+    const double middle = middle_px;
     const double throw_px = double{c.ratio} * c.width_px;
     const Vector3d lens = heading * Vector3d(middle, 0, 0) + turn.col(1) * throw_px;
     Matrix3d rays;

@@ -27,7 +27,8 @@ std::vector<cv::Point2f> panel_corners(const KeystoneCase& c) {
 std::vector<cv::Point2f> on_wall(const KeystoneCase& c, const std::vector<cv::Point2f>& corners) {
     const cv::Matx33d turn =
         about_z(radians(c.h_deg)) * about_x(-radians(c.v_deg)) * about_y(radians(c.roll_deg));
-    const double middle = c.width_px / 2;
+    const int middle_px = c.width_px / 2;  // whole, as the library takes it
+    const double middle = middle_px;
     const cv::Vec3d centre = about_z(radians(c.h_deg)) * cv::Vec3d(middle, 0, 0);
     const cv::Vec3d lens = centre + turn * cv::Vec3d(0, double{c.ratio} * c.width_px, 0);
     const double lower = lower_edge(c);
@@ -59,7 +60,8 @@ std::vector<cv::Point2f> points_of(const Quad& quad) {
 cv::Matx33d panel_to_wall(const KeystoneCase& c) {
     const cv::Matx33d heading = about_z(radians(c.h_deg));
     const cv::Matx33d turn = heading * about_x(-radians(c.v_deg)) * about_y(radians(c.roll_deg));
-    const double middle = c.width_px / 2;
+    const int middle_px = c.width_px / 2;  // whole, as the library takes it
+    const double middle = middle_px;
     const double throw_px = double{c.ratio} * c.width_px;
     const cv::Vec3d lens = heading * cv::Vec3d(middle, 0, 0) + turn * cv::Vec3d(0, throw_px, 0);
     const cv::Matx33d rays = turn * cv::Matx33d(1, 0, -middle, 0, 0, -throw_px, 0, 1, lower_edge(c));

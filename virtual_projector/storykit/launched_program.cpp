@@ -11,8 +11,6 @@
 #include <sstream>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace storykit {
 namespace {
 
@@ -38,6 +36,7 @@ int spawn_and_wait(const std::vector<std::string>& command, const ScratchFolder&
     posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, folder.file("out").c_str(), writing, 0600);
     posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, folder.file("err").c_str(), writing, 0600);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     pid_t child = 0;

@@ -277,7 +277,7 @@ TEST(StepsBetween, TruncateTowardsZero) {
     EXPECT_EQ(ovra::steps_between(0, 1), 0);
 }
 
-TEST(IdleSteps, AreFourTenthsOfTheIdleTravelTruncated) {
+TEST(BacklashSteps, AreFourTenthsOfTheBacklashTruncated) {
     EXPECT_EQ(ovra::idle_steps(1), 0);
     EXPECT_EQ(ovra::idle_steps(2), 0);
     EXPECT_EQ(ovra::idle_steps(3), 1);
@@ -285,7 +285,7 @@ TEST(IdleSteps, AreFourTenthsOfTheIdleTravelTruncated) {
     EXPECT_EQ(ovra::idle_steps(14), 5);
 }
 
-TEST(IdleSteps, AreNeverNegative) {
+TEST(BacklashSteps, AreNeverNegative) {
     EXPECT_EQ(ovra::idle_steps(0), 0);
     EXPECT_EQ(ovra::idle_steps(-10), 0);
     EXPECT_EQ(ovra::idle_steps(lowest), 0);

@@ -1,4 +1,4 @@
-// How the run takes the lens from one place to another: coarse move, idle travel, fine loop, and each way in
+// How the run takes the lens from one place to another: coarse move, backlash, fine loop, and each way in
 // which they fail.
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/focusctrl/autofocus/focus_run_bench.h"
+#include "tests/support/focus_run_bench.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ TEST_F(FocusRun, FineTunesALensCalibratedHotAtItsPlace) {
 
 // --- Coarse moves ----------------------------------------------------------------------------------------
 
-TEST_F(FocusRun, MovesLeftWithoutIdleTravelAfterALeftMove) {
+TEST_F(FocusRun, MovesLeftWithoutBacklashAfterALeftMove) {
     lastDirection = 0;
     distance(wall_mm);
     lens_at({"0", "-160"});
@@ -57,7 +57,7 @@ TEST_F(FocusRun, MovesLeftWithoutIdleTravelAfterALeftMove) {
                             pass(-160, wall_tmr) + completed());
 }
 
-TEST_F(FocusRun, MovesRightWithoutIdleTravelAfterARightMove) {
+TEST_F(FocusRun, MovesRightWithoutBacklashAfterARightMove) {
     distance(near_mm);
     lens_at({"-160", "-40"});
     EXPECT_EQ(run(), 0);
@@ -66,7 +66,7 @@ TEST_F(FocusRun, MovesRightWithoutIdleTravelAfterARightMove) {
                             pass(-40, near_tmr) + completed());
 }
 
-TEST_F(FocusRun, TakesUpTheIdleTravelWhenItReversesToTheRight) {
+TEST_F(FocusRun, TakesUpTheBacklashWhenItReversesToTheRight) {
     lastDirection = 0;
     distance(near_mm);
     lens_at({"-160", "-150", "-40"});
@@ -78,7 +78,7 @@ TEST_F(FocusRun, TakesUpTheIdleTravelWhenItReversesToTheRight) {
     EXPECT_EQ(lastDirection, 1);
 }
 
-TEST_F(FocusRun, TakesUpTheIdleTravelWhenItReversesToTheLeft) {
+TEST_F(FocusRun, TakesUpTheBacklashWhenItReversesToTheLeft) {
     distance(wall_mm);
     lens_at({"0", "-10", "-160"});
     EXPECT_EQ(run(), 0);
@@ -89,7 +89,7 @@ TEST_F(FocusRun, TakesUpTheIdleTravelWhenItReversesToTheLeft) {
     EXPECT_EQ(lastDirection, 0);
 }
 
-TEST_F(FocusRun, WritesAnIdleTravelOfNoStep) {
+TEST_F(FocusRun, WritesAnBacklashOfNoStep) {
     for (const int idle : {2, 0, -9}) {
         lastDirection = 1;
         leftIdle = idle;
@@ -285,14 +285,14 @@ TEST_F(FailingRun, WithoutThePulseNodeEndsBeforeTheCoarseMove) {
     EXPECT_EQ(events(), compared() + said("motor_pulse_write(), line:898. open fail!") + failed());
 }
 
-TEST_F(FailingRun, EndsWithAFailedIdleTravel) {
+TEST_F(FailingRun, EndsWithAFailedBacklash) {
     refuse(left_node, 1);
     EXPECT_EQ(run(), -1);
     EXPECT_EQ(events(), compared() + said("pulse <- 2", "move left", "move left idle 2") + refused("left", 2) +
                             reversed("left") + failed());
 }
 
-TEST_F(FailingRun, EndsWithAFailedIdleTravelToTheRight) {
+TEST_F(FailingRun, EndsWithAFailedBacklashToTheRight) {
     lastDirection = 0;
     distance(near_mm);
     lens_at(wall_tmr);
@@ -303,15 +303,15 @@ TEST_F(FailingRun, EndsWithAFailedIdleTravelToTheRight) {
                             reversed("right") + failed());
 }
 
-TEST_F(FailingRun, GoesOnWhenThePositionBehindTheIdleTravelIsUnreadable) {
+TEST_F(FailingRun, GoesOnWhenThePositionAfterTheBacklashIsUnreadable) {
     lens_at({"0", no_reading, "-160"});
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(events_after("\033[42;1mmotor change move to left\033[0m"),
               motor("left", 4) + position(-160) + pass(-160, wall_tmr) + completed());
 }
 
-TEST_F(FailingRun, RemembersThePositionBehindTheIdleTravel) {
-    // From the right of its target the idle travel takes the lens to its left; nothing is read after that, so
+TEST_F(FailingRun, RemembersThePositionAfterTheBacklash) {
+    // From the right of its target the backlash takes the lens to its left; nothing is read after that, so
     // the loop goes rightwards and has overshot at once.
     lens_at({"0", "-300", no_reading, "0"});
     EXPECT_EQ(run(), 0);

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/focusctrl/autofocus/focus_run_bench.h"
+#include "tests/support/focus_run_bench.h"
 #include "tests/support/log_lines.h"
 
 namespace {
@@ -48,7 +48,7 @@ TEST_F(FocusRun, TakesTheLensToTheWall) {
     EXPECT_EQ(lastDirection, 0);
 }
 
-TEST_F(FocusRun, IsToldToTheLetter) {
+TEST_F(FocusRun, PrintsExactlyEachStep) {
     distance(wall_mm);
     lens_at({"0", "10", "10", "-100", "-158"});
     run();
@@ -86,14 +86,14 @@ TEST_F(FocusRun, WorksWithoutAHost) {
 
 // --- Switched off ----------------------------------------------------------------------------------------
 
-TEST_F(FocusRun, WithBothFunctionsOffTellsSoTwice) {
+TEST_F(FocusRun, WithBothFunctionsOffSendsTwoToasts) {
     g_osd_autofocus = 0;
     EXPECT_EQ(run(), -102);
     EXPECT_EQ(events(), switches(0, 0) + toast(10) + said("sleep 1000000") + toast(11));
     EXPECT_EQ(held_calls, (said("toast 10 free", "toast 11 free")));
 }
 
-TEST_F(FocusRun, WithFocusOffEndsBehindTheKeystone) {
+TEST_F(FocusRun, WithFocusOffEndsAfterTheKeystone) {
     g_osd_keystone = 1;
     g_osd_autofocus = 0;
     EXPECT_EQ(run(), -103);
@@ -125,14 +125,14 @@ TEST_F(KeystoneStep, IsMadeBeforeTheFocus) {
     EXPECT_EQ(events_after("VKeystone success"), focused() + keystone_time(0) + focus_time() + closing());
 }
 
-TEST_F(KeystoneStep, IsToldThatItBelongsToAFocusRun) {
+TEST_F(KeystoneStep, KnowsThatItBelongsToAFocusRun) {
     focusAndKeystone = 0;
     leave_it_without_an_angle();
     run();
     EXPECT_EQ(focusAndKeystone, 1);
 }
 
-TEST_F(KeystoneStep, ThatFailsIsToldAtTheEndOfTheFocus) {
+TEST_F(KeystoneStep, ThatFailsSendsItsToastAtTheEndOfTheFocus) {
     make_it_fail();
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(events_after("keystone error: vAngle > 90"),
@@ -140,7 +140,7 @@ TEST_F(KeystoneStep, ThatFailsIsToldAtTheEndOfTheFocus) {
     EXPECT_EQ(held_calls, (said("toast 2 held", "refresh free")));
 }
 
-TEST_F(KeystoneStep, WithoutAnAngleIsToldAtTheEndOfTheFocus) {
+TEST_F(KeystoneStep, WithoutAnAngleSendsItsToastAtTheEndOfTheFocus) {
     leave_it_without_an_angle();
     EXPECT_EQ(run(), 0);
     const Events all = events();
@@ -149,7 +149,7 @@ TEST_F(KeystoneStep, WithoutAnAngleIsToldAtTheEndOfTheFocus) {
     EXPECT_EQ(Events(all.end() - static_cast<std::ptrdiff_t>(end.size()), all.end()), end);
 }
 
-TEST_F(KeystoneStep, ThatFailsIsToldBehindAFailedFocus) {
+TEST_F(KeystoneStep, ThatFailsSendsItsToastAfterAFailedFocus) {
     make_it_fail();
     distance(4000);
     EXPECT_EQ(run(), -101);
@@ -425,7 +425,7 @@ TEST_F(TimesOfTheRun, BelowAMillisecondAreNothing) {
     EXPECT_EQ(events_after(places(wall_place, wall_place, 0)[0]), focus_time(0) + closing());
 }
 
-TEST_F(TimesOfTheRun, AreToldForWhatIsSwitchedOnAtTheEnd) {
+TEST_F(TimesOfTheRun, AreLoggedForWhatIsSwitchedOnAtTheEnd) {
     board.on_read(temperature_node, [] {
         g_osd_keystone = 1;
         g_osd_autofocus = 0;

@@ -1,7 +1,7 @@
 // A board for auto-focus runs: a lens that rests where the test says, and everything a run does as one list
 // of short events.
-#ifndef TESTS_FOCUSCTRL_AUTOFOCUS_FOCUS_RUN_BENCH_H
-#define TESTS_FOCUSCTRL_AUTOFOCUS_FOCUS_RUN_BENCH_H
+#ifndef TESTS_SUPPORT_FOCUS_RUN_BENCH_H
+#define TESTS_SUPPORT_FOCUS_RUN_BENCH_H
 
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -187,7 +187,7 @@ protected:
         return list;
     }
 
-    /// The events behind the first one that reads `event`.
+    /// The events after the first one that reads `event`.
     Events events_after(const std::string& event) {
         const Events all = events();
         const auto found = std::find(all.begin(), all.end(), event);

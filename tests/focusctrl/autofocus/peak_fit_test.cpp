@@ -32,8 +32,8 @@ struct Level {
 };
 
 TEST(SamplesAreFlat, MeasuresEqualSamplesAgainstTheEndsOfThePercentage) {
-    for (const Level& level : {Level{100.4, true}, Level{100.6, false}, Level{50.0, true}, Level{-0.4, true},
-                               Level{-0.6, false}}) {
+    for (const Level& level :
+         {Level{100.4, true}, Level{100.6, false}, Level{50.0, true}, Level{-0.4, true}, Level{-0.6, false}}) {
         const std::vector<stepList_> samples(5, {0, level.sharpness});
         EXPECT_EQ(ovra::samples_are_flat(samples), level.flat) << level.sharpness;
     }

@@ -156,6 +156,14 @@ TEST_F(ReadInt, LooksAtTheFirstFourCharactersOnly) {
     EXPECT_TRUE(board.open_descriptors().empty());
 }
 
+TEST_F(ReadInt, TakesNothingOverFromAnEarlierText) {
+    board.texts(node, {"999", "7"});
+    const int32_t first = read_int(node);
+    const int32_t second = read_int(node);  // at once: the stack still holds what the first call left on it
+    EXPECT_EQ(first, 999);
+    EXPECT_EQ(second, 7);
+}
+
 TEST_F(ReadInt, IsZeroForATextThatIsNoNumberAndForAnEmptyNode) {
     board.texts(node, {"none\n", ""});
     EXPECT_EQ(read_int(node), 0);

@@ -298,7 +298,7 @@ TEST_F(Board, ThreadsRunWhileTheTestSleeps) {
     EXPECT_TRUE(done);
 }
 
-// Threads that never end are left where they wait; the next board starts anew.
+// Threads that never end are left where they wait; the next board starts again.
 TEST_F(Board, AThreadWithoutEndIsLeftBehindQuietly) {
     pthread_t thread;
     const auto body = [](void*) -> void* {
@@ -310,7 +310,7 @@ TEST_F(Board, AThreadWithoutEndIsLeftBehindQuietly) {
     EXPECT_EQ(board.now_us(), 100);
 }
 
-TEST_F(Board, AnotherBoardStartsAnew) {
+TEST_F(Board, AnotherBoardStartsAgain) {
     EXPECT_EQ(board.now_us(), 0);
     ::usleep(100);
     EXPECT_EQ(board.journal(), Entries{"sleep 100"});

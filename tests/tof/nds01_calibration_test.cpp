@@ -13,10 +13,10 @@
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_isp.h"
 #include "ovrafocus/nds01_start.h"
+#include "tests/support/refused_memory.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_nds01.h"
 #include "tests/support/scripted_vendor.h"
-#include "tests/tof/refused_memory.h"
-#include "tests/tof/scripted_nds01.h"
 
 // A calibration that could not be stored keeps its work buffer; that is not for the leak check to tell.
 extern "C" const char* __lsan_default_suppressions() { return "leak:nds01_isp_offset_calibration"; }

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_nds01.h"
 #include "tests/support/scripted_vendor.h"
-#include "tests/tof/scripted_nds01.h"
 
 namespace {
 

@@ -13,10 +13,10 @@
 #include "ovrafocus/nds01_device.h"
 #include "ovrafocus/nds01_start.h"
 #include "platform/nds_isp.h"
+#include "tests/support/refused_memory.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_nds01.h"
 #include "tests/support/scripted_vendor.h"
-#include "tests/tof/refused_memory.h"
-#include "tests/tof/scripted_nds01.h"
 
 namespace {
 
@@ -108,7 +108,7 @@ TEST_F(PlatformTable, SleepsInTensOfMicrosecondsAndInMilliseconds) {
     EXPECT_EQ(board.journal({"sleep"}), (Lines{"sleep 250", "sleep 3000"}));
 }
 
-TEST_F(PlatformTable, TellsTheTimeOfDayInMicroseconds) {
+TEST_F(PlatformTable, ReturnsTheTimeOfDayInMicroseconds) {
     board.set_wall_clock_us(1'700'000'000'123'456);
     const int64_t expected = 1'700'000'000'123'456 + board.now_us();
     int64_t time_us = 0;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/refused_memory.h"
 #include "tests/support/scripted_board.h"
-#include "tests/tof/refused_memory.h"
 
 namespace {
 

@@ -174,6 +174,7 @@ TEST_F(GetCaliData, LeavesEverythingForAnErasedRecord) {
     EXPECT_EQ(table(), expected_table(0));
     EXPECT_EQ(g_limitLeft, -500);
     EXPECT_EQ(g_limitRight, 500);
+    EXPECT_NE(board.log().find("char:" + std::string(150, '\xFF') + "\n"), std::string::npos);
 }
 
 TEST_F(GetCaliData, LeavesEverythingForAnAllZeroRecord) {

@@ -22,8 +22,8 @@
 #include "ovrafocus/projection_geometry.h"
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_nds01.h"
 #include "tests/support/scripted_vendor.h"
-#include "tests/tof/scripted_nds01.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/lifecycle.h"
 #include "ovrafocus/permanent_data.h"
-#include "tests/focusctrl/autofocus/lens_events.h"
+#include "tests/support/lens_events.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 

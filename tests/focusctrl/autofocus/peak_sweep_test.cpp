@@ -10,7 +10,7 @@
 
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/peak_search.h"
-#include "tests/focusctrl/autofocus/lens_events.h"
+#include "tests/support/lens_events.h"
 #include "tests/support/scripted_board.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/lens_position.h"
 #include "ovrafocus/permanent_data.h"
-#include "tests/focusctrl/autofocus/lens_events.h"
+#include "tests/support/lens_events.h"
 #include "tests/support/scripted_board.h"
 #include "tests/support/scripted_vendor.h"
 

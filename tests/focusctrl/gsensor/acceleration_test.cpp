@@ -13,9 +13,9 @@
 #include "ovrafocus/config.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/motion.h"
-#include "tests/focusctrl/gsensor/scripted_gravity.h"
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_gravity.h"
 
 namespace {
 

@@ -157,7 +157,7 @@ TEST_F(SetDeviceDirection, IsSilentBelowLevelFour) {
     EXPECT_EQ(board.log(), "");
 }
 
-TEST_F(SetDeviceDirection, IsWhatIsRequestedAlreadyWhileTheHostIsTold) {
+TEST_F(SetDeviceDirection, IsWhatIsRequestedAlreadyWhileTheHostIsCalled) {
     table.rotation_changed = [](int32_t) {
         current_board->note("host finds " + std::to_string(get_device_direction()));
     };

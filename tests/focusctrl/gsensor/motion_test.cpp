@@ -15,9 +15,9 @@
 #include "ovrafocus/focus_nodes.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/lifecycle.h"
-#include "tests/focusctrl/gsensor/scripted_gravity.h"
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_gravity.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Memory that is refused: malloc() of one exact size fails while a RefusedMemory lives. To be included by one
 // file of a test program only, since it stands in for the C library's malloc in the whole program. The
 // sanitizers bring a malloc of their own; with them memory cannot be refused and such tests are skipped.
-#ifndef TESTS_TOF_REFUSED_MEMORY_H
-#define TESTS_TOF_REFUSED_MEMORY_H
+#ifndef TESTS_SUPPORT_REFUSED_MEMORY_H
+#define TESTS_SUPPORT_REFUSED_MEMORY_H
 
 #include <atomic>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // A board for auto-focus runs: a lens that rests where the test says, and everything a run does as one list
 // of short events.
-#ifndef TESTS_FOCUSCTRL_AUTOFOCUS_FOCUS_RUN_BENCH_H
-#define TESTS_FOCUSCTRL_AUTOFOCUS_FOCUS_RUN_BENCH_H
+#ifndef TESTS_SUPPORT_FOCUS_RUN_BENCH_H
+#define TESTS_SUPPORT_FOCUS_RUN_BENCH_H
 
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -64,9 +64,12 @@ inline Events places(int current, int target, int steps) {
             ", steps = " + number(steps)};
 }
 
-/// A move of the motor as the driver layer tells it, with its write.
-inline Events motor(const std::string& side, int steps) {
-    return {"motor_" + side + "_write val:" + number(steps), side + " <- " + number(steps)};
+/// A move of the motor.
+inline Events motor(const std::string& side, int steps) { return {side + " <- " + number(steps)}; }
+
+/// The same with the line of the driver layer.
+inline Events logged_motor(const std::string& side, int steps) {
+    return Events{"motor_" + side + "_write val:" + number(steps)} + motor(side, steps);
 }
 
 inline Events reversed(const std::string& side) {
@@ -78,11 +81,9 @@ inline Events pass(int tmr, int target) {
     return position(tmr) + Events{"currentTMR = " + number(tmr) + ", targetTMR = " + number(target)};
 }
 
-inline Events single_step(const std::string& side) {
-    return Events{"move 1 " + side, "pulse <- 1"} + motor(side, 1);
-}
+inline Events single_step(const std::string& side) { return Events{"pulse <- 1"} + motor(side, 1); }
 
-inline Events toast(int code) { return {"show_korbet_toast_akaf.call back toast", "toast " + number(code)}; }
+inline Events toast(int code) { return {"toast " + number(code)}; }
 
 inline Events keystone_time(int ms) { return {"\033[46;1movra: keystone time : " + number(ms) + " ms\033[0m"}; }
 
@@ -90,12 +91,13 @@ inline Events focus_time(int ms = 0) {
     return {"\033[46;1movra: auto focus time : " + number(ms) + " ms\033[0m"};
 }
 
-inline Events closing() {
+/// The end of a run.
+inline Events ended() { return {"refresh"}; }
+
+/// The same with its lines.
+inline Events logged_end() {
     return {"auto focus STATE flag : 1", "lv_refresh_callback.call back refresh ui", "refresh"};
 }
-
-/// The end of a run with the keystone switched off.
-inline Events ended() { return focus_time() + closing(); }
 
 /// The whole beginning of such a run, at 45 degrees: up to the first look at the lens.
 inline Events began(int mm) { return switches(0, 1) + measured(mm) + temperature(45); }
@@ -176,9 +178,15 @@ protected:
         return result;
     }
 
-    /// Everything printed and written, slept and called back, in order. Printed lines stand without their
-    /// tag, and the empty lines that many of them leave are left out; writes are "node <- text".
-    Events events() {
+    /// Everything written, slept and called back, in order; writes are "node <- text".
+    Events events() { return acts_of(all_events()); }
+
+    /// The same after the first line that reads `line`.
+    Events events_after(const std::string& line) { return acts_of(all_events_after(line)); }
+
+    /// The same with everything printed. Lines stand without their tag, and the empty lines that many of them
+    /// leave are left out.
+    Events all_events() {
         Events list;
         for (const std::string& entry : board.journal({"print", "write", "sleep", "toast", "refresh"})) {
             const std::string event = shortened(entry);
@@ -187,9 +195,9 @@ protected:
         return list;
     }
 
-    /// The events behind the first one that reads `event`.
-    Events events_after(const std::string& event) {
-        const Events all = events();
+    /// All events after the first one that reads `event`.
+    Events all_events_after(const std::string& event) {
+        const Events all = all_events();
         const auto found = std::find(all.begin(), all.end(), event);
         EXPECT_NE(found, all.end()) << "there is no event: " << event;
         return found == all.end() ? Events{} : Events(found + 1, all.end());
@@ -201,6 +209,16 @@ protected:
     testkit::ScriptedBoard board;
 
 private:
+    static Events acts_of(const Events& all) {
+        Events acts;
+        for (const std::string& event : all) {
+            const bool called = event == "refresh" || event.rfind("toast ", 0) == 0;
+            const bool acted = event.rfind("sleep ", 0) == 0 || event.find(" <- ") != std::string::npos;
+            if (called || acted) acts.push_back(event);
+        }
+        return acts;
+    }
+
     static std::string shortened(const std::string& entry) {
         const std::string tag = "[ovra_focus]  ";
         const std::string print = "print ";

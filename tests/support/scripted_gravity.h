@@ -1,6 +1,6 @@
 // The driver of the gravity sensor, as far as a test needs it.
-#ifndef TESTS_FOCUSCTRL_GSENSOR_SCRIPTED_GRAVITY_H
-#define TESTS_FOCUSCTRL_GSENSOR_SCRIPTED_GRAVITY_H
+#ifndef TESTS_SUPPORT_SCRIPTED_GRAVITY_H
+#define TESTS_SUPPORT_SCRIPTED_GRAVITY_H
 
 #include <algorithm>
 #include <array>

@@ -10,8 +10,8 @@
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/lifecycle.h"
 #include "ovrafocus/motion.h"
-#include "tests/focusctrl/gsensor/scripted_gravity.h"
 #include "tests/support/scripted_board.h"
+#include "tests/support/scripted_gravity.h"
 
 namespace {
 

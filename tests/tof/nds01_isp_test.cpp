@@ -298,6 +298,7 @@ TEST_F(IspInit, SetsTheStartBinOfOlderFirmwareWhileRangingIsStopped) {
                               "write running_state 0", "call isp_set_start_bin", "write running_state 1",
                               "call nx_get_isp_version", "call nx_isp_op_init", "call nx_set_angle_limit",
                               "call nx_set_filter_para"}));
+    EXPECT_EQ(board.log().find("Failed"), std::string::npos);
 }
 
 TEST_F(IspInit, UsesStartBinsOf1To119AsTheyAre) {

@@ -118,6 +118,7 @@ TEST_F(PeakSweep, GoesOnWithoutAPolarity) {
     right_travel = 0;
     EXPECT_EQ(get_cali_peak_tmr(), 0);
     EXPECT_EQ(board.writes(right_node).size(), 16u);  // the probe's fifteen, and the head start
+    EXPECT_THAT(board.log(), HasSubstr("[ovra_focus]  get_direction val = 0\n"));
 }
 
 TEST_F(PeakSweep, ThatReachesItsEndBeforeTheFallsFindsNoPeak) {

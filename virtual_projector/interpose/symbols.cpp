@@ -182,8 +182,8 @@ int usleep(useconds_t length) {
 }
 
 unsigned sleep(unsigned seconds) {
-    const auto result =
-        ask_machine([&](Machine& m) { return std::optional<long>(m.time().sleep(seconds * vp::microseconds_per_second)); });
+    const auto result = ask_machine(
+        [&](Machine& m) { return std::optional<long>(m.time().sleep(seconds * vp::microseconds_per_second)); });
     return result ? 0 : real::sleep(seconds);
 }
 

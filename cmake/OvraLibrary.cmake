@@ -30,12 +30,12 @@ set_target_properties(ovrafocus PROPERTIES LINK_DEPENDS "${PROJECT_SOURCE_DIR}/c
 target_link_libraries(ovrafocus PUBLIC Threads::Threads m)
 
 # The small library is optimised as a whole, without those optimisations that trade code for little time: what is
-# moved out of a loop takes registers, which the function must then save and restore. Points-to analysis of the
-# whole saves reading again what no call can have changed. What is called from everywhere stays outside: on MIPS
-# a call within one unit takes an instruction more. The call graph is for the budget of the stack.
+# moved out of a loop takes registers, which the function must then save and restore. What is called from everywhere
+# stays outside: on MIPS a call within one unit takes an instruction more. The call graph is for the budget of the
+# stack.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set_target_properties(ovrafocus PROPERTIES INTERPROCEDURAL_OPTIMIZATION_MINSIZEREL ON)
-  set(small -fno-expensive-optimizations -fno-move-loop-invariants -fno-tree-loop-im -fipa-pta
+  set(small -fno-expensive-optimizations -fno-move-loop-invariants -fno-tree-loop-im
     -fcallgraph-info=su)
   set(small "$<$<CONFIG:MinSizeRel>:${small}>")
   target_compile_options(ovrafocus PRIVATE "${small}")

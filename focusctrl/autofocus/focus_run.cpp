@@ -10,10 +10,10 @@
 #include "base/mutex_guard.h"
 #include "base/shared_flag.h"
 #include "focusctrl/autofocus/focus_plan.h"
+#include "focusctrl/autofocus/host_interface.h"
 #include "focusctrl/autofocus/lens_units.h"
 #include "ovrafocus/distance.h"
 #include "ovrafocus/focus_nodes.h"
-#include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
 #include "ovrafocus/lens_state.h"
 #include "ovrafocus/requests.h"
@@ -50,8 +50,6 @@ struct Times {
     timeval start;
     timeval keystone_end;
 };
-
-void log_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
 
 // --- The target ------------------------------------------------------------------------------------------
 
@@ -211,7 +209,7 @@ int32_t focus_holding_lens(const Times& times, int32_t keystone_toast) {
     const int32_t result = focus_lens();
     log_times(times);
     if (keystone_toast != ovra::no_toast) show_korbet_toast_akaf(keystone_toast);
-    log_state();
+    ovra::log_focus_state();
     return result;
 }
 
@@ -266,7 +264,7 @@ ovra::KeystoneVerdict keystone_step(const Switches& on, Times& times) {
 //                         times, the keystone step's toast, state, unlock, refresh, return
 int32_t varnel_thread_autofocus(void) {
     const Switches on = {load(g_osd_keystone), load(g_osd_autofocus)};
-    log_state();
+    ovra::log_focus_state();
     log_focus("======= osd : keystone = %d, autofocus = %d, g_focus_temp_adjust = %d =========\n", on.keystone,
               on.autofocus, load(g_focus_temp_adjust));
     Times times = {wall_clock(), wall_clock()};

@@ -1,4 +1,4 @@
-#include "ovrafocus/host_interface.h"
+#include "focusctrl/autofocus/host_interface.h"
 
 #include <cstddef>
 
@@ -44,6 +44,9 @@ int32_t log_name_only(const char* name) {
 }
 
 }  // namespace
+
+void log_focus_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
+
 }  // namespace ovra
 
 int32_t app_callback_init(const app_callback_table* table) {

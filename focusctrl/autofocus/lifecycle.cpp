@@ -9,12 +9,12 @@
 #include "base/shared_flag.h"
 #include "base/thread.h"
 #include "focusctrl/autofocus/config.h"
+#include "focusctrl/autofocus/host_interface.h"
 #include "ovrafocus/acceleration.h"
 #include "ovrafocus/auto_keystone.h"
 #include "ovrafocus/calibration_data.h"
 #include "ovrafocus/display_keystone.h"
 #include "ovrafocus/focus_run.h"
-#include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"
 #include "ovrafocus/lens_state.h"
 #include "ovrafocus/nds01_start.h"
@@ -72,8 +72,6 @@ void apply_lens_calibration(std::int32_t lens_flag) {
 }
 
 void log_thread_start(const char* name) { log_focus_at(trace_level, "%s start", name); }
-
-void log_focus_state() { log_focus("auto focus STATE flag : %d\n", varnel_get_state_autofocus()); }
 
 void refresh_usb_ethernet_when_due() {
     if (++gravity_cycles < usb_ethernet_refresh_cycles) return;

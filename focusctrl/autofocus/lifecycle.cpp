@@ -24,7 +24,6 @@
 #include "platform/board_network.h"
 
 using ovra::load;
-using ovra::load_acquire;
 using ovra::log_bare;
 using ovra::log_focus;
 using ovra::log_focus_at;

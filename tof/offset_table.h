@@ -18,16 +18,15 @@ using OffsetTable = std::array<uint16_t, offset_rows * offset_columns>;
 /// The vendor's table of 6 rows of 20 values, cut into four blocks of 3 rows of 10: upper left, upper
 /// right, lower left, lower right; each block row by row.
 inline OffsetTable repack_offsets(const OffsetTable& generated) {
+    constexpr size_t block_values = offset_block_rows * offset_block_columns;
+    constexpr size_t blocks_abreast = offset_columns / offset_block_columns;
     OffsetTable blocks{};
-    auto next = blocks.begin();
-    for (size_t top = 0; top < offset_rows; top += offset_block_rows) {
-        for (size_t left = 0; left < offset_columns; left += offset_block_columns) {
-            for (size_t row = top; row < top + offset_block_rows; ++row) {
-                for (size_t column = left; column < left + offset_block_columns; ++column) {
-                    *next++ = generated[row * offset_columns + column];
-                }
-            }
-        }
+    for (size_t at = 0; at < blocks.size(); ++at) {
+        const size_t block = at / block_values;
+        const size_t row =
+            block / blocks_abreast * offset_block_rows + at % block_values / offset_block_columns;
+        const size_t column = block % blocks_abreast * offset_block_columns + at % offset_block_columns;
+        blocks[at] = generated[row * offset_columns + column];
     }
     return blocks;
 }

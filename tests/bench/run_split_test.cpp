@@ -7,7 +7,6 @@
 namespace {
 
 using bench::RunSplit;
-using bench::Span;
 using bench::ThreadCall;
 using vp::Side;
 

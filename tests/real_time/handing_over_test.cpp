@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "focusctrl/shared_flag.h"
+#include "base/shared_flag.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/lifecycle.h"
 

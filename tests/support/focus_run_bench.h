@@ -123,9 +123,9 @@ protected:
     FocusRun() {
         current = this;
         reset_library();
-        table.toast = [](std::int32_t code) { current->on_toast(code); };
-        table.refresh_ui = [] { current->on_refresh(); };
-        autofocus_app_callback = &table;
+        table_.toast = [](std::int32_t code) { current->on_toast(code); };
+        table_.refresh_ui = [] { current->on_refresh(); };
+        autofocus_app_callback = &table_;
         for (const auto& node : {pulse_node, left_node, right_node}) board.text(node, "");
         board.text(stop_node, "1");
         celsius(45);
@@ -248,7 +248,7 @@ private:
     }
 
     static inline FocusRun* current = nullptr;
-    app_callback_table table{};
+    app_callback_table table_{};
 };
 
 }  // namespace focusbench

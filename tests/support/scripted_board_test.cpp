@@ -18,7 +18,6 @@
 
 namespace {
 
-using testkit::Fault;
 using testkit::ScriptedBoard;
 using Entries = std::vector<std::string>;
 

@@ -23,7 +23,6 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 using testkit::nds01_attribute;
-using testkit::number_at;
 using testkit::ScriptedBoard;
 using testkit::ScriptedNds01;
 using testkit::tof_tagged;

@@ -19,7 +19,7 @@ OffsetTable numbered() {
 TEST(OffsetTableRepacking, CutsTheTableIntoFourBlocksEachRowByRow) {
     const OffsetTable blocks = ovra::repack_offsets(numbered());
     size_t at = 0;
-    for (const size_t corner : {0, 10, 300, 310}) {
+    for (const size_t corner : {0U, 10U, 300U, 310U}) {
         for (size_t row = 0; row < 3; ++row) {
             for (size_t column = 0; column < 10; ++column) {
                 EXPECT_EQ(blocks[at++], corner + 100 * row + column);

@@ -18,8 +18,6 @@ constexpr int wall_mm = 1000;
 constexpr int wall_place = 4;
 constexpr int wall_tmr = -160;
 constexpr int near_mm = 500;
-constexpr int near_place = 10;
-constexpr int near_tmr = -40;
 
 // A sensor that gives nothing.
 const std::string no_reading;

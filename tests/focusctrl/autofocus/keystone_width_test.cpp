@@ -55,7 +55,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testkit::tagged;
-using testkit::tof_tagged;
 using Entries = std::vector<std::string>;
 
 constexpr int no_focus_run = 0;

@@ -206,8 +206,8 @@ TEST(CalcPeekStep, SurvivesAVertexThatIsNoNumber) {
 
 // The same search written another way: barycentric evaluation, candidates as bit masks.
 double independent_peak(const std::vector<stepList_>& s) {
-    const auto through = [&](int i, int j, int k, double x) {
-        const auto term = [&](int p, int q, int r) {
+    const auto through = [&](std::size_t i, std::size_t j, std::size_t k, double x) {
+        const auto term = [&](std::size_t p, std::size_t q, std::size_t r) {
             const double xp = s[p].step, xq = s[q].step, xr = s[r].step;
             return s[p].sharpness * (x - xq) * (x - xr) / ((xp - xq) * (xp - xr));
         };
@@ -216,11 +216,11 @@ double independent_peak(const std::vector<stepList_>& s) {
     double least = 9999.0;
     double peak = 0;
     bool any = false;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = i + 1; j < 4; ++j) {
-            for (int k = j + 1; k < 5; ++k) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = i + 1; j < 4; ++j) {
+            for (std::size_t k = j + 1; k < 5; ++k) {
                 double error = 0;
-                for (int n = 0; n < static_cast<int>(s.size()); ++n) {
+                for (std::size_t n = 0; n < s.size(); ++n) {
                     if (n != i && n != j && n != k)
                         error += std::abs(s[n].sharpness - through(i, j, k, s[n].step));
                 }

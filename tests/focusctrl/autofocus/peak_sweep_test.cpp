@@ -57,8 +57,8 @@ TEST_F(PeakSweep, FindsThePeakOfItsSeriesAndStopsAfterTwoFalls) {
     // One step of 30 by the polarity probe, five of 30 to the right, then 8 a step: sample n lies at 180 -
     // 8(n+1).
     const double sharpness[] = {2.8, 3.4, 3.5, 3.35, 3.2};
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(m_sharpness[i].step, 180 - 8 * (i + 8)) << i;
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(m_sharpness[i].step, 180 - 8 * (static_cast<int>(i) + 8)) << i;
         EXPECT_EQ(m_sharpness[i].sharpness, sharpness[i]) << i;
     }
     EXPECT_GT(getDoublePeekStep(), 90.0);

@@ -4,7 +4,6 @@
 
 namespace {
 
-using ovra::Axes;
 using ovra::BlockAverage;
 
 TEST(BlockAverage, IsIncompleteUpToTheNinthSample) {

@@ -145,7 +145,9 @@ TEST(ARaceOfTwoPreemptions, ShowsAgainWhenItsScheduleIsPlayed) {
     const ScratchFolder folder;
     const std::string file = folder.file("schedule");
     int seed = 1;
-    const auto recorded = [&] { return std::make_unique<vp::RecordingSchedule>(pct(seed, 3), file); };
+    const auto recorded = [&] {
+        return std::make_unique<vp::RecordingSchedule>(pct(static_cast<std::uint64_t>(seed), 3), file);
+    };
     while (seed <= runs && !goes_wrong(recorded())) ++seed;
     ASSERT_LE(seed, runs);
     for (int again = 0; again < 3; ++again) {

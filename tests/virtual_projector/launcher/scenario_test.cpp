@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/storykit/scratch_folder.h"
@@ -296,6 +298,18 @@ TEST(AMistakeInAScenarioFault, IsARuleThatDoesNothing) {
     EXPECT_EQ(mistake_in_fault(R"("path": "/dev/dis")"),
               "file: $.faults[0]: expected a fault with error, short_count, garbage, stale or delay_ms, found "
               "{\"path\":\"/dev/dis\"}");
+}
+
+TEST(AScenarioFault, MayNameAnErrnoByItsSecondName) {
+    const std::vector<std::pair<std::string, int>> names = {{"EWOULDBLOCK", EWOULDBLOCK},
+                                                            {"EDEADLOCK", EDEADLOCK},
+                                                            {"ENOTSUP", ENOTSUP},
+                                                            {"EOPNOTSUPP", EOPNOTSUPP}};
+    for (const auto& [name, number] : names) {
+        const vp::Scenario scenario =
+            vp::parse_scenario(R"({"faults": [{"error": ")" + name + R"("}]})", "file");
+        EXPECT_EQ(scenario.faults.at(0).effect.error_number, number) << name;
+    }
 }
 
 TEST(AMistakeInAScenarioFault, IsAnOperationOrAnErrorThatThereIsNot) {

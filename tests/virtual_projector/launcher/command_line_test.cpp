@@ -406,4 +406,17 @@ TEST(VirtualProjectorCommand, RunsOnTheWallClockOnRequest) {
     EXPECT_EQ(contents_of(folder.file("summary")).find("switches"), std::string::npos);
 }
 
+TEST(VirtualProjectorCommand, BeginsTheTraceOnTheWallClockWithTheScenariosFirstEvents) {
+    const ScratchFolder folder;
+    write_file(folder.file("scenario"), R"({"events": [{"at_s": 0, "key": 28}, {"at_s": 0, "key": 29}]})");
+    launch_projector({"--real-time", "--scenario", folder.file("scenario"), "--trace", folder.file("trace")},
+                     {odd_program, "exit", "0"});
+    const std::string beginning = R"({"t_us":0,"event":"key 28"})"
+                                  "\n"
+                                  R"({"t_us":0,"event":"key 29"})"
+                                  "\n"
+                                  R"({"t_us":0,"truth")";
+    EXPECT_EQ(contents_of(folder.file("trace")).substr(0, beginning.size()), beginning);
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cinttypes>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -12,11 +13,16 @@ namespace {
 
 constexpr const char* first_line = "virtual-projector schedule 1";
 
-ScheduleStep parse_step(const std::string& line) {
+// Nothing when the line is no step, or one that does not come after the step before it.
+std::optional<ScheduleStep> parse_step(const std::string& line, std::uint64_t step_before) {
     std::istringstream words(line);
     ScheduleStep step;
-    if (!(words >> step.step >> step.thread)) throw std::invalid_argument(line);
+    std::int64_t number = 0;
+    if (!(words >> number >> step.thread) || number <= 0) return std::nullopt;
+    step.step = static_cast<std::uint64_t>(number);
     words >> step.name;
+    std::string more;
+    if (step.step <= step_before || words >> more) return std::nullopt;
     return step;
 }
 
@@ -32,11 +38,12 @@ std::vector<ScheduleStep> read_schedule(const std::string& path) {
         throw std::runtime_error(path + ": expected a schedule, which begins with '" + first_line + "'");
     std::vector<ScheduleStep> steps;
     while (std::getline(file, line)) {
-        try {
-            steps.push_back(parse_step(line));
-        } catch (const std::invalid_argument&) {
-            throw std::runtime_error(path + ": expected a step and a thread's number, found '" + line + "'");
+        const std::optional<ScheduleStep> step = parse_step(line, steps.empty() ? 0 : steps.back().step);
+        if (!step) {
+            throw std::runtime_error(path + ": line " + std::to_string(steps.size() + 2) +
+                                     ": expected a later step, a thread's number and its name");
         }
+        steps.push_back(*step);
     }
     return steps;
 }

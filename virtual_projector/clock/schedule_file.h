@@ -4,8 +4,8 @@
 //     4 2 keystonefocus_thread
 //     9 1 main
 //
-// A step is a point at which two threads or more could run. A line names a step, by its number, and the thread
-// that ran next, by number and name. Steps at which a thread made a call and went on are left out.
+// A step is a point at which two threads or more could run; steps rise. A line names a step, by its number, and
+// the thread that ran next, by number and name. Steps at which a thread made a call and went on are left out.
 #ifndef VIRTUAL_PROJECTOR_CLOCK_SCHEDULE_FILE_H
 #define VIRTUAL_PROJECTOR_CLOCK_SCHEDULE_FILE_H
 

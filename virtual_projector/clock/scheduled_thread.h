@@ -2,17 +2,17 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
 #define VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
-#include "virtual_projector/clock/timer_queue.h"
 #include "virtual_projector/clock/turn.h"
 #include "virtual_projector/clock/wait.h"
 #include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 
-struct ScheduledThread : Sleeper {
+struct ScheduledThread {
     enum class State { ready, running, waiting, finished };
 
     ScheduledThread(const void* its_scheduler, int its_number, std::string its_name)
@@ -25,6 +25,7 @@ struct ScheduledThread : Sleeper {
     std::string name;
     State state = State::ready;
     Turn turn;
+    std::uint64_t wait_number = 0;        // counts its waits: the deadline of one that ended early is void
     Wait reason;                          // of the present wait
     Microseconds since = 0;               // of the present wait
     Microseconds deadline = no_deadline;  // of the present wait

@@ -4,7 +4,11 @@
 #include <tuple>
 #include <utility>
 
+#include "virtual_projector/clock/scheduled_thread.h"
+
 namespace vp {
+
+bool TimerQueue::Entry::is_void() const { return sleeper != nullptr && sleeper->wait_number != wait_number; }
 
 bool TimerQueue::is_later(const Entry& a, const Entry& b) {
     return std::make_tuple(a.time, a.sleeper != nullptr, a.order) >
@@ -31,7 +35,7 @@ void TimerQueue::add_callback(Microseconds time, Callback callback) {
     add({time, orders_++, nullptr, 0, std::make_unique<Callback>(std::move(callback))});
 }
 
-void TimerQueue::add_deadline(Microseconds time, Sleeper& sleeper) {
+void TimerQueue::add_deadline(Microseconds time, ScheduledThread& sleeper) {
     add({time, orders_++, &sleeper, sleeper.wait_number, nullptr});
 }
 

@@ -13,24 +13,21 @@
 
 namespace vp {
 
-/// Who waits with a deadline. Its waits are numbered, so that the deadline of one that ended early is void.
-struct Sleeper {
-    std::uint64_t wait_number = 0;
-};
+struct ScheduledThread;
 
 class TimerQueue {
 public:
     using Callback = std::function<void()>;
 
-    /// What has come due: a sleeper whose deadline it is, or else a callback to run.
+    /// What has come due: a thread whose deadline it is, or else a callback to run.
     struct Due {
-        Sleeper* sleeper = nullptr;
+        ScheduledThread* sleeper = nullptr;
         Callback callback;
     };
 
     void add_callback(Microseconds time, Callback callback);
-    /// The deadline of the sleeper's present wait. The sleeper must outlive the queue.
-    void add_deadline(Microseconds time, Sleeper& sleeper);
+    /// The deadline of the thread's present wait; void when that ends early. The thread must outlive the queue.
+    void add_deadline(Microseconds time, ScheduledThread& sleeper);
 
     /// The time of the first entry, if there is one.
     std::optional<Microseconds> next_time();
@@ -41,11 +38,11 @@ private:
     struct Entry {
         Microseconds time;
         std::uint64_t order;
-        Sleeper* sleeper;  // null: a callback
+        ScheduledThread* sleeper;  // null: a callback
         std::uint64_t wait_number;
         std::unique_ptr<Callback> callback;
 
-        bool is_void() const { return sleeper != nullptr && sleeper->wait_number != wait_number; }
+        bool is_void() const;
     };
 
     static bool is_later(const Entry& a, const Entry& b);

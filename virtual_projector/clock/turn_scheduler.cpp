@@ -22,8 +22,7 @@ std::vector<std::unique_ptr<ScheduledThread>>& abandoned_threads() {
 }  // namespace
 
 TurnScheduler::TurnScheduler(VirtualTime& time, std::unique_ptr<SchedulePolicy> policy, const CallCost& cost)
-    : time_(time), policy_(std::move(policy)), cost_(cost), time_out_([this](Sleeper& sleeper) {
-          auto& thread = static_cast<ScheduledThread&>(sleeper);
+    : time_(time), policy_(std::move(policy)), cost_(cost), time_out_([this](ScheduledThread& thread) {
           leave_waiters(thread);
           make_ready(thread, true);
       }) {}

@@ -12,7 +12,7 @@ namespace vp {
 class VirtualTime {
 public:
     using AdvanceHandler = std::function<void(Microseconds now)>;
-    using TimeOut = std::function<void(Sleeper&)>;
+    using TimeOut = std::function<void(ScheduledThread&)>;
 
     Microseconds now() const { return now_; }
     TimerQueue& timers() { return timers_; }

@@ -6,32 +6,16 @@
 #include "virtual_projector/world/text.h"
 
 namespace vp {
-namespace {
-
-constexpr std::size_t longest_excerpt = 40;
-
-// Of UTF-8: the bytes after a character's first one.
-bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
-
-std::string excerpt(const nlohmann::ordered_json& value) {
-    const std::string text = value.dump();
-    if (text.size() <= longest_excerpt) return text;
-    std::size_t end = longest_excerpt;
-    while (continues_character(text[end])) --end;
-    return text.substr(0, end) + "...";
-}
-
-}  // namespace
 
 void LocatedJson::fail(const std::string& expectation) const {
-    throw LocatedError(place_ + ": expected " + expectation + ", found " + excerpt(value_));
+    throw LocatedError(place_ + ": expected " + expectation + ", found " + excerpt(value_.dump()));
 }
 
 void LocatedJson::allow_members(std::initializer_list<std::string_view> names) const {
     if (!value_.is_object()) fail("an object with " + join(names));
     for (const auto& [name, ignored] : value_.items()) {
         if (std::find(names.begin(), names.end(), name) == names.end()) {
-            throw LocatedError(place_ + "." + name + ": expected one of " + join(names));
+            throw LocatedError(place_ + "." + excerpt(name) + ": expected one of " + join(names));
         }
     }
 }
@@ -47,7 +31,7 @@ std::vector<std::pair<std::string, LocatedJson>> LocatedJson::members() const {
     if (!value_.is_object()) fail("an object");
     std::vector<std::pair<std::string, LocatedJson>> all;
     for (const auto& [name, value] : value_.items()) {
-        all.emplace_back(name, LocatedJson(value, place_ + "[\"" + name + "\"]"));
+        all.emplace_back(name, LocatedJson(value, place_ + "[\"" + excerpt(name) + "\"]"));
     }
     return all;
 }

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -65,14 +66,12 @@ int complain(const std::string& what) {
     return exit_usage;
 }
 
-void describe(CLI::App& app, CommandLine& line) {
-    app.formatter(std::make_shared<Help>());
-    app.description(
-        "Runs PROGRAM, any dynamically linked host program with libovrafocus.so, on a simulated board, lens, "
-        "room\n"
-        "and wall, in virtual time, and returns PROGRAM's exit code (128 and the signal when one ended it, 2 "
-        "when\n"
-        "the command line or the scenario is wrong, 120 when no thread can go on, 127 when it cannot run).\n");
+// A range lets it through: no comparison with it holds.
+std::string refuse_nan(const std::string& number) {
+    return std::isnan(std::strtod(number.c_str(), nullptr)) ? "expected a number, found " + number : "";
+}
+
+void describe_run(CLI::App& app, CommandLine& line) {
     app.add_option("--scenario", line.run.scenario, "what the unit and the room are like, and what happens")
         ->type_name("FILE");
     app.add_option("--seed", line.run.seed,
@@ -86,7 +85,8 @@ void describe(CLI::App& app, CommandLine& line) {
     app.add_option("--trace", line.run.trace, "write what happened, one JSON record a line")->type_name("FILE");
     app.add_option("--trace-detail", line.run.trace_detail,
                    "events; changes: and what changes the board; calls: all")
-        ->transform(CLI::CheckedTransformer(trace_details).description(""))
+        ->transform(CLI::Transformer(trace_details).description(""))
+        ->transform(CLI::IsMember(trace_details).description(""))  // comes before: names only, no numbers
         ->type_name("LEVEL")
         ->default_str("calls");
     app.add_option("--flash", line.run.flash,
@@ -97,20 +97,27 @@ void describe(CLI::App& app, CommandLine& line) {
         ->type_name("FILE");
     app.add_flag("--exact-stacks", line.run.exact_stacks,
                  "leave the virtual projector's own use out of the summary's stacks; slow");
-    app.add_flag("--real-time", line.run.real_time, "run on the wall clock, without the scheduler");
-    app.add_option("--preempt", line.run.preempt, "probability that a thread loses its turn at a call")
+}
+
+void describe_schedule(CLI::App& app, vp::RunOptions& run) {
+    app.add_flag("--real-time", run.real_time, "run on the wall clock, without the scheduler");
+    app.add_option("--preempt", run.preempt, "probability that a thread loses its turn at a call")
         ->check(CLI::Range(0.0, 1.0).description(""))
+        ->check(refuse_nan)
+        ->excludes("--real-time")
         ->type_name("P");
-    app.add_option("--schedule", line.run.schedule,
+    app.add_option("--schedule", run.schedule,
                    "who runs next: random, by the seed; pct:D or pct:D:K, by random priorities that change at "
                    "D-1 of\n"
                    "about K points (10000); FILE, as it was recorded")
         ->excludes("--real-time")
         ->type_name("random|pct:D|FILE");
-    app.add_option("--record-schedule", line.run.record_schedule,
-                   "write down who ran next, for --schedule FILE")
+    app.add_option("--record-schedule", run.record_schedule, "write down who ran next, for --schedule FILE")
         ->excludes("--real-time")
         ->type_name("FILE");
+}
+
+void describe_story(CLI::App& app, CommandLine& line) {
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
     app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
         ->type_name("FILE");
@@ -119,6 +126,19 @@ void describe(CLI::App& app, CommandLine& line) {
            "run PROGRAM, and the virtual projector in it, by this user-mode emulator of another processor: "
            "its command in one argument, such as 'qemu-mipsel -L /usr/mipsel-linux-gnu'")
         ->type_name("COMMAND");
+}
+
+void describe(CLI::App& app, CommandLine& line) {
+    app.formatter(std::make_shared<Help>());
+    app.description(
+        "Runs PROGRAM, any dynamically linked host program with libovrafocus.so, on a simulated board, lens, "
+        "room\n"
+        "and wall, in virtual time, and returns PROGRAM's exit code (128 and the signal when one ended it, 2 "
+        "when\n"
+        "the command line or the scenario is wrong, 120 when no thread can go on, 127 when it cannot run).\n");
+    describe_run(app, line);
+    describe_schedule(app, line.run);
+    describe_story(app, line);
     app.footer(std::string(vp::scenario_format()) + "\nParameters (name, default and unit, range, meaning):\n" +
                vp::describe_parameters());
 }
@@ -171,15 +191,26 @@ std::vector<std::string> words_of(const std::string& command) {
     return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
+// The recording stands beside the file during the run, and takes its place at the end.
+std::string check_recording(const vp::RunOptions& run) {
+    const std::string& path = run.record_schedule;
+    if (path.empty()) return "";
+    const std::string partial = vp::partial_schedule(path);
+    std::error_code none;
+    if (std::filesystem::exists(path, none) && !std::filesystem::is_regular_file(path, none))
+        return "--record-schedule " + path + ": expected a file to write, found something else";
+    if (std::filesystem::equivalent(partial, run.schedule, none))
+        return "--record-schedule " + path + ": would write over " + partial + ", which --schedule plays";
+    return check_writable("--record-schedule", partial);
+}
+
 std::string check_schedule(const vp::RunOptions& run) {
     try {
         (void)vp::make_schedule(run.schedule, 0, run.preempt);
     } catch (const std::runtime_error& mistake) {
         return std::string("--schedule: ") + mistake.what();
     }
-    return run.record_schedule.empty()
-               ? ""
-               : check_writable("--record-schedule", vp::partial_schedule(run.record_schedule));
+    return check_recording(run);
 }
 
 // Everything that can be wrong is found before the program starts.

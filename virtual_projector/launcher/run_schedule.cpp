@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/run_schedule.h"
 
+#include <filesystem>
 #include <regex>
 #include <stdexcept>
 
@@ -33,6 +34,10 @@ std::unique_ptr<SchedulePolicy> make_schedule(const std::string& choice, std::ui
     if (choice == "random") return std::make_unique<RandomSchedule>(seed, preempt);
     if (preempt > 0) throw std::runtime_error("--preempt goes with the random schedule only");
     if (choice.rfind(pct_prefix, 0) == 0) return std::make_unique<PctSchedule>(seed, pct_options(choice));
+    std::error_code none;
+    if (!std::filesystem::exists(choice, none)) {
+        throw std::runtime_error("expected random, pct:D, pct:D:K or a file, found no file '" + choice + "'");
+    }
     return std::make_unique<PlayedSchedule>(choice);
 }
 

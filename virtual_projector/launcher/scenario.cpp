@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/scenario.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -17,13 +18,24 @@ namespace {
 constexpr double longest_s = 10.0 * 24 * 3600;
 constexpr std::int64_t any_seed = std::numeric_limits<std::int64_t>::max();
 
-// The C library's name of each number; some numbers of a range have none.
+// The C library's name of each number is one; these are the second ones.
+constexpr std::array<std::pair<std::string_view, int>, 4> errno_aliases = {{
+    {"EWOULDBLOCK", EWOULDBLOCK},
+    {"EDEADLOCK", EDEADLOCK},
+    {"ENOTSUP", ENOTSUP},
+    {"EOPNOTSUPP", EOPNOTSUPP},
+}};
+
+// Some numbers of the range have no name.
 int read_errno(const LocatedJson& json) {
     constexpr int max_errno = 4095;  // as many as a Linux system call can return
     const std::string name = json.text();
     for (int number = 1; number <= max_errno; ++number) {
         const char* const known = ::strerrorname_np(number);
         if (known != nullptr && name == known) return number;
+    }
+    for (const auto& [alias, number] : errno_aliases) {
+        if (name == alias) return number;
     }
     json.fail("the name of an errno, as EIO");
 }

@@ -110,11 +110,7 @@ struct Session::Parts {
         return effect;
     }
 
-    void connect_time() {
-        clock->on_advance([this](Microseconds now) {
-            if (trace) trace->time_is(now);
-            summary->time_is(now);
-        });
+    void schedule_events() {
         EventTargets targets{
             [this](Microseconds at, std::function<void()> event) { clock->at(at, std::move(event)); },
             [this](const std::function<void(World&)>& change) { board.with_world(change); }, faults,
@@ -128,6 +124,13 @@ struct Session::Parts {
                 trace->record_event(at, what);
             }};
         schedule(scenario, std::move(targets));
+    }
+
+    void follow_time() {
+        clock->on_advance([this](Microseconds now) {
+            if (trace) trace->time_is(now);
+            summary->time_is(now);
+        });
     }
 
     RunOptions options;
@@ -149,10 +152,12 @@ Session::Session(const RunOptions& options) {
     parts_ = std::make_unique<Parts>(options);
     parts_->connect_board();
     {
-        // On the wall clock the scenario's first events happen on a thread of the clock's own.
+        // On the wall clock the scenario's first events happen on a thread of the clock's own, and time goes by
+        // meanwhile: what follows it comes last, so that the trace begins with what is so at the start.
         const WorldLock lock(*parts_->clock);
-        parts_->connect_time();
+        parts_->schedule_events();
         if (parts_->trace) parts_->trace->record_now(0);
+        parts_->follow_time();
     }
     parts_->machine->install();
 }

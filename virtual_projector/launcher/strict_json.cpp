@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
+#include "virtual_projector/world/text.h"
 
 namespace vp {
 namespace {
@@ -16,8 +17,11 @@ using Json = nlohmann::ordered_json;
 // Far deeper than any scenario. What looks at a document later may call itself for each level.
 constexpr std::size_t max_levels = 32;
 
+// The line of a byte, which is counted from 1. A line's end is part of it: a text that is not closed stops
+// there.
 std::string line_of(const std::string& text, std::size_t byte) {
-    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
+    const std::size_t before = byte > 0 ? byte - 1 : 0;
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(before, text.size()));
     return std::to_string(1 + std::count(text.begin(), end, '\n'));
 }
 
@@ -64,7 +68,8 @@ private:
         std::string place() const {
             if (is_list) return "[" + std::to_string(values) + "]";
             if (names.empty()) return "";
-            return member.find('.') == std::string::npos ? "." + member : "[\"" + member + "\"]";
+            const bool is_plain = !member.empty() && member.find('.') == std::string::npos;
+            return is_plain ? "." + excerpt(member) : "[\"" + excerpt(member) + "\"]";
         }
     };
 

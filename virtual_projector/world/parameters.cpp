@@ -194,7 +194,7 @@ std::string unknown_parameter(std::string_view name) {
     for (const auto& [old_name, new_name] : renamed) {
         if (name == old_name) return std::string(old_name) + " is called " + std::string(new_name) + " now";
     }
-    std::string text = "unknown parameter '" + std::string(name) + "'";
+    std::string text = "unknown parameter '" + excerpt(name) + "'";
     const std::size_t dot = name.find('.');
     std::vector<std::string_view> known;
     for (const Parameter& parameter : table) {

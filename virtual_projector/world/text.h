@@ -1,4 +1,4 @@
-// Numbers and lists as they stand in messages.
+// Numbers, names and lists as they stand in messages.
 #ifndef VIRTUAL_PROJECTOR_WORLD_TEXT_H
 #define VIRTUAL_PROJECTOR_WORLD_TEXT_H
 
@@ -10,6 +10,9 @@ namespace vp {
 
 /// With up to ten digits: every bound of a parameter is shown in full.
 std::string number_text(double value);
+
+/// The beginning of what somebody wrote, about 40 bytes in whole characters of UTF-8, on one line.
+std::string excerpt(std::string_view text);
 
 /// "a, b, c"
 std::string join(const std::vector<std::string_view>& names);

@@ -256,8 +256,12 @@ TEST_F(PlayedScheduleTest, SaysWhenTheRunEndedBeforeTheSchedule) {
 
 TEST_F(PlayedScheduleTest, RefusesAFileThatIsNone) {
     EXPECT_EQ(refusal(""), file + ": expected a schedule, which begins with 'virtual-projector schedule 1'");
-    EXPECT_EQ(refusal("virtual-projector schedule 1\n1 2 worker\nthen 3\n"),
-              file + ": expected a step and a thread's number, found 'then 3'");
+    for (const std::string line :
+         {"then 3", "2", "0 2 worker", "-2 2 worker", "1 2 worker", "2 2 worker 3", ""}) {
+        EXPECT_EQ(refusal("virtual-projector schedule 1\n1 2 worker\n" + line + "\n"),
+                  file + ": line 3: expected a later step, a thread's number and its name")
+            << line;
+    }
     EXPECT_THROW(PlayedSchedule(folder.file("missing")), std::runtime_error);
     EXPECT_THROW(RecordingSchedule(seeded(1), folder.file("no/folder")), std::runtime_error);
 }

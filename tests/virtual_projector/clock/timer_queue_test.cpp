@@ -4,14 +4,16 @@
 
 #include <string>
 
+#include "virtual_projector/clock/scheduled_thread.h"
+
 namespace {
 
-using vp::Sleeper;
+using vp::ScheduledThread;
 using vp::TimerQueue;
 
 struct TimerQueueTest : ::testing::Test {
     TimerQueue queue;
-    Sleeper sleepers[2];
+    ScheduledThread sleepers[2] = {{nullptr, 1, "first"}, {nullptr, 2, "second"}};
     std::string order;
 
     void add_callback(vp::Microseconds time, char name) {

@@ -2,6 +2,7 @@
 #include <elf.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -199,6 +200,9 @@ TEST(VirtualProjectorCommand, RefusesAProbabilityOutOfItsRange) {
         expect_mistake({"--preempt", probability},
                        "--preempt: Value " + probability + " not in range 0.000000 to 1.000000 (see --help)");
     }
+    for (const std::string none : {"nan", "-NaN"}) {
+        expect_mistake({"--preempt", none}, "--preempt: expected a number, found " + none + " (see --help)");
+    }
 }
 
 TEST(VirtualProjectorCommand, RefusesAScheduleThatIsNone) {
@@ -210,7 +214,11 @@ TEST(VirtualProjectorCommand, RefusesAScheduleThatIsNone) {
                 "'");
     }
     const std::string file = folder.file("schedule");
-    expect_mistake({"--schedule", file}, "--schedule: " + file + ": No such file or directory");
+    for (const std::string& missing : {file, std::string("RANDOM"), std::string()}) {
+        expect_mistake(
+            {"--schedule", missing},
+            "--schedule: expected random, pct:D, pct:D:K or a file, found no file '" + missing + "'");
+    }
     write_file(file, "1 2 worker\n");
     expect_mistake(
         {"--schedule", file},
@@ -221,16 +229,42 @@ TEST(VirtualProjectorCommand, RefusesAScheduleThatIsNone) {
                    "--record-schedule /no/folder/f.part: cannot write it: No such file or directory");
 }
 
+// The recording takes the place of what has its name.
+TEST(VirtualProjectorCommand, RecordsAScheduleOnlyWhereAFileMayStand) {
+    const ScratchFolder folder;
+    const std::string place = folder.file("schedule");
+    ASSERT_EQ(mkdir(place.c_str(), 0700), 0);
+    expect_mistake({"--record-schedule", place},
+                   "--record-schedule " + place + ": expected a file to write, found something else");
+    ASSERT_EQ(rmdir(place.c_str()), 0);
+    ASSERT_EQ(mkfifo(place.c_str(), 0600), 0);
+    expect_mistake({"--record-schedule", place},
+                   "--record-schedule " + place + ": expected a file to write, found something else");
+    EXPECT_NE(access((place + ".part").c_str(), F_OK), 0);
+}
+
+TEST(VirtualProjectorCommand, DoesNotRecordOverTheScheduleThatItPlays) {
+    const ScratchFolder folder;
+    const std::string part = folder.file("schedule.part");
+    write_file(part, "virtual-projector schedule 1\n");
+    expect_mistake({"--schedule", part, "--record-schedule", folder.file("schedule")},
+                   "--record-schedule " + folder.file("schedule") + ": would write over " + part +
+                       ", which --schedule plays");
+    EXPECT_EQ(contents_of(part), "virtual-projector schedule 1\n");
+}
+
 TEST(VirtualProjectorCommand, RefusesAScheduleOnTheWallClock) {
     expect_mistake({"--real-time", "--schedule", "pct:3"}, "--real-time excludes --schedule (see --help)");
     expect_mistake({"--real-time", "--record-schedule", "f"},
                    "--real-time excludes --record-schedule (see --help)");
+    expect_mistake({"--real-time", "--preempt", "0.1"}, "--real-time excludes --preempt (see --help)");
 }
 
 TEST(VirtualProjectorCommand, RefusesATraceDetailThatItDoesNotKnow) {
-    expect_mistake({"--trace-detail", "all"},
-                   "--trace-detail: Check all value in {events->0,changes->1,calls->2} OR {0,1,2} FAILED "
-                   "(see --help)");
+    for (const std::string level : {"all", "0", "2", ""}) {
+        expect_mistake({"--trace-detail", level},
+                       "--trace-detail: " + level + " not in {events,changes,calls} (see --help)");
+    }
 }
 
 TEST(VirtualProjectorCommand, RefusesASettingThatIsNone) {
@@ -404,6 +438,19 @@ TEST(VirtualProjectorCommand, RunsOnTheWallClockOnRequest) {
                                                {odd_program, "node", "/sys/class/motor/stop"});
     EXPECT_EQ(finished.words, "1\n");
     EXPECT_EQ(contents_of(folder.file("summary")).find("switches"), std::string::npos);
+}
+
+TEST(VirtualProjectorCommand, BeginsTheTraceOnTheWallClockWithTheScenariosFirstEvents) {
+    const ScratchFolder folder;
+    write_file(folder.file("scenario"), R"({"events": [{"at_s": 0, "key": 28}, {"at_s": 0, "key": 29}]})");
+    launch_projector({"--real-time", "--scenario", folder.file("scenario"), "--trace", folder.file("trace")},
+                     {odd_program, "exit", "0"});
+    const std::string beginning = R"({"t_us":0,"event":"key 28"})"
+                                  "\n"
+                                  R"({"t_us":0,"event":"key 29"})"
+                                  "\n"
+                                  R"({"t_us":0,"truth")";
+    EXPECT_EQ(contents_of(folder.file("trace")).substr(0, beginning.size()), beginning);
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/storykit/scratch_folder.h"
@@ -134,6 +136,8 @@ TEST(AScenarioFault, HasARuleAndItsEffect) {
 TEST(AMistakeInAScenario, ThatIsNoJsonNamesItsLine) {
     EXPECT_EQ(mistake_in("{\n\"story\": \"x\",\n}"), "file: $: expected JSON, found a mistake in line 3");
     EXPECT_EQ(mistake_in(""), "file: $: expected JSON, found a mistake in line 1");
+    EXPECT_EQ(mistake_in("{\n\"story\": \"not closed,\n\"seed\": 1\n}"),
+              "file: $: expected JSON, found a mistake in line 2");
 }
 
 TEST(AMistakeInAScenario, IsAnythingButAnObject) {
@@ -168,6 +172,18 @@ TEST(AMistakeInAScenario, IsShownInWholeCharacters) {
     for (int i = 0; i < 30; ++i) many += umlaut;
     const std::string mistake = mistake_in(R"({"events": ")" + many + R"("})");
     EXPECT_EQ(mistake, "file: $.events: expected a list, found \"" + many.substr(0, 38) + "...");
+}
+
+TEST(AMistakeInAScenario, IsShownOnOneLineWhateverAMemberIsCalled) {
+    EXPECT_EQ(mistake_in(R"({"a\nb": 1})"),
+              "file: $.a?b: expected one of story, seed, unit_seed, set, faults, events");
+    EXPECT_EQ(mistake_in(R"({"a\nb": 1, "a\nb": 2})"), "file: $.a?b: expected once, found again");
+    EXPECT_EQ(mistake_in(R"({"": 1, "": 2})"), "file: $[\"\"]: expected once, found again");
+    EXPECT_EQ(
+        mistake_in("{\"" + std::string(1000, 'x') + "\": 1}"),
+        "file: $." + std::string(40, 'x') + "...: expected one of story, seed, unit_seed, set, faults, events");
+    const std::string parameter = "file: $.set[\"?\"]: unknown parameter '?'; the areas are";
+    EXPECT_EQ(mistake_in(R"({"set": {"\n": 1}})").substr(0, parameter.size()), parameter);
 }
 
 TEST(AMistakeInAScenario, IsAMemberThatStandsTwice) {
@@ -296,6 +312,18 @@ TEST(AMistakeInAScenarioFault, IsARuleThatDoesNothing) {
     EXPECT_EQ(mistake_in_fault(R"("path": "/dev/dis")"),
               "file: $.faults[0]: expected a fault with error, short_count, garbage, stale or delay_ms, found "
               "{\"path\":\"/dev/dis\"}");
+}
+
+TEST(AScenarioFault, MayNameAnErrnoByItsSecondName) {
+    const std::vector<std::pair<std::string, int>> names = {{"EWOULDBLOCK", EWOULDBLOCK},
+                                                            {"EDEADLOCK", EDEADLOCK},
+                                                            {"ENOTSUP", ENOTSUP},
+                                                            {"EOPNOTSUPP", EOPNOTSUPP}};
+    for (const auto& [name, number] : names) {
+        const vp::Scenario scenario =
+            vp::parse_scenario(R"({"faults": [{"error": ")" + name + R"("}]})", "file");
+        EXPECT_EQ(scenario.faults.at(0).effect.error_number, number) << name;
+    }
 }
 
 TEST(AMistakeInAScenarioFault, IsAnOperationOrAnErrorThatThereIsNot) {

@@ -28,4 +28,13 @@ TEST(AListOfNames, HasACommaAndABlankBetweenThem) {
 }
 
 }  // namespace
+TEST(AnExcerpt, IsTheBeginningOnOneLineInWholeCharacters) {
+    EXPECT_EQ(vp::excerpt(""), "");
+    EXPECT_EQ(vp::excerpt("a\nb\x7F\tc"), "a?b??c");
+    EXPECT_EQ(vp::excerpt(std::string(40, 'x')), std::string(40, 'x'));
+    EXPECT_EQ(vp::excerpt(std::string(41, 'x')), std::string(40, 'x') + "...");
+    EXPECT_EQ(vp::excerpt(std::string(39, 'x') + "\xC3\xA4 and more"), std::string(39, 'x') + "...");
+    EXPECT_EQ(vp::excerpt(std::string(100, '\x80')), "...");
+}
+
 }  // namespace vp

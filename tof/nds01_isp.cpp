@@ -87,7 +87,8 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
-/// The table of functions, each by the type that the vendor calls it by. A constant, so that no code fills it.
+/// The table of functions, each by the type that the vendor calls it by. Laid out by the linker, so that no code
+/// fills it; not a constant, because the vendor may keep something of its own in the empty slot.
 struct PlatformTable {
     nds_register8_transfer* write_register8 = platform_i2c_write;
     nds_register8_transfer* read_register8 = platform_i2c_read;
@@ -122,7 +123,7 @@ static_assert(slot(offsetof(PlatformTable, user_calibration_init)) == NDS_USER_C
 static_assert(slot(offsetof(PlatformTable, set_config)) == NDS_SET_CONFIG, "as the vendor reads it");
 static_assert(slot(offsetof(PlatformTable, generate_data)) == NDS_GENERATE_DATA, "as the vendor reads it");
 
-constexpr PlatformTable platform_table;
+PlatformTable platform_table;
 
 // --- Initialisation ---------------------------------------------------------------------------------
 // Statuses are OR-ed: a negative one makes the whole negative, positive ones only add bits.

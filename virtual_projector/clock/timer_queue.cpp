@@ -32,7 +32,9 @@ void TimerQueue::drop_void_entries() {
 }
 
 void TimerQueue::add_callback(Microseconds time, Callback callback) {
-    add({time, orders_++, nullptr, 0, std::make_unique<Callback>(std::move(callback))});
+    Entry entry{time, orders_++, nullptr, 0, nullptr};
+    entry.callback = std::make_unique<Callback>(std::move(callback));
+    add(std::move(entry));
 }
 
 void TimerQueue::add_deadline(Microseconds time, ScheduledThread& sleeper) {

@@ -113,7 +113,8 @@ void AttributeFolder::add(const std::string& name, Show show, Store store) {
     nodes_.add(path_ + name, make_attribute(board_, present_, std::move(show), std::move(store)));
 }
 
-void AttributeFolder::add_setting(const std::string& name, long min, long max, std::shared_ptr<long> value) {
+void AttributeFolder::add_setting(const std::string& name, long min, long max,
+                                  const std::shared_ptr<long>& value) {
     add(name, show_number([value](World&) { return *value; }),
         store_number(min, max, [value](World&, long taken) {
             *value = taken;

@@ -52,7 +52,7 @@ public:
     void add(const std::string& name, Show show, Store store = {});
 
     /// A number within a range that is kept in `value`, shown and otherwise without effect.
-    void add_setting(const std::string& name, long min, long max, std::shared_ptr<long> value);
+    void add_setting(const std::string& name, long min, long max, const std::shared_ptr<long>& value);
 
 private:
     Board& board_;

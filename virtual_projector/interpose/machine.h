@@ -30,7 +30,7 @@ public:
     void uninstall();
 
     /// The machine that a call of this thread is for; null when the C library is to answer: no machine, a
-    /// thread that is none of the program's, or the virtual projector's own work.
+    /// thread that is none of the program's, or the virtual projector itself, inside a guard.
     static Machine* active();
 
     BoardFiles& files() { return files_; }

@@ -11,7 +11,6 @@ namespace {
 
 using vp::Microseconds;
 using vp::microseconds;
-using vp::Scenario;
 using vp::World;
 
 std::string words(const std::string& members) {
@@ -106,9 +105,11 @@ TEST_F(ScenarioEventsTest, TwoHundredThousandEventsAllHappenInTheirOrder) {
     ASSERT_EQ(events.size(), static_cast<std::size_t>(count));
     go_on_to(count);
     ASSERT_EQ(world.keys().size(), static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        ASSERT_EQ(world.keys()[i].code, i % 1000);
-        ASSERT_EQ(world.keys()[i].time, (1 + i / 1000) * vp::microseconds_per_second);
+    int i = 0;
+    for (const vp::KeyEvent& key : world.keys()) {
+        ASSERT_EQ(key.code, i % 1000);
+        ASSERT_EQ(key.time, (1 + i / 1000) * vp::microseconds_per_second);
+        ++i;
     }
 }
 

@@ -10,9 +10,9 @@
 #include "base/mutex_guard.h"
 #include "base/whole_number.h"
 #include "focusctrl/gsensor/block_average.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/gravity_sensor.h"
 #include "focusctrl/gsensor/gravity_state.h"
-#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/motion.h"
 
 namespace ovra {

@@ -5,9 +5,9 @@
 
 #include "base/log.h"
 #include "base/shared_flag.h"
+#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/gravity_state.h"
 #include "focusctrl/gsensor/keystone_step.h"
-#include "focusctrl/gsensor/gravity_log.h"
 #include "focusctrl/gsensor/motion.h"
 #include "ovrafocus/host_interface.h"
 #include "ovrafocus/keystone_width.h"

@@ -26,7 +26,7 @@ TEST(NumberList, HoldsWhatStandsBetweenTheSeparators) {
 
 TEST(NumberList, EndsAtItsCapacity) { EXPECT_EQ(parsed("1,2,3,4,5").size(), 4U); }
 
-TEST(NumberList, LeavesTheValuesBehindTheLastNumberAlone) {
+TEST(NumberList, LeavesTheValuesAfterTheLastNumberAlone) {
     std::int32_t numbers[3] = {untouched, untouched, untouched};
     EXPECT_EQ(parse_numbers("5,x", ',', numbers, 3), 1);
     EXPECT_EQ(numbers[0], 5);

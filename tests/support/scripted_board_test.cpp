@@ -134,7 +134,7 @@ TEST_F(Board, ARemovedNodeIsMissing) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(Board, TellsWhatIsOpen) {
+TEST_F(Board, NamesWhatIsOpen) {
     board.text(node, "1");
     board.text("/dev/dis", "");
     const int first = ::open(node, O_RDONLY);
@@ -298,8 +298,8 @@ TEST_F(Board, ThreadsRunWhileTheTestSleeps) {
     EXPECT_TRUE(done);
 }
 
-// Threads that never end are left where they wait; the next board starts anew.
-TEST_F(Board, AThreadWithoutEndIsLeftBehindQuietly) {
+// Threads that never end are left where they wait; the next board starts afresh.
+TEST_F(Board, AThreadWithoutEndIsLeftQuietly) {
     pthread_t thread;
     const auto body = [](void*) -> void* {
         for (;;) ::usleep(10);
@@ -310,7 +310,7 @@ TEST_F(Board, AThreadWithoutEndIsLeftBehindQuietly) {
     EXPECT_EQ(board.now_us(), 100);
 }
 
-TEST_F(Board, AnotherBoardStartsAnew) {
+TEST_F(Board, AnotherBoardStartsAfresh) {
     EXPECT_EQ(board.now_us(), 0);
     ::usleep(100);
     EXPECT_EQ(board.journal(), Entries{"sleep 100"});

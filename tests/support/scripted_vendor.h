@@ -1,5 +1,5 @@
 // The board's libraries, each function a std::function that a test may replace. Every call is written into
-// the journal of the ScriptedBoard as "call NAME". One object, made anew for each test by vendor_reset().
+// the journal of the ScriptedBoard as "call NAME". One object, made again for each test by vendor_reset().
 #ifndef TESTS_SUPPORT_SCRIPTED_VENDOR_H
 #define TESTS_SUPPORT_SCRIPTED_VENDOR_H
 

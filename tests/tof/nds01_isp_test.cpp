@@ -108,7 +108,7 @@ TEST_F(PlatformTable, SleepsInTensOfMicrosecondsAndInMilliseconds) {
     EXPECT_EQ(board.journal({"sleep"}), (Lines{"sleep 250", "sleep 3000"}));
 }
 
-TEST_F(PlatformTable, TellsTheTimeOfDayInMicroseconds) {
+TEST_F(PlatformTable, GivesTheTimeOfDayInMicroseconds) {
     board.set_wall_clock_us(1'700'000'000'123'456);
     const int64_t expected = 1'700'000'000'123'456 + board.now_us();
     int64_t time_us = 0;

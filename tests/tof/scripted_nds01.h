@@ -20,7 +20,7 @@ inline const std::string nds01_node = "/dev/nds01";
 inline const std::string nds01_directory = "/sys/class/nd_tof/nds01";
 inline std::string nds01_attribute(const std::string& name) { return nds01_directory + "/" + name; }
 
-/// A line with the ToF layer's tag. A text that ends in a newline leaves an empty line behind it.
+/// A line with the ToF layer's tag. A text that ends in a newline leaves an empty line after it.
 inline std::string tof_tagged(const std::string& text) { return "[ovra_tof]  " + text + "\n"; }
 
 /// Little-endian numbers of a record.

@@ -38,7 +38,7 @@ Events said(Lines... lines) {
     return {std::string(lines)...};
 }
 
-// --- What a run tells, piece by piece --------------------------------------------------------------------
+// --- What a run logs, piece by piece --------------------------------------------------------------------
 
 inline Events switches(int keystone, int autofocus, int adjust = 0) {
     return {"auto focus STATE flag : 1", "======= osd : keystone = " + number(keystone) +
@@ -64,7 +64,7 @@ inline Events places(int current, int target, int steps) {
             ", steps = " + number(steps)};
 }
 
-/// A move of the motor as the driver layer tells it, with its write.
+/// A move of the motor as the driver layer logs it, with its write.
 inline Events motor(const std::string& side, int steps) {
     return {"motor_" + side + "_write val:" + number(steps), side + " <- " + number(steps)};
 }
@@ -187,7 +187,7 @@ protected:
         return list;
     }
 
-    /// The events behind the first one that reads `event`.
+    /// The events after the first one that reads `event`.
     Events events_after(const std::string& event) {
         const Events all = events();
         const auto found = std::find(all.begin(), all.end(), event);

@@ -1,4 +1,4 @@
-// How the run takes the lens from one place to another: coarse move, idle travel, fine loop, and each way in
+// How the run takes the lens from one place to another: coarse move, backlash, fine loop, and each way in
 // which they fail.
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -303,15 +303,15 @@ TEST_F(FailingRun, EndsWithAFailedIdleTravelToTheRight) {
                             reversed("right") + failed());
 }
 
-TEST_F(FailingRun, GoesOnWhenThePositionBehindTheIdleTravelIsUnreadable) {
+TEST_F(FailingRun, GoesOnWhenThePositionAfterTheBacklashIsUnreadable) {
     lens_at({"0", no_reading, "-160"});
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(events_after("\033[42;1mmotor change move to left\033[0m"),
               motor("left", 4) + position(-160) + pass(-160, wall_tmr) + completed());
 }
 
-TEST_F(FailingRun, RemembersThePositionBehindTheIdleTravel) {
-    // From the right of its target the idle travel takes the lens to its left; nothing is read after that, so
+TEST_F(FailingRun, RemembersThePositionAfterTheBacklash) {
+    // From the right of its target the backlash takes the lens to its left; nothing is read after that, so
     // the loop goes rightwards and has overshot at once.
     lens_at({"0", "-300", no_reading, "0"});
     EXPECT_EQ(run(), 0);

@@ -48,7 +48,7 @@ TEST_F(FocusRun, TakesTheLensToTheWall) {
     EXPECT_EQ(lastDirection, 0);
 }
 
-TEST_F(FocusRun, IsToldToTheLetter) {
+TEST_F(FocusRun, PrintsExactlyTheseLines) {
     distance(wall_mm);
     lens_at({"0", "10", "10", "-100", "-158"});
     run();
@@ -86,14 +86,14 @@ TEST_F(FocusRun, WorksWithoutAHost) {
 
 // --- Switched off ----------------------------------------------------------------------------------------
 
-TEST_F(FocusRun, WithBothFunctionsOffTellsSoTwice) {
+TEST_F(FocusRun, WithBothFunctionsOffShowsTwoToasts) {
     g_osd_autofocus = 0;
     EXPECT_EQ(run(), -102);
     EXPECT_EQ(events(), switches(0, 0) + toast(10) + said("sleep 1000000") + toast(11));
     EXPECT_EQ(held_calls, (said("toast 10 free", "toast 11 free")));
 }
 
-TEST_F(FocusRun, WithFocusOffEndsBehindTheKeystone) {
+TEST_F(FocusRun, WithFocusOffEndsAfterTheKeystone) {
     g_osd_keystone = 1;
     g_osd_autofocus = 0;
     EXPECT_EQ(run(), -103);
@@ -125,14 +125,14 @@ TEST_F(KeystoneStep, IsMadeBeforeTheFocus) {
     EXPECT_EQ(events_after("VKeystone success"), focused() + keystone_time(0) + focus_time() + closing());
 }
 
-TEST_F(KeystoneStep, IsToldThatItBelongsToAFocusRun) {
+TEST_F(KeystoneStep, IsGivenTheCodeOfAFocusRun) {
     focusAndKeystone = 0;
     leave_it_without_an_angle();
     run();
     EXPECT_EQ(focusAndKeystone, 1);
 }
 
-TEST_F(KeystoneStep, ThatFailsIsToldAtTheEndOfTheFocus) {
+TEST_F(KeystoneStep, ThatFailsIsReportedAtTheEndOfTheFocus) {
     make_it_fail();
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(events_after("keystone error: vAngle > 90"),
@@ -140,7 +140,7 @@ TEST_F(KeystoneStep, ThatFailsIsToldAtTheEndOfTheFocus) {
     EXPECT_EQ(held_calls, (said("toast 2 held", "refresh free")));
 }
 
-TEST_F(KeystoneStep, WithoutAnAngleIsToldAtTheEndOfTheFocus) {
+TEST_F(KeystoneStep, WithoutAnAngleIsReportedAtTheEndOfTheFocus) {
     leave_it_without_an_angle();
     EXPECT_EQ(run(), 0);
     const Events all = events();
@@ -149,7 +149,7 @@ TEST_F(KeystoneStep, WithoutAnAngleIsToldAtTheEndOfTheFocus) {
     EXPECT_EQ(Events(all.end() - static_cast<std::ptrdiff_t>(end.size()), all.end()), end);
 }
 
-TEST_F(KeystoneStep, ThatFailsIsToldBehindAFailedFocus) {
+TEST_F(KeystoneStep, ThatFailsIsReportedAfterAFailedFocus) {
     make_it_fail();
     distance(4000);
     EXPECT_EQ(run(), -101);
@@ -175,7 +175,7 @@ TEST_F(KeystoneStep, WithoutAnAngleEndsTheRunWhenFocusIsOff) {
     EXPECT_EQ(held_calls, said("toast 9 free"));
 }
 
-TEST_F(KeystoneStep, TakesTheTimeThatTheTableTells) {
+TEST_F(KeystoneStep, TakesTheTimeThatTheTableStates) {
     tilt(0.0F, 20.0F);
     EXPECT_EQ(run(), 0);
     const long pauses = static_cast<long>(board.journal({"sleep"}).size());
@@ -242,11 +242,11 @@ TEST_F(FocusRun, WithNoZoneInRangeEndsWithToast9AndRemembersIt) {
 
 // --- The table -------------------------------------------------------------------------------------------
 
-// The lens lies so far off that the run tells its target in the first pass of the fine loop.
+// The lens lies so far off that the run logs its target in the first pass of the fine loop.
 struct TableForTheTemperature : FocusRun {
     TableForTheTemperature() { distance(wall_mm); }
 
-    // The lens's target after the lines in `expected`, told between temperature and the first position.
+    // The lens's target after the lines in `expected`, logged between temperature and the first position.
     void expect_target(int celsius_now, const Events& expected, int target) {
         celsius(celsius_now);
         lens_at(target);
@@ -258,8 +258,8 @@ struct TableForTheTemperature : FocusRun {
             switches(0, 1) + measured(wall_mm) + temperature(celsius_now) + expected + position(target);
         ASSERT_GE(all.size(), begin.size());
         EXPECT_EQ(Events(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(begin.size())), begin);
-        const std::string told = "currentTMR = " + number(target) + ", targetTMR = " + number(target);
-        const bool fine_loop_ran = std::find(all.begin(), all.end(), told) != all.end();
+        const std::string target_line = "currentTMR = " + number(target) + ", targetTMR = " + number(target);
+        const bool fine_loop_ran = std::find(all.begin(), all.end(), target_line) != all.end();
         EXPECT_EQ(fine_loop_ran, hot != 0);
     }
     int hot = 1;
@@ -334,7 +334,7 @@ TEST_F(TableOfTheFocusCurve, IsNotUsedWithoutItsFlag) {
 
 struct TargetPlace : FocusRun {
     // Where the run sends a hot-calibrated lens that rests at `tmr`: place and position.
-    std::pair<std::string, std::string> told(int mm, int tmr) {
+    std::pair<std::string, std::string> place_and_position_lines(int mm, int tmr) {
         g_flag_high_temp = 1;
         distance(mm);
         lens_at(tmr);
@@ -349,7 +349,7 @@ struct TargetPlace : FocusRun {
     }
     // With the lens at its place already.
     void expect_target(int mm, int place, int tmr) {
-        const auto [place_line, position_line] = told(mm, tmr);
+        const auto [place_line, position_line] = place_and_position_lines(mm, tmr);
         EXPECT_EQ(place_line, places(place, place, 0)[0]) << mm;
         EXPECT_EQ(position_line, "currentTMR = " + number(tmr) + ", targetTMR = " + number(tmr)) << mm;
     }
@@ -380,7 +380,7 @@ TEST_F(TargetPlace, IsExtrapolatedBelow230Millimetres) {
 
 TEST_F(TargetPlace, ExtrapolatesANegativePositionTowardsZero) {
     for (std::int32_t& entry : listFlash) entry = -400;
-    const auto [place_line, position_line] = told(100, -400);
+    const auto [place_line, position_line] = place_and_position_lines(100, -400);
     // All places look alike, and the first one wins.
     EXPECT_EQ(place_line, places(0, 24, 12)[0]);
     EXPECT_EQ(position_line, "currentTMR = -400, targetTMR = -356");
@@ -388,13 +388,14 @@ TEST_F(TargetPlace, ExtrapolatesANegativePositionTowardsZero) {
 
 TEST_F(TargetPlace, OfTheLensIsTheFifthWhenNoPlaceIsNear) {
     for (std::int32_t& entry : listFlash) entry = 10000;
-    const auto [place_line, position_line] = told(wall_mm, 0);
+    const auto [place_line, position_line] = place_and_position_lines(wall_mm, 0);
     EXPECT_EQ(place_line, places(5, 4, 0)[0]);
     EXPECT_EQ(position_line, "currentTMR = 0, targetTMR = 10000");
 }
 
 TEST_F(TargetPlace, OfTheLensIsTheLowerOneOnATie) {
-    EXPECT_EQ(told(wall_mm, position_of(6) + narrow_spacing / 2).first, places(6, 4, -1)[0]);
+    EXPECT_EQ(place_and_position_lines(wall_mm, position_of(6) + narrow_spacing / 2).first,
+              places(6, 4, -1)[0]);
 }
 
 // --- Times -----------------------------------------------------------------------------------------------

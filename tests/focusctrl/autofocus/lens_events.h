@@ -30,7 +30,7 @@ inline std::vector<std::string> lens_events(ScriptedBoard& board) {
     return events;
 }
 
-/// The `count` events behind the first one that reads `event`; none when there is no such event.
+/// The `count` events after the first one that reads `event`; none when there is no such event.
 inline std::vector<std::string> lens_events_after(ScriptedBoard& board, const std::string& event,
                                                   std::size_t count) {
     const std::vector<std::string> all = lens_events(board);

@@ -178,7 +178,7 @@ TEST(CalcPeekStep, TriesEveryThreeOfTheFirstFive) {
     }
 }
 
-TEST(CalcPeekStep, CountsTheResidualsOfSamplesBehindTheFifth) {
+TEST(CalcPeekStep, CountsTheResidualsOfSamplesAfterTheFifth) {
     // A sixth sample far out on the parabola through the last three of the five leaves no other choice.
     std::vector<stepList_> samples = at_unit_steps({1.0, 2.2, 3.0, 2.8, 0.9});
     const std::vector<double> last = quadraticEquationCoef(2, 3.0, 3, 2.8, 4, 0.9);

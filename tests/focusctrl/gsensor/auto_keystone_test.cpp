@@ -167,7 +167,7 @@ TEST_F(AutoKeystone, ComparesWithTheReadingBeforeAndNotWithTheFirst) {
     EXPECT_EQ(step(1508), Lines{steady_line(3)});
 }
 
-TEST_F(AutoKeystone, BeginsTheCountAnewWhenTheDistanceChanges) {
+TEST_F(AutoKeystone, BeginsTheCountAgainWhenTheDistanceChanges) {
     step(1500);
     for (int i = 0; i < 4; ++i) step(1500);
     EXPECT_EQ(step(1509), Lines{corrected});
@@ -185,7 +185,7 @@ TEST_F(AutoKeystone, ComparesTheNextReadingWithTheOneThatWasCorrected) {
 TEST_F(AutoKeystone, EndsTheRunOnlyWhenTheCountEqualsFive) {
     for (int i = 0; i < 6; ++i) step(1500);
     EXPECT_FALSE(running());
-    // Started by hand, without a movement that would begin the count anew.
+    // Started by hand, without a movement that would begin the count again.
     project_tof_dist_changed = 1;
     EXPECT_EQ(step(1500), Lines{steady_line(6)});
     EXPECT_TRUE(running());
@@ -235,7 +235,7 @@ TEST_F(AutoKeystone, EndsAfterFiveReadingsOutOfRangeWithoutACorrection) {
     EXPECT_FALSE(running());
 }
 
-TEST_F(AutoKeystone, CountsReadingsOutOfRangeAnewInTheNextRun) {
+TEST_F(AutoKeystone, CountsReadingsOutOfRangeFromZeroInTheNextRun) {
     for (int i = 0; i < 5; ++i) step(3060);
     project_tof_dist_changed = 1;
     EXPECT_EQ(step(3060), Lines{over_range_line(3060, 1)});
@@ -332,7 +332,7 @@ TEST_F(AutoKeystone, IsSilentAboutStepsBelowLevelFour) {
     EXPECT_FALSE(running());
 }
 
-TEST_F(AutoKeystone, TellsFromLevelOneWhyItEnds) {
+TEST_F(AutoKeystone, LogsFromLevelOneOnWhyItEnds) {
     ovra_log_level = 1;
     for (int times = 1; times <= 4; ++times) EXPECT_EQ(step(3060), Lines{over_range_line(3060, times)});
     EXPECT_EQ(step(3060), (Lines{over_range_line(3060, 5), over_range_end_line}));

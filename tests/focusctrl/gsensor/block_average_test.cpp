@@ -24,7 +24,7 @@ TEST(BlockAverage, IsTheMeanOfTenSamplesOnEachAxis) {
     EXPECT_FLOAT_EQ(average->z, -1);
 }
 
-TEST(BlockAverage, BeginsAnewAfterACompleteBlock) {
+TEST(BlockAverage, BeginsAgainAfterACompleteBlock) {
     BlockAverage block;
     for (int i = 0; i < 10; ++i) block.add({100, 100, 100});
     for (int i = 0; i < 9; ++i) EXPECT_FALSE(block.add({1, 2, 3})) << "sample " << i + 1;

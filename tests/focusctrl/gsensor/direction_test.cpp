@@ -82,7 +82,7 @@ struct Direction : ::testing::Test {
 
 using SetDeviceDirection = Direction;
 
-TEST_F(SetDeviceDirection, TurnsDisplayAndHdmiThenTellsTheHostAndLogsIt) {
+TEST_F(SetDeviceDirection, TurnsDisplayAndHdmiThenNotifiesTheHostAndLogsIt) {
     EXPECT_EQ(set_device_direction(1), 0);
     EXPECT_EQ(story(),
               (Entries{"display 1", "hdmi 2", "host 3",
@@ -157,7 +157,7 @@ TEST_F(SetDeviceDirection, IsSilentBelowLevelFour) {
     EXPECT_EQ(board.log(), "");
 }
 
-TEST_F(SetDeviceDirection, IsWhatIsRequestedAlreadyWhileTheHostIsTold) {
+TEST_F(SetDeviceDirection, IsWhatIsRequestedAlreadyWhileTheHostIsNotified) {
     table.rotation_changed = [](int32_t) {
         current_board->note("host finds " + std::to_string(get_device_direction()));
     };

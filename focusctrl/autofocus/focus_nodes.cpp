@@ -196,7 +196,7 @@ int32_t motor_tmr_x_dir_read(int32_t* out) {
     int32_t stopped = motor_stop_read();
     for (int poll = 0; poll < stop_polls; ++poll) {
         if (stopped == 0) return read_position(out);
-        usleep(stop_poll_us);
+        ::usleep(stop_poll_us);
         stopped = motor_stop_read();
         log_focus("MOTOR RUNNING");
     }

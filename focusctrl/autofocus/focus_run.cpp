@@ -221,7 +221,7 @@ int32_t focus_step(const Times& times, int32_t keystone_toast) {
 int32_t report_focus_off(bool keystone_on) {
     if (!keystone_on) {
         show_korbet_toast_akaf(OVRA_TOAST_BOTH_OFF);
-        sleep(both_off_pause_s);
+        ::sleep(both_off_pause_s);
     }
     show_korbet_toast_akaf(OVRA_TOAST_FOCUS_OFF);
     return keystone_on ? OVRA_RESULT_KEYSTONE_ONLY : OVRA_RESULT_BOTH_OFF;

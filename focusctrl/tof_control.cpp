@@ -50,8 +50,8 @@ constexpr uint32_t polling_change_ms = 200;  // until the first frame at the new
 constexpr uint32_t useless_frame_pause_ms = 200;
 
 constexpr int eye_base_tries = 3;
-constexpr int eye_base_least_distance_mm = 1;
-constexpr int eye_base_least_second = 51;
+constexpr int eye_base_min_distance_mm = 1;
+constexpr int eye_base_min_second = 51;
 constexpr int eye_base_default_mm = 800;
 
 constexpr int average_tries = 5;
@@ -150,7 +150,7 @@ int min_distance(const int32_t* zones) {
     for (int zone = 0; zone < zone_count; ++zone) {
         const int distance = zones[zone];
         const bool usable =
-            distance >= eye_base_least_distance_mm && zones[zone_count + zone] >= eye_base_least_second;
+            distance >= eye_base_min_distance_mm && zones[zone_count + zone] >= eye_base_min_second;
         if (usable && (nearest == 0 || distance < nearest)) nearest = distance;
     }
     return nearest;

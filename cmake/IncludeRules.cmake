@@ -36,7 +36,7 @@ gravity_sensor key_listener"
   # Start-up, threads, and everything for the host.
   "lifecycle ovrafocus")
 
-# breach(TEXT): one more line to be told at the end.
+# breach(TEXT): one more line to be printed at the end.
 macro(breach text)
   string(APPEND breaches "${text}\n")
   set(breaches "${breaches}" PARENT_SCOPE)

@@ -6,7 +6,7 @@
 # -fno-exceptions: nothing here is thrown or passed on, and the C library's functions do not throw; what would
 # be for it takes a fiftieth of the board's code. Two rooms ask for memory by a standard container and must hear
 # when there is none.
-# -fno-math-errno: a square root is an instruction; nobody reads errno behind one.
+# -fno-math-errno: a square root is an instruction; nobody reads errno after one.
 # The board's libraries are resolved in the host's process, so the link leaves their functions undefined.
 set_target_properties(ovrafocus PROPERTIES
   C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)

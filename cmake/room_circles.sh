@@ -1,6 +1,6 @@
 #!/bin/sh
 # Looks for circles of rooms. A room is a header and its source: the files of one name and folder, and with them
-# the exported header of that name. Circles are told by tsort, which names the rooms of each.
+# the exported header of that name. Circles are found by tsort, which names the rooms of each.
 #   room_circles.sh includes ROOT FOLDER...   by the includes of all files below these folders
 #   room_circles.sh calls NM ROOT OBJECT...   by the symbols that an object leaves undefined and another one defines;
 #                                             objects are named ROOT/.../NAME.cpp.o or SOMETHING.dir/.../NAME.cpp.o

@@ -9,6 +9,10 @@
 #include "base/shared_flag.h"
 #include "ovrafocus/platform_utils.h"
 
+using ovra::load;
+using ovra::log_focus;
+using ovra::store;
+
 namespace ovra {
 namespace {
 
@@ -96,9 +100,7 @@ bool credible(int tmr) { return tmr >= -tmr_largest_credible && tmr <= tmr_large
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
-int32_t motor_cur_dir = direction_unknown;
+int32_t motor_cur_dir = ovra::direction_unknown;
 int32_t motor_start_dir = 0;
 
 int32_t motor_get_dir(void) {
@@ -108,13 +110,13 @@ int32_t motor_get_dir(void) {
 }
 
 int32_t motor_get_place(void) {
-    const int32_t place = read_file(place_node);
+    const int32_t place = read_file(ovra::place_node);
     if (place != 0) log_focus("%s ,ret:%d, 1:left 2:right", __func__, place);
     return place;
 }
 
 int32_t motor_get_pos(void) {
-    const int32_t pos = read_file(pos_node);
+    const int32_t pos = read_file(ovra::pos_node);
     log_focus("%s ,ret:%d", __func__, pos);
     return pos;
 }
@@ -122,17 +124,17 @@ int32_t motor_get_pos(void) {
 int32_t motor_run(int32_t dir, int32_t steps, int32_t auto_offset) {
     log_focus("%s,dir:%d,steps:%d,auto:%d", __func__, dir, steps, auto_offset);
     const int last_dir = load(motor_cur_dir);
-    if (auto_offset != 0) steps = with_reversal_offset(steps, dir, last_dir);
+    if (auto_offset != 0) steps = ovra::with_reversal_offset(steps, dir, last_dir);
     if (steps <= 0) {
         // Nothing to move is not an error: callers compute differences, and those may be 0.
-        log_located({__func__, room, steps_invalid_line}, "%s,steps invalid", __func__);
+        ovra::log_located({__func__, ovra::room, ovra::steps_invalid_line}, "%s,steps invalid", __func__);
         return 0;
     }
     if (dir != last_dir) {
-        SleepMs(reversal_pause_ms);  // the lens comes to rest before it is driven the other way
+        SleepMs(ovra::reversal_pause_ms);  // the lens comes to rest before it is driven the other way
         log_focus("%s,dir change", __func__);
     }
-    const int result = write_file(step_node(dir, load(motor_start_dir)), steps);
+    const int result = write_file(ovra::step_node(dir, load(motor_start_dir)), steps);
     if (result != 0) {
         log_focus("%s,dir:%d,steps:%d fail.", __func__, dir, steps);
         return result;
@@ -150,7 +152,7 @@ int32_t motor_manual(int32_t dir, int32_t steps) {
 
 int32_t motor_goto_zero(int32_t add_offset) {
     log_focus("%s ", __func__);
-    const int first = drive_to_end(zero_node, direction_left);
+    const int first = ovra::drive_to_end(ovra::zero_node, ovra::direction_left);
     if (first != 0) {
         log_focus("%s  fail.", __func__);
         return first;
@@ -158,24 +160,24 @@ int32_t motor_goto_zero(int32_t add_offset) {
     if (add_offset == 0) return first;
 
     log_focus("%s,add offset", __func__);
-    const int offset = motor_run(direction_right, zero_offset_steps, 0);
+    const int offset = motor_run(ovra::direction_right, ovra::zero_offset_steps, 0);
     if (offset != 0) log_focus("%s  goto offset fail.", __func__);
-    const int second = drive_to_end(zero_node, direction_left);
+    const int second = ovra::drive_to_end(ovra::zero_node, ovra::direction_left);
     if (second != 0) log_focus("%s  re goto zero fail.", __func__);
     return first + offset + second;
 }
 
 int32_t motor_goto_end(void) {
     log_focus("%s ", __func__);
-    const int result = drive_to_end(end_node, direction_right);
+    const int result = ovra::drive_to_end(ovra::end_node, ovra::direction_right);
     if (result != 0) log_focus("%s  fail.", __func__);
     return result;
 }
 
 int32_t motor_get_air_travel(int32_t* left, int32_t* right) {
     log_focus("%s", __func__);
-    char text[air_travel_limit + 1] = {};  // the last byte stays the terminator
-    const int32_t result = read_file_buf(air_travel_node, text, air_travel_limit);
+    char text[ovra::air_travel_limit + 1] = {};  // the last byte stays the terminator
+    const int32_t result = read_file_buf(ovra::air_travel_node, text, ovra::air_travel_limit);
     if (result < 0) {
         log_focus("%s  fail.", __func__);
         return result;
@@ -192,46 +194,47 @@ int32_t motor_get_air_travel(int32_t* left, int32_t* right) {
 
 int32_t motor_get_total_steps(void) {
     // Unsigned, so that the sum is defined for a failed write and any number that the driver answers.
-    const auto written = static_cast<uint32_t>(write_file(total_steps_node, go));
-    const auto result = static_cast<int32_t>(written + static_cast<uint32_t>(read_file(total_steps_node)));
+    const auto written = static_cast<uint32_t>(write_file(ovra::total_steps_node, ovra::go));
+    const auto result =
+        static_cast<int32_t>(written + static_cast<uint32_t>(read_file(ovra::total_steps_node)));
     log_focus("%s ret:%d", __func__, result);
     return result;
 }
 
 int32_t motor_set_start_dir(int32_t dir) {
     log_focus("%s dir:%d", __func__, dir);
-    const int result = write_or_report(__func__, start_dir_node, dir);
+    const int result = ovra::write_or_report(__func__, ovra::start_dir_node, dir);
     if (result == 0) store(motor_start_dir, dir);
     return result;
 }
 
 int32_t motor_set_delay(int32_t delay) {
     log_focus("%s delay:%d", __func__, delay);
-    return write_or_report(__func__, delay_node, delay);
+    return ovra::write_or_report(__func__, ovra::delay_node, delay);
 }
 
 int32_t motor_set_excitation(int32_t mode) {
     log_focus("%s excitation:%d", __func__, mode);
-    return write_or_report(__func__, excitation_node, mode);
+    return ovra::write_or_report(__func__, ovra::excitation_node, mode);
 }
 
 int32_t motor_left_write(int32_t n) {
     log_focus("%s val:%d", __func__, n);
-    return write_or_report(__func__, left_node, n);
+    return ovra::write_or_report(__func__, ovra::left_node, n);
 }
 
 int32_t motor_right_write(int32_t n) {
     log_focus("%s val:%d", __func__, n);
-    return write_or_report(__func__, right_node, n);
+    return ovra::write_or_report(__func__, ovra::right_node, n);
 }
 
 int32_t motor_tmr_read(int32_t* tmr) {
-    char text[tmr_limit + 1] = {};  // the last byte stays the terminator
-    const int count = read_tmr_text(text);
+    char text[ovra::tmr_limit + 1] = {};  // the last byte stays the terminator
+    const int count = ovra::read_tmr_text(text);
     if (count < 1) return -1;
     std::sscanf(text, "%d", tmr);
     log_focus("current tmr ret=%d, tmr_adc:%d\n", count, *tmr);
-    if (credible(*tmr)) return 0;
+    if (ovra::credible(*tmr)) return 0;
     log_focus("motor iic error:%d\n", *tmr);
     return -1;
 }

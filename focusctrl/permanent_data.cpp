@@ -7,6 +7,8 @@
 #include "base/shared_flag.h"
 #include "platform/hudi_flash.h"
 
+using ovra::log_bare;
+
 static_assert(sizeof(ovra_permanent_record) == OVRA_PERMANENT_RECORD_BYTES, "the record's size in flash");
 static_assert(offsetof(ovra_permanent_record, tmr_table_text) == 0, "lens table");
 static_assert(offsetof(ovra_permanent_record, gsensor_offset_text) == 150, "gravity sensor offsets");
@@ -110,22 +112,20 @@ bool read_for_dump(ovra_permanent_record& record) {
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
 ovra_permanent_record glb_permanent_data = {};
 int32_t permanent_data_inited = 0;
 
 int32_t permanent_data_init(void) {
-    if (load(permanent_data_inited) != 0) {
+    if (ovra::load(permanent_data_inited) != 0) {
         log_bare("ovra: %s, already init\n", __func__);
         return -1;
     }
     // Set before the flash is touched: a board whose flash fails at start keeps the all-zero record for good,
     // instead of meeting the failing flash again with every reader.
-    store(permanent_data_inited, 1);
+    ovra::store(permanent_data_inited, 1);
 
     uint32_t handle = 0;
-    if (hudi_flash_open(&handle, flash_open_mode) != 0) {
+    if (hudi_flash_open(&handle, ovra::flash_open_mode) != 0) {
         log_bare("ovra: %s, hudi flash open fail\n", __func__);
         return -1;
     }
@@ -133,46 +133,46 @@ int32_t permanent_data_init(void) {
 
     // From here on only success closes the flash. After a failed read it is left open, on purpose: this is
     // tried once in the life of the process, so at most one handle is spent.
-    uint8_t uid[uid_bytes] = {};
+    uint8_t uid[ovra::uid_bytes] = {};
     uint32_t uid_length = 0;
     if (hudi_flash_uid_read(handle, uid, &uid_length) < 0) {
         log_bare("ovra: hudi_flash_uid_read fail.\n");
         return -1;
     }
-    permanent_data_hexdump("uid", uid, uid_bytes);
+    ovra::permanent_data_hexdump("uid", uid, ovra::uid_bytes);
 
-    if (read_otp(handle, &glb_permanent_data) != 0) {
+    if (ovra::read_otp(handle, &glb_permanent_data) != 0) {
         glb_permanent_data = {};  // whatever part of it arrived is not to be trusted
         log_bare("ovra: hudi_flash_otp_read fail.\n");
         return -1;
     }
-    permanent_data_hexdump(__func__, &glb_permanent_data, record_bytes);
+    ovra::permanent_data_hexdump(__func__, &glb_permanent_data, ovra::record_bytes);
     hudi_flash_close(handle);
     return 0;
 }
 
 int32_t permanent_data_read(void* out) {
-    ensure_initialised(__func__);
-    copy_record(out, &glb_permanent_data);
+    ovra::ensure_initialised(__func__);
+    ovra::copy_record(out, &glb_permanent_data);
     return 0;
 }
 
 int32_t permanent_data_write(const void* in) {
-    ensure_initialised(__func__);
-    if (permanent_data_otp_write(in) != 0) {
+    ovra::ensure_initialised(__func__);
+    if (ovra::permanent_data_otp_write(in) != 0) {
         log_bare("ovra: %s, fail.\n", __func__);
         return -1;
     }
-    copy_record(&glb_permanent_data, in);  // `in` may be the copy itself
+    ovra::copy_record(&glb_permanent_data, in);  // `in` may be the copy itself
     return 0;
 }
 
 int32_t permanent_data_clean(void) {
-    ensure_initialised(__func__);
+    ovra::ensure_initialised(__func__);
     ovra_permanent_record erased;
-    std::memset(&erased, erased_byte, record_bytes);
-    copy_record(&glb_permanent_data, &erased);
-    if (permanent_data_otp_write(&glb_permanent_data) != 0) {
+    std::memset(&erased, ovra::erased_byte, ovra::record_bytes);
+    ovra::copy_record(&glb_permanent_data, &erased);
+    if (ovra::permanent_data_otp_write(&glb_permanent_data) != 0) {
         log_bare("ovra: %s, fail.\n", __func__);
         return -1;
     }
@@ -180,21 +180,21 @@ int32_t permanent_data_clean(void) {
 }
 
 int32_t dump_permanent_data_for_debug(void) {
-    if (!initialised()) {
+    if (!ovra::initialised()) {
         log_bare("ovra: %s, permanent data is not init\n", __func__);
         return -1;
     }
     log_bare("ovra: -------%s, start---------\n", __func__);
     ovra_permanent_record record = {};
-    if (!read_for_dump(record)) {
+    if (!ovra::read_for_dump(record)) {
         log_bare("ovra: %s, fail.\n", __func__);
         return -1;
     }
-    log_bare("ovra: device_sn=%.*s, mainboard_sn=%.*s\n", serial_number_characters, record.device_sn,
-             serial_number_characters, record.mainboard_sn);
-    permanent_data_hexdump("otp_permanent_data", &record, record_bytes);
-    permanent_data_hexdump("glb_permanent_data", &glb_permanent_data, record_bytes);
-    if (std::memcmp(&record, &glb_permanent_data, record_bytes) != 0) {
+    log_bare("ovra: device_sn=%.*s, mainboard_sn=%.*s\n", ovra::serial_number_characters, record.device_sn,
+             ovra::serial_number_characters, record.mainboard_sn);
+    ovra::permanent_data_hexdump("otp_permanent_data", &record, ovra::record_bytes);
+    ovra::permanent_data_hexdump("glb_permanent_data", &glb_permanent_data, ovra::record_bytes);
+    if (std::memcmp(&record, &glb_permanent_data, ovra::record_bytes) != 0) {
         log_bare("ovra: permanent_data is not same fail!!!!!!!!\n");
     }
     log_bare("ovra: -------%s, end---------\n", __func__);

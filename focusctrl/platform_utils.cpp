@@ -10,6 +10,8 @@
 #include "base/elapsed_time.h"
 #include "base/log.h"
 
+using ovra::Descriptor;
+
 namespace ovra {
 namespace {
 
@@ -72,8 +74,6 @@ int32_t write_short_text(const Descriptor& node, const char* text) {
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
 char* itoa(int32_t value, char* buf, uint32_t base) {
     char* digits = buf;
     uint32_t rest = static_cast<uint32_t>(value);
@@ -92,77 +92,79 @@ char* itoa(int32_t value, char* buf, uint32_t base) {
 }
 
 int32_t write_int(const char* path, int32_t value) {
-    char text[short_write_limit];
+    char text[ovra::short_write_limit];
     std::snprintf(text, sizeof text, "%d\n", value);
-    return write_short_text(Descriptor(path, O_RDWR), text);
+    return ovra::write_short_text(Descriptor(path, O_RDWR), text);
 }
 
 // Write-only, unlike write_int, so that it reaches nodes that nobody may read.
 int32_t write_str(const char* path, const char* text) {
-    return write_short_text(Descriptor(path, O_WRONLY), text);
+    return ovra::write_short_text(Descriptor(path, O_WRONLY), text);
 }
 
 int32_t read_int(const char* path) {
     const Descriptor node(path, O_RDONLY);
     if (!node.is_open()) return -errno;
-    char text[short_number_limit + 1];
-    read_text(node, text, sizeof text);  // an unreadable node leaves the text empty, which reads as 0
+    char text[ovra::short_number_limit + 1];
+    ovra::read_text(node, text, sizeof text);  // an unreadable node leaves the text empty, which reads as 0
     int value = 0;
     std::sscanf(text, "%d", &value);
     return value;
 }
 
 int32_t write_file(const char* path, int32_t value) {
-    if (path == nullptr) return refuse(__func__);
+    if (path == nullptr) return ovra::refuse(__func__);
     const Descriptor node(path, O_RDWR);
-    if (!open_or_report(node, "write", path)) return -1;
-    char text[number_limit] = {};
+    if (!ovra::open_or_report(node, "write", path)) return -1;
+    char text[ovra::number_limit] = {};
     const int length = std::snprintf(text, sizeof text, "%d\n", value);
-    return write_or_report(node, path, text, static_cast<std::size_t>(length));
+    return ovra::write_or_report(node, path, text, static_cast<std::size_t>(length));
 }
 
 int32_t read_file(const char* path) {
-    if (path == nullptr) return refuse(__func__);
+    if (path == nullptr) return ovra::refuse(__func__);
     const Descriptor node(path, O_RDONLY);
-    if (!open_or_report(node, "read", path)) return -1;
-    char text[number_limit + 1];
-    return read_or_report(node, path, text, sizeof text) < 1 ? -1 : std::atoi(text);
+    if (!ovra::open_or_report(node, "read", path)) return -1;
+    char text[ovra::number_limit + 1];
+    return ovra::read_or_report(node, path, text, sizeof text) < 1 ? -1 : std::atoi(text);
 }
 
 int32_t read_file_buf(const char* path, char* buf, int32_t len) {
-    if (path == nullptr || buf == nullptr) return refuse(__func__);
-    if (len > text_limit) log_located({__func__, room, buffer_too_long_line}, "buf too long");
+    if (path == nullptr || buf == nullptr) return ovra::refuse(__func__);
+    if (len > ovra::text_limit)
+        ovra::log_located({__func__, ovra::room, ovra::buffer_too_long_line}, "buf too long");
     const Descriptor node(path, O_RDONLY);
-    if (!open_or_report(node, "read", path)) return -1;
-    char text[text_limit + 1];
-    const ssize_t count = read_or_report(node, path, text, sizeof text);
+    if (!ovra::open_or_report(node, "read", path)) return -1;
+    char text[ovra::text_limit + 1];
+    const ssize_t count = ovra::read_or_report(node, path, text, sizeof text);
     if (count < 1) return -1;
     // By the caller's length, not by what was read: after a short text the caller gets zero bytes.
-    std::memcpy(buf, text, static_cast<std::size_t>(std::clamp(len, 0, text_limit)));
+    std::memcpy(buf, text, static_cast<std::size_t>(std::clamp(len, 0, ovra::text_limit)));
     return static_cast<int32_t>(count);
 }
 
 int32_t write_file_buf(const char* path, const void* buf, uint32_t len) {
-    if (path == nullptr) return refuse(__func__);
+    if (path == nullptr) return ovra::refuse(__func__);
     const Descriptor node(path, O_RDWR);
-    if (!open_or_report(node, "write", path)) return -1;
-    return write_or_report(node, path, buf, len);
+    if (!ovra::open_or_report(node, "write", path)) return -1;
+    return ovra::write_or_report(node, path, buf, len);
 }
 
-int32_t SleepMs(uint32_t ms) { return ::usleep(ms * microseconds_per_millisecond); }
+int32_t SleepMs(uint32_t ms) { return ::usleep(ms * ovra::microseconds_per_millisecond); }
 
 void wait_ms(timeval start, int32_t ms) {
     int64_t elapsed = 0;
     while (elapsed < ms) {
-        elapsed = elapsed_ms(start, wall_clock());
+        elapsed = ovra::elapsed_ms(start, ovra::wall_clock());
         SleepMs(1);
     }
 }
 
 int32_t fan_target_speed_write(int32_t speed) {
-    log_focus("%s speed:%d", __func__, speed);
-    int32_t result = write_file(fan_auto_node, fan_manual);  // a controlled fan would ignore the speed
-    if (result == 0) result = write_file(fan_speed_node, speed);
-    if (result != 0) log_focus("%s  fail.", __func__);
+    ovra::log_focus("%s speed:%d", __func__, speed);
+    int32_t result =
+        write_file(ovra::fan_auto_node, ovra::fan_manual);  // a controlled fan would ignore the speed
+    if (result == 0) result = write_file(ovra::fan_speed_node, speed);
+    if (result != 0) ovra::log_focus("%s  fail.", __func__);
     return result;
 }

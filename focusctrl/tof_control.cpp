@@ -10,6 +10,9 @@
 #include "ovrafocus/config.h"
 #include "ovrafocus/platform_utils.h"
 
+using ovra::log_bare;
+using ovra::log_focus;
+
 namespace ovra {
 namespace {
 
@@ -47,8 +50,8 @@ constexpr uint32_t polling_change_ms = 200;  // until the first frame at the new
 constexpr uint32_t useless_frame_pause_ms = 200;
 
 constexpr int eye_base_tries = 3;
-constexpr int eye_base_least_distance_mm = 1;
-constexpr int eye_base_least_second = 51;
+constexpr int eye_base_min_distance_mm = 1;
+constexpr int eye_base_min_second = 51;
 constexpr int eye_base_default_mm = 800;
 
 constexpr int average_tries = 5;
@@ -147,7 +150,7 @@ int min_distance(const int32_t* zones) {
     for (int zone = 0; zone < zone_count; ++zone) {
         const int distance = zones[zone];
         const bool usable =
-            distance >= eye_base_least_distance_mm && zones[zone_count + zone] >= eye_base_least_second;
+            distance >= eye_base_min_distance_mm && zones[zone_count + zone] >= eye_base_min_second;
         if (usable && (nearest == 0 || distance < nearest)) nearest = distance;
     }
     return nearest;
@@ -212,69 +215,67 @@ int try_average(int tries, int32_t* left, int32_t* centre, int32_t* right, int c
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
 pthread_mutex_t tof_mtx = PTHREAD_MUTEX_INITIALIZER;
 
 int32_t Tof_Enable_Get_Distance(int32_t on) {
-    trace_twice("tfdbg Tof_Enable_Get_Distance \n ");
-    return write_or_report_twice(capture_node, on);
+    ovra::trace_twice("tfdbg Tof_Enable_Get_Distance \n ");
+    return ovra::write_or_report_twice(ovra::capture_node, on);
 }
 
 int32_t Tof_Set_Mode(int32_t mode) {
     log_focus("tfdbg Tof_Set_Mode \n ");
-    return write_or_report_twice(mode_node, mode);
+    return ovra::write_or_report_twice(ovra::mode_node, mode);
 }
 
 int32_t Tof_Set_Channel(int32_t ch) {
     log_focus("tfdbg Tof_Set_Channel \n ");
-    const int result = write_file(channel_node, ch);
-    if (result != 0) report_failure(channel_node);
+    const int result = write_file(ovra::channel_node, ch);
+    if (result != 0) ovra::report_failure(ovra::channel_node);
     return result;
 }
 
-int32_t Tof_Get_Channel(void) { return read_file(channel_node); }
+int32_t Tof_Get_Channel(void) { return read_file(ovra::channel_node); }
 
-int32_t Tof_Set_poll_period(int32_t ms) { return write_file(poll_period_node, ms); }
+int32_t Tof_Set_poll_period(int32_t ms) { return write_file(ovra::poll_period_node, ms); }
 
-int32_t Tof_Set_spad_map_id(int32_t id) { return write_file(spad_map_node, id); }
+int32_t Tof_Set_spad_map_id(int32_t id) { return write_file(ovra::spad_map_node, id); }
 
-int32_t Tof_Get_Enable_Status(void) { return read_file(chip_enable_node); }
+int32_t Tof_Get_Enable_Status(void) { return read_file(ovra::chip_enable_node); }
 
-int32_t Tof_Get_Measure_Status(void) { return read_file(capture_node); }
+int32_t Tof_Get_Measure_Status(void) { return read_file(ovra::capture_node); }
 
-int32_t Tof_Enable(int32_t on) { return write_or_report_twice(chip_enable_node, on); }
+int32_t Tof_Enable(int32_t on) { return ovra::write_or_report_twice(ovra::chip_enable_node, on); }
 
 int32_t Tof_Get_Distance(char* buf, int32_t len) {
     log_bare("tfdbg Tof_Get_Distance \n ");
-    const int32_t count = read_file_buf(distance_node, buf, len);
+    const int32_t count = read_file_buf(ovra::distance_node, buf, len);
     if (count < 0) {
-        report_failure_twice(distance_node);
+        ovra::report_failure_twice(ovra::distance_node);
         return count;
     }
     // A full buffer has no terminator: what is printed ends where the copy did.
-    log_bare("tof distance:%.*s \n", std::clamp(len, 0, frame_characters), buf);
+    log_bare("tof distance:%.*s \n", std::clamp(len, 0, ovra::frame_characters), buf);
     return count;
 }
 
-int32_t Tof_Error_Check(void) { return check_error_code("tof", tof_error_node); }
+int32_t Tof_Error_Check(void) { return ovra::check_error_code("tof", ovra::tof_error_node); }
 
-int32_t Gsensor_Error_Check(void) { return check_error_code("gsensor", gsensor_error_node); }
+int32_t Gsensor_Error_Check(void) { return ovra::check_error_code("gsensor", ovra::gsensor_error_node); }
 
 int32_t Tof_Get_Distance_Prepare(void) {
     log_focus("tfdbg Tof_Get_Distance_Prepare \n ");
-    int result = Tof_Set_Mode(distance_mode);
+    int result = Tof_Set_Mode(ovra::distance_mode);
     if (result != 0) {
-        report_failure(mode_node);
+        ovra::report_failure(ovra::mode_node);
         return result;
     }
-    result = Tof_Set_spad_map_id(distance_spad_map);
+    result = Tof_Set_spad_map_id(ovra::distance_spad_map);
     if (result != 0) {
-        report_failure(spad_map_node);
+        ovra::report_failure(ovra::spad_map_node);
         return result;
     }
     result = Tof_Enable_Get_Distance(1);
-    if (result != 0) report_failure(capture_node);
+    if (result != 0) ovra::report_failure(ovra::capture_node);
     return result;
 }
 
@@ -282,9 +283,9 @@ int32_t tof_check_reset(void) {
     log_focus("%s", __func__);
     const int off = Tof_Enable(0);
     if (off != 0) return off;
-    SleepMs(reset_pause_ms);
+    SleepMs(ovra::reset_pause_ms);
     const int on = Tof_Enable(1);
-    SleepMs(reset_pause_ms);
+    SleepMs(ovra::reset_pause_ms);
     return on + Tof_Enable_Get_Distance(1);
 }
 
@@ -300,9 +301,9 @@ int32_t tof_init(int32_t enable) {
     if (powered == 0) {
         log_focus("%s,tof invalid", __func__);
     } else if (enable != 0) {
-        result = start_measuring(__func__, measuring != 0);
+        result = ovra::start_measuring(__func__, measuring != 0);
     } else {
-        result = stop_measuring(__func__, measuring != 0, config.focus_state.tof_polling != 0);
+        result = ovra::stop_measuring(__func__, measuring != 0, config.focus_state.tof_polling != 0);
     }
     log_focus("%s,en:%d,ret:%d", __func__, enable, result);
     return result;
@@ -315,7 +316,8 @@ int32_t tof_check_enable(int32_t enable, int32_t fast) {
         log_focus("%s,fail", __func__);
         return result;
     }
-    return Tof_Set_poll_period(enable != 0 && fast != 0 ? fast_poll_period_ms : normal_poll_period_ms);
+    return Tof_Set_poll_period(enable != 0 && fast != 0 ? ovra::fast_poll_period_ms
+                                                        : ovra::normal_poll_period_ms);
 }
 
 int32_t tof_get_distance(int32_t zones[OVRA_TOF_ZONE_ARRAY], int32_t with_second) {
@@ -327,24 +329,24 @@ int32_t tof_get_distance(int32_t zones[OVRA_TOF_ZONE_ARRAY], int32_t with_second
     }
     if (config.focus_state.distance_enabled == 0) return -1;
 
-    const MutexGuard lock(tof_mtx);
-    char frame[frame_characters + 1] = {};
-    if (Tof_Get_Distance(frame, frame_characters) != frame_characters) return -1;
-    decode_frame(frame, zones, with_second != 0);
+    const ovra::MutexGuard lock(tof_mtx);
+    char frame[ovra::frame_characters + 1] = {};
+    if (Tof_Get_Distance(frame, ovra::frame_characters) != ovra::frame_characters) return -1;
+    ovra::decode_frame(frame, zones, with_second != 0);
     return 0;
 }
 
 void tof_check_eye_base(void) {
     int32_t zones[OVRA_TOF_ZONE_ARRAY] = {};
-    for (int i = 0; i < eye_base_tries; ++i) {
-        if (tof_get_distance(zones, 1) == 0 && zones[centre_zone] != 0) break;
-        SleepMs(useless_frame_pause_ms);
+    for (int i = 0; i < ovra::eye_base_tries; ++i) {
+        if (tof_get_distance(zones, 1) == 0 && zones[ovra::centre_zone] != 0) break;
+        SleepMs(ovra::useless_frame_pause_ms);
     }
     log_focus("%s tof data:", __func__);
-    int nearest = min_distance(zones);
+    int nearest = ovra::min_distance(zones);
     if (nearest == 0) {
         log_focus("%s,can not find min val", __func__);
-        nearest = eye_base_default_mm;
+        nearest = ovra::eye_base_default_mm;
     }
     log_focus("%s,min val:%d", __func__, nearest);
 }
@@ -355,11 +357,11 @@ void tof_dump_arr(const int32_t zones[OVRA_TOF_ZONE_ARRAY], int32_t with_second)
     constexpr const char* rule = "###########################";
     constexpr int row_zones = 3;
     log_focus("%s", rule);
-    for (int i = 0; i < zone_count; i += row_zones) {
+    for (int i = 0; i < ovra::zone_count; i += row_zones) {
         log_focus("%4dmm, %4dmm, %4dmm", zones[i], zones[i + 1], zones[i + 2]);
     }
-    const int32_t* const seconds = zones + zone_count;
-    for (int i = 0; with_second != 0 && i < zone_count; i += row_zones) {
+    const int32_t* const seconds = zones + ovra::zone_count;
+    for (int i = 0; with_second != 0 && i < ovra::zone_count; i += row_zones) {
         log_focus("%2d, %2d, %2d", seconds[i], seconds[i + 1], seconds[i + 2]);
     }
     log_focus("%s", rule);
@@ -369,15 +371,15 @@ float tof_degree2radian(float deg) { return deg * 3.1415927F / 180.0F; }
 
 int32_t keystone_get_tof_avg(int32_t* left, int32_t* centre, int32_t* right, int32_t count) {
     const int frames = std::max(count, 1);
-    MiddleRow row;
+    ovra::MiddleRow row;
     bool good = sum_frames(__func__, frames, row);
     // All unstable zones are logged before the one failure line, so that the log shows which side is at fault.
     if (left != nullptr && right != nullptr) {
-        good &= check_stable({__func__, room, left_unstable_line}, "dl", row.left, frames);
-        good &= check_stable({__func__, room, right_unstable_line}, "dr", row.right, frames);
+        good &= check_stable({__func__, ovra::room, ovra::left_unstable_line}, "dl", row.left, frames);
+        good &= check_stable({__func__, ovra::room, ovra::right_unstable_line}, "dr", row.right, frames);
     }
     if (centre != nullptr && frames != 1) {
-        good &= check_stable({__func__, room, centre_unstable_line}, "dc", row.centre, frames);
+        good &= check_stable({__func__, ovra::room, ovra::centre_unstable_line}, "dc", row.centre, frames);
     }
     if (!good) {
         log_focus("%s,fail", __func__);
@@ -385,14 +387,14 @@ int32_t keystone_get_tof_avg(int32_t* left, int32_t* centre, int32_t* right, int
     }
     if (left != nullptr) *left = row.left.average(frames);
     if (right != nullptr) *right = row.right.average(frames);
-    if (centre != nullptr) *centre = along_optical_axis(row.centre.average(frames));
+    if (centre != nullptr) *centre = ovra::along_optical_axis(row.centre.average(frames));
     return 0;
 }
 
 int32_t keystone_get_tof_avg2(int32_t* left, int32_t* centre, int32_t* right, int32_t count) {
     // Whether the sensor could be switched over does not matter: the frames themselves show it.
     tof_check_enable(1, 1);
-    const int result = try_average(average_tries, left, centre, right, count);
+    const int result = ovra::try_average(ovra::average_tries, left, centre, right, count);
     tof_check_enable(1, 0);
     if (result == 0) return 0;
     log_focus("%s,fail", __func__);
@@ -401,10 +403,11 @@ int32_t keystone_get_tof_avg2(int32_t* left, int32_t* centre, int32_t* right, in
 
 int32_t keystone_get_tof_rawdata(void* record) {
     tof_check_enable(1, 1);
-    SleepMs(polling_change_ms);
+    SleepMs(ovra::polling_change_ms);
     int32_t distance_mm = 0;
-    const int result = try_average(hook_tries, nullptr, &distance_mm, nullptr, hook_frames);
-    if (result == 0 && record != nullptr) static_cast<int32_t*>(record)[hook_distance_field] = distance_mm;
+    const int result = ovra::try_average(ovra::hook_tries, nullptr, &distance_mm, nullptr, ovra::hook_frames);
+    if (result == 0 && record != nullptr)
+        static_cast<int32_t*>(record)[ovra::hook_distance_field] = distance_mm;
     tof_check_enable(1, 0);
     if (result == 0) return 0;
     log_focus("%s,fail", __func__);

@@ -26,7 +26,6 @@ constexpr useconds_t retry_pause_us = 5000;
 constexpr uint16_t min_valid_quality = 11;
 constexpr uint16_t max_valid_quality = 100;
 constexpr size_t max_zones = 8;
-constexpr int32_t pixel_count = 60;
 
 constexpr uint16_t chip_bus_address = 0x5C;
 constexpr int32_t command_bytes = sizeof(CommandRecord);

@@ -13,6 +13,9 @@ namespace ovra {
 /// The directory of the sensor's attributes.
 inline constexpr const char* tof_attributes = "/sys/class/nd_tof/nds01";
 
+/// Pixels of the whole receiver.
+inline constexpr int32_t pixel_count = 60;
+
 /// In this point mode a frame has 8 zones, in every other 4.
 inline constexpr int32_t eight_zone_mode = 1;
 

@@ -31,7 +31,6 @@ constexpr uint16_t default_start_bin = 40;
 constexpr size_t spad_bytes = 8;
 constexpr size_t spad_bytes_of_four_zones = 4;
 constexpr size_t frame_zones = 8;
-constexpr size_t pixel_count = 60;
 constexpr int32_t pixel_value_bytes = 2 * pixel_count * sizeof(uint16_t);
 
 // Yaw and pitch, upper and lower bound, in hundredths of a degree; then the distance in millimetres.

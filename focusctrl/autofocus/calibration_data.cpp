@@ -17,7 +17,7 @@ using ovra::load;
 using ovra::log_focus;
 using ovra::store;
 
-constexpr int table_entries = 30;
+constexpr int table_entries = sizeof listFlash / sizeof listFlash[0];
 constexpr std::size_t left_limit_entry = 25;
 constexpr std::size_t right_limit_entry = 26;
 constexpr std::size_t polarity_entry = 27;

@@ -1,4 +1,4 @@
-#include "ovrafocus/config.h"
+#include "focusctrl/autofocus/config.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,6 @@
 
 #include "base/log.h"
 #include "base/shared_flag.h"
-#include "focusctrl/autofocus/config.h"
 
 ovra_focus_config focus_config{};
 

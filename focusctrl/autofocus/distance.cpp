@@ -14,16 +14,14 @@ namespace {
 using ovra::load;
 using ovra::log_focus;
 
-constexpr int frame_values = 8;
-constexpr int distance_zones = 4;
 constexpr int64_t changed_distance_mm = 20;
 
 }  // namespace
 
-int32_t getAvgDist(const int32_t* frame) { return ovra::average_distance(frame, distance_zones); }
+int32_t getAvgDist(const int32_t* frame) { return ovra::average_distance(frame, ovra::ranging_zones); }
 
 int32_t isDistChanged(void) {
-    int32_t frame[frame_values];
+    int32_t frame[ovra::ranging_frame_values];
     const int32_t result = tof_distance_read(frame);
     if (result == -1) return -1;
     const int32_t angle = get_current_keystone_angle();

@@ -24,7 +24,7 @@ std::int32_t measure_position(std::int32_t& reading) {
 std::int32_t step_and_measure(const char* message, std::int32_t (*move)(std::int32_t), std::int32_t& reading) {
     log_focus("%s", message);
     if (move(1) == failed) return failed;
-    usleep(settle_us);
+    ::usleep(settle_us);
     return measure_position(reading);
 }
 

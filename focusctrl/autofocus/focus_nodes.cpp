@@ -35,8 +35,6 @@ constexpr std::size_t ranging_text_bytes = 36;
 constexpr std::size_t temperature_text_bytes = 1023;
 constexpr std::size_t focus_curve_text_bytes = 1024;
 
-constexpr int frame_values = 8;
-
 constexpr int stop_polls = 21;
 constexpr useconds_t stop_poll_us = 20000;
 
@@ -124,8 +122,8 @@ int32_t tof_distance_read(int32_t* frame) {
     }
     char text[ranging_text_bytes + 1];
     if (!read_once(node, text, ranging_text_bytes)) return -1;
-    std::fill_n(frame, frame_values, 0);
-    ovra::parse_numbers(text, ',', frame, frame_values);
+    std::fill_n(frame, ovra::ranging_frame_values, 0);
+    ovra::parse_numbers(text, ',', frame, ovra::ranging_frame_values);
     return 0;
 }
 
@@ -198,7 +196,7 @@ int32_t motor_tmr_x_dir_read(int32_t* out) {
     int32_t stopped = motor_stop_read();
     for (int poll = 0; poll < stop_polls; ++poll) {
         if (stopped == 0) return read_position(out);
-        usleep(stop_poll_us);
+        ::usleep(stop_poll_us);
         stopped = motor_stop_read();
         log_focus("MOTOR RUNNING");
     }

@@ -31,6 +31,10 @@ PlaceTable curve_of_places(const CurveNumbers& numbers, bool negated);
 /// The distance of each focus place in millimetres, 3000 to 240.
 PlaceTable distance_of_places();
 
+/// A ranging frame: the distances of four zones in millimetres, then four values of the driver's own.
+constexpr int ranging_frame_values = 8;
+constexpr int ranging_zones = 4;
+
 /// The mean in millimetres of the zones that are in range (below 4000 mm); -1 when none is.
 std::int32_t average_distance(const std::int32_t* zones_mm, int count);
 

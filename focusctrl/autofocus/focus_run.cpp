@@ -32,9 +32,6 @@ using ovra::store;
 using ovra::TableChoice;
 using ovra::wall_clock;
 
-// The code by which varnel_keystone() knows that a focus run asks.
-constexpr int keystone_for_focus = 9999;
-
 constexpr int32_t adjust_once = 1;  // of g_focus_temp_adjust
 constexpr unsigned both_off_pause_s = 1;
 
@@ -55,7 +52,7 @@ struct Times {
 
 // The average distance in millimetres, or -1 when nothing could be measured.
 int32_t measure_distance() {
-    int32_t frame[8];
+    int32_t frame[ovra::ranging_frame_values];
     const int32_t result = tof_distance_read(frame);
     if (result == failed) {
         log_focus("auto fucos error: get tof distance failed");
@@ -222,7 +219,7 @@ int32_t focus_step(const Times& times, int32_t keystone_toast) {
 int32_t report_focus_off(bool keystone_on) {
     if (!keystone_on) {
         show_korbet_toast_akaf(OVRA_TOAST_BOTH_OFF);
-        sleep(both_off_pause_s);
+        ::sleep(both_off_pause_s);
     }
     show_korbet_toast_akaf(OVRA_TOAST_FOCUS_OFF);
     return keystone_on ? OVRA_RESULT_KEYSTONE_ONLY : OVRA_RESULT_BOTH_OFF;
@@ -231,7 +228,7 @@ int32_t report_focus_off(bool keystone_on) {
 ovra::KeystoneVerdict keystone_step(const Switches& on, Times& times) {
     if (on.keystone == 0 || load(g_focus_temp_adjust) != 0) return {};
     const ovra::KeystoneVerdict verdict =
-        ovra::judge_keystone(varnel_keystone(keystone_for_focus), on.autofocus != 0);
+        ovra::judge_keystone(varnel_keystone(OVRA_KEYSTONE_FOR_FOCUS), on.autofocus != 0);
     if (!verdict.ends_run) times.keystone_end = wall_clock();
     return verdict;
 }

@@ -10,6 +10,7 @@
 
 #include "base/log.h"
 #include "base/shared_flag.h"
+#include "focusctrl/autofocus/focus_plan.h"
 #include "focusctrl/autofocus/keystone_plan.h"
 #include "ovrafocus/display_keystone.h"
 #include "ovrafocus/focus_nodes.h"
@@ -34,8 +35,6 @@ using ovra::load;
 using ovra::log_focus;
 using ovra::store;
 
-constexpr int32_t code_of_focus_run = 9999;
-
 constexpr int tof_readings = 3;  // the first one is discarded: it may be left over from before the movement
 constexpr double hundredths_per_degree = 100.0;
 
@@ -47,8 +46,8 @@ constexpr float no_roll_degrees = 0.0F;
 constexpr float picture_on_lens_axis = 0.0F;
 
 // A ranging frame: distances in millimetres, then confidences, each in this order.
-enum FrameValue { top_right, bottom_right, top_left, bottom_left, confidences, frame_values = 8 };
-using Frame = std::array<int32_t, frame_values>;
+enum FrameValue { top_right, bottom_right, top_left, bottom_left, confidences };
+using Frame = std::array<int32_t, ovra::ranging_frame_values>;
 
 // ---- The tilt ------------------------------------------------------------------------------------------
 
@@ -221,7 +220,7 @@ int32_t cacuTofAngle(int32_t* angle) {
 
 int32_t varnel_keystone(int32_t code) {
     if (load(g_osd_keystone) == 0) return 0;
-    if (code == code_of_focus_run) store(focusAndKeystone, 1);
+    if (code == OVRA_KEYSTONE_FOR_FOCUS) store(focusAndKeystone, 1);
     const std::optional<int32_t> tof_degrees = tof_angle();
     const GravityTilt gravity = gravity_tilt();
     switch (ovra::choose_tilt_source(tof_degrees, gravity.x_degrees)) {

@@ -76,7 +76,7 @@ int32_t finish_manual(std::optional<Side> limit_hit) {
 // A sensor that gives no number leaves `current`, the last known position, as it is.
 int32_t approach_manually(const ClampedTarget& goal, int32_t current) {
     for (int pass = 0; pass < manual_passes; ++pass) {
-        usleep(settle_us);
+        ::usleep(settle_us);
         if (motor_tmr_x_dir_read(&current) != 0) return unlock_and_fail();
         log_focus("currentTMR = %d, targetTMR = %d\n", current, goal.target);
         const int32_t difference = ovra::tmr_difference(goal.target, current);
@@ -84,7 +84,7 @@ int32_t approach_manually(const ClampedTarget& goal, int32_t current) {
         if (action.kind == LensAction::Kind::done) return finish_manual(goal.limit_hit);
         if (carry_out_manual(action, difference) == failed) return failed;
     }
-    usleep(settle_us);
+    ::usleep(settle_us);
     log_focus("auto focus time out");
     return unlock_and_fail();
 }
@@ -107,7 +107,7 @@ int32_t carry_out_single(const LensAction& action, StepCounts& counts) {
 int32_t step_to(int32_t target, int32_t current, StepCounts& counts) {
     const Side side = current < target ? Side::right : Side::left;
     for (;;) {
-        usleep(settle_us);
+        ::usleep(settle_us);
         if (counts.full + counts.fine >= target_steps_limit) {
             log_focus("auto focus time out");
             return failed;
@@ -142,7 +142,7 @@ int32_t goto_limit_safe(const char* name, const char* done_message, const int32_
 bool probe_polarity_step(int count, int32_t& after) {
     log_focus("move 1 right step--10um ");
     motor_right_write(1);
-    usleep(probe_settle_us);
+    ::usleep(probe_settle_us);
     if (motor_tmr_read(&after) != 0) return false;
     log_focus("count = %d, afterTMR = %d", count, after);
     return true;
@@ -156,7 +156,7 @@ bool probe_backlash_step(int count, bool to_left, int32_t& after) {
         log_focus("move 1 right step--5um ");
         motor_right_write(1);
     }
-    usleep(probe_settle_us);
+    ::usleep(probe_settle_us);
     if (motor_tmr_x_dir_read(&after) != 0) return false;
     log_focus("count = %d, afterTMR = %d", count, after);
     return true;

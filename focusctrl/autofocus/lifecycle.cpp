@@ -210,7 +210,7 @@ void* keystonefocus_thread(void* /*unused*/) {
     while (load(AKAF_running_flag) != 0) {
         ovra::serve_keystone_request();
         ovra::serve_focus_request();
-        usleep(ovra::worker_period_us);
+        ::usleep(ovra::worker_period_us);
     }
     return nullptr;
 }

@@ -2,7 +2,6 @@
 #ifndef OVRA_FOCUSCTRL_AUTOFOCUS_PEAK_FIT_H
 #define OVRA_FOCUSCTRL_AUTOFOCUS_PEAK_FIT_H
 
-#include <array>
 #include <cstdint>
 #include <vector>
 

@@ -28,7 +28,7 @@ using ovra::store;
 
 constexpr int measurements = 14;
 constexpr int target_measurement = 2;
-constexpr int table_entries = 30;
+constexpr int table_entries = sizeof listFlash / sizeof listFlash[0];
 constexpr int place_entries = ovra::focus_places;
 
 // All in TMR units. The sweep needs room; the two margins of the soft limits differ on purpose: beyond the

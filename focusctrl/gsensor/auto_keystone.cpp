@@ -79,21 +79,19 @@ void follow_distance(std::int32_t distance_mm) {
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
-int32_t get_auto_keystone_status(void) { return load_acquire(project_tof_dist_changed) > 0 ? 1 : 0; }
+int32_t get_auto_keystone_status(void) { return ovra::load_acquire(project_tof_dist_changed) > 0 ? 1 : 0; }
 
 void auto_keystone_deal_with(void) {
     if (varnel_get_osd_settings_keystone() == 0) {
-        end_run();
-        over_range_readings = 0;
+        ovra::end_run();
+        ovra::over_range_readings = 0;
         return;
     }
     nds01_angle_result angle{};
     if (nds01_get_angle(&angle) < 0) {
-        end_run();
-        log_focus_at(level_error, "Unable to read TOF angle, end auto keystone");
+        ovra::end_run();
+        ovra::log_focus_at(ovra::level_error, "Unable to read TOF angle, end auto keystone");
         return;
     }
-    follow_distance(angle.depth_mm);
+    ovra::follow_distance(angle.depth_mm);
 }

@@ -11,6 +11,10 @@
 #include "ovrafocus/requests.h"
 #include "platform/board_display.h"
 
+using ovra::load;
+using ovra::log_focus_at;
+using ovra::store;
+
 namespace ovra {
 namespace {
 
@@ -48,38 +52,37 @@ const char* rotation_name(std::uint8_t rotation) {
 }  // namespace
 }  // namespace ovra
 
-using namespace ovra;
-
 int32_t set_device_direction(int32_t index) {
-    if (index < 0 || index >= static_cast<int32_t>(directions.size())) {
-        log_focus_at(level_event, "The angle set exceeds the range.\n");
+    if (index < 0 || index >= static_cast<int32_t>(ovra::directions.size())) {
+        log_focus_at(ovra::level_event, "The angle set exceeds the range.\n");
         return -1;
     }
-    const std::uint8_t rotation = direction_at(index).rotation;
-    const std::uint8_t old_rotation = load(current_rotation);
-    store(requested_rotation, rotation);
+    const std::uint8_t rotation = ovra::direction_at(index).rotation;
+    const std::uint8_t old_rotation = load(ovra::current_rotation);
+    store(ovra::requested_rotation, rotation);
     if (rotation == old_rotation) return 0;
-    turn_picture(rotation);
+    ovra::turn_picture(rotation);
     // Before the host hears of it: its callback may lead back here, and must not find the turn still to be
     // made.
-    store(current_rotation, rotation);
-    notify_host(rotation);
-    log_focus_at(level_event, "from %s -> %s, device rotation success", rotation_name(old_rotation),
-                 rotation_name(rotation));
+    store(ovra::current_rotation, rotation);
+    ovra::notify_host(rotation);
+    log_focus_at(ovra::level_event, "from %s -> %s, device rotation success", ovra::rotation_name(old_rotation),
+                 ovra::rotation_name(rotation));
     return 0;
 }
 
-int32_t get_device_direction(void) { return load(requested_rotation); }
+int32_t get_device_direction(void) { return load(ovra::requested_rotation); }
 
 void match_projection_direction(void) {
-    const Axes tilt = axes_of(acc_degree);
+    const ovra::Axes tilt = ovra::axes_of(acc_degree);
     const int matched = matching_direction(tilt);
-    if (matched != no_direction) log_focus_at(level_match, "match projection direction %d", matched);
+    if (matched != ovra::no_direction)
+        log_focus_at(ovra::level_match, "match projection direction %d", matched);
 
-    const RotationAction action = choose_rotation(matched, tilt, load(current_rotation));
-    if (action.kind == RotationAction::keep) return;
-    if (action.kind == RotationAction::correct)
-        log_focus_at(level_event, "correct forward or reverse from %s -> %s", "invalid direction",
-                     direction_at(action.target).name);
+    const ovra::RotationAction action = choose_rotation(matched, tilt, load(ovra::current_rotation));
+    if (action.kind == ovra::RotationAction::keep) return;
+    if (action.kind == ovra::RotationAction::correct)
+        log_focus_at(ovra::level_event, "correct forward or reverse from %s -> %s", "invalid direction",
+                     ovra::direction_at(action.target).name);
     set_device_direction(action.target);
 }

@@ -79,7 +79,7 @@ void* sensor_main(void* /*unused*/) {
 void headset_mainloop(void) {
     ovra::log_focus("headset_mainloop");
     for (;;) {
-        if (!ovra::listen_once()) usleep(ovra::pause_after_failure_us);
+        if (!ovra::listen_once()) ::usleep(ovra::pause_after_failure_us);
     }
 }
 

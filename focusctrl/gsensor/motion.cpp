@@ -21,6 +21,10 @@
 #include "ovrafocus/distance.h"
 #include "ovrafocus/host_interface.h"
 
+using ovra::log_focus;
+using ovra::MutexGuard;
+using ovra::store;
+
 // The motion machine. Its state is spread over flags that the host can see, and is read from them again with
 // every block; this is the machine that they make up:
 //
@@ -280,25 +284,23 @@ void judge_block(const Axes& average) {
 
 }  // namespace ovra
 
-using namespace ovra;
-
 void acc_data_handle(void) {
-    const MutexGuard processing(sample_processing);
-    take_angles_of(axes_of(acc_avg));
+    const MutexGuard processing(ovra::sample_processing);
+    ovra::take_angles_of(ovra::axes_of(acc_avg));
     match_projection_direction();
-    const Axes now = axes_of(acc_degree);
-    const KeystoneAngles lean = keystone_angles(now);
+    const ovra::Axes now = ovra::axes_of(acc_degree);
+    const ovra::KeystoneAngles lean = ovra::keystone_angles(now);
     store(vKeystoneVal, lean.vertical);
     store(thetaKeystoneVal, lean.horizontal);
-    if (!skip_first_block(skipped_by_handler))
-        follow_step(absolute_difference(now, axes_of(acc_degree_last)), lean);
-    finish_block();
+    if (!ovra::skip_first_block(ovra::skipped_by_handler))
+        ovra::follow_step(ovra::absolute_difference(now, ovra::axes_of(acc_degree_last)), lean);
+    ovra::finish_block();
 }
 
 void clear_acc_gyro_status(void) {
     // The angles summed up for the next rest position are kept, so a new count adds to them.
     store(project_acc_angle_changed, 0);
-    store(steady_blocks, 0);
+    store(ovra::steady_blocks, 0);
     store(project_acc_shake_happened, 0);
 }
 
@@ -330,7 +332,7 @@ void sensor_triger_trapz(int32_t enable) {
     get_focus_configs(&config);
     log_focus("%s,enable:%d", "sensor_triger_trapz", enable);
     const ovra_system_state& system = config.system_state;
-    const bool serving = system.is_system_on == serving_state && system.skip_boot_action == 0;
+    const bool serving = system.is_system_on == ovra::serving_state && system.skip_boot_action == 0;
     if (!serving) log_focus("%s,auto_move_focus is disable", "sensor_triger_trapz");
 }
 

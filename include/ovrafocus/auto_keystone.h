@@ -2,9 +2,9 @@
  * @file auto_keystone.h
  * Keystone correction while the projector is being moved, until the distance to the wall is steady.
  *
- * A movement sets project_tof_dist_changed (motion.h); from then on UI_update_thread() makes one step every
- * 40 ms until the distance has been steady five times, has been out of range five times, cannot be read, or
- * the user switches auto-keystone off.
+ * A movement sets project_tof_dist_changed (gravity_state.h); from then on UI_update_thread() makes one step
+ * every 40 ms until the distance has been steady five times, has been out of range five times, cannot be read,
+ * or the user switches auto-keystone off.
  */
 #ifndef OVRAFOCUS_AUTO_KEYSTONE_H
 #define OVRAFOCUS_AUTO_KEYSTONE_H

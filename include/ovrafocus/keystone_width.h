@@ -15,8 +15,12 @@
 #include <stdint.h>
 
 #include "ovrafocus/export.h"
+#include "ovrafocus/result_codes.h"
 
 OVRA_BEGIN_DECLS
+
+/** The code by which varnel_keystone() knows that a focus run asks. */
+#define OVRA_KEYSTONE_FOR_FOCUS (9999)
 
 /** Panel width in pixels, above 0; 1280 unless the host sets another. */
 extern OVRA_API int32_t width;
@@ -34,8 +38,8 @@ extern OVRA_API int32_t preDownW;
 extern OVRA_API int32_t currentKeystoneAngle;
 
 /**
- * 1 from the moment a focus run has asked for keystone (code 9999) until the widths were applied in steps or
- * in a small change; 0 otherwise. A manual request, applied at once, leaves it as it is.
+ * 1 from the moment a focus run has asked for keystone (OVRA_KEYSTONE_FOR_FOCUS) until the widths were applied
+ * in steps or in a small change; 0 otherwise. A manual request, applied at once, leaves it as it is.
  */
 extern OVRA_API uint8_t focusAndKeystone;
 
@@ -48,10 +52,11 @@ extern OVRA_API pthread_mutex_t mutex_keystone;
  * its side (45 degrees or more about x), where gravity says nothing about the tilt; otherwise gravity is used.
  * Any thread; blocks while another run holds mutex_keystone.
  *
- * @param code  9999 when called for a focus run, which sets focusAndKeystone; any other value is ignored
+ * @param code  OVRA_KEYSTONE_FOR_FOCUS, which sets focusAndKeystone; any other value is ignored
  * @return 0 on success, and when keystone is switched off (g_osd_keystone is 0: nothing is read then);
  *         -1 when the gravity angle is beyond 90 degrees or the widths could not be computed;
- *         -101 when the projector lies on its side and the ToF angle is missing or beyond 80 degrees
+ *         OVRA_RESULT_NO_DISTANCE when the projector lies on its side and the ToF angle is missing or beyond 80
+ *         degrees
  */
 OVRA_API int32_t varnel_keystone(int32_t code);
 

@@ -76,8 +76,7 @@ OVRA_API void setSoftLimit(int32_t left, int32_t right);
  *
  * @param out  the polarity found, 0 or 1; untouched when none was found
  * @return 0; -1 when a reading failed; OVRA_RESULT_PROBE_FAILED when the reading did not change enough within
- *         14 steps. A change
- *         seen at the 15th step comes too late: `direction` and `*out` are set all the same.
+ *         14 steps. A change seen at the 15th step comes too late: `direction` and `*out` are set all the same.
  */
 OVRA_API int32_t get_direction(int32_t* out);
 

@@ -3,8 +3,8 @@
  * The nds01 multi-zone time-of-flight sensor: its device node, its attributes and its registers.
  *
  * The kernel driver offers /dev/nds01, from which ranging frames are read, and the attributes of
- * /sys/class/nd_tof/nds01. Frames may be read by several threads at once; no frame may be read while the point
- * mode changes (nds01_start.h), and everything else here is for one thread.
+ * /sys/class/nd_tof/nds01. Several threads may read frames, and take turns; no frame may be read while the
+ * point mode changes (nds01_start.h), and everything else here is for one thread.
  *
  * Functions that write or read one attribute and say no more return what the attribute helper of
  * nds01_sysfs.h returns: 0 or more on success, a negative errno value on failure. A command that the driver

@@ -15,7 +15,7 @@
 #include "virtual_projector/launcher/session.h"
 
 extern "C" {
-// The C library's own, behind the ones below.
+// The C library's own, after the ones below.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);

@@ -322,7 +322,7 @@ TEST_F(DisplayKeystone, RefusesAWidthOfZeroOrLess) {
               "ovra: set_keystone_api, top=0, bottom=1280 overflow error\n"
               "ovra: set_keystone_api, top=1280, bottom=-3 overflow error\n"
               "ovra: set_keystone_api, top=9999, bottom=0 overflow error\n")
-        << "told as asked for, before the cut";
+        << "logged as asked for, before the cut";
     EXPECT_THAT(requests, IsEmpty());
 }
 
@@ -414,7 +414,7 @@ TEST_F(DisplayKeystone, CountsOneNarrowerEdgeAsNarrowing) {
                                       widths(on, 1100, 1279), transform_request, viewport_bytes));
 }
 
-TEST_F(DisplayKeystone, TellsTheHostOfAWideningBeforeTheWidthsAreEnabled) {
+TEST_F(DisplayKeystone, NotifiesTheHostOfAWideningBeforeTheWidthsAreEnabled) {
     table.keystone_updated = note_updated;
     register_host();
     start();
@@ -424,7 +424,7 @@ TEST_F(DisplayKeystone, TellsTheHostOfAWideningBeforeTheWidthsAreEnabled) {
                        "ioctl /dev/dis 0xc0140e29", "keystone_updated", "ioctl /dev/dis 0x801c0e10"}));
 }
 
-TEST_F(DisplayKeystone, TellsTheHostOfANarrowingAfterTheViewport) {
+TEST_F(DisplayKeystone, NotifiesTheHostOfANarrowingAfterTheViewport) {
     table.keystone_updated = note_updated;
     register_host();
     start();

@@ -619,7 +619,7 @@ TEST_F(TofEyeBase, PrintsExactlyTheDefaultWhenNoFrameCanBeRead) {
 struct Frames {
     const char* name;
     std::vector<std::string> texts;  // the last one repeats
-    int least_mm;
+    int min_mm;
     std::size_t pauses;
 };
 
@@ -631,7 +631,7 @@ TEST_P(TofEyeBaseOf, FindsTheLeastDistanceOfTheZonesThatSeeWellEnough) {
     distances(GetParam().texts);
     tof_check_eye_base();
     const std::string log = board.log();
-    EXPECT_EQ(log.substr(log.rfind(':') + 1), std::to_string(GetParam().least_mm) + "\n");
+    EXPECT_EQ(log.substr(log.rfind(':') + 1), std::to_string(GetParam().min_mm) + "\n");
     EXPECT_EQ(board.journal({"sleep"}), Entries(GetParam().pauses, "sleep 200000"));
 }
 

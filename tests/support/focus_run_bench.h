@@ -38,7 +38,7 @@ Events said(Lines... lines) {
     return {std::string(lines)...};
 }
 
-// --- What a run tells, piece by piece --------------------------------------------------------------------
+// --- What a run logs, piece by piece --------------------------------------------------------------------
 
 inline Events switches(int keystone, int autofocus, int adjust = 0) {
     return {"auto focus STATE flag : 1", "======= osd : keystone = " + number(keystone) +

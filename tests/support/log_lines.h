@@ -10,7 +10,7 @@ namespace testkit {
 /// A line with the library's tag. A text that ends in a newline leaves an empty line after it.
 inline std::string tagged(const std::string& text) { return "[ovra_focus]  " + text + "\n"; }
 
-/// A tagged line that tells where it comes from.
+/// A tagged line that says where it comes from.
 inline std::string located(const std::string& function, const std::string& room, int line,
                            const std::string& text) {
     return tagged(function + " | " + room + " [line=" + std::to_string(line) + "] " + text);

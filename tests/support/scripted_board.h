@@ -1,4 +1,4 @@
-// A board whose every node says what the test tells it to, for tests of the library.
+// A board whose every node says what the test sets, for tests of the library.
 //
 // The test program links the interposed C library calls (virtual_projector/interpose), so the unchanged
 // libovrafocus.so reaches these nodes in place of the kernel's. Time is virtual: nothing sleeps. Everything

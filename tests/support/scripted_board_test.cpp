@@ -133,7 +133,7 @@ TEST_F(Board, ARemovedNodeIsMissing) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(Board, TellsWhatIsOpen) {
+TEST_F(Board, NamesWhatIsOpen) {
     board.text(node, "1");
     board.text("/dev/dis", "");
     const int first = ::open(node, O_RDONLY);

@@ -18,7 +18,7 @@
 #include "tests/support/scripted_nds01.h"
 #include "tests/support/scripted_vendor.h"
 
-// A calibration that could not be stored keeps its work buffer; that is not for the leak check to tell.
+// A calibration that could not be stored keeps its work buffer; that is not for the leak check to report.
 extern "C" const char* __lsan_default_suppressions() { return "leak:nds01_isp_offset_calibration"; }
 
 namespace {

@@ -9,7 +9,7 @@ namespace {
 
 using ovra::OffsetTable;
 
-/// Every value tells its own row and column: 100 * row + column.
+/// Every value shows its own row and column: 100 * row + column.
 OffsetTable numbered() {
     OffsetTable table{};
     for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<uint16_t>(100 * (i / 20) + i % 20);

@@ -204,7 +204,7 @@ TEST_F(KeystoneStep, WithoutAnAngleEndsTheRunWhenFocusIsOff) {
     EXPECT_EQ(held_calls, said("toast 9 free"));
 }
 
-TEST_F(KeystoneStep, TakesTheTimeThatTheTableTells) {
+TEST_F(KeystoneStep, TakesTheTimeThatTheTableStates) {
     tilt(0.0F, 20.0F);
     EXPECT_EQ(run(), 0);
     const long pauses = static_cast<long>(board.journal({"sleep"}).size());
@@ -271,11 +271,11 @@ TEST_F(FocusRun, WithNoZoneInRangeEndsWithToast9AndRemembersIt) {
 
 // --- The table -------------------------------------------------------------------------------------------
 
-// The lens lies so far off that the run tells its target in the first pass of the fine loop.
+// The lens lies so far off that the run logs its target in the first pass of the fine loop.
 struct TableForTheTemperature : FocusRun {
     TableForTheTemperature() { distance(wall_mm); }
 
-    // The lens's target after the lines in `expected`, told between temperature and the first position.
+    // The lens's target after the lines in `expected`, logged between temperature and the first position.
     void expect_target(int celsius_now, const Events& expected, int target) {
         celsius(celsius_now);
         lens_at(target);
@@ -287,8 +287,8 @@ struct TableForTheTemperature : FocusRun {
             switches(0, 1) + measured(wall_mm) + temperature(celsius_now) + expected + position(target);
         ASSERT_GE(all.size(), begin.size());
         EXPECT_EQ(Events(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(begin.size())), begin);
-        const std::string told = "currentTMR = " + number(target) + ", targetTMR = " + number(target);
-        const bool fine_loop_ran = std::find(all.begin(), all.end(), told) != all.end();
+        const std::string target_line = "currentTMR = " + number(target) + ", targetTMR = " + number(target);
+        const bool fine_loop_ran = std::find(all.begin(), all.end(), target_line) != all.end();
         EXPECT_EQ(fine_loop_ran, hot != 0);
     }
     int hot = 1;
@@ -359,7 +359,7 @@ TEST_F(TableOfTheFocusCurve, IsNotUsedWithoutItsFlag) {
 
 struct TargetPlace : FocusRun {
     // Where the run sends a hot-calibrated lens that rests at `tmr`: place and position.
-    std::pair<std::string, std::string> told(int mm, int tmr) {
+    std::pair<std::string, std::string> place_and_position_lines(int mm, int tmr) {
         g_flag_high_temp = 1;
         distance(mm);
         lens_at(tmr);
@@ -374,7 +374,7 @@ struct TargetPlace : FocusRun {
     }
     // With the lens at its place already.
     void expect_target(int mm, int place, int tmr) {
-        const auto [place_line, position_line] = told(mm, tmr);
+        const auto [place_line, position_line] = place_and_position_lines(mm, tmr);
         EXPECT_EQ(place_line, places(place, place, 0)[0]) << mm;
         EXPECT_EQ(position_line, "currentTMR = " + number(tmr) + ", targetTMR = " + number(tmr)) << mm;
     }
@@ -405,7 +405,7 @@ TEST_F(TargetPlace, IsExtrapolatedBelow230Millimetres) {
 
 TEST_F(TargetPlace, ExtrapolatesANegativePositionTowardsZero) {
     for (std::int32_t& entry : listFlash) entry = -400;
-    const auto [place_line, position_line] = told(100, -400);
+    const auto [place_line, position_line] = place_and_position_lines(100, -400);
     // All places look alike, and the first one wins.
     EXPECT_EQ(place_line, places(0, 24, 12)[0]);
     EXPECT_EQ(position_line, "currentTMR = -400, targetTMR = -356");
@@ -413,13 +413,14 @@ TEST_F(TargetPlace, ExtrapolatesANegativePositionTowardsZero) {
 
 TEST_F(TargetPlace, OfTheLensIsTheFifthWhenNoPlaceIsNear) {
     for (std::int32_t& entry : listFlash) entry = 10000;
-    const auto [place_line, position_line] = told(wall_mm, 0);
+    const auto [place_line, position_line] = place_and_position_lines(wall_mm, 0);
     EXPECT_EQ(place_line, places(5, 4, 0)[0]);
     EXPECT_EQ(position_line, "currentTMR = 0, targetTMR = 10000");
 }
 
 TEST_F(TargetPlace, OfTheLensIsTheLowerOneOnATie) {
-    EXPECT_EQ(told(wall_mm, position_of(6) + narrow_spacing / 2).first, places(6, 4, -1)[0]);
+    EXPECT_EQ(place_and_position_lines(wall_mm, position_of(6) + narrow_spacing / 2).first,
+              places(6, 4, -1)[0]);
 }
 
 // --- Times -----------------------------------------------------------------------------------------------

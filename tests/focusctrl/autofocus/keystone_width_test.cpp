@@ -101,7 +101,7 @@ struct KeystoneWidth : ::testing::Test {
 
     Entries applied() { return board.journal({"widths"}); }
 
-    // The offsets that the geometry gives for a tilt, as the line that tells them.
+    // The offsets that the geometry gives for a tilt, as the line that logs them.
     static std::string geometry_lines(int angle) {
         testkit::ScriptedBoard& b = *current_board;
         const std::string before = b.log();
@@ -364,7 +364,7 @@ TEST_F(KeystoneWidth, StepsToTheWidthThatTheHostHasSet) {
 
 // ---- The driver -----------------------------------------------------------------------------------------
 
-// A picture that the library draws: the widths that the driver is told to show.
+// A picture that the library draws: the widths that the driver has to show.
 struct KeystoneWidthAtTheDriver : KeystoneWidth {
     Entries shown;
 

@@ -82,7 +82,7 @@ struct Direction : ::testing::Test {
 
 using SetDeviceDirection = Direction;
 
-TEST_F(SetDeviceDirection, TurnsDisplayAndHdmiThenTellsTheHostAndLogsIt) {
+TEST_F(SetDeviceDirection, TurnsDisplayAndHdmiThenNotifiesTheHostAndLogsIt) {
     EXPECT_EQ(set_device_direction(1), 0);
     EXPECT_EQ(story(),
               (Entries{"display 1", "hdmi 2", "host 3",

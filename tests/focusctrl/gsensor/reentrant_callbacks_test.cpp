@@ -35,7 +35,7 @@ int testing_query() {
     return 0;
 }
 
-void rotation_told(int) { call_back(); }
+void rotation_changed(int) { call_back(); }
 
 struct ReentrantCallbacks : ::testing::Test {
     ReentrantCallbacks() {
@@ -102,8 +102,8 @@ TEST_F(ReentrantCallbacks, TheRefreshAfterAnUnchangedDistanceMaySampleAndJudge) 
     EXPECT_EQ(project_tof_dist_changed, 0);
 }
 
-TEST_F(ReentrantCallbacks, TheRotationIsToldOnceToACallbackThatJudges) {
-    table.rotation_changed = rotation_told;
+TEST_F(ReentrantCallbacks, ACallbackThatJudgesIsNotifiedOfTheRotationOnce) {
+    table.rotation_changed = rotation_changed;
     in_callback = [] {
         acc_event_read();
         acc_data_handle();

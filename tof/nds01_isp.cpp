@@ -86,8 +86,8 @@ void* nds01_isp_get_dev_ptr() { return device_context.data(); }
 
 int32_t ispfht_get_isp_id() { return 0; }
 
-/// The table of functions, each by the type that the vendor calls it by. Laid out by the linker, so that no code
-/// fills it; not a constant, because the vendor may keep something of its own in the empty slot.
+/// The table of functions, each by the type that the vendor calls it by. Laid out by the linker, so that no
+/// code fills it; not a constant, because the vendor may keep something of its own in the empty slot.
 struct PlatformTable {
     nds_register8_transfer* write_register8 = platform_i2c_write;
     nds_register8_transfer* read_register8 = platform_i2c_read;

@@ -11,7 +11,6 @@ public:
     ScheduledThread* adopt_current(int /*number*/, const std::string& /*name*/) override { return nullptr; }
     ScheduledThread* prepare_thread(int /*number*/, const std::string& /*name*/) override { return nullptr; }
     void forget_thread(ScheduledThread* /*thread*/) override {}
-    void begin_current(ScheduledThread* /*thread*/) override {}
     void finish_current() override {}
     void wait_for_end(ScheduledThread* /*thread*/) override {}  // joining it does
     bool knows_current_thread() const override { return true; }

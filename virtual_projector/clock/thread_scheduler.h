@@ -24,8 +24,6 @@ public:
     virtual ScheduledThread* prepare_thread(int number, const std::string& name) = 0;
     /// The prepared thread could not be started after all.
     virtual void forget_thread(ScheduledThread* thread) = 0;
-    /// First thing on the new thread itself: waits for its turn.
-    virtual void begin_current(ScheduledThread* thread) = 0;
     /// Last thing on a thread: whoever waits for it goes on, and the turn passes.
     virtual void finish_current() = 0;
     /// Waits until a thread has finished.

@@ -65,6 +65,7 @@ void TurnScheduler::forget_thread(ScheduledThread* thread) {
 }
 
 void TurnScheduler::begin_current(ScheduledThread* thread) {
+    if (thread == nullptr) return;
     current = thread;
     thread->turn.await();
 }

@@ -56,7 +56,10 @@ public:
     ScheduledThread* adopt_current(int number, const std::string& name) override;
     ScheduledThread* prepare_thread(int number, const std::string& name) override;
     void forget_thread(ScheduledThread* thread) override;
-    void begin_current(ScheduledThread* thread) override;
+    /// First thing on a prepared thread itself: waits for its turn; null, of a thread that takes no turns, is
+    /// none. Not a member's call: the kernel may start the thread only after the program's end, when its
+    /// scheduler is gone. It then stays here.
+    static void begin_current(ScheduledThread* thread);
     void finish_current() override;
     void wait_for_end(ScheduledThread* thread) override;
     bool knows_current_thread() const override;

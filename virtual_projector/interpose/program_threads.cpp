@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
+#include "virtual_projector/clock/turn_scheduler.h"
 #include "virtual_projector/interpose/real_calls.h"
 
 namespace vp {
@@ -133,7 +134,7 @@ void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attribute
 
 void* ProgramThreads::run(void* started) {
     ProgramThread& thread = *static_cast<ProgramThread*>(started);
-    thread.owner->begin(thread);
+    begin(thread);
     const ThreadEnd end{thread};
     return thread.entry(thread.argument);
 }
@@ -143,8 +144,9 @@ void ProgramThreads::begin(ProgramThread& thread) {
     set_current(&thread);
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
-    clock_.scheduler().begin_current(thread.turn);
-    call_ends();  // waiting for its first turn the thread may have moved the whole world
+    // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.
+    TurnScheduler::begin_current(thread.turn);
+    thread.owner->call_ends();  // waiting for its first turn the thread may have moved the whole world
 }
 
 // --- End -------------------------------------------------------------------------------------------------

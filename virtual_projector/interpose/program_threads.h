@@ -72,7 +72,7 @@ private:
     struct ThreadEnd;
     static void* run(void* thread);
 
-    void begin(ProgramThread& thread);
+    static void begin(ProgramThread& thread);
     void end(ProgramThread& thread);
     int start(ProgramThread& thread, const pthread_attr_t* attributes);
     void give_stack(ProgramThread& thread, pthread_attr_t& attributes);

@@ -31,7 +31,7 @@ constexpr uint16_t default_start_bin = 40;
 constexpr size_t spad_bytes = 8;
 constexpr size_t spad_bytes_of_four_zones = 4;
 constexpr size_t frame_zones = 8;
-constexpr int32_t pixel_value_bytes = 2 * pixel_count * sizeof(uint16_t);
+constexpr int32_t pixel_value_bytes = 2 * int32_t{sizeof(uint16_t)} * pixel_count;
 
 // Yaw and pitch, upper and lower bound, in hundredths of a degree; then the distance in millimetres.
 constexpr std::array<int16_t, 6> angle_limits{1700, -1700, 3300, -3300, 4500, 470};

@@ -6,8 +6,6 @@
 #include "base/shared_flag.h"
 #include "ovrafocus/log_level.h"
 
-int32_t ovra_log_level = 4;
-
 namespace ovra {
 namespace {
 

@@ -50,6 +50,12 @@ public:
     std::string make_usage(const CLI::App*, std::string) const override {
         return "\nUsage: virtual-projector [OPTIONS] -- PROGRAM [ARGUMENTS...]\n";
     }
+    // The value's name and default. What an option excludes is said in its description.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        if (option->get_type_size() == 0) return "";
+        const std::string standard = option->get_default_str();
+        return " " + option->get_type_name() + (standard.empty() ? "" : "=" + standard);
+    }
 };
 
 // As a scenario's seed.
@@ -100,15 +106,16 @@ void describe_run(CLI::App& app, CommandLine& line) {
 }
 
 void describe_schedule(CLI::App& app, vp::RunOptions& run) {
-    app.add_flag("--real-time", run.real_time, "run on the wall clock, without the scheduler");
+    app.add_flag("--real-time", run.real_time,
+                 "run on the wall clock, without the scheduler: not with the three below");
     app.add_option("--preempt", run.preempt, "probability that a thread loses its turn at a call")
         ->check(CLI::Range(0.0, 1.0).description(""))
         ->check(refuse_nan)
         ->excludes("--real-time")
         ->type_name("P");
     app.add_option("--schedule", run.schedule,
-                   "who runs next: random, by the seed; pct:D or pct:D:K, by random priorities that change at "
-                   "D-1 of\n"
+                   "who runs next: random, by the seed; pct:D or\n"
+                   "pct:D:K, by random priorities that change at D-1 of\n"
                    "about K points (10000); FILE, as it was recorded")
         ->excludes("--real-time")
         ->type_name("random|pct:D|FILE");

@@ -169,6 +169,13 @@ TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
     }
 }
 
+TEST(VirtualProjectorCommand, HelpSaysInWordsWhatExcludesWhat) {
+    const std::string help = launch({launcher, "--help"}).words;
+    EXPECT_NE(help.find("--real-time "), std::string::npos);
+    EXPECT_NE(help.find("not with the three below"), std::string::npos);
+    EXPECT_EQ(help.find("Excludes"), std::string::npos);
+}
+
 TEST(VirtualProjectorCommand, HelpDescribesScenarioFiles) {
     const std::string help = launch({launcher, "--help"}).words;
     for (const char* member :

@@ -26,8 +26,8 @@ public:
     virtual void forget_thread(ScheduledThread* thread) = 0;
     /// Last thing on a thread: whoever waits for it goes on, and the turn passes.
     virtual void finish_current() = 0;
-    /// Waits until a thread has finished.
-    virtual void wait_for_end(ScheduledThread* thread) = 0;
+    /// Waits until a thread has finished, or until the deadline.
+    virtual WaitEnd wait_for_end(ScheduledThread* thread, Microseconds deadline) = 0;
 
     /// True when the calling thread is one of those that are scheduled here.
     virtual bool knows_current_thread() const = 0;
@@ -36,10 +36,12 @@ public:
     virtual void touch() = 0;
 
     // --- Waiting -------------------------------------------------------------------------------------
-    /// Gives the turn away until woken (true) or until the deadline (false).
-    virtual bool wait(Wait reason, Microseconds deadline) = 0;
+    /// Gives the turn away until woken, interrupted or until the deadline.
+    virtual WaitEnd wait(Wait reason, Microseconds deadline) = 0;
     virtual bool wake_one(const void* object) = 0;  // the one that has waited longest; false: nobody waits
     virtual void wake_all(const void* object) = 0;
+    /// Ends the wait of a thread, if it waits, whatever for.
+    virtual void interrupt(ScheduledThread* thread) = 0;
 
     // --- Held objects (mutexes) ----------------------------------------------------------------------
     virtual void hold(const void* object) = 0;

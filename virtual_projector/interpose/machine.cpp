@@ -15,10 +15,11 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
     : clock_(clock),
       recorder_(clock, sink),
       files_(clock, devices, faults, recorder_),
+      waits_(clock),
       time_(clock, recorder_),
       polls_(clock, time_),
       threads_(clock, faults, recorder_),
-      locks_(clock.scheduler(), time_) {}
+      locks_(clock.scheduler(), waits_, time_) {}
 
 Machine::~Machine() { uninstall(); }
 

@@ -9,6 +9,7 @@
 #include "virtual_projector/interpose/program_polls.h"
 #include "virtual_projector/interpose/program_threads.h"
 #include "virtual_projector/interpose/program_time.h"
+#include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
 #include "virtual_projector/interpose/thread_locks.h"
 #include "virtual_projector/trace/trace_sink.h"
@@ -45,6 +46,7 @@ private:
     Clock& clock_;
     Recorder recorder_;
     BoardFiles files_;
+    ProgramWaits waits_;
     ProgramTime time_;
     ProgramPolls polls_;
     ProgramThreads threads_;

@@ -183,7 +183,8 @@ ProgramThread* ProgramThreads::find(pthread_t id) {
 
 void ProgramThreads::wait_for_end(ProgramThread& thread) {
     clock_.scheduler().touch();
-    clock_.scheduler().wait_for_end(thread.turn);
+    while (clock_.scheduler().wait_for_end(thread.turn, no_deadline) == WaitEnd::interrupted) {
+    }
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {

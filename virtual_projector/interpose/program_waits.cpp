@@ -1,0 +1,19 @@
+#include "virtual_projector/interpose/program_waits.h"
+
+namespace vp {
+
+WaitEnd ProgramWaits::wait(const Wait& reason, Microseconds deadline) {
+    return clock_.scheduler().wait(reason, deadline);
+}
+
+WaitEnd ProgramWaits::sleep_until(Microseconds time) { return clock_.sleep_until(time); }
+
+WaitEnd ProgramWaits::wait_for_device(const std::string& what, Microseconds deadline) {
+    return clock_.wait_for_device(what, deadline);
+}
+
+WaitEnd ProgramWaits::wait_for_end(ScheduledThread* thread, Microseconds deadline) {
+    return clock_.scheduler().wait_for_end(thread, deadline);
+}
+
+}  // namespace vp

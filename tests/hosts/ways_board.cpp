@@ -21,11 +21,11 @@ namespace {
 
 using namespace ways;
 
-// tests/hosts/ways.json presses a key and lets it go at this time.
+// tests/hosts/ways.json presses a key and lets it go so long after the start.
 constexpr std::int64_t key_ns = 40 * ns_per_second;
 constexpr int key_code = 28;
 constexpr const char* key_path = "/dev/input/event6";
-constexpr const char* motor_path = "/sys/class/motor/steps_number";
+constexpr const char* motor_path = "/sys/class/motor/pos";
 
 // As the board's 32-bit system has it.
 struct KeyEvent {
@@ -41,7 +41,7 @@ Descriptor keys() { return Descriptor(open(key_path, O_RDONLY | O_CLOEXEC)); }
 // A wait from the way's start until the key is pressed.
 template <typename Calls>
 void takes_until_the_key(const char* name, Calls calls) {
-    const std::int64_t expected = key_ns - now_ns();
+    const std::int64_t expected = key_ns - since_start_ns();
     const Stopwatch watch;
     calls();
     watch.expect(name, expected);
@@ -138,7 +138,7 @@ WAY(board_key_pipe_and_timer_in_one_set, Kind::board) {
         worked("epoll_ctl", epoll_ctl(set, EPOLL_CTL_ADD, one, &event));
     }
     const Stopwatch watch;
-    const std::int64_t key_after = key_ns - now_ns();
+    const std::int64_t key_after = key_ns - since_start_ns();
     epoll_event event{};
     same("epoll_wait", epoll_wait(set, &event, 1, -1), 1);
     same("the first is the pipe", event.data.fd, pipe.in);
@@ -211,7 +211,7 @@ WAY(board_key_as_a_stream, Kind::board) {
 
 WAY(board_attribute_as_streams, Kind::board) {
     takes_no_time("an attribute", [] {
-        FILE* const stream = fopen("/sys/class/motor/steps_number", "r");
+        FILE* const stream = fopen(motor_path, "r");
         if (stream == nullptr) return fail("fopen failed");
         const int descriptor = fileno(stream);
         check(descriptor >= 0, "the stream has no descriptor");

@@ -19,7 +19,11 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       time_(clock, recorder_),
       polls_(clock, time_),
       threads_(clock, faults, recorder_),
-      locks_(clock.scheduler(), waits_, time_) {}
+      locks_(clock.scheduler(), waits_, time_),
+      barriers_(clock.scheduler(), waits_),
+      once_calls_(clock.scheduler(), waits_),
+      futexes_(clock.scheduler(), waits_, time_),
+      system_v_queues_(clock.scheduler(), waits_) {}
 
 Machine::~Machine() { uninstall(); }
 

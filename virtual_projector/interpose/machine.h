@@ -5,12 +5,16 @@
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/devices/device.h"
 #include "virtual_projector/devices/fault_plan.h"
+#include "virtual_projector/interpose/barriers.h"
 #include "virtual_projector/interpose/board_files.h"
+#include "virtual_projector/interpose/futexes.h"
+#include "virtual_projector/interpose/once_calls.h"
 #include "virtual_projector/interpose/program_polls.h"
 #include "virtual_projector/interpose/program_threads.h"
 #include "virtual_projector/interpose/program_time.h"
 #include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
+#include "virtual_projector/interpose/system_v_queues.h"
 #include "virtual_projector/interpose/thread_locks.h"
 #include "virtual_projector/trace/trace_sink.h"
 
@@ -40,6 +44,11 @@ public:
     ProgramThreads& threads() { return threads_; }
     /// Null on the PC's own time: the C library's locks are to answer.
     ThreadLocks* locks() { return clock_.is_virtual() ? &locks_ : nullptr; }
+    // In virtual time only, as the locks.
+    Barriers& barriers() { return barriers_; }
+    OnceCalls& once_calls() { return once_calls_; }
+    Futexes& futexes() { return futexes_; }
+    SystemVQueues& system_v_queues() { return system_v_queues_; }
     Recorder& recorder() { return recorder_; }
 
 private:
@@ -51,6 +60,10 @@ private:
     ProgramPolls polls_;
     ProgramThreads threads_;
     ThreadLocks locks_;
+    Barriers barriers_;
+    OnceCalls once_calls_;
+    Futexes futexes_;
+    SystemVQueues system_v_queues_;
 };
 
 }  // namespace vp

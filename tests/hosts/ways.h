@@ -149,8 +149,8 @@ struct Pipe {
 };
 
 void set_non_blocking(int descriptor, bool on);
-/// Writes until nothing more goes in.
-void fill(int descriptor);
+/// Writes until nothing more goes in; how many bytes.
+std::int64_t fill(int descriptor);
 /// Reads until nothing more is there; how many bytes.
 std::int64_t drain(int descriptor);
 void put(int descriptor, const std::string& text);

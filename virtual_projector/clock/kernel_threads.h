@@ -31,6 +31,7 @@ public:
     bool is_held_by_finished(const void* /*object*/) const override { return false; }
 
     Figures figures() const override { return {}; }
+    void on_idle(IdleHandler /*handler*/) override {}
     std::string end_schedule() override { return {}; }
 };
 

@@ -4,6 +4,7 @@
 #define VIRTUAL_PROJECTOR_CLOCK_THREAD_SCHEDULER_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "virtual_projector/clock/wait.h"
@@ -62,6 +63,11 @@ public:
         std::uint64_t points = 0;    // at which a turn could have passed
     };
     virtual Figures figures() const = 0;
+
+    /// Called when no thread is ready, before time moves (or, with `nothing_to_come`, before the run ends
+    /// stuck). True when it has made a thread ready, or let something happen that calls for another look.
+    using IdleHandler = std::function<bool(bool nothing_to_come)>;
+    virtual void on_idle(IdleHandler handler) = 0;
 
     /// The run is over: closes what was kept of its schedule. One line when that failed or when the schedule
     /// did not fit, else empty.

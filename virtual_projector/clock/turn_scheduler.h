@@ -83,10 +83,7 @@ public:
     Figures figures() const override { return figures_; }
     std::string end_schedule() override { return policy_->finish(); }
 
-    /// Called when no thread is ready, before time moves (or, with `nothing_to_come`, before the run ends
-    /// stuck). True when it has made a thread ready, or let something happen that calls for another look.
-    using IdleHandler = std::function<bool(bool nothing_to_come)>;
-    void on_idle(IdleHandler handler) { idle_handler_ = std::move(handler); }
+    void on_idle(IdleHandler handler) override { idle_handler_ = std::move(handler); }
 
     /// Called, with a headline and the table, in place of the default, which prints them on standard error and
     /// ends the process with stuck_exit_code. It must not return.

@@ -13,14 +13,17 @@ namespace vp {
 /// Around each call that the machine answers.
 class Answering {
 public:
-    explicit Answering(Machine& machine) : threads_(machine.threads()) { threads_.call_begins(); }
-    ~Answering() { threads_.call_ends(); }
+    explicit Answering(Machine& machine) : machine_(machine) { machine_.threads().call_begins(); }
+    ~Answering() {
+        machine_.deliver_signals();
+        machine_.threads().call_ends();
+    }
     Answering(const Answering&) = delete;
     Answering& operator=(const Answering&) = delete;
 
 private:
     const ReentrancyGuard guard_;
-    ProgramThreads& threads_;
+    Machine& machine_;
 };
 
 /// What the machine has to say; nothing when the call is not for it.
@@ -55,6 +58,23 @@ inline long with_errno(long result) {
     if (result >= 0) return result;
     errno = static_cast<int>(-result);
     return -1;
+}
+
+/// The machine's answer, or what the C library says, which `real` asks.
+template <typename Result, typename Question, typename Real>
+Result answer(Question question, Real real) {
+    const std::optional<long> result = ask_machine(question);
+    return result ? static_cast<Result>(with_errno(*result)) : real();
+}
+
+/// A descriptor that the C library has made: nothing that was known of its number holds any more.
+inline int made(int descriptor) {
+    if (descriptor < 0) return descriptor;
+    (void)ask_machine([&](Machine& m) {
+        m.forget_descriptor(descriptor);
+        return std::optional<long>();
+    });
+    return descriptor;
 }
 
 }  // namespace vp

@@ -7,12 +7,13 @@
 #include <string>
 
 #include "virtual_projector/clock/clock.h"
+#include "virtual_projector/interpose/program_signals.h"
 
 namespace vp {
 
 class ProgramWaits {
 public:
-    explicit ProgramWaits(Clock& clock) : clock_(clock) {}
+    ProgramWaits(Clock& clock, ProgramSignals& signals) : clock_(clock), signals_(signals) {}
 
     Microseconds now() const { return clock_.now(); }
 
@@ -24,10 +25,13 @@ public:
 
     /// After a wait that was interrupted: true when every handler that ran asks for calls to go on as if
     /// nothing had happened (SA_RESTART), for those calls that POSIX lets go on so.
-    bool is_to_restart() const { return false; }
+    bool is_to_restart() const { return signals_.is_to_restart(); }
 
 private:
+    WaitEnd with_handlers_run(WaitEnd end);
+
     Clock& clock_;
+    ProgramSignals& signals_;
 };
 
 }  // namespace vp

@@ -1,39 +1,36 @@
-// Entry points of the C library: System V message queues and semaphore sets. Symbols only.
+// Entry points of the C library: message queues and asynchronous i/o. Symbols only.
 #undef _FORTIFY_SOURCE
+#include <aio.h>
+#include <fcntl.h>
+#include <mqueue.h>
+#include <poll.h>
 #include <stdarg.h>
-#include <sys/msg.h>
-#include <sys/sem.h>
 
 #include <optional>
 
 #include "virtual_projector/interpose/ask_machine.h"
-#include "virtual_projector/interpose/queue_control.h"
 #include "virtual_projector/interpose/real_calls.h"
 
-namespace vp {
-
-void note_queue_control(int queue, int command) {
-    if (command != IPC_RMID && command != IPC_SET) return;
-    (void)ask_in_virtual_time([&](Machine& m) {
-        m.system_v_queues().queue_changed(queue);
-        return std::optional<long>(0);
-    });
-}
-
-void note_set_control(int set, int command) {
-    if (command != IPC_RMID && command != IPC_SET && command != SETVAL && command != SETALL) return;
-    (void)ask_in_virtual_time([&](Machine& m) {
-        m.system_v_queues().set_changed(set);
-        return std::optional<long>(0);
-    });
-}
-
-}  // namespace vp
-
 namespace real = vp::real;
-using vp::ask_in_virtual_time;
+using vp::answer;
 using vp::Machine;
-using vp::with_errno;
+using vp::Microseconds;
+
+namespace {
+
+Microseconds deadline_of(Machine& m, const timespec* until) {
+    return until == nullptr ? vp::no_deadline : m.time().to_virtual(CLOCK_REALTIME, *until);
+}
+
+// Nothing: the queue is ready, or says at once that it is not.
+std::optional<long> await(Machine& m, mqd_t queue, short events, const timespec* until) {
+    pollfd one = {queue, events, 0};
+    if (real::poll(&one, 1, 0) != 0) return std::nullopt;
+    const auto failure = m.io().await(queue, events, deadline_of(m, until));
+    return failure && *failure == -EAGAIN ? std::optional<long>(-ETIMEDOUT) : failure;
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -41,47 +38,51 @@ extern "C" {
 extern const char vp_interposed_queue_calls[];
 const char vp_interposed_queue_calls[] = "interposed calls of the virtual projector: queue";
 
-int msgsnd(int queue, const void* message, size_t size, int flags) {
-    const auto result = ask_in_virtual_time(
-        [&](Machine& m) { return std::optional<long>(m.system_v_queues().send(queue, message, size, flags)); });
-    return result ? static_cast<int>(with_errno(*result)) : real::msgsnd(queue, message, size, flags);
-}
-
-ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
-    const auto result = ask_in_virtual_time([&](Machine& m) {
-        return std::optional<long>(m.system_v_queues().receive(queue, message, size, type, flags));
-    });
-    return result ? with_errno(*result) : real::msgrcv(queue, message, size, type, flags);
-}
-
-int msgctl(int queue, int command, msqid_ds* data) noexcept {
-    const int result = real::msgctl(queue, command, data);
-    if (result >= 0) vp::note_queue_control(queue, command);
-    return result;
-}
-
-int semop(int set, sembuf* operations, size_t count) noexcept {
-    const auto result = ask_in_virtual_time([&](Machine& m) {
-        return std::optional<long>(m.system_v_queues().operate(set, operations, count, nullptr));
-    });
-    return result ? static_cast<int>(with_errno(*result)) : real::semop(set, operations, count);
-}
-
-int semtimedop(int set, sembuf* operations, size_t count, const timespec* timeout) noexcept {
-    const auto result = ask_in_virtual_time([&](Machine& m) {
-        return std::optional<long>(m.system_v_queues().operate(set, operations, count, timeout));
-    });
-    return result ? static_cast<int>(with_errno(*result)) : real::semtimedop(set, operations, count, timeout);
-}
-
-int semctl(int set, int number, int command, ...) noexcept {
+mqd_t mq_open(const char* name, int flags, ...) noexcept {
     va_list arguments;
-    va_start(arguments, command);
-    void* argument = va_arg(arguments, void*);  // a union as large as a pointer, or nothing
+    va_start(arguments, flags);
+    const bool creates = (flags & O_CREAT) != 0;
+    const mode_t permissions = creates ? static_cast<mode_t>(va_arg(arguments, unsigned)) : 0;
+    mq_attr* const attributes = creates ? va_arg(arguments, mq_attr*) : nullptr;
     va_end(arguments);
-    const int result = real::semctl(set, number, command, argument);
-    if (result >= 0) vp::note_set_control(set, command);
-    return result;
+    return vp::made(real::mq_open(name, flags, permissions, attributes));
+}
+
+ssize_t mq_receive(mqd_t queue, char* message, size_t room, unsigned* priority) {
+    return answer<ssize_t>([&](Machine& m) { return await(m, queue, POLLIN, nullptr); },
+                           [&] { return real::mq_receive(queue, message, room, priority); });
+}
+
+ssize_t mq_timedreceive(mqd_t queue, char* message, size_t room, unsigned* priority, const timespec* until) {
+    const timespec now{};
+    bool is_ours = false;
+    const auto failure = vp::ask_machine([&](Machine& m) {
+        is_ours = m.is_virtual();
+        return await(m, queue, POLLIN, until);
+    });
+    if (failure) return vp::with_errno(*failure);
+    return real::mq_timedreceive(queue, message, room, priority, is_ours ? &now : until);
+}
+
+int mq_send(mqd_t queue, const char* message, size_t length, unsigned priority) {
+    return answer<int>([&](Machine& m) { return await(m, queue, POLLOUT, nullptr); },
+                       [&] { return real::mq_send(queue, message, length, priority); });
+}
+
+int mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority, const timespec* until) {
+    const timespec now{};
+    bool is_ours = false;
+    const auto failure = vp::ask_machine([&](Machine& m) {
+        is_ours = m.is_virtual();
+        return await(m, queue, POLLOUT, until);
+    });
+    if (failure) return static_cast<int>(vp::with_errno(*failure));
+    return real::mq_timedsend(queue, message, length, priority, is_ours ? &now : until);
+}
+
+int aio_suspend(const aiocb* const requests[], int count, const timespec* length) {
+    return answer<int>([&](Machine& m) { return m.io().await_requests(requests, count, length); },
+                       [&] { return real::aio_suspend(requests, count, length); });
 }
 
 }  // extern "C"

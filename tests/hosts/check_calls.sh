@@ -52,6 +52,12 @@ while read -r name; do fail "$page has the call $name, which is not answered"; d
 comm -12 "$directory/answered" "$directory/unseen" >"$directory/seen"
 while read -r name; do fail "$page says that the call $name is not seen, but it is answered"; done <"$directory/seen"
 
+# Each call is tried by a way.
+cat tests/hosts/ways*.c* | sed 's/"[^"]*"//g' >"$directory/tried"
+while read -r name; do
+    grep -qE "(^|[^a-z_])$name[ ]?[()]" "$directory/tried" || fail "no way in tests/hosts tries the call $name"
+done <"$directory/listed"
+
 # An answer is one of three.
 awk -F ' *[|] *' '
     !/^[|]/ { inside = 0; next }

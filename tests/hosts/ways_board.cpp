@@ -286,3 +286,39 @@ WAY(board_attribute_as_a_cpp_stream, Kind::board) {
     check(static_cast<bool>(std::getline(stream, text)), "nothing to read");
     sleep_ns(wait_ns());
 }
+
+WAY(board_node_below_a_folder, Kind::board) {
+    const Descriptor root(open("/", O_RDONLY | O_DIRECTORY));
+    const Descriptor key(openat(root, key_path, O_RDONLY));
+    takes_until_the_key("read", [&] { expect_key(key, 1); });
+}
+
+WAY(board_request_that_the_driver_does_not_know, Kind::board) {
+    const Descriptor key = keys();
+    int count = 0;
+    takes_no_time("requests", [&] {
+        failed_with("ioctl", ioctl(key, FIONREAD, &count), ENOTTY);
+        const Pipe pipe;
+        put(pipe.out, "hello");
+        worked("ioctl of a pipe", ioctl(pipe.in, FIONREAD, &count));
+        same("what is in it", count, 5);
+    });
+    sleep_ns(wait_ns());
+}
+
+// Only the program's calendar is set; on a plain PC it would be the PC's.
+WAY(board_calendar_is_set, Kind::board) {
+    constexpr std::int64_t hour_ns = 3600 * ns_per_second;
+    const std::int64_t before = now_ns(CLOCK_REALTIME);
+    takes_no_time("setting the calendar", [&] {
+        const timespec later = to_timespec(before + hour_ns);
+        worked("clock_settime", clock_settime(CLOCK_REALTIME, &later));
+        failed_with("clock_settime", clock_settime(CLOCK_MONOTONIC, &later), EINVAL);
+    });
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) - before, hour_ns);
+    sleep_ns(wait_ns());
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) - before, hour_ns + wait_ns());
+    const timeval back = to_timeval(before);
+    worked("settimeofday", settimeofday(&back, nullptr));
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) + ns_per_us - before, ns_per_us);
+}

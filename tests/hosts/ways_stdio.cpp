@@ -218,3 +218,11 @@ WAY(stream_of_a_fifo) {
     takes_the_wait("getline", [&] { std::getline(stream, line); });
     check(line == "hello", "another line has come");
 }
+
+WAY(stdio_ungetc) {
+    stream_waits("getc", [](FILE* stream) {
+        const int first = getc(stream);
+        const bool back = ungetc('7', stream) == '7' && getc(stream) == '7';
+        return first == '1' && back && getc(stream) == '2' && fileno_unlocked(stream) == fileno(stream);
+    });
+}

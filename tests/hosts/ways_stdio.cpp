@@ -110,7 +110,7 @@ WAY(stdio_fscanf) {
 }
 
 WAY(stdio_fgetwc) {
-    stream_waits("fgetwc", [](FILE* stream) { return fgetwc(stream) == L'1'; });
+    stream_waits("fgetwc", [](FILE* stream) { return fgetwc(stream) == L'1' && getwc(stream) == L'2'; });
 }
 
 WAY(stdio_unbuffered) {

@@ -199,6 +199,9 @@ ssize_t read(int descriptor, void* buffer, size_t count) {
             const auto node = m.files().read(descriptor, buffer, count);
             if (node) return node;
             if (m.chance().is_source(descriptor)) return m.chance().fill(buffer, count);
+            constexpr size_t counter = 8;  // less is refused at once
+            if (count < counter && m.kinds().kind_of(descriptor) == vp::DescriptorKind::other)
+                return std::optional<long>();
             return m.io().await(descriptor, POLLIN);
         },
         [&] { return real::read(descriptor, buffer, count); });

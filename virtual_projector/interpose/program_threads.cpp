@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
@@ -33,6 +34,13 @@ std::string name_of_function(const void* address) {
     Dl_info info{};
     if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
     return info.dli_sname;
+}
+
+// The library's threads end only with the process.
+bool is_of_library(void* (*entry)(void*)) {
+    Dl_info info{};
+    return ::dladdr(reinterpret_cast<const void*>(entry), &info) != 0 && info.dli_fname != nullptr &&
+           std::strstr(info.dli_fname, "libovrafocus.so") != nullptr;
 }
 
 bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id, 0) != 0 && errno == ESRCH; }
@@ -160,6 +168,7 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
     thread.detached = detach_state == PTHREAD_CREATE_DETACHED;
     if (!program_gave_stack(own)) give_stack(thread, own);
     thread.turn = clock_.scheduler().prepare_thread(thread.identity.number, thread.identity.name);
+    if (thread.turn != nullptr && is_of_library(thread.entry)) clock_.scheduler().note_servant(thread.turn);
     const int failure = real::pthread_create(&thread.id, &own, &ProgramThreads::run, &thread);
     if (failure != 0) clock_.scheduler().forget_thread(thread.turn);
     return failure;

@@ -144,11 +144,12 @@ int execveat(int folder, const char* path, char* const words[], char* const envi
 }
 
 void* dlopen(const char* name, int flags) noexcept {
-    ProcessRole* const role = ProcessRole::current();
+    const bool is_own = vp::ReentrancyGuard::is_active();
     // The loader would look for it as if this library had asked.
     const std::string file = vp::library_for(name, __builtin_return_address(0));
     void* const library = real_dlopen(file.empty() ? name : file.c_str(), flags);
-    if (role != nullptr && library != nullptr) role->libraries_changed();
+    ProcessRole* const role = ProcessRole::current();
+    if (!is_own && role != nullptr && library != nullptr) role->libraries_changed();
     return library;
 }
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "ovra_version.h"
+#include <ovra_version.h>
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/world/parameters.h"
 

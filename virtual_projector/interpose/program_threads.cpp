@@ -133,6 +133,10 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
 void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attributes) {
     std::size_t size = 0;
     (void)::pthread_attr_getstacksize(&attributes, &size);
+    if (plain_stacks_) {
+        (void)::pthread_attr_setstacksize(&attributes, size + headroom_bytes);
+        return;
+    }
     thread.stack = PaintedStack::map(size + headroom_bytes);
     if (!thread.stack) return;
     (void)::pthread_attr_setstack(&attributes, thread.stack->base(), thread.stack->size());

@@ -104,6 +104,7 @@ int run_program(vp::CommandLine& line, const std::string& preload) {
         throw std::runtime_error(std::string("no memory for the run: ") + std::strerror(errno));
     line.run.state = state->path();
     line.run.under_tool = line.program.tool != vp::Tool::none;
+    line.run.plain_stacks = line.program.tool == vp::Tool::valgrind;
     if (line.run.under_tool) line.run.real_limit_s = 0;
     vp::make_files_absolute(line.run);
     const int code = vp::run_program(line.program, line.run, *state, preload);

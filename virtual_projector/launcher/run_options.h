@@ -31,6 +31,7 @@ struct RunOptions {
     double real_limit_s = 60;         // real time without progress after which it ends; 0: none
     bool outside_skip = false;        // simulated time goes on while the program waits for something outside
     std::string state;                // see run_state.h; empty: the run is this process's alone
+    bool plain_stacks = false;        // the stacks are not measured
     bool under_tool = false;          // a debugger or the like starts the program
 };
 

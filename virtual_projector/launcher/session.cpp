@@ -97,6 +97,7 @@ struct Session::Parts {
         board.on_saved([this](const std::string& file, bool complete) {
             account.note(file == options.flash ? RunFile::flash : RunFile::tof_memory, file, complete);
         });
+        if (options.plain_stacks) machine->threads().use_plain_stacks();
         if (options.exact_stacks) machine->threads().measure_stacks_exactly();
     }
 

@@ -25,6 +25,7 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     given.real_limit_s = 0;
     given.outside_skip = true;
     given.state = "state";
+    given.plain_stacks = true;
     given.under_tool = true;
     const RunOptions taken = vp::run_options_from(vp::to_text(given));
     EXPECT_EQ(taken.scenario, given.scenario);
@@ -43,6 +44,7 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     EXPECT_EQ(taken.real_limit_s, given.real_limit_s);
     EXPECT_EQ(taken.outside_skip, given.outside_skip);
     EXPECT_EQ(taken.state, given.state);
+    EXPECT_EQ(taken.plain_stacks, given.plain_stacks);
     EXPECT_EQ(taken.under_tool, given.under_tool);
 }
 

@@ -103,7 +103,7 @@ int execve(const char* path, char* const words[], char* const environment[]) noe
 int execv(const char* path, char* const words[]) noexcept { return execve(path, words, environ); }
 
 int execvpe(const char* file, char* const words[], char* const environment[]) noexcept {
-    return execute_in_run(file == nullptr ? "" : file, environment,
+    return execute_in_run(file, environment,
                           [&](char* const* with) { return real_execvpe(file, words, with); });
 }
 

@@ -23,6 +23,7 @@ constexpr Microseconds retry_interval_us = 1000;
 constexpr long aio_settling_ns = 50'000'000;  // far more than a page of a file takes
 
 bool is_ready(int descriptor, short events) {
+    if (descriptor < 0) return true;  // poll would overlook it; the call itself refuses it
     pollfd one = {descriptor, events, 0};
     return real::poll(&one, 1, 0) != 0;
 }

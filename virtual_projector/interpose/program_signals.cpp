@@ -358,7 +358,7 @@ void ProgramSignals::note(int signal, const siginfo_t& info) {
     place.info.si_signo = signal;
     place.is_complete.store(true, std::memory_order_release);
     const std::uint64_t one = 1;
-    (void)::syscall(SYS_write, noted_descriptor_, &one, sizeof one);
+    (void)real::syscall(SYS_write, noted_descriptor_, &one, sizeof one);
 }
 
 bool ProgramSignals::has_work() const {
@@ -374,7 +374,7 @@ void ProgramSignals::hand_out_noted() {
         send(place.info);
     }
     std::uint64_t count = 0;
-    (void)::syscall(SYS_read, noted_descriptor_, &count, sizeof count);
+    (void)real::syscall(SYS_read, noted_descriptor_, &count, sizeof count);
 }
 
 bool ProgramSignals::raise_own() {

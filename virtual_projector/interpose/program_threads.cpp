@@ -248,12 +248,14 @@ bool ProgramThreads::can_be_joined(const ProgramThread& thread) const {
     return &thread != current_thread && !thread.detached;
 }
 
-// Signals do not end it.
+// Handlers run in between; the wait goes on after them.
 WaitEnd ProgramThreads::wait_for_end(ProgramThread& thread, Microseconds deadline) {
     clock_.scheduler().touch();
-    WaitEnd end = WaitEnd::interrupted;
-    while (end == WaitEnd::interrupted) end = clock_.scheduler().wait_for_end(thread.turn, deadline);
-    return end;
+    for (;;) {
+        const WaitEnd end = clock_.scheduler().wait_for_end(thread.turn, deadline);
+        if (end != WaitEnd::interrupted) return end;
+        (void)signals_.raise_own();
+    }
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {

@@ -55,10 +55,9 @@ bool may_be_replaced(const OutputPlace& place) {
 }  // namespace
 
 OutputPlace output_place(const std::string& path) {
-    if (path == standard_output) return {path, path};
+    if (path == standard_output || (fs::exists(path) && !fs::is_regular_file(path))) return {path, path};
     const std::string file = follow_links(path).string();
-    const bool renamed = fs::is_regular_file(file) || !fs::exists(file);
-    return {file, renamed ? file + unfinished_ending : file};
+    return {file, file + unfinished_ending};
 }
 
 bool complete_output(const OutputPlace& place) {
@@ -73,6 +72,8 @@ std::unique_ptr<OutputFile> OutputFile::open(const std::string& path) try {
                                  : std::unique_ptr<OutputFile>(new OutputFile(std::move(place), stream));
     }
     if (!may_be_replaced(place)) return nullptr;
+    // What somebody else still writes there is not to get into this one.
+    if (place.is_beside()) static_cast<void>(unlink(place.written.c_str()));
     std::FILE* const stream = std::fopen(place.written.c_str(), "we");
     if (stream == nullptr) return nullptr;
     keep_permissions(place, stream);

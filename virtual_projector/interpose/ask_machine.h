@@ -15,11 +15,8 @@ namespace vp {
 /// Around each call that the machine answers.
 class Answering {
 public:
-    explicit Answering(Machine& machine) : machine_(machine) { machine_.threads().call_begins(); }
-    ~Answering() {
-        machine_.deliver_signals();
-        machine_.threads().call_ends();
-    }
+    explicit Answering(Machine& machine) : machine_(machine) { machine_.begin_call(); }
+    ~Answering() { machine_.end_call(); }
     Answering(const Answering&) = delete;
     Answering& operator=(const Answering&) = delete;
 

@@ -11,6 +11,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cwchar>
@@ -18,6 +19,7 @@
 
 #include "virtual_projector/interpose/ask_machine.h"
 #include "virtual_projector/interpose/descriptor_calls.h"
+#include "virtual_projector/interpose/process_role.h"
 #include "virtual_projector/interpose/program_streams.h"
 #include "virtual_projector/interpose/real_calls.h"
 
@@ -34,6 +36,7 @@ const vp::DescriptorCalls stream_calls = {::read, ::write, ::close};
 
 // What the machine gives for a path; nothing when the C library is to open it.
 std::optional<long> open_ours(const char* path, int flags) {
+    if (!vp::may_open(path)) return -ENODEV;
     return ask_machine([&](Machine& m) -> std::optional<long> {
         if (path == nullptr) return std::nullopt;
         const auto node = m.files().open(path, flags);
@@ -69,6 +72,7 @@ bool is_streamed_here(int descriptor) {
 }
 
 bool needs_our_stream(const char* path) {
+    if (!vp::may_open(path)) return true;
     return ask_machine([&](Machine& m) {
                return path != nullptr && m.needs_stream(path) ? std::optional<long>(1) : std::nullopt;
            })
@@ -199,6 +203,9 @@ ssize_t read(int descriptor, void* buffer, size_t count) {
             const auto node = m.files().read(descriptor, buffer, count);
             if (node) return node;
             if (m.chance().is_source(descriptor)) return m.chance().fill(buffer, count);
+            constexpr size_t counter = 8;  // less is refused at once
+            if (count < counter && m.kinds().kind_of(descriptor) == vp::DescriptorKind::other)
+                return std::optional<long>();
             return m.io().await(descriptor, POLLIN);
         },
         [&] { return real::read(descriptor, buffer, count); });

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <tuple>
 #include <vector>
 
 #include "virtual_projector/interpose/program_time.h"
@@ -43,13 +42,19 @@ long pending_error_or(int socket, long result) {
     return has_error ? -error : result;
 }
 
+bool has_own_writer(const struct stat& fifo) {
+    for (const int descriptor : open_descriptors()) {
+        struct stat status {};
+        if (::fstat(descriptor, &status) != 0 || status.st_dev != fifo.st_dev || status.st_ino != fifo.st_ino)
+            continue;
+        if ((real::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY) return true;
+    }
+    return false;
+}
+
 bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOCK; }
 
 }  // namespace
-
-bool ProgramIo::FifoEnd::operator<(const FifoEnd& other) const {
-    return std::tie(device, file, access) < std::tie(other.device, other.file, other.access);
-}
 
 ProgramIo::ProgramIo(Clock& clock, ProgramWaits& waits, DescriptorKinds& kinds, DescriptorWaits& descriptors,
                      Recorder& recorder)
@@ -322,24 +327,18 @@ std::optional<long> ProgramIo::open_fifo(const char* path, int flags) {
     if (!clock_.is_virtual() || (flags & (O_NONBLOCK | O_PATH)) != 0 || access == O_RDWR) return std::nullopt;
     if (::stat(path, &status) != 0 || !S_ISFIFO(status.st_mode)) return std::nullopt;
     clock_.scheduler().touch();
-    const FifoEnd own = {status.st_dev, status.st_ino, access};
-    const FifoEnd other = {status.st_dev, status.st_ino, access == O_RDONLY ? O_WRONLY : O_RDONLY};
-    const long descriptor = retry("FIFO's reader", no_deadline, [&]() -> long {
-        const int opened = real::open(path, flags | O_NONBLOCK);
-        if (opened >= 0) return opened;
+    const long opened = retry("FIFO's reader", no_deadline, [&]() -> long {
+        const int descriptor = real::open(path, flags | O_NONBLOCK);
+        if (descriptor >= 0) return descriptor;
         return errno == ENXIO ? -EAGAIN : -errno;
     });
-    if (descriptor < 0) return descriptor;
-    const int end = static_cast<int>(descriptor);
+    if (opened < 0) return opened;
+    const int end = static_cast<int>(opened);
     (void)real::fcntl(end, F_SETFL, flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_NOCTTY));
     kinds_.forget(end);
-    if (access == O_WRONLY) {
-        ++fifo_ends_[own];
-        return end;
-    }
-    const int writers_before = fifo_ends_[other];
+    if (access == O_WRONLY) return end;
     const long met = retry("FIFO's writer", no_deadline, [&]() -> long {
-        return fifo_ends_[other] > writers_before || is_ready(end, POLLIN) ? 0 : -EAGAIN;
+        return has_own_writer(status) || is_ready(end, POLLIN) ? 0 : -EAGAIN;
     });
     if (met == 0) return end;
     (void)real::close(end);

@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <optional>
 #include <utility>
 
@@ -64,19 +63,11 @@ private:
     long write_without_waiting(int descriptor, const char* bytes, std::size_t count);
     long write_in_pieces(int descriptor, const char* bytes, std::size_t count);
 
-    struct FifoEnd {
-        dev_t device;
-        ino_t file;
-        int access;
-        bool operator<(const FifoEnd& other) const;
-    };
-
     Clock& clock_;
     ProgramWaits& waits_;
     DescriptorKinds& kinds_;
     DescriptorWaits& descriptors_;
     Recorder& recorder_;
-    std::map<FifoEnd, int> fifo_ends_;  // how many ends of the kind the program has waiting to be met
 };
 
 }  // namespace vp

@@ -264,6 +264,10 @@ void ProgramSignals::hand_to(ThreadSignals& thread, const siginfo_t& info) {
         keep_for_thread(thread.kernel_id, info);
         if (thread.awaited != nullptr && ::sigismember(thread.awaited, info.si_signo) == 1)
             scheduler_.wake_all(&thread);
+        // Its descriptors for signals show only to itself that one has come.
+        if (thread.turn != nullptr && thread.turn->state == ScheduledThread::State::waiting &&
+            thread.turn->reason.kind == Wait::Kind::descriptor)
+            scheduler_.interrupt(thread.turn);
         return;
     }
     if (is_ignored(info.si_signo)) return;
@@ -380,8 +384,12 @@ bool ProgramSignals::raise_own() {
     const std::vector<siginfo_t> now = std::exchange(thread.to_raise, {});
     for (const siginfo_t& info : now) {
         thread.raising = &info;
-        const ProgramCallback callback;
-        (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, info.si_signo);
+        const int depth = scheduler_.suspend_call();
+        {
+            const ProgramCallback callback;
+            (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, info.si_signo);
+        }
+        scheduler_.resume_call(depth);
         thread.raising = nullptr;
     }
     return true;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
@@ -35,11 +36,24 @@ std::string name_of_function(const void* address) {
     return info.dli_sname;
 }
 
+// The library's threads end only with the process.
+bool is_of_library(void* (*entry)(void*)) {
+    Dl_info info{};
+    return ::dladdr(reinterpret_cast<const void*>(entry), &info) != 0 && info.dli_fname != nullptr &&
+           std::strstr(info.dli_fname, "libovrafocus.so") != nullptr;
+}
+
 bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id, 0) != 0 && errno == ESRCH; }
 
 void set_current(ProgramThread* thread) {
     current_thread = thread;
     set_current_thread_identity(thread == nullptr ? nullptr : &thread->identity);
+}
+
+// Of the calling thread, to debuggers and to the kernel, which keeps 15 characters of it.
+void show_name(const std::string& name) {
+    constexpr std::size_t max_length = 15;
+    if (!name.empty()) (void)::pthread_setname_np(::pthread_self(), name.substr(0, max_length).c_str());
 }
 
 bool program_gave_stack(const pthread_attr_t& attributes) {
@@ -160,6 +174,7 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
     thread.detached = detach_state == PTHREAD_CREATE_DETACHED;
     if (!program_gave_stack(own)) give_stack(thread, own);
     thread.turn = clock_.scheduler().prepare_thread(thread.identity.number, thread.identity.name);
+    if (thread.turn != nullptr && is_of_library(thread.entry)) clock_.scheduler().note_servant(thread.turn);
     const int failure = real::pthread_create(&thread.id, &own, &ProgramThreads::run, &thread);
     if (failure != 0) clock_.scheduler().forget_thread(thread.turn);
     return failure;
@@ -168,6 +183,10 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
 void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attributes) {
     std::size_t size = 0;
     (void)::pthread_attr_getstacksize(&attributes, &size);
+    if (plain_stacks_) {
+        (void)::pthread_attr_setstacksize(&attributes, size + headroom_bytes);
+        return;
+    }
     thread.stack = PaintedStack::map(size + headroom_bytes);
     if (!thread.stack) return;
     (void)::pthread_attr_setstack(&attributes, thread.stack->base(), thread.stack->size());
@@ -183,6 +202,7 @@ void* ProgramThreads::run(void* started) {
 void ProgramThreads::begin(ProgramThread& thread) {
     const ReentrancyGuard guard;
     set_current(&thread);
+    show_name(thread.identity.name);
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
     // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.

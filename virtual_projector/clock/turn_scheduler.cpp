@@ -217,8 +217,8 @@ ScheduledThread& TurnScheduler::take_chosen(const ScheduledThread& running, Poin
 void TurnScheduler::end_stuck(const std::string& headline) {
     ask_for_places();
     const std::string text = headline + table();
-    (void)policy_->finish();
     if (stuck_handler_) stuck_handler_(text);
+    (void)policy_->finish();
     end_process(text, stuck_exit_code);
 }
 
@@ -233,6 +233,12 @@ bool TurnScheduler::is_idle_for_good() {
         const bool waits_for_ever = thread->state == State::waiting && thread->deadline == no_deadline;
         return thread->only_serves || thread->state == State::finished || waits_for_ever;
     });
+}
+
+void TurnScheduler::note_place(const ScheduledThread* thread, const std::string& place) {
+    for (const std::unique_ptr<ScheduledThread>& known : threads_) {
+        if (known.get() == thread) known->innermost = place;
+    }
 }
 
 void TurnScheduler::ask_for_places() {

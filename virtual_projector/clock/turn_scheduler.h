@@ -104,6 +104,8 @@ public:
     /// Lets each thread that waits say where in the program it does. To be called when the run is over: by the
     /// thread that has the turn, or with that one stopped.
     void ask_for_places();
+    /// The same of a thread that has been stopped.
+    void note_place(const ScheduledThread* thread, const std::string& place);
 
     /// How long, in virtual time, only servants may run while all others wait for ever.
     void set_longest_idle(Microseconds length) { longest_idle_ = length; }

@@ -203,7 +203,13 @@ int DescriptorWaits::hold_for(const Waiter& waiter, const std::vector<pid_t>& ch
 
 // Time stands; only the kernel, a child or a signal ends this.
 bool DescriptorWaits::hold(int milliseconds) {
+    waits_for_person_ = std::any_of(waiters_.begin(), waiters_.end(), [this](const Waiter* waiter) {
+        return std::any_of(waiter->outside.begin(), waiter->outside.end(), [this](int descriptor) {
+            return kinds_.kind_of(descriptor) == DescriptorKind::terminal;
+        });
+    });
     (void)look_for_real(milliseconds);
+    waits_for_person_ = false;
     signals_.hand_out_noted();
     (void)wake_ready();
     return true;

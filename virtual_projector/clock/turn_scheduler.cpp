@@ -235,6 +235,15 @@ bool TurnScheduler::is_idle_for_good() {
     });
 }
 
+std::vector<const ScheduledThread*> TurnScheduler::all_running() const {
+    std::vector<const ScheduledThread*> found;
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        if (thread->state == State::running || thread->state == State::without_turn)
+            found.push_back(thread.get());
+    }
+    return found;
+}
+
 void TurnScheduler::note_place(const ScheduledThread* thread, const std::string& place) {
     for (const std::unique_ptr<ScheduledThread>& known : threads_) {
         if (known.get() == thread) known->innermost = place;

@@ -95,6 +95,8 @@ public:
     std::uint64_t progress() const { return points_.load() + calls_.load(); }
     /// The thread that has the turn; null: none has.
     const ScheduledThread* running() const { return running_.load(); }
+    /// Every thread that runs: the one with the turn, and those whose turn was taken away.
+    std::vector<const ScheduledThread*> all_running() const;
     /// Takes the turn from a thread that makes no call, and passes it on. False: it is in a call after all.
     bool take_turn_away(const ScheduledThread& from);
 

@@ -42,6 +42,7 @@ bool is_passed_over(const char* path) {
 }
 
 std::string readable(const char* name) {
+    if (std::strncmp(name, "_Z", 2) != 0) return name;  // C's own; some would be names of types
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> text(abi::__cxa_demangle(name, nullptr, nullptr, &status),
                                                            &std::free);

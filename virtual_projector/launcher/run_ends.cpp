@@ -81,9 +81,10 @@ void RunEnds::limit_reached() {
 // On the watch's own thread: the one that has the turn is stopped first. Where it stands it may hold locks that
 // completing the files needs; that has its time, too.
 void RunEnds::real_limit_reached() {
-    stopped_in.clear();
-    const ScheduledThread* const running = turns_->running();
-    if (RunWatch::stop(running, note_where_stopped)) turns_->note_place(running, stopped_in);
+    for (const ScheduledThread* const running : turns_->all_running()) {
+        stopped_in.clear();
+        if (RunWatch::stop(running, note_where_stopped)) turns_->note_place(running, stopped_in);
+    }
     turns_->ask_for_places();
     const std::string text = "Nothing has happened for " + seconds(options_.real_limit_s) +
                              " real seconds (--real-limit); it is " + format_seconds(clock_.now()) +

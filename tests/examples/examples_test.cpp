@@ -93,8 +93,15 @@ TEST_P(AnExample, FailsWithTheToastOfAWallThatIsTooFarAway) {
 INSTANTIATE_TEST_SUITE_P(Named, AnExample, ::testing::ValuesIn(words_of(HOSTS)),
                          [](const auto& host) { return host.param; });
 
-// Programs of this computer's own.
-#ifdef PYTHON
+// Those that no compiler has made of their own.
+std::vector<std::string> python_hosts() {
+    std::vector<std::string> hosts;
+    for (const std::string& host : words_of(HOSTS)) {
+        if (command_of(host).size() > 1) hosts.push_back(host);
+    }
+    return hosts;
+}
+
 class AHostInPython : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(AHostInPython, RunsFromAShellToo) {
@@ -102,8 +109,8 @@ TEST_P(AHostInPython, RunsFromAShellToo) {
     expect_focused(run("first-light", {"sh", "-c", command[0] + " '" + command[1] + "'"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Named, AHostInPython, ::testing::Values("python", "asyncio"),
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(AHostInPython);
+INSTANTIATE_TEST_SUITE_P(Named, AHostInPython, ::testing::ValuesIn(python_hosts()),
                          [](const auto& host) { return host.param; });
-#endif
 
 }  // namespace

@@ -33,7 +33,11 @@ fi
 # Each run of the page has brought its picture into focus, and one of them says what the page shows.
 wanted=$(grep -c '^virtual-projector ' commands)
 found=$(grep -c '^in focus at' complaints) || true
-[ "$wanted" -gt 0 ] && [ "$found" -eq "$wanted" ] || { cat complaints; echo "$found of $wanted in focus"; exit 1; }
+if [ "$wanted" -eq 0 ] || [ "$found" -ne "$wanted" ]; then
+    cat complaints
+    echo "$found of $wanted runs in focus"
+    exit 1
+fi
 blocks text | grep -qxFf - complaints || { cat complaints; echo "the page shows something else"; exit 1; }
 
 # So do the programs that CMake has made, and those that stand for themselves.

@@ -4,6 +4,7 @@
 #define VIRTUAL_PROJECTOR_CLOCK_THREAD_SCHEDULER_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "virtual_projector/clock/wait.h"
@@ -26,8 +27,8 @@ public:
     virtual void forget_thread(ScheduledThread* thread) = 0;
     /// Last thing on a thread: whoever waits for it goes on, and the turn passes.
     virtual void finish_current() = 0;
-    /// Waits until a thread has finished.
-    virtual void wait_for_end(ScheduledThread* thread) = 0;
+    /// Waits until a thread has finished, or until the deadline.
+    virtual WaitEnd wait_for_end(ScheduledThread* thread, Microseconds deadline) = 0;
 
     /// True when the calling thread is one of those that are scheduled here.
     virtual bool knows_current_thread() const = 0;
@@ -36,10 +37,12 @@ public:
     virtual void touch() = 0;
 
     // --- Waiting -------------------------------------------------------------------------------------
-    /// Gives the turn away until woken (true) or until the deadline (false).
-    virtual bool wait(Wait reason, Microseconds deadline) = 0;
+    /// Gives the turn away until woken, interrupted or until the deadline.
+    virtual WaitEnd wait(Wait reason, Microseconds deadline) = 0;
     virtual bool wake_one(const void* object) = 0;  // the one that has waited longest; false: nobody waits
     virtual void wake_all(const void* object) = 0;
+    /// Ends the wait of a thread, if it waits, whatever for.
+    virtual void interrupt(ScheduledThread* thread) = 0;
 
     // --- Held objects (mutexes) ----------------------------------------------------------------------
     virtual void hold(const void* object) = 0;
@@ -54,6 +57,11 @@ public:
         std::uint64_t points = 0;    // at which a turn could have passed
     };
     virtual Figures figures() const = 0;
+
+    /// Called when no thread is ready, before time moves (or, with `nothing_to_come`, before the run ends
+    /// stuck). True when it has made a thread ready, or let something happen that calls for another look.
+    using IdleHandler = std::function<bool(bool nothing_to_come)>;
+    virtual void on_idle(IdleHandler handler) = 0;
 
     /// The run is over: closes what was kept of its schedule. One line when that failed or when the schedule
     /// did not fit, else empty.

@@ -29,9 +29,8 @@ std::vector<std::unique_ptr<ProgramThread>>& abandoned_threads() {
     return *threads;
 }
 
-std::string name_of_function(void* (*function)(void*)) {
+std::string name_of_function(void* address) {
     Dl_info info{};
-    void* address = reinterpret_cast<void*>(function);
     if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
     return info.dli_sname;
 }
@@ -59,8 +58,8 @@ struct ProgramThreads::ThreadEnd {
     ~ThreadEnd() { thread.owner->end(thread); }
 };
 
-ProgramThreads::ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder)
-    : clock_(clock), faults_(faults), recorder_(recorder) {}
+ProgramThreads::ProgramThreads(Clock& clock, ProgramSignals& signals, FaultPlan& faults, Recorder& recorder)
+    : clock_(clock), signals_(signals), faults_(faults), recorder_(recorder) {}
 
 ProgramThreads::~ProgramThreads() {
     sweep();
@@ -76,35 +75,76 @@ void ProgramThreads::adopt_current() {
     thread->id = ::pthread_self();
     thread->turn = clock_.scheduler().adopt_current(thread->identity.number, thread->identity.name);
     set_current(thread.get());
+    if (clock_.is_virtual()) signals_.thread_begins(thread->turn);
     threads_.push_back(std::move(thread));
 }
 
-void ProgramThreads::forget_current() { set_current(nullptr); }
+void ProgramThreads::forget_current() {
+    set_current(nullptr);
+    if (clock_.is_virtual()) signals_.thread_ends();
+}
 
 // --- Start -----------------------------------------------------------------------------------------------
 
 int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                            void* argument) {
     clock_.scheduler().touch();
-    const WorldLock lock(clock_);
-    sweep();
     auto started = std::make_unique<ProgramThread>();
-    started->owner = this;
-    started->identity.name = name_of_function(entry);
+    started->identity.name = name_of_function(reinterpret_cast<void*>(entry));
     started->entry = entry;
     started->argument = argument;
-    const std::string name = started->identity.name;
+    return start_new(std::move(started), thread, attributes);
+}
+
+int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id,
+                              const pthread_attr_t* attributes) {
+    const WorldLock lock(clock_);
+    sweep();
+    thread->owner = this;
+    const std::string name = thread->identity.name;
     int failure = faults_.effect_on("pthread_create", name).error_number;
     if (failure == 0) {
-        started->identity.number = ++last_number_;
-        failure = start(*started, attributes);
+        thread->identity.number = ++last_number_;
+        failure = start(*thread, attributes);
     }
     if (failure == 0) {
-        *thread = started->id;
-        threads_.push_back(std::move(started));
+        *id = thread->id;
+        threads_.push_back(std::move(thread));
     }
     recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure);
     return failure;
+}
+
+namespace {
+
+struct TimerCall {
+    void (*function)(sigval);
+    sigval value;
+};
+
+void* call_for_timer(void* argument) {
+    const std::unique_ptr<TimerCall> call(static_cast<TimerCall*>(argument));
+    call->function(call->value);
+    return nullptr;
+}
+
+}  // namespace
+
+void ProgramThreads::start_for_timer(const sigevent& event) {
+    auto call = std::make_unique<TimerCall>(TimerCall{event.sigev_notify_function, event.sigev_value});
+    auto started = std::make_unique<ProgramThread>();
+    started->identity.name = name_of_function(reinterpret_cast<void*>(event.sigev_notify_function));
+    started->entry = call_for_timer;
+    started->argument = call.get();
+    pthread_attr_t attributes;
+    if (event.sigev_notify_attributes != nullptr) {
+        attributes = *event.sigev_notify_attributes;  // only read
+    } else {
+        (void)::pthread_attr_init(&attributes);
+    }
+    (void)::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_t id{};
+    if (start_new(std::move(started), &id, &attributes) == 0) (void)call.release();
 }
 
 int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attributes) {
@@ -146,6 +186,7 @@ void ProgramThreads::begin(ProgramThread& thread) {
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
     // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.
     TurnScheduler::begin_current(thread.turn);
+    if (thread.owner->clock_.is_virtual()) thread.owner->signals_.thread_begins(thread.turn);
     thread.owner->call_ends();  // waiting for its first turn the thread may have moved the whole world
 }
 
@@ -163,6 +204,7 @@ void ProgramThreads::end(ProgramThread& thread) {
         }
         thread.finished = true;
         set_current(nullptr);
+        if (clock_.is_virtual()) signals_.thread_ends();
     }
     clock_.scheduler().finish_current();
 }
@@ -183,7 +225,8 @@ ProgramThread* ProgramThreads::find(pthread_t id) {
 
 void ProgramThreads::wait_for_end(ProgramThread& thread) {
     clock_.scheduler().touch();
-    clock_.scheduler().wait_for_end(thread.turn);
+    while (clock_.scheduler().wait_for_end(thread.turn, no_deadline) == WaitEnd::interrupted) {
+    }
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {

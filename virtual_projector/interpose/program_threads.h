@@ -4,6 +4,7 @@
 #define VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_THREADS_H
 
 #include <pthread.h>
+#include <signal.h>
 
 #include <cstddef>
 #include <memory>
@@ -15,6 +16,7 @@
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/interpose/current_thread.h"
 #include "virtual_projector/interpose/painted_stack.h"
+#include "virtual_projector/interpose/program_signals.h"
 #include "virtual_projector/interpose/recorder.h"
 
 namespace vp {
@@ -44,7 +46,7 @@ struct StackUse {
 
 class ProgramThreads {
 public:
-    ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder);
+    ProgramThreads(Clock& clock, ProgramSignals& signals, FaultPlan& faults, Recorder& recorder);
     ~ProgramThreads();
     ProgramThreads(const ProgramThreads&) = delete;
     ProgramThreads& operator=(const ProgramThreads&) = delete;
@@ -57,6 +59,8 @@ public:
     int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument);
     int join(pthread_t thread, void** result);
     int detach(pthread_t thread);
+    /// For a timer that has expired: starts a detached thread with its function. Never waits.
+    void start_for_timer(const sigevent& event);
     /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
     void exit_current();
 
@@ -74,6 +78,7 @@ private:
 
     static void begin(ProgramThread& thread);
     void end(ProgramThread& thread);
+    int start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id, const pthread_attr_t* attributes);
     int start(ProgramThread& thread, const pthread_attr_t* attributes);
     void give_stack(ProgramThread& thread, pthread_attr_t& attributes);
     ProgramThread* find(pthread_t id);
@@ -82,6 +87,7 @@ private:
     void sweep();
 
     Clock& clock_;
+    ProgramSignals& signals_;
     FaultPlan& faults_;
     Recorder& recorder_;
     bool exact_stacks_ = false;

@@ -29,7 +29,8 @@ bool is_valid(const timespec* time) { return time->tv_nsec >= 0 && time->tv_nsec
 
 }  // namespace
 
-ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramTime& time) : scheduler_(scheduler), time_(time) {}
+ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time)
+    : scheduler_(scheduler), waits_(waits), time_(time) {}
 
 // --- Mutexes ---------------------------------------------------------------------------------------------
 
@@ -59,7 +60,8 @@ int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
         if (result != EBUSY) return result;
         if (!in_time) return ETIMEDOUT;
         if (checks_errors(mutex) && scheduler_.is_held_by_current(mutex)) return EDEADLK;
-        in_time = scheduler_.wait({Wait::Kind::mutex, mutex, name_of_object(mutex)}, deadline);
+        in_time =
+            waits_.wait({Wait::Kind::mutex, mutex, name_of_object(mutex)}, deadline) != WaitEnd::timed_out;
     }
 }
 
@@ -110,10 +112,10 @@ int ThreadLocks::wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, M
     const int unlocked = real::pthread_mutex_unlock(mutex);
     if (unlocked != 0) return unlocked;
     scheduler_.release(mutex);
-    const bool woken = scheduler_.wait({Wait::Kind::condition, condition, name_of_object(condition)}, deadline);
+    const WaitEnd end = waits_.wait({Wait::Kind::condition, condition, name_of_object(condition)}, deadline);
     const int locked = lock_until(mutex, no_deadline);
     if (locked != 0) return locked;
-    return woken ? 0 : ETIMEDOUT;
+    return end == WaitEnd::timed_out ? ETIMEDOUT : 0;  // after a signal the program looks again
 }
 
 int ThreadLocks::signal(pthread_cond_t* condition) {
@@ -133,23 +135,25 @@ int ThreadLocks::broadcast(pthread_cond_t* condition) {
 namespace {
 
 template <typename Try>
-int lock_by_trying(ThreadScheduler& scheduler, pthread_rwlock_t* lock, Try try_lock) {
+int lock_by_trying(ThreadScheduler& scheduler, ProgramWaits& waits, pthread_rwlock_t* lock, Try try_lock) {
     scheduler.touch();
     for (;;) {
         const int result = try_lock(lock);
         if (result != EBUSY) return result;
-        (void)scheduler.wait({Wait::Kind::read_write_lock, lock, name_of_object(lock)}, no_deadline);
+        (void)waits.wait({Wait::Kind::read_write_lock, lock, name_of_object(lock)}, no_deadline);
     }
 }
 
 }  // namespace
 
 int ThreadLocks::lock_to_read(pthread_rwlock_t* lock) {
-    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_tryrdlock(tried); });
+    return lock_by_trying(scheduler_, waits_, lock,
+                          [](auto* tried) { return real::pthread_rwlock_tryrdlock(tried); });
 }
 
 int ThreadLocks::lock_to_write(pthread_rwlock_t* lock) {
-    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_trywrlock(tried); });
+    return lock_by_trying(scheduler_, waits_, lock,
+                          [](auto* tried) { return real::pthread_rwlock_trywrlock(tried); });
 }
 
 int ThreadLocks::unlock(pthread_rwlock_t* lock) {
@@ -178,7 +182,10 @@ int ThreadLocks::wait_until(sem_t* semaphore, Microseconds deadline) {
         if (real::sem_trywait(semaphore) == 0) return 0;
         if (errno != EAGAIN) return -errno;
         if (!in_time) return -ETIMEDOUT;
-        in_time = scheduler_.wait({Wait::Kind::semaphore, semaphore, name_of_object(semaphore)}, deadline);
+        const WaitEnd end =
+            waits_.wait({Wait::Kind::semaphore, semaphore, name_of_object(semaphore)}, deadline);
+        if (end == WaitEnd::interrupted && !waits_.is_to_restart()) return -EINTR;
+        in_time = end != WaitEnd::timed_out;
     }
 }
 

@@ -14,12 +14,13 @@
 
 #include "virtual_projector/clock/thread_scheduler.h"
 #include "virtual_projector/interpose/program_time.h"
+#include "virtual_projector/interpose/program_waits.h"
 
 namespace vp {
 
 class ThreadLocks {
 public:
-    ThreadLocks(ThreadScheduler& scheduler, ProgramTime& time);
+    ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time);
 
     int lock(pthread_mutex_t* mutex);
     int try_lock(pthread_mutex_t* mutex);
@@ -49,6 +50,7 @@ private:
     int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
 
     ThreadScheduler& scheduler_;
+    ProgramWaits& waits_;
     ProgramTime& time_;
     std::unordered_map<const pthread_cond_t*, clockid_t>
         condition_clocks_;  // those that are not the wall clock

@@ -202,7 +202,7 @@ std::vector<std::string> words_of(const std::string& command) {
 std::string check_recording(const vp::RunOptions& run) {
     const std::string& path = run.record_schedule;
     if (path.empty()) return "";
-    const std::string partial = vp::partial_schedule(path);
+    const std::string partial = vp::output_place(path).written;
     std::error_code none;
     if (std::filesystem::exists(path, none) && !std::filesystem::is_regular_file(path, none))
         return "--record-schedule " + path + ": expected a file to write, found something else";

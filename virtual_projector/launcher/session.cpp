@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -60,10 +61,9 @@ void stay_on_this_processor() {
     static_cast<void>(sched_setaffinity(0, sizeof only, &only));
 }
 
-// The run itself is over and keeps its exit code.
 void complain(const std::string& what) { std::fprintf(stderr, "virtual-projector: %s\n", what.c_str()); }
 
-void complain_of(const std::string& file) { complain(file + ": not all of it could be written"); }
+void complain_of(const std::string& file) { complain(file + incomplete_file); }
 
 }  // namespace
 
@@ -144,6 +144,7 @@ struct Session::Parts {
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
     std::unique_ptr<RunSummary> summary;
+    std::atomic_flag finished = ATOMIC_FLAG_INIT;
 };
 
 Session::Session(const RunOptions& options) {
@@ -162,17 +163,22 @@ Session::Session(const RunOptions& options) {
     parts_->machine->install();
 }
 
-Session::~Session() {
+void Session::finish() {
+    if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);
         parts_->trace->record_now(parts_->clock->now());
     }
-    if (parts_->file_trace && !parts_->file_trace->flush()) complain_of(parts_->options.trace);
+    if (parts_->file_trace && !parts_->file_trace->finish()) complain_of(parts_->options.trace);
     if (!parts_->summary->write()) complain_of(parts_->options.summary);
     const std::string misfit = parts_->clock->scheduler().end_schedule();
     if (!misfit.empty()) complain(misfit);
+}
+
+Session::~Session() {
+    finish();
     // The program's other threads are still there, standing at their waits: what they stand on stays.
     static const Parts* ended_run = nullptr;
     ended_run = parts_.release();

@@ -15,8 +15,13 @@ public:
     /// when a file cannot be written.
     explicit Session(const RunOptions& options);
 
-    /// Closes the trace and writes the summary.
+    /// Finishes.
     ~Session();
+
+    /// Ends the run and completes its files: trace, summary, recorded schedule. From any thread, at any end of
+    /// the program; only the first call does something.
+    void finish();
+
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 

@@ -1,5 +1,6 @@
 // Other people's event loops, with the library's threads beside them: every way in which such a loop waits
 // keeps simulated time.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -69,8 +70,9 @@ class AnEventLoop : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(AnEventLoop, DoesThirtySecondsOfWorkInSimulatedTime) {
     const Finished finished = run(GetParam()).finished;
-    EXPECT_EQ(finished.complaints,
-              "300 ticks, 300 deferred, 100 bytes, 1 end of the pipe, 30 signals, 1 refresh in 30050 ms\n");
+    // A loop that counts whole milliseconds may wait for one more.
+    const std::string work = "300 ticks, 300 deferred, 100 bytes, 1 end of the pipe, 30 signals, 1 refresh in ";
+    EXPECT_THAT(finished.complaints, ::testing::AnyOf(work + "30050 ms\n", work + "30051 ms\n"));
     EXPECT_EQ(finished.exit_code, 0);
 }
 

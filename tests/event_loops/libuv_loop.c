@@ -6,19 +6,19 @@
 static uv_async_t refresh_arrived;
 static uv_timer_t ticks;
 static uv_timer_t length;
-static uv_check_t after_this_round;
+static uv_idle_t next_round;
 static uv_poll_t pipe_watch;
 static uv_signal_t signals;
 
-static void deferred(uv_check_t* check) {
-    uv_check_stop(check);
+static void deferred(uv_idle_t* idle) {
+    uv_idle_stop(idle);
     work_deferred();
 }
 
 static void tick(uv_timer_t* timer) {
     (void)timer;
     work_tick();
-    uv_check_start(&after_this_round, deferred);
+    uv_idle_start(&next_round, deferred);
 }
 
 static void readable(uv_poll_t* poll, int status, int events) {
@@ -48,7 +48,7 @@ int main(void) {
     uv_async_init(loop, &refresh_arrived, show_refresh);
     pipe_end = work_begin(refreshed);
     if (pipe_end < 0) return 1;
-    uv_check_init(loop, &after_this_round);
+    uv_idle_init(loop, &next_round);
     uv_signal_init(loop, &signals);
     uv_signal_start(&signals, signalled, SIGUSR1);
     uv_poll_init(loop, &pipe_watch, pipe_end);

@@ -18,6 +18,7 @@ public:
     }
     bool knows_current_thread() const override { return true; }
     void touch() override {}
+    void yield() override {}
 
     WaitEnd wait(Wait /*reason*/, Microseconds /*deadline*/) override { return WaitEnd::woken; }
     bool wake_one(const void* /*object*/) override { return false; }
@@ -27,6 +28,7 @@ public:
     void hold(const void* /*object*/) override {}
     void release(const void* /*object*/) override {}
     bool is_held_by_current(const void* /*object*/) const override { return false; }
+    bool is_held_by_finished(const void* /*object*/) const override { return false; }
 
     Figures figures() const override { return {}; }
     void on_idle(IdleHandler /*handler*/) override {}

@@ -36,6 +36,10 @@ public:
     /// To be called at every call that the program makes of the outside world: the turn may pass here.
     virtual void touch() = 0;
 
+    /// The turn passes to any thread that can go on, this one among them. Counts as a call: who does nothing
+    /// else for long lets time go on.
+    virtual void yield() = 0;
+
     // --- Waiting -------------------------------------------------------------------------------------
     /// Gives the turn away until woken, interrupted or until the deadline.
     virtual WaitEnd wait(Wait reason, Microseconds deadline) = 0;
@@ -49,6 +53,8 @@ public:
     /// One hold less; with the last one, whoever waits for the object is woken.
     virtual void release(const void* object) = 0;
     virtual bool is_held_by_current(const void* object) const = 0;
+    /// True when the thread that holds the object has finished. Whoever waited for it then has been woken.
+    virtual bool is_held_by_finished(const void* object) const = 0;
 
     // --- The whole run -------------------------------------------------------------------------------
     /// What the run has been so far; nothing when the kernel schedules.

@@ -74,6 +74,7 @@ void TurnScheduler::finish_current() {
     ScheduledThread& self = *std::exchange(current, nullptr);
     self.state = State::finished;
     wake_all(&self);
+    wake_waiters_for_what_is_held_by(self);
     if (--unfinished_ > 0) hand_over(next_to_run(self, Point::wait));
 }
 
@@ -200,6 +201,16 @@ void TurnScheduler::touch() {
     self.turn.await();
 }
 
+void TurnScheduler::yield() {
+    ScheduledThread& self = *current;
+    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) {
+        charge_call();
+        return;
+    }
+    make_ready(self, WaitEnd::timed_out);
+    pass_turn(Point::yield);
+}
+
 // The time that the call takes is no pause of the thread's own: the next call costs time again.
 void TurnScheduler::charge_call() {
     const int calls = current->calls_without_wait;
@@ -217,6 +228,22 @@ void TurnScheduler::release(const void* object) {
 
 bool TurnScheduler::is_held_by_current(const void* object) const {
     return current != nullptr && held_.holder_of(object) == current;
+}
+
+bool TurnScheduler::is_held_by_finished(const void* object) const {
+    const ScheduledThread* const holder = held_.holder_of(object);
+    return holder != nullptr && holder->state == State::finished;
+}
+
+// A lock can tell whoever waits for it that its holder is gone (robust mutexes). In the threads' own order.
+void TurnScheduler::wake_waiters_for_what_is_held_by(const ScheduledThread& thread) {
+    if (!held_.holds_any(thread)) return;
+    for (const std::unique_ptr<ScheduledThread>& waiting : threads_) {
+        if (waiting->state != State::waiting || waiting->reason.kind != Wait::Kind::mutex) continue;
+        if (held_.holder_of(waiting->reason.object) != &thread) continue;
+        leave_waiters(*waiting);
+        make_ready(*waiting, WaitEnd::woken);
+    }
 }
 
 // --- The table -------------------------------------------------------------------------------------------

@@ -66,6 +66,7 @@ public:
     bool knows_current_thread() const override;
 
     void touch() override;
+    void yield() override;
 
     WaitEnd wait(Wait reason, Microseconds deadline) override;
     bool wake_one(const void* object) override;
@@ -77,6 +78,7 @@ public:
     void hold(const void* object) override;
     void release(const void* object) override;
     bool is_held_by_current(const void* object) const override;
+    bool is_held_by_finished(const void* object) const override;
 
     Figures figures() const override { return figures_; }
     std::string end_schedule() override { return policy_->finish(); }
@@ -101,6 +103,7 @@ private:
     ScheduledThread& take_chosen(const ScheduledThread& running, Point kind);
     [[noreturn]] void end_stuck();
     void charge_call();
+    void wake_waiters_for_what_is_held_by(const ScheduledThread& thread);
 
     VirtualTime& time_;
     std::unique_ptr<SchedulePolicy> policy_;

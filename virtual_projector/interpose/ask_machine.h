@@ -35,6 +35,15 @@ std::optional<long> ask_machine(Question question) {
     return question(*machine);
 }
 
+/// The same of what is the machine's in virtual time only.
+template <typename Question>
+std::optional<long> ask_in_virtual_time(Question question) {
+    Machine* machine = Machine::active();
+    if (machine == nullptr || machine->locks() == nullptr) return std::nullopt;
+    const Answering answering(*machine);
+    return question(*machine);
+}
+
 /// The same of locks, which are the machine's in virtual time only.
 template <typename Question>
 std::optional<int> ask_locks(Question question) {

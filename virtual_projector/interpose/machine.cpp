@@ -29,7 +29,11 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       timers_(clock, time_, signals_, threads_, kinds_),
       io_(clock, waits_, kinds_, descriptors_, recorder_),
       chance_(clock),
-      child_calls_(clock, waits_, signals_, descriptors_, children_, recorder_) {
+      child_calls_(clock, waits_, signals_, descriptors_, children_, recorder_),
+      barriers_(clock.scheduler(), waits_),
+      once_calls_(clock.scheduler(), waits_),
+      futexes_(clock.scheduler(), waits_, time_),
+      system_v_queues_(clock.scheduler(), waits_) {
     descriptors_.before_looks([this] { files_.show_readiness(); });
 }
 

@@ -10,10 +10,13 @@
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/devices/device.h"
 #include "virtual_projector/devices/fault_plan.h"
+#include "virtual_projector/interpose/barriers.h"
 #include "virtual_projector/interpose/board_files.h"
 #include "virtual_projector/interpose/child_calls.h"
 #include "virtual_projector/interpose/descriptor_kinds.h"
 #include "virtual_projector/interpose/descriptor_waits.h"
+#include "virtual_projector/interpose/futexes.h"
+#include "virtual_projector/interpose/once_calls.h"
 #include "virtual_projector/interpose/program_chance.h"
 #include "virtual_projector/interpose/program_children.h"
 #include "virtual_projector/interpose/program_io.h"
@@ -25,6 +28,7 @@
 #include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
 #include "virtual_projector/interpose/signal_waits.h"
+#include "virtual_projector/interpose/system_v_queues.h"
 #include "virtual_projector/interpose/thread_locks.h"
 #include "virtual_projector/trace/trace_sink.h"
 
@@ -86,6 +90,11 @@ public:
 
     /// Null on the PC's own time: the C library's locks are to answer.
     ThreadLocks* locks() { return clock_.is_virtual() ? &locks_ : nullptr; }
+    // In virtual time only, as the locks.
+    Barriers& barriers() { return barriers_; }
+    OnceCalls& once_calls() { return once_calls_; }
+    Futexes& futexes() { return futexes_; }
+    SystemVQueues& system_v_queues() { return system_v_queues_; }
     Recorder& recorder() { return recorder_; }
 
 private:
@@ -108,6 +117,10 @@ private:
     ChildCalls child_calls_;
     ProgramSignals::EndHandler at_signal_end_;
     std::set<int> protected_;
+    Barriers barriers_;
+    OnceCalls once_calls_;
+    Futexes futexes_;
+    SystemVQueues system_v_queues_;
 };
 
 }  // namespace vp

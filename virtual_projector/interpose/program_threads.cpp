@@ -29,7 +29,7 @@ std::vector<std::unique_ptr<ProgramThread>>& abandoned_threads() {
     return *threads;
 }
 
-std::string name_of_function(void* address) {
+std::string name_of_function(const void* address) {
     Dl_info info{};
     if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
     return info.dli_sname;
@@ -87,10 +87,11 @@ void ProgramThreads::forget_current() {
 // --- Start -----------------------------------------------------------------------------------------------
 
 int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
-                           void* argument) {
+                           void* argument, const void* named_after) {
     clock_.scheduler().touch();
     auto started = std::make_unique<ProgramThread>();
-    started->identity.name = name_of_function(reinterpret_cast<void*>(entry));
+    started->identity.name =
+        name_of_function(named_after == nullptr ? reinterpret_cast<const void*>(entry) : named_after);
     started->entry = entry;
     started->argument = argument;
     return start_new(std::move(started), thread, attributes);
@@ -133,7 +134,7 @@ void* call_for_timer(void* argument) {
 void ProgramThreads::start_for_timer(const sigevent& event) {
     auto call = std::make_unique<TimerCall>(TimerCall{event.sigev_notify_function, event.sigev_value});
     auto started = std::make_unique<ProgramThread>();
-    started->identity.name = name_of_function(reinterpret_cast<void*>(event.sigev_notify_function));
+    started->identity.name = name_of_function(reinterpret_cast<const void*>(event.sigev_notify_function));
     started->entry = call_for_timer;
     started->argument = call.get();
     pthread_attr_t attributes;
@@ -223,19 +224,55 @@ ProgramThread* ProgramThreads::find(pthread_t id) {
     return found == threads_.rend() ? nullptr : found->get();
 }
 
-void ProgramThreads::wait_for_end(ProgramThread& thread) {
+bool ProgramThreads::can_be_joined(const ProgramThread& thread) const {
+    return &thread != current_thread && !thread.detached;
+}
+
+// Signals do not end it.
+WaitEnd ProgramThreads::wait_for_end(ProgramThread& thread, Microseconds deadline) {
     clock_.scheduler().touch();
-    while (clock_.scheduler().wait_for_end(thread.turn, no_deadline) == WaitEnd::interrupted) {
-    }
+    WaitEnd end = WaitEnd::interrupted;
+    while (end == WaitEnd::interrupted) end = clock_.scheduler().wait_for_end(thread.turn, deadline);
+    return end;
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {
     ProgramThread* thread = find(id);
-    const bool can_be_waited_for = thread != nullptr && thread != current_thread && !thread->detached;
-    if (can_be_waited_for) wait_for_end(*thread);
+    const bool can_be_waited_for = thread != nullptr && can_be_joined(*thread);
+    if (can_be_waited_for) (void)wait_for_end(*thread, no_deadline);
     const int failure = real::pthread_join(id, result);
     if (failure == 0 && can_be_waited_for) let_go(*thread);
     return failure;
+}
+
+// In virtual time a thread that has ended for the program may still be on its way out of the kernel.
+int ProgramThreads::try_join(pthread_t id, void** result) {
+    clock_.scheduler().touch();
+    const ProgramThread* thread = find(id);
+    if (thread != nullptr && clock_.is_virtual() && can_be_joined(*thread))
+        return thread->finished ? join(id, result) : EBUSY;
+    const int failure = real::pthread_tryjoin_np(id, result);
+    if (failure == 0) joined_elsewhere(id);
+    return failure;
+}
+
+std::optional<long> ProgramThreads::join_until(pthread_t id, void** result, Microseconds deadline) {
+    ProgramThread* thread = find(id);
+    if (thread == nullptr || !clock_.is_virtual()) return std::nullopt;
+    if (thread == current_thread) return EDEADLK;
+    if (thread->detached) return EINVAL;
+    if (wait_for_end(*thread, deadline) == WaitEnd::timed_out) return ETIMEDOUT;
+    return join(id, result);
+}
+
+void ProgramThreads::joined_elsewhere(pthread_t id) {
+    if (ProgramThread* thread = find(id)) let_go(*thread);
+}
+
+std::optional<long> ProgramThreads::yield() {
+    if (!clock_.is_virtual()) return std::nullopt;
+    clock_.scheduler().yield();
+    return 0;
 }
 
 int ProgramThreads::detach(pthread_t id) {

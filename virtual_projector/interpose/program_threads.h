@@ -56,13 +56,22 @@ public:
     void forget_current();
 
     // Results as those of the pthread functions of the same names.
-    int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument);
+    /// `named_after`: the function whose name the thread gets; null: the entry function.
+    int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument,
+               const void* named_after = nullptr);
     int join(pthread_t thread, void** result);
+    int try_join(pthread_t thread, void** result);
+    /// Only of known threads, in virtual time; nothing otherwise: the C library is to answer.
+    std::optional<long> join_until(pthread_t thread, void** result, Microseconds deadline);
+    /// After the C library has joined a thread of the program's.
+    void joined_elsewhere(pthread_t thread);
     int detach(pthread_t thread);
     /// For a timer that has expired: starts a detached thread with its function. Never waits.
     void start_for_timer(const sigevent& event);
     /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
     void exit_current();
+    /// As sched_yield, in virtual time.
+    std::optional<long> yield();
 
     /// Separates the program's use of its stacks from the virtual projector's own, from now on; slow.
     void measure_stacks_exactly() { exact_stacks_ = true; }
@@ -82,7 +91,8 @@ private:
     int start(ProgramThread& thread, const pthread_attr_t* attributes);
     void give_stack(ProgramThread& thread, pthread_attr_t& attributes);
     ProgramThread* find(pthread_t id);
-    void wait_for_end(ProgramThread& thread);
+    bool can_be_joined(const ProgramThread& thread) const;
+    WaitEnd wait_for_end(ProgramThread& thread, Microseconds deadline);
     void let_go(ProgramThread& thread);
     void sweep();
 

@@ -62,12 +62,6 @@ long ProgramTime::sleep(Microseconds length, timespec* remaining) {
     return -EINTR;
 }
 
-long ProgramTime::yield() {
-    clock_.scheduler().touch();
-    (void)waits_.sleep_until(clock_.now());
-    return 0;
-}
-
 std::optional<long> ProgramTime::sleep(const timespec* length, timespec* remaining) {
     if (length == nullptr) return -EFAULT;
     if (!is_valid(*length)) return -EINVAL;

@@ -34,8 +34,6 @@ public:
     long sleep(Microseconds length, timespec* remaining = nullptr);
     std::optional<long> sleep(const timespec* length, timespec* remaining);
     std::optional<long> sleep(clockid_t clock, int flags, const timespec* time, timespec* remaining);
-    /// The turn may pass to any other thread.
-    long yield();
 
     std::optional<long> get_time_of_day(timeval* time) const;
     std::optional<long> get_time(clockid_t clock, timespec* time) const;

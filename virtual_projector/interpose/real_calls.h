@@ -13,8 +13,10 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/epoll.h>
+#include <sys/msg.h>
 #include <sys/resource.h>
 #include <sys/select.h>
+#include <sys/sem.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/timeb.h>
@@ -22,6 +24,7 @@
 #include <sys/types.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
+#include <threads.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -72,8 +75,6 @@ inline Call<int(useconds_t)> usleep{"usleep"};
 inline Call<unsigned(unsigned)> sleep{"sleep"};
 inline Call<int(const timespec*, timespec*)> nanosleep{"nanosleep"};
 inline Call<int(clockid_t, int, const timespec*, timespec*)> clock_nanosleep{"clock_nanosleep"};
-inline Call<int(const timespec*, timespec*)> thrd_sleep{"thrd_sleep"};
-inline Call<int()> sched_yield{"sched_yield"};
 inline Call<int(timeb*)> ftime{"ftime"};
 inline Call<int(timeval*, void*)> gettimeofday{"gettimeofday"};
 inline Call<int(clockid_t, timespec*)> clock_gettime{"clock_gettime"};
@@ -82,11 +83,17 @@ inline Call<time_t(time_t*)> time{"time"};
 inline Call<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)> pthread_create{"pthread_create"};
 inline Call<int(pthread_t, void**)> pthread_join{"pthread_join"};
 inline Call<int(pthread_t)> pthread_detach{"pthread_detach"};
+inline Call<int(pthread_t, void**)> pthread_tryjoin_np{"pthread_tryjoin_np"};
+inline Call<int(pthread_t, void**, const timespec*)> pthread_timedjoin_np{"pthread_timedjoin_np"};
+inline Call<int(pthread_t, void**, clockid_t, const timespec*)> pthread_clockjoin_np{"pthread_clockjoin_np"};
 inline Call<void(void*)> pthread_exit{"pthread_exit"};
+inline Call<int()> sched_yield{"sched_yield"};
 
 inline Call<int(pthread_mutex_t*)> pthread_mutex_lock{"pthread_mutex_lock"};
 inline Call<int(pthread_mutex_t*)> pthread_mutex_trylock{"pthread_mutex_trylock"};
 inline Call<int(pthread_mutex_t*, const timespec*)> pthread_mutex_timedlock{"pthread_mutex_timedlock"};
+inline Call<int(pthread_mutex_t*, clockid_t, const timespec*)> pthread_mutex_clocklock{
+    "pthread_mutex_clocklock"};
 inline Call<int(pthread_mutex_t*)> pthread_mutex_unlock{"pthread_mutex_unlock"};
 
 inline Call<int(pthread_cond_t*, const pthread_condattr_t*)> pthread_cond_init{"pthread_cond_init"};
@@ -103,11 +110,26 @@ inline Call<int(pthread_rwlock_t*)> pthread_rwlock_rdlock{"pthread_rwlock_rdlock
 inline Call<int(pthread_rwlock_t*)> pthread_rwlock_tryrdlock{"pthread_rwlock_tryrdlock"};
 inline Call<int(pthread_rwlock_t*)> pthread_rwlock_wrlock{"pthread_rwlock_wrlock"};
 inline Call<int(pthread_rwlock_t*)> pthread_rwlock_trywrlock{"pthread_rwlock_trywrlock"};
+inline Call<int(pthread_rwlock_t*, const timespec*)> pthread_rwlock_timedrdlock{"pthread_rwlock_timedrdlock"};
+inline Call<int(pthread_rwlock_t*, const timespec*)> pthread_rwlock_timedwrlock{"pthread_rwlock_timedwrlock"};
+inline Call<int(pthread_rwlock_t*, clockid_t, const timespec*)> pthread_rwlock_clockrdlock{
+    "pthread_rwlock_clockrdlock"};
+inline Call<int(pthread_rwlock_t*, clockid_t, const timespec*)> pthread_rwlock_clockwrlock{
+    "pthread_rwlock_clockwrlock"};
 inline Call<int(pthread_rwlock_t*)> pthread_rwlock_unlock{"pthread_rwlock_unlock"};
+
+inline Call<int(pthread_spinlock_t*)> pthread_spin_lock{"pthread_spin_lock"};
+inline Call<int(pthread_spinlock_t*)> pthread_spin_trylock{"pthread_spin_trylock"};
+inline Call<int(pthread_spinlock_t*)> pthread_spin_unlock{"pthread_spin_unlock"};
+
+inline Call<int(pthread_barrier_t*)> pthread_barrier_wait{"pthread_barrier_wait"};
+inline Call<int(pthread_barrier_t*)> pthread_barrier_destroy{"pthread_barrier_destroy"};
+inline Call<int(pthread_once_t*, void (*)())> pthread_once{"pthread_once"};
 
 inline Call<int(sem_t*)> sem_wait{"sem_wait"};
 inline Call<int(sem_t*)> sem_trywait{"sem_trywait"};
 inline Call<int(sem_t*, const timespec*)> sem_timedwait{"sem_timedwait"};
+inline Call<int(sem_t*, clockid_t, const timespec*)> sem_clockwait{"sem_clockwait"};
 inline Call<int(sem_t*)> sem_post{"sem_post"};
 
 inline Call<int(int, const struct sigaction*, struct sigaction*)> sigaction{"sigaction"};
@@ -203,6 +225,29 @@ inline Call<int(void*, size_t)> getentropy{"getentropy"};
 inline Call<std::uint32_t()> arc4random{"arc4random"};
 inline Call<void(void*, size_t)> arc4random_buf{"arc4random_buf"};
 inline Call<std::uint32_t(std::uint32_t)> arc4random_uniform{"arc4random_uniform"};
+inline Call<int(thrd_t*, thrd_start_t, void*)> thrd_create{"thrd_create"};
+inline Call<int(thrd_t, int*)> thrd_join{"thrd_join"};
+inline Call<int(thrd_t)> thrd_detach{"thrd_detach"};
+inline Call<void(int)> thrd_exit{"thrd_exit"};
+inline Call<int(mtx_t*)> mtx_lock{"mtx_lock"};
+inline Call<int(mtx_t*)> mtx_trylock{"mtx_trylock"};
+inline Call<int(mtx_t*, const timespec*)> mtx_timedlock{"mtx_timedlock"};
+inline Call<int(mtx_t*)> mtx_unlock{"mtx_unlock"};
+inline Call<int(cnd_t*)> cnd_init{"cnd_init"};
+inline Call<void(cnd_t*)> cnd_destroy{"cnd_destroy"};
+inline Call<int(cnd_t*, mtx_t*)> cnd_wait{"cnd_wait"};
+inline Call<int(cnd_t*, mtx_t*, const timespec*)> cnd_timedwait{"cnd_timedwait"};
+inline Call<int(cnd_t*)> cnd_signal{"cnd_signal"};
+inline Call<int(cnd_t*)> cnd_broadcast{"cnd_broadcast"};
+
+inline Call<int(int, const void*, size_t, int)> msgsnd{"msgsnd"};
+inline Call<ssize_t(int, void*, size_t, long, int)> msgrcv{"msgrcv"};
+inline Call<int(int, int, msqid_ds*)> msgctl{"msgctl"};
+inline Call<int(int, sembuf*, size_t)> semop{"semop"};
+inline Call<int(int, sembuf*, size_t, const timespec*)> semtimedop{"semtimedop"};
+inline Call<int(int, int, int, ...)> semctl{"semctl"};
+
+inline Call<long(long, ...)> syscall{"syscall"};
 
 inline Call<int(pollfd*, nfds_t, int)> poll{"poll"};
 inline Call<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> ppoll{"ppoll"};

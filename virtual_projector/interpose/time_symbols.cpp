@@ -1,6 +1,5 @@
 // Entry points of the C library: sleeping and clocks. Symbols only.
 #undef _FORTIFY_SOURCE
-#include <sched.h>
 #include <sys/time.h>
 #include <sys/timeb.h>
 #include <sys/times.h>
@@ -45,18 +44,6 @@ int nanosleep(const timespec* length, timespec* remaining) {
 int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* remaining) {
     const auto result = ask_machine([&](Machine& m) { return m.time().sleep(clock, flags, time, remaining); });
     return result ? static_cast<int>(-*result) : real::clock_nanosleep(clock, flags, time, remaining);
-}
-
-int thrd_sleep(const timespec* length, timespec* remaining) {
-    const auto result = ask_machine([&](Machine& m) { return m.time().sleep(length, remaining); });
-    if (!result) return real::thrd_sleep(length, remaining);
-    return *result == 0 ? 0 : (*result == -EINTR ? -1 : -2);
-}
-
-int sched_yield() noexcept {
-    return answer<int>(
-        [&](Machine& m) { return m.is_virtual() ? std::optional<long>(m.time().yield()) : std::nullopt; },
-        [&] { return real::sched_yield(); });
 }
 
 int gettimeofday(timeval* time, void* zone) noexcept {

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """A host on asyncio's loop: has the picture squared and focused once, and ends; Ctrl-C ends it too.
 
 What the library calls on its own threads is handed to the loop.

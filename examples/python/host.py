@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """A host in Python: has the picture squared and focused once, and says what came of it.
 
 The library logs on standard output; this program speaks on standard error.

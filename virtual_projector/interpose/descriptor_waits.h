@@ -40,6 +40,9 @@ public:
     /// Called before each look: what stands behind the board's descriptors may have changed.
     void before_looks(std::function<void()> update) { before_look_ = std::move(update); }
 
+    /// To be called before the kernel is asked what is ready.
+    void refresh();
+
     /// Gives the turn away until one of the descriptors is ready, as poll has it, or until the deadline.
     WaitEnd wait(const std::vector<pollfd>& descriptors, Microseconds deadline);
     /// Until `is_over` says so, which is asked for real. `what` names it in the table.

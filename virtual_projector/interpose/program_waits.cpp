@@ -8,6 +8,7 @@ WaitEnd ProgramWaits::with_handlers_run(WaitEnd end) {
 }
 
 WaitEnd ProgramWaits::wait(const Wait& reason, Microseconds deadline) {
+    signals_.refresh_mask();
     return with_handlers_run(clock_.scheduler().wait(reason, deadline));
 }
 

@@ -88,7 +88,7 @@ int sigprocmask(int how, const sigset_t* set, sigset_t* before) noexcept {
     return -1;
 }
 
-// BSD's masks, the first 31 signals in a word; dash, Debian's sh, calls sigsetmask around each child.
+// BSD's masks, the first 32 signals in a word; dash, Debian's sh, calls sigsetmask around each child.
 int sigblock(int mask) noexcept { return change_mask(SIG_BLOCK, mask); }
 int sigsetmask(int mask) noexcept { return change_mask(SIG_SETMASK, mask); }
 int siggetmask() noexcept { return change_mask(SIG_BLOCK, 0); }

@@ -24,9 +24,17 @@ constexpr int wait_slice_ms = 500;
 
 Outcome run_init(const Arguments&) { return start_library() ? Outcome::done : Outcome::failed; }
 
+// The library takes the request all the same and computes the widths.
+void look_for_display() {
+    if (there_is_a_display()) return;
+    say("there is no display: no picture will be squared");
+    note_request_failed();
+}
+
 Outcome run_akaf(const Arguments&) {
     say("auto-focus and auto-keystone requested");
     begin_request(true);
+    if (varnel_get_osd_settings_keystone() != 0) look_for_display();
     if (varnel_get_osd_settings_autofocus() == 0) {
         say("auto-focus is off: the lens will stay where it is");
         note_request_failed();
@@ -40,6 +48,7 @@ Outcome run_keystone(const Arguments& arguments) {
     if (!parse_int(arguments[0], angle)) return Outcome::misused;
     say("keystone for a tilt of %d degrees requested", angle);
     begin_request(false);
+    look_for_display();
     varnel_setDLPkeystone(angle);
     return Outcome::done;
 }
@@ -120,6 +129,10 @@ Outcome run_offset(const Arguments& arguments) {
     int step = 0;
     if (!parse_int(arguments[0], direction) || !parse_int(arguments[1], step)) return Outcome::misused;
     if (direction != 0 && direction != 1) return Outcome::misused;
+    if (!there_is_a_display()) {
+        say("there is no display: no keystone can be moved");
+        return Outcome::failed;
+    }
     set_keystone_offset_api(direction, step);
     say("keystone moved one step of %d pixels in direction %d", step, direction);
     return Outcome::done;
@@ -136,9 +149,9 @@ void say_lens_position() {
     }
 }
 
-// Before the first run the library holds a distance that nobody measured.
+// Before the first focus step the library holds a distance that nobody measured.
 void say_distance() {
-    if (!a_run_has_ended()) return;
+    if (!a_focus_step_has_ended()) return;
     const int distance_mm = peek(lastDistance);
     if (distance_mm > 0) {
         say("distance of the last run: %d mm", distance_mm);
@@ -147,11 +160,19 @@ void say_distance() {
     }
 }
 
+void say_picture() {
+    if (!there_is_a_display()) {
+        say("picture: there is no display");
+        return;
+    }
+    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
+        peek(preDownW), get_current_keystone_angle());
+}
+
 Outcome run_status(const Arguments&) {
     say("auto-keystone is %s, auto-focus is %s; %s", varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
         varnel_get_osd_settings_autofocus() != 0 ? "on" : "off", last_request_words());
-    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
-        peek(preDownW), get_current_keystone_angle());
+    say_picture();
     say_distance();
     say_lens_position();
     return Outcome::done;

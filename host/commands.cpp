@@ -19,6 +19,7 @@ namespace {
 
 constexpr int idle_timeout_ms = 60 * 1000;
 constexpr int wait_slice_ms = 500;
+constexpr std::size_t usage_width = 28;  // the list of commands fits a terminal of 80 columns
 
 // --- Requests ------------------------------------------------------------------------------------------
 
@@ -254,11 +255,29 @@ Outcome run_try(const Arguments& arguments) {
 
 Outcome run_quit(const Arguments&) { return Outcome::quit; }
 
-void list_commands(const std::vector<Command>& table) {
-    for (const Command& command : table) {
-        const std::string usage = std::string(command.name) + " " + command.arguments;
-        say("  %-34s %s", usage.c_str(), command.purpose);
+// How a command is used, one line of the list each: all ways in one, or, where that takes too much room, each.
+std::vector<std::string> usages_of(const Command& command) {
+    const std::string name = std::string(command.name) + " ";
+    const std::string or_else = " | ";
+    std::string ways = command.arguments;
+    if (name.size() + ways.size() <= usage_width) return {name + ways};
+    std::vector<std::string> usages;
+    for (std::size_t end = ways.find(or_else); end != std::string::npos; end = ways.find(or_else)) {
+        usages.push_back(name + ways.substr(0, end));
+        ways.erase(0, end + or_else.size());
     }
+    usages.push_back(name + ways);
+    return usages;
+}
+
+void list_command(const Command& command) {
+    const std::vector<std::string> usages = usages_of(command);
+    say("  %-*s %s", static_cast<int>(usage_width), usages.front().c_str(), command.purpose);
+    for (std::size_t i = 1; i < usages.size(); ++i) say("  %s", usages[i].c_str());
+}
+
+void list_commands(const std::vector<Command>& table) {
+    for (const Command& command : table) list_command(command);
 }
 
 Outcome run_help(const Arguments&) {
@@ -297,8 +316,7 @@ const std::vector<Command>& commands() {
         {"akaf", "", "request one auto-keystone and auto-focus run", 0, 0, true, run_akaf},
         {"keystone", "DEGREES", "request the keystone widths for a tilt", 1, 1, true, run_keystone},
         {"switches", "KEYSTONE AUTOFOCUS", "switch both on (1) or off (0)", 2, 2, true, run_switches},
-        {"wait", "DURATION | idle", "wait 500ms, 2s, 1min, or until nothing is going on", 1, 1, false,
-         run_wait},
+        {"wait", "DURATION | idle", "wait 500ms, 2s, 1min, or until all is quiet", 1, 1, false, run_wait},
         {"manual", "DELTA", "move the focus by TMR units", 1, 1, true, run_manual},
         {"limit", "left | right", "move the lens to a soft limit", 1, 1, true, run_limit},
         {"offset", "DIRECTION STEP", "move the keystone by hand", 2, 2, true, run_offset},

@@ -12,6 +12,7 @@
 #include "host/console.h"
 #include "host/host_session.h"
 #include "host/script.h"
+#include "ovra_version.h"
 
 namespace {
 
@@ -65,16 +66,19 @@ int main(int argc, char** argv) {
     CLI::App app{"Drives libovrafocus.so: 'ovrafocus-host help' lists the commands."};
     app.footer(
         "Each COMMAND is one argument: ovrafocus-host init akaf \"wait idle\" status\n"
-        "Exit code: 0 all was carried out and the last request succeeded; 1 a request or a\n"
-        "command could not be carried out; 2 the command line, its script or a command is\n"
-        "wrong; 3 what the program or the library printed could not be written.");
+        "Those of the command line or a script are carried out until one fails.\n"
+        "Exit code: 0 all was carried out and the last request succeeded; 1 a request or\n"
+        "a command could not be carried out; 2 the command line, its script or a command\n"
+        "is wrong; 3 what the program or the library printed could not be written.");
     CLI::Option* const commands =
-        app.add_option("COMMAND", options.commands, "commands to carry out; without any: standard input");
-    app.add_option("--script", options.script, "take the commands from this file; stops at the first failure")
+        app.add_option("COMMAND", options.commands, "what to do; without any: standard input");
+    app.add_option("--script", options.script, "take the commands from this file")
         ->type_name("FILE")
         ->excludes(commands);
     app.add_option("--library-log", options.library_log, "write the library's own log to this file")
         ->type_name("FILE");
+    app.set_version_flag("--version", "ovrafocus-host " OVRA_VERSION " (" OVRA_COMMIT ")",
+                         "print version and commit, and exit");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,6 +1,10 @@
 // The ovrafocus-host command as its user meets it, on a standard unit.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -198,6 +202,30 @@ TEST(OvrafocusHost, AnswersQuestionsInWords) {
               "auto-keystone is on, auto-focus is on; nothing has been requested\n"
               "picture: 1280 pixels at the top, 1280 at the bottom, for a tilt of 0 degrees\n"
               "lens: at TMR 6, limits -104 and 190\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+std::size_t longest_line(const std::string& text) {
+    std::size_t longest = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
+    return longest;
+}
+
+TEST(OvrafocusHost, HelpFitsATerminalOf80Columns) {
+    EXPECT_LE(longest_line(host({"help"}).words), 80U);
+    // Its first line names the program by the path that it was called by.
+    std::string help = host({"--help"}).words;
+    const std::size_t path = help.find(storykit::host_program);
+    ASSERT_NE(path, std::string::npos) << help;
+    help.replace(path, std::strlen(storykit::host_program), "ovrafocus-host");
+    EXPECT_LE(longest_line(help), 80U) << help;
+}
+
+TEST(OvrafocusHost, NamesItsVersionAndItsCommit) {
+    const Finished finished = host({"--version"});
+    EXPECT_THAT(finished.words,
+                testing::MatchesRegex("ovrafocus-host [0-9]+\\.[0-9]+\\.[0-9]+ \\([0-9a-z-]+\\)\n"));
     EXPECT_EQ(finished.exit_code, 0);
 }
 

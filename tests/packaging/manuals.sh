@@ -43,7 +43,7 @@ entries ovrafocus-host OPTIONS | options >"$directory/found"
 same "options of ovrafocus-host"
 
 run help >"$directory/help"
-sed -n '/:$/!s/^  \([a-z]*\) .*/\1/p' "$directory/help" | sort >"$directory/names"
+sed -n '/:$/!s/^  \([a-z]*\) .*/\1/p' "$directory/help" | sort -u >"$directory/names"
 entries ovrafocus-host COMMANDS >"$directory/entries"
 cp "$directory/names" "$directory/wanted"
 sed 's/ .*//' "$directory/entries" | sort -u >"$directory/found"

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <optional>
@@ -28,8 +29,6 @@ std::optional<ScheduleStep> parse_step(const std::string& line, std::uint64_t st
 
 }  // namespace
 
-std::string partial_schedule(const std::string& path) { return path + ".part"; }
-
 std::vector<ScheduleStep> read_schedule(const std::string& path) {
     std::ifstream file(path);
     if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
@@ -48,30 +47,18 @@ std::vector<ScheduleStep> read_schedule(const std::string& path) {
     return steps;
 }
 
-ScheduleWriter::ScheduleWriter(const std::string& path)
-    : path_(path), stream_(std::fopen(partial_schedule(path).c_str(), "we")) {
-    if (stream_ == nullptr) throw std::runtime_error(partial_schedule(path) + ": " + std::strerror(errno));
-    std::fprintf(stream_, "%s\n", first_line);
-}
-
-ScheduleWriter::~ScheduleWriter() {
-    if (stream_ != nullptr) std::fclose(stream_);
+ScheduleWriter::ScheduleWriter(const std::string& path) : path_(path), file_(OutputFile::open(path)) {
+    if (file_ == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
+    std::fprintf(file_->stream(), "%s\n", first_line);
 }
 
 void ScheduleWriter::write(const ScheduleStep& step) {
-    if (stream_ == nullptr) return;
-    std::fprintf(stream_, "%" PRIu64 " %d%s%s\n", step.step, step.thread, step.name.empty() ? "" : " ",
+    if (file_->stream() == nullptr) return;
+    std::fprintf(file_->stream(), "%" PRIu64 " %d%s%s\n", step.step, step.thread, step.name.empty() ? "" : " ",
                  step.name.c_str());
-    std::fflush(stream_);
+    std::fflush(file_->stream());
 }
 
-std::string ScheduleWriter::finish() {
-    if (stream_ == nullptr) return {};
-    const bool written = std::ferror(stream_) == 0;
-    const bool closed = std::fclose(stream_) == 0;
-    stream_ = nullptr;
-    if (written && closed && std::rename(partial_schedule(path_).c_str(), path_.c_str()) == 0) return {};
-    return path_ + ": not all of it could be written";
-}
+std::string ScheduleWriter::finish() { return file_->finish() ? "" : path_ + incomplete_file; }
 
 }  // namespace vp

@@ -10,9 +10,11 @@
 #define VIRTUAL_PROJECTOR_CLOCK_SCHEDULE_FILE_H
 
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "virtual_projector/files/output_file.h"
 
 namespace vp {
 
@@ -22,9 +24,6 @@ struct ScheduleStep {
     std::string name;  // may be empty
 };
 
-/// Where a schedule stands while it is being written.
-std::string partial_schedule(const std::string& path);
-
 /// Throws std::runtime_error with one line, which names the file, when it cannot be read or is no schedule.
 std::vector<ScheduleStep> read_schedule(const std::string& path);
 
@@ -33,9 +32,6 @@ class ScheduleWriter {
 public:
     /// Throws std::runtime_error with one line when the file cannot be made.
     explicit ScheduleWriter(const std::string& path);
-    ~ScheduleWriter();
-    ScheduleWriter(const ScheduleWriter&) = delete;
-    ScheduleWriter& operator=(const ScheduleWriter&) = delete;
 
     void write(const ScheduleStep& step);
 
@@ -44,7 +40,7 @@ public:
 
 private:
     std::string path_;
-    std::FILE* stream_;
+    std::unique_ptr<OutputFile> file_;
 };
 
 }  // namespace vp

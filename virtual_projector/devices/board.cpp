@@ -30,6 +30,13 @@ Board::Board(World& world, Clock& clock, const MemoryFiles& files)
       flash_(files.flash, initial_flash(world)),
       tof_memory_(files.tof_memory, initial_tof_memory(world)) {}
 
+void Board::save_later(const Memory& memory) {
+    later([this, file = memory.file(), bytes = memory.bytes()] {
+        const bool complete = save_memory(file, bytes);
+        if (saved_handler_ && !file.empty()) saved_handler_(file, complete);
+    });
+}
+
 void Board::do_later() {
     std::vector<std::function<void()>> work;
     {

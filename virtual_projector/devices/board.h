@@ -16,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/clock/clock.h"
@@ -50,6 +51,13 @@ public:
     /// Within with_world: what shall be done after it, out of the lock. It may wait and use files.
     void later(std::function<void()> work) { later_.push_back(std::move(work)); }
 
+    /// Within with_world: the memory's present contents go to its file.
+    void save_later(const Memory& memory);
+    /// Called, out of the lock, for each file that has been saved or could not be.
+    void on_saved(std::function<void(const std::string& file, bool complete)> handler) {
+        saved_handler_ = std::move(handler);
+    }
+
     Memory& flash() { return flash_; }            // within with_world only
     Memory& tof_memory() { return tof_memory_; }  // within with_world only
 
@@ -66,6 +74,7 @@ private:
     World& world_;
     Clock& clock_;
     std::vector<std::function<void()>> later_;
+    std::function<void(const std::string&, bool)> saved_handler_;
     Memory flash_;
     Memory tof_memory_;
 };

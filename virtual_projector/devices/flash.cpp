@@ -56,7 +56,7 @@ long Flash::write(std::uint32_t handle, std::uint32_t area, std::uint32_t offset
         if (status < 0) return status;
         Memory& memory = board_.flash();
         if (!memory.write(offset, data, size)) return -EINVAL;
-        board_.later([file = memory.file(), bytes = memory.bytes()] { save_memory(file, bytes); });
+        board_.save_later(memory);
         return 0;
     });
 }

@@ -5,6 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include "virtual_projector/files/output_file.h"
+
 namespace vp {
 namespace {
 
@@ -44,9 +46,7 @@ bool Memory::read(std::size_t offset, std::uint8_t* data, std::size_t size) cons
 }
 
 bool save_memory(const std::string& name, const std::vector<std::uint8_t>& bytes) {
-    if (name.empty()) return true;
-    const File file(std::fopen(name.c_str(), "wb"));
-    return file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+    return name.empty() || write_output(name, bytes.data(), bytes.size());
 }
 
 }  // namespace vp

@@ -27,7 +27,8 @@ private:
     std::vector<std::uint8_t> bytes_;
 };
 
-/// Writes a memory's file; false when it cannot be written. An empty name is no file: true.
+/// Writes a memory's file; false when it cannot be written: it is then as it was before. An empty name is no
+/// file: true.
 bool save_memory(const std::string& file, const std::vector<std::uint8_t>& bytes);
 
 }  // namespace vp

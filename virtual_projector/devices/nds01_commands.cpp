@@ -71,7 +71,7 @@ long move_library_data(Board& board, const Nds01Chip& chip, const LibraryData& d
     Memory& own = board.tof_memory();
     if (!to_device) return own.read(0, memory, data.size) ? 0 : -EINVAL;
     if (!own.write(0, memory, data.size)) return -EINVAL;
-    board.later([file = own.file(), bytes = own.bytes()] { save_memory(file, bytes); });
+    board.save_later(own);
     return 0;
 }
 

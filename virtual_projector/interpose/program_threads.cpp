@@ -43,6 +43,12 @@ void set_current(ProgramThread* thread) {
     set_current_thread_identity(thread == nullptr ? nullptr : &thread->identity);
 }
 
+// Of the calling thread, to debuggers and to the kernel, which keeps 15 characters of it.
+void show_name(const std::string& name) {
+    constexpr std::size_t max_length = 15;
+    if (!name.empty()) (void)::pthread_setname_np(::pthread_self(), name.substr(0, max_length).c_str());
+}
+
 bool program_gave_stack(const pthread_attr_t& attributes) {
     void* base = nullptr;
     std::size_t size = 0;
@@ -127,6 +133,10 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
 void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attributes) {
     std::size_t size = 0;
     (void)::pthread_attr_getstacksize(&attributes, &size);
+    if (plain_stacks_) {
+        (void)::pthread_attr_setstacksize(&attributes, size + headroom_bytes);
+        return;
+    }
     thread.stack = PaintedStack::map(size + headroom_bytes);
     if (!thread.stack) return;
     (void)::pthread_attr_setstack(&attributes, thread.stack->base(), thread.stack->size());
@@ -142,6 +152,7 @@ void* ProgramThreads::run(void* started) {
 void ProgramThreads::begin(ProgramThread& thread) {
     const ReentrancyGuard guard;
     set_current(&thread);
+    show_name(thread.identity.name);
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
     // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.

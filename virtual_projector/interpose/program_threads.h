@@ -62,6 +62,9 @@ public:
 
     /// Separates the program's use of its stacks from the virtual projector's own, from now on; slow.
     void measure_stacks_exactly() { exact_stacks_ = true; }
+    /// From now on threads get stacks of the C library's own, which nobody measures: memory checkers take the
+    /// paint below a stack's end for a mistake.
+    void use_plain_stacks() { plain_stacks_ = true; }
     void call_begins();  // on the thread that makes it
     void call_ends();
 
@@ -85,6 +88,7 @@ private:
     FaultPlan& faults_;
     Recorder& recorder_;
     bool exact_stacks_ = false;
+    bool plain_stacks_ = false;
     int last_number_ = 0;
     std::vector<std::unique_ptr<ProgramThread>> threads_;  // those whose stack may still be in use
     std::vector<StackUse> ended_;

@@ -20,6 +20,7 @@
 #include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/interpose/board_streams.h"
 #include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/interpose/process_role.h"
 #include "virtual_projector/interpose/real_calls.h"
 
 namespace real = vp::real;
@@ -57,6 +58,11 @@ long with_errno(long result) {
 }
 
 int open_node(const char* path, int flags, bool& ours) {
+    if (!vp::may_open(path)) {
+        ours = true;
+        errno = ENODEV;
+        return -1;
+    }
     const std::optional<long> result = ask_machine([&](Machine& m) { return m.files().open(path, flags); });
     ours = result.has_value();
     return ours ? static_cast<int>(with_errno(*result)) : -1;

@@ -10,9 +10,9 @@ namespace vp {
 /// in the folders of PATH. The command where there is none.
 std::string file_of_command(const std::string& command);
 
-/// True for a program at a fixed place with nobody to load libraries for it: nothing can be preloaded into it.
-/// False for everything else, also for what is no program.
-bool is_statically_linked(const std::string& file);
+/// Why nothing can be preloaded into the program in this file, in words; empty: it can, or it is no program. A
+/// script is judged by its interpreter.
+std::string reason_not_to_preload(const std::string& file);
 
 }  // namespace vp
 

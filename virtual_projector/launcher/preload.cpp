@@ -1,15 +1,14 @@
 // Begins and ends the run when the virtual projector has been loaded into a program.
 #include <dlfcn.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <memory>
-#include <string>
 
 #include "virtual_projector/launcher/run_options.h"
-#include "virtual_projector/launcher/session.h"
+#include "virtual_projector/launcher/run_process.h"
 
 namespace {
 
@@ -18,29 +17,28 @@ using Start = int (*)(Main, int, char**, void (*)(), void (*)(), void (*)(), voi
 
 constexpr int cannot_begin = 2;
 
-std::unique_ptr<vp::Session> session;
+vp::RunProcess* process = nullptr;  // stays to the end: the program's threads may call at any time
 Main program_main = nullptr;
 
-void end_run() { session.reset(); }
+void end_run() { process->end(); }
 
-void begin_run(const std::string& options) {
+void continue_as_child() { process->continue_as_child(); }
+
+void begin_run(const char* options) {
     try {
-        session = std::make_unique<vp::Session>(vp::run_options_from(options));
+        process = new vp::RunProcess(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "virtual-projector: %s\n", error.what());
         _exit(cannot_begin);
     }
     std::atexit(end_run);
+    pthread_atfork(nullptr, nullptr, continue_as_child);
+    process->start();
+    vp::ProcessRole::set_current(process);
 }
 
-// Programs that this one starts live on the plain PC.
 int run_program_main(int argc, char** argv, char** environment) {
-    if (const char* const given = std::getenv(vp::run_options_variable)) {
-        const std::string options = given;
-        unsetenv(vp::run_options_variable);
-        unsetenv("LD_PRELOAD");
-        begin_run(options);
-    }
+    if (const char* const options = std::getenv(vp::run_options_variable)) begin_run(options);
     return program_main(argc, argv, environment);
 }
 

@@ -19,7 +19,8 @@ struct adl_serializer<std::optional<Value>> {
 namespace vp {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(RunOptions, scenario, seed, parameters, trace, trace_detail, summary, flash,
-                                   exact_stacks, real_time, preempt, schedule, record_schedule)
+                                   exact_stacks, real_time, preempt, schedule, record_schedule, limit_s,
+                                   real_limit_s, outside_skip, state, plain_stacks, under_tool)
 
 std::string to_text(const RunOptions& options) { return nlohmann::json(options).dump(); }
 

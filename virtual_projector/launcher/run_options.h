@@ -27,6 +27,12 @@ struct RunOptions {
     double preempt = 0;               // probability that a thread loses its turn at a call
     std::string schedule = "random";  // who runs next, see run_schedule.h
     std::string record_schedule;      // file; empty: none
+    double limit_s = 0;               // simulated time after which the run ends; 0: none
+    double real_limit_s = 60;         // real time without progress after which it ends; 0: none
+    bool outside_skip = false;        // simulated time goes on while the program waits for something outside
+    std::string state;                // see run_state.h; empty: the run is this process's alone
+    bool plain_stacks = false;        // the stacks are not measured
+    bool under_tool = false;          // a debugger or the like starts the program
 };
 
 std::string to_text(const RunOptions& options);

@@ -11,6 +11,7 @@
 namespace vp {
 namespace {
 
+constexpr const char* random_choice = "random";
 constexpr const char* pct_prefix = "pct:";
 constexpr std::uint64_t usual_steps = 10000;
 
@@ -31,7 +32,7 @@ PctSchedule::Options pct_options(const std::string& choice) {
 }  // namespace
 
 std::unique_ptr<SchedulePolicy> make_schedule(const std::string& choice, std::uint64_t seed, double preempt) {
-    if (choice == "random") return std::make_unique<RandomSchedule>(seed, preempt);
+    if (choice == random_choice) return std::make_unique<RandomSchedule>(seed, preempt);
     if (preempt > 0) throw std::runtime_error("--preempt goes with the random schedule only");
     if (choice.rfind(pct_prefix, 0) == 0) return std::make_unique<PctSchedule>(seed, pct_options(choice));
     std::error_code none;
@@ -39,6 +40,10 @@ std::unique_ptr<SchedulePolicy> make_schedule(const std::string& choice, std::ui
         throw std::runtime_error("expected random, pct:D, pct:D:K or a file, found no file '" + choice + "'");
     }
     return std::make_unique<PlayedSchedule>(choice);
+}
+
+bool is_schedule_file(const std::string& choice) {
+    return choice != random_choice && choice.rfind(pct_prefix, 0) != 0;
 }
 
 }  // namespace vp

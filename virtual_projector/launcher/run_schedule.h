@@ -14,6 +14,9 @@ namespace vp {
 /// std::runtime_error with one line when there is something wrong.
 std::unique_ptr<SchedulePolicy> make_schedule(const std::string& choice, std::uint64_t seed, double preempt);
 
+/// True when what `--schedule` was given is the name of a file.
+bool is_schedule_file(const std::string& choice);
+
 }  // namespace vp
 
 #endif

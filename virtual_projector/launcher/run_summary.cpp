@@ -2,9 +2,10 @@
 
 #include <malloc.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <utility>
+
+#include "virtual_projector/files/output_file.h"
 
 namespace vp {
 namespace {
@@ -56,9 +57,8 @@ bool RunSummary::write() const {
             {{"t_us", holding.time}, {"heap_bytes", holding.heap_bytes}, {"open_nodes", holding.open_nodes}});
     }
     summary["open_nodes"] = machine_.files().open_paths();
-    std::ofstream file(file_);
-    file << summary.dump() << "\n";
-    return static_cast<bool>(file.flush());
+    const std::string text = summary.dump() + "\n";
+    return write_output(file_, text.data(), text.size());
 }
 
 }  // namespace vp

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -179,8 +181,21 @@ Scenario read_document(const LocatedJson& json) {
     return scenario;
 }
 
+// Far more than any has: an event takes a hundred bytes or so.
+constexpr std::uintmax_t max_scenario_bytes = std::uintmax_t{16} * 1024 * 1024;
+
 // A folder can be opened; only reading tells.
 std::string contents_of(const std::string& path) {
+    std::error_code none;
+    const auto status = std::filesystem::status(path, none);
+    const bool has_size = std::filesystem::is_regular_file(status);
+    if (std::filesystem::exists(status) && !std::filesystem::is_directory(status) &&
+        (!has_size || std::filesystem::file_size(path, none) > max_scenario_bytes)) {
+        throw LocatedError(path + ": $: expected a scenario file of at most " +
+                           std::to_string(max_scenario_bytes) + " bytes, found " +
+                           (has_size ? std::to_string(std::filesystem::file_size(path, none))
+                                     : std::string("something without a size")));
+    }
     try {
         std::ifstream file(path);
         if (file) return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -201,15 +216,15 @@ const char* scenario_format() {
   "faults": [FAULT]         from the start
   "events": [EVENT]         each an object with "at_s": SECONDS, perhaps "what": TEXT, and one of
     "set": {NAME: VALUE}
-    "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over or hang; perhaps with
-                            "to": {MEMBER OF THE POSE: VALUE} and "for_s": SECONDS
+    "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over or hang; perhaps with )"
+           R"("to": {MEMBER OF THE POSE: VALUE} and "for_s": SECONDS
     "block": [ZONE]         tr, br, tl, bl; with "distance_mm": MM and perhaps "for_s": SECONDS
     "key": CODE             perhaps with "value": 1 pressed, 0 released, 2 repeated
     "fault": FAULT
     "clear_faults": true
-A FAULT hits calls by "operation" (open, read, write, ioctl, close, call, pthread_create), "path" (a node, or a
-function; * at its end for all that begin so), "nth" and "probability", and does one of "error": ERRNO-NAME,
-"short_count": N, "garbage": TEXT, "stale": true; "delay_ms": MS may stand beside or alone.
+A FAULT hits calls by "operation" (open, read, write, ioctl, close, call, pthread_create), "path" (a node, or a )"
+           R"(function; * at its end for all that begin so), "nth" and "probability", and does one of )"
+           R"("error": ERRNO-NAME, "short_count": N, "garbage": TEXT, "stale": true; "delay_ms": MS may stand beside or alone.
 )";
 }
 

@@ -2,10 +2,12 @@
 
 #include <sched.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -60,16 +62,28 @@ void stay_on_this_processor() {
     static_cast<void>(sched_setaffinity(0, sizeof only, &only));
 }
 
-// The run itself is over and keeps its exit code.
 void complain(const std::string& what) { std::fprintf(stderr, "virtual-projector: %s\n", what.c_str()); }
 
-void complain_of(const std::string& file) { complain(file + ": not all of it could be written"); }
+// Keeps account of which of the run's files are complete, and says once of each that it is not.
+class FileAccount {
+public:
+    explicit FileAccount(RunState* state) : state_(state) {}
+    void note(RunFile file, const std::string& path, bool complete) {
+        if (state_ != nullptr) state_->set_complete(file, complete);
+        if (!complete && told_.insert(file).second) complain(path + incomplete_file);
+    }
+
+private:
+    RunState* state_;
+    std::set<RunFile> told_;
+};
 
 }  // namespace
 
 struct Session::Parts {
-    explicit Parts(const RunOptions& given)
+    Parts(const RunOptions& given, RunState* state)
         : options(given),
+          account(state),
           scenario(given.scenario.empty() ? Scenario{} : read_scenario(given.scenario)),
           world(make_world(given, scenario)),
           clock(make_clock(given, world.seed())),
@@ -79,6 +93,11 @@ struct Session::Parts {
         if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
         summary = std::make_unique<RunSummary>(given.summary, *clock, *machine);
+        if (file_trace) file_trace->on_failure([this] { account.note(RunFile::trace, options.trace, false); });
+        board.on_saved([this](const std::string& file, bool complete) {
+            account.note(file == options.flash ? RunFile::flash : RunFile::tof_memory, file, complete);
+        });
+        if (options.plain_stacks) machine->threads().use_plain_stacks();
         if (options.exact_stacks) machine->threads().measure_stacks_exactly();
     }
 
@@ -134,6 +153,7 @@ struct Session::Parts {
     }
 
     RunOptions options;
+    FileAccount account;
     Scenario scenario;
     World world;
     std::unique_ptr<Clock> clock;
@@ -144,12 +164,14 @@ struct Session::Parts {
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
     std::unique_ptr<RunSummary> summary;
+    std::atomic_flag finished = ATOMIC_FLAG_INIT;
 };
 
-Session::Session(const RunOptions& options) {
+Session::Session(const RunOptions& options, RunState* state) {
     const ReentrancyGuard guard;
     if (!options.real_time) stay_on_this_processor();
-    parts_ = std::make_unique<Parts>(options);
+    parts_ = std::make_unique<Parts>(options, state);
+    if (state != nullptr) state->set_begun();
     parts_->connect_board();
     {
         // On the wall clock the scenario's first events happen on a thread of the clock's own, and time goes by
@@ -162,17 +184,33 @@ Session::Session(const RunOptions& options) {
     parts_->machine->install();
 }
 
-Session::~Session() {
+void Session::finish() {
+    if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);
         parts_->trace->record_now(parts_->clock->now());
     }
-    if (parts_->file_trace && !parts_->file_trace->flush()) complain_of(parts_->options.trace);
-    if (!parts_->summary->write()) complain_of(parts_->options.summary);
+    FileAccount& account = parts_->account;
+    const RunOptions& options = parts_->options;
+    if (parts_->file_trace) account.note(RunFile::trace, options.trace, parts_->file_trace->finish());
+    account.note(RunFile::summary, options.summary, parts_->summary->write());
     const std::string misfit = parts_->clock->scheduler().end_schedule();
-    if (!misfit.empty()) complain(misfit);
+    if (misfit == options.record_schedule + incomplete_file)
+        account.note(RunFile::schedule, options.record_schedule, false);
+    else if (!misfit.empty())
+        complain(misfit);
+}
+
+void Session::abandon() {
+    if (parts_->finished.test_and_set()) return;
+    const ReentrancyGuard guard;
+    parts_->machine->uninstall();
+}
+
+Session::~Session() {
+    finish();
     // The program's other threads are still there, standing at their waits: what they stand on stays.
     static const Parts* ended_run = nullptr;
     ended_run = parts_.release();

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "virtual_projector/launcher/run_options.h"
+#include "virtual_projector/launcher/run_state.h"
 
 namespace vp {
 
@@ -13,10 +14,19 @@ public:
     /// Builds the world, the board and the machine, and installs them: from here on the process's calls
     /// reach the virtual projector. Throws LocatedError when the scenario cannot be read, std::runtime_error
     /// when a file cannot be written.
-    explicit Session(const RunOptions& options);
+    /// `state` may be null; it is told which of the run's files are complete.
+    explicit Session(const RunOptions& options, RunState* state = nullptr);
 
-    /// Closes the trace and writes the summary.
+    /// Finishes.
     ~Session();
+
+    /// Ends the run and completes its files: trace, summary, recorded schedule. From any thread, at any end of
+    /// the program; only the first call does something.
+    void finish();
+    /// Ends the run and leaves its files alone: they are another process's. Also in a child that was forked
+    /// off.
+    void abandon();
+
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 
 #include "virtual_projector/trace/records.h"
 
@@ -32,15 +33,14 @@ bool belongs_to_changes(const CallRecord& record) {
 }  // namespace
 
 std::unique_ptr<JsonTrace> JsonTrace::to_file(const std::string& path, TraceDetail detail) {
-    std::FILE* stream = std::fopen(path.c_str(), "we");
-    return stream == nullptr ? nullptr : std::make_unique<JsonTrace>(stream, detail);
+    std::unique_ptr<OutputFile> file = OutputFile::open(path);
+    return file == nullptr ? nullptr : std::make_unique<JsonTrace>(std::move(file), detail);
 }
 
-JsonTrace::JsonTrace(std::FILE* stream, TraceDetail detail) : stream_(stream), detail_(detail) {
-    std::setvbuf(stream_, nullptr, _IOLBF, BUFSIZ);
+JsonTrace::JsonTrace(std::unique_ptr<OutputFile> file, TraceDetail detail)
+    : file_(std::move(file)), detail_(detail) {
+    std::setvbuf(file_->stream(), nullptr, _IOLBF, BUFSIZ);
 }
-
-JsonTrace::~JsonTrace() { std::fclose(stream_); }
 
 void JsonTrace::record(const CallRecord& record) {
     if (detail_ == TraceDetail::events) return;
@@ -57,9 +57,14 @@ void JsonTrace::record_event(std::int64_t t_us, std::string_view what) { write_l
 void JsonTrace::write_line(const nlohmann::ordered_json& line) {
     constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
     const std::string text = line.dump(-1, ' ', false, replace) + "\n";
-    std::fwrite(text.data(), 1, text.size(), stream_);
+    if (failed_ || file_->stream() == nullptr) return;
+    failed_ = std::fwrite(text.data(), 1, text.size(), file_->stream()) != text.size();
+    if (failed_ && failure_handler_) failure_handler_();
 }
 
-bool JsonTrace::flush() { return std::fflush(stream_) == 0 && std::ferror(stream_) == 0; }
+bool JsonTrace::finish() {
+    const bool taken_its_place = file_->finish();
+    return taken_its_place && !failed_;
+}
 
 }  // namespace vp

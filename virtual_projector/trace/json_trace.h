@@ -2,11 +2,12 @@
 #ifndef VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
 #define VIRTUAL_PROJECTOR_TRACE_JSON_TRACE_H
 
-#include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
+#include "virtual_projector/files/output_file.h"
 #include "virtual_projector/trace/trace_sink.h"
 
 namespace vp {
@@ -24,25 +25,26 @@ public:
     /// Null when the file cannot be made; errno tells why.
     static std::unique_ptr<JsonTrace> to_file(const std::string& path, TraceDetail detail);
 
-    /// Takes the stream over and closes it. Each line is written at once: a trace is wanted most of a run that
-    /// does not come to its end.
-    JsonTrace(std::FILE* stream, TraceDetail detail);
-    ~JsonTrace() override;
-    JsonTrace(const JsonTrace&) = delete;
-    JsonTrace& operator=(const JsonTrace&) = delete;
+    /// Each line is written at once: a trace is wanted most of a run that does not come to its end.
+    JsonTrace(std::unique_ptr<OutputFile> file, TraceDetail detail);
+
+    /// Called when the first line cannot be written, as on a full disk; no further one is then.
+    void on_failure(std::function<void()> handler) { failure_handler_ = std::move(handler); }
 
     void record(const CallRecord& record) override;
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 
-    /// False when some of the lines could not be written, as on a full disk.
-    bool flush();
+    /// Ends the file; what is recorded later is lost. False when some of the lines could not be written.
+    bool finish();
 
 private:
     void write_line(const nlohmann::ordered_json& line);
 
-    std::FILE* stream_;
+    std::unique_ptr<OutputFile> file_;
     TraceDetail detail_;
+    bool failed_ = false;
+    std::function<void()> failure_handler_;
 };
 
 }  // namespace vp

@@ -245,7 +245,7 @@ std::string describe_parameters() {
     std::string text;
     for (const Parameter& parameter : table) {
         char line[240];
-        std::snprintf(line, sizeof line, "  %-26s %10.10g %-8.*s [%.10g .. %.10g]  %.*s\n",
+        std::snprintf(line, sizeof line, "  %-26s %10.10g %-8.*s [%.10g .. %.10g]\n      %.*s\n",
                       std::string(parameter.name).c_str(), parameter.standard,
                       static_cast<int>(parameter.unit.size()), parameter.unit.data(), parameter.min,
                       parameter.max, static_cast<int>(parameter.meaning.size()), parameter.meaning.data());

@@ -1,6 +1,8 @@
 // A program for the virtual projector that does the one thing it is told to.
+#include <dlfcn.h>
 #include <pthread.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -80,6 +82,63 @@ int show_node(const char* path) {
     return 0;
 }
 
+// Waits for somebody outside: until its standard input ends.
+int read_to_the_end() {
+    char byte = 0;
+    while (read(STDIN_FILENO, &byte, 1) > 0) {
+    }
+    return 0;
+}
+
+int stay_in_spite_of_signals() {
+    for (const int each : {SIGINT, SIGTERM, SIGHUP}) std::signal(each, SIG_IGN);
+    std::printf("ready\n");
+    std::fflush(stdout);
+    return read_to_the_end();
+}
+
+int end_with_a_child_left() {
+    if (fork() == 0) {
+        execlp("sleep", "sleep", "1000", nullptr);
+        _exit(1);
+    }
+    return std::raise(SIGABRT);
+}
+
+// As a child that was forked off, and then itself.
+int show_node_in_both(const char* path) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const int failed = show_node(path);
+        std::exit(failed);  // with all that is to be done at the end of a program
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::printf("the child ended with %d\n", WEXITSTATUS(status));
+    return show_node(path);
+}
+
+void* sleeps(void*) {
+    usleep(1000);
+    return nullptr;
+}
+
+int load(const char* library, const char* when) {
+    pthread_t other;
+    const bool late = std::strcmp(when, "late") == 0;
+    if (late) pthread_create(&other, nullptr, sleeps, nullptr);
+    void* const loaded = dlopen(library, RTLD_NOW);
+    if (loaded == nullptr) std::printf("%s\n", dlerror());
+    if (late) pthread_join(other, nullptr);
+    return loaded == nullptr ? 1 : show_environment();
+}
+
+int become(char** words) {
+    execvp(words[0], words);
+    std::printf("%s\n", std::strerror(errno));
+    return 1;
+}
+
 int show_arguments(int count, char** words) {
     for (int i = 0; i < count; ++i) std::printf("[%s]", words[i]);
     std::printf("\n");
@@ -99,6 +158,13 @@ int main(int argc, char** argv) {
     if (std::strcmp(what, "sleep") == 0) return sleep_for(how);
     if (std::strcmp(what, "environment") == 0) return show_environment();
     if (std::strcmp(what, "node") == 0) return show_node(how);
+    if (std::strcmp(what, "node in both") == 0) return show_node_in_both(how);
+    if (std::strcmp(what, "node and environment") == 0) return show_node(how), show_environment();
+    if (std::strcmp(what, "stdin") == 0) return read_to_the_end();
+    if (std::strcmp(what, "stay") == 0) return stay_in_spite_of_signals();
+    if (std::strcmp(what, "leave a child") == 0) return end_with_a_child_left();
+    if (std::strcmp(what, "load") == 0) return load(how, argc > 3 ? argv[3] : "");
+    if (std::strcmp(what, "become") == 0) return become(argv + 2);
     if (std::strcmp(what, "arguments") == 0) return show_arguments(argc - 2, argv + 2);
     return 99;
 }

@@ -6,6 +6,9 @@ namespace testkit {
 
 /// Where it stands in this build.
 extern const char* const odd_program;
+/// Statically linked ones.
+extern const char* const odd_static;
+extern const char* const odd_static_pie;
 
 }  // namespace testkit
 

@@ -21,6 +21,7 @@
 #include "virtual_projector/clock/pct_schedule.h"
 #include "virtual_projector/clock/played_schedule.h"
 #include "virtual_projector/clock/recording_schedule.h"
+#include "virtual_projector/files/output_file.h"
 #include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
@@ -151,7 +152,7 @@ TEST(ARaceOfTwoPreemptions, ShowsAgainWhenItsScheduleIsPlayed) {
     while (seed <= runs && !goes_wrong(recorded())) ++seed;
     ASSERT_LE(seed, runs);
     for (int again = 0; again < 3; ++again) {
-        EXPECT_TRUE(goes_wrong(std::make_unique<vp::PlayedSchedule>(vp::partial_schedule(file))));
+        EXPECT_TRUE(goes_wrong(std::make_unique<vp::PlayedSchedule>(vp::output_place(file).written)));
     }
 }
 

@@ -14,6 +14,7 @@
 #include "virtual_projector/clock/pct_schedule.h"
 #include "virtual_projector/clock/played_schedule.h"
 #include "virtual_projector/clock/recording_schedule.h"
+#include "virtual_projector/files/output_file.h"
 #include "virtual_projector/storykit/scratch_folder.h"
 
 namespace {
@@ -186,7 +187,7 @@ TEST(ARecordedSchedule, HasALineForEachStepAtWhichTheTurnPassedOrHadTo) {
     EXPECT_FALSE(std::ifstream(file));
     EXPECT_EQ(policy.finish(), "");
     EXPECT_EQ(contents_of(file), "virtual-projector schedule 1\n1 2 worker\n3 1 main\n4 3\n");
-    EXPECT_FALSE(std::ifstream(vp::partial_schedule(file)));
+    EXPECT_FALSE(std::ifstream(vp::output_place(file).written));
 }
 
 struct PlayedScheduleTest : ::testing::Test {

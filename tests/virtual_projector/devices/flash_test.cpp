@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/virtual_projector/devices/board_fixture.h"
 #include "virtual_projector/storykit/scratch_folder.h"
@@ -98,6 +100,21 @@ TEST_F(FlashTest, AFileOfAnotherSizeIsNotTaken) {
 TEST_F(FlashTest, AFileThatCannotBeWrittenIsReported) {
     EXPECT_FALSE(save_memory("/nowhere/at/all", {1}));
     EXPECT_TRUE(save_memory("", {1}));
+}
+
+TEST_F(FlashTest, TellsOfEachFileWhetherItCouldBeSaved) {
+    const TemporaryFile file;
+    const std::string missing = file.folder.file("no/such/file");
+    for (const auto& [name, saved] : {std::pair{file.name, true}, {missing, false}}) {
+        build({name, ""});
+        Flash kept(*board);
+        ASSERT_EQ(kept.open(handle), 0);
+        std::vector<std::pair<std::string, bool>> told;
+        board->on_saved([&told](const std::string& f, bool complete) { told.emplace_back(f, complete); });
+        const std::uint8_t byte = 'x';
+        ASSERT_EQ(kept.write(handle, 2, 222, &byte, 1), 0);
+        EXPECT_EQ(told, (std::vector<std::pair<std::string, bool>>{{name, saved}}));
+    }
 }
 
 }  // namespace

@@ -21,6 +21,12 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     given.preempt = 0.25;
     given.schedule = "pct:3";
     given.record_schedule = "kept";
+    given.limit_s = 2.5;
+    given.real_limit_s = 0;
+    given.outside_skip = true;
+    given.state = "state";
+    given.plain_stacks = true;
+    given.under_tool = true;
     const RunOptions taken = vp::run_options_from(vp::to_text(given));
     EXPECT_EQ(taken.scenario, given.scenario);
     EXPECT_EQ(taken.seed, given.seed);
@@ -34,6 +40,12 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     EXPECT_EQ(taken.preempt, given.preempt);
     EXPECT_EQ(taken.schedule, given.schedule);
     EXPECT_EQ(taken.record_schedule, given.record_schedule);
+    EXPECT_EQ(taken.limit_s, given.limit_s);
+    EXPECT_EQ(taken.real_limit_s, given.real_limit_s);
+    EXPECT_EQ(taken.outside_skip, given.outside_skip);
+    EXPECT_EQ(taken.state, given.state);
+    EXPECT_EQ(taken.plain_stacks, given.plain_stacks);
+    EXPECT_EQ(taken.under_tool, given.under_tool);
 }
 
 TEST(RunOptions, MayHaveNoSeedOfTheirOwn) {

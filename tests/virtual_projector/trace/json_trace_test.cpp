@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -17,24 +17,26 @@ using vp::call;
 using vp::JsonTrace;
 using vp::TraceDetail;
 
-// A trace into memory.
+std::string contents_of(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
 struct JsonTraceFile : ::testing::Test {
-    std::string written(TraceDetail detail) {
-        char* text = nullptr;
-        std::size_t size = 0;
-        {
-            JsonTrace trace(::open_memstream(&text, &size), detail);
-            trace.record(call("read", "/dev/dis", 1, 1, "x"));
-            trace.record(call("write", "/dev/dis", 1, 1, "y"));
-            trace.record(call("ioctl", "/dev/gsensor_daemon", 0x4004a109, 0));
-            trace.record(call("open", "/dev/fb0", 0, -ENOENT));
-            trace.record_event(30, "tilted \"up\"");
-            trace.record_truth(40, {{"sharpness", 0.5}});
-        }
-        const std::string all(text, size);
-        std::free(text);
-        return all;
+    std::string written(TraceDetail detail) const {
+        const auto trace = JsonTrace::to_file(path, detail);
+        trace->record(call("read", "/dev/dis", 1, 1, "x"));
+        trace->record(call("write", "/dev/dis", 1, 1, "y"));
+        trace->record(call("ioctl", "/dev/gsensor_daemon", 0x4004a109, 0));
+        trace->record(call("open", "/dev/fb0", 0, -ENOENT));
+        trace->record_event(30, "tilted \"up\"");
+        trace->record_truth(40, {{"sharpness", 0.5}});
+        EXPECT_TRUE(trace->finish());
+        return contents_of(path);
     }
+
+    const storykit::ScratchFolder folder;
+    const std::string path = folder.file("trace");
 };
 
 constexpr const char* event_lines =
@@ -69,23 +71,32 @@ TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
 TEST_F(JsonTraceFile, SaysWhenTheDiskIsFull) {
     const auto trace = JsonTrace::to_file("/dev/full", TraceDetail::events);
     ASSERT_NE(trace, nullptr);
+    int failures = 0;
+    trace->on_failure([&failures] { ++failures; });
     trace->record_event(1, "x");
-    EXPECT_FALSE(trace->flush());
+    EXPECT_EQ(failures, 1);
+    trace->record_event(2, "y");
+    EXPECT_EQ(failures, 1);
+    EXPECT_FALSE(trace->finish());
 }
 
-TEST_F(JsonTraceFile, IsOnDiskAfterAFlush) {
-    const storykit::ScratchFolder folder;
-    const std::string path = folder.file("trace");
+TEST_F(JsonTraceFile, StandsLineByLineBesideItsPlaceUntilItIsComplete) {
     const auto trace = JsonTrace::to_file(path, TraceDetail::events);
     ASSERT_NE(trace, nullptr);
     trace->record_event(1, "x");
-    EXPECT_TRUE(trace->flush());
-    std::FILE* file = std::fopen(path.c_str(), "r");
-    ASSERT_NE(file, nullptr);
-    char line[64] = {};
-    EXPECT_NE(std::fgets(line, sizeof line, file), nullptr);
-    std::fclose(file);
-    EXPECT_STREQ(line, "{\"t_us\":1,\"event\":\"x\"}\n");
+    EXPECT_EQ(contents_of(path + ".part"), "{\"t_us\":1,\"event\":\"x\"}\n");
+    EXPECT_FALSE(std::ifstream(path));
+    EXPECT_TRUE(trace->finish());
+    EXPECT_FALSE(std::ifstream(path + ".part"));
+    EXPECT_EQ(contents_of(path), "{\"t_us\":1,\"event\":\"x\"}\n");
+}
+
+TEST_F(JsonTraceFile, TakesNothingAfterItsEnd) {
+    const auto trace = JsonTrace::to_file(path, TraceDetail::events);
+    EXPECT_TRUE(trace->finish());
+    trace->record_event(1, "x");
+    EXPECT_TRUE(trace->finish());
+    EXPECT_EQ(contents_of(path), "");
 }
 
 }  // namespace

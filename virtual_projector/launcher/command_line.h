@@ -1,0 +1,34 @@
+// The command line of virtual-projector.
+#ifndef VIRTUAL_PROJECTOR_LAUNCHER_COMMAND_LINE_H
+#define VIRTUAL_PROJECTOR_LAUNCHER_COMMAND_LINE_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "virtual_projector/launcher/program.h"
+#include "virtual_projector/launcher/run_options.h"
+
+namespace vp {
+
+struct CommandLine {
+    RunOptions run;
+    std::vector<std::string> settings;  // NAME=VALUE
+    bool story = false;
+    std::string library_log;
+    std::string emulator;
+    std::string tool_options;
+    Program program;
+};
+
+/// What the words of the command line ask for; nothing when they asked for help or the version, which has been
+/// printed. Throws std::runtime_error with one line when they are wrong.
+std::optional<CommandLine> parse_command_line(int argc, char** argv);
+
+/// Each line cut at blanks into lines of at most `width` columns. What goes on stands below the place where the
+/// line's last column of words began.
+std::string wrap_lines(const std::string& text, std::size_t width);
+
+}  // namespace vp
+
+#endif

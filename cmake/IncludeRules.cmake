@@ -129,7 +129,7 @@ check(virtual_projector/interpose "^virtual_projector/(interpose|devices|clock|t
 check(virtual_projector/report "^virtual_projector/(report|trace|world)/")
 check(virtual_projector/storykit "^virtual_projector/(storykit|report|trace|world)/")
 check(virtual_projector/launcher "^virtual_projector/")
-check(host "^(ovrafocus|host)/|^ovra_version\\.h$")
+check(host "^(ovrafocus|host)/")
 check(bench "^(ovrafocus|bench|virtual_projector/(world|report|storykit))/")
 
 if(breaches)

@@ -1,5 +1,6 @@
 // ovrafocus-host: the reference integration of libovrafocus.so. It registers its callbacks, starts the
 // library in the order it wants, and takes commands from its arguments, a script or standard input.
+#include <ovra_version.h>
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
@@ -12,7 +13,6 @@
 #include "host/console.h"
 #include "host/host_session.h"
 #include "host/script.h"
-#include "ovra_version.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
         ->excludes(commands);
     app.add_option("--library-log", options.library_log, "write the library's own log to this file")
         ->type_name("FILE");
-    app.set_version_flag("--version", "ovrafocus-host " OVRA_VERSION " (" OVRA_COMMIT ")",
+    app.set_version_flag("--version", "ovrafocus-host " OVRA_VERSION " (commit " OVRA_COMMIT ")",
                          "print version and commit, and exit");
     try {
         app.parse(argc, argv);

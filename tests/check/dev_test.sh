@@ -72,10 +72,10 @@ echo "$(wc -l <commands) commands"
 
 # Version: of a tree outside of git, and of one within.
 dev 0 --version
-grep -qx 'ovrafocus [0-9.]* (unknown)' words
+grep -qx 'ovrafocus [0-9.]* (commit unknown)' words
 stand_in git 'case $1 in rev-parse) ;; describe) echo 0123456789-dirty ;; esac'
 dev 0 --version
-grep -qx 'ovrafocus [0-9.]* (0123456789-dirty)' words
+grep -qx 'ovrafocus [0-9.]* (commit 0123456789-dirty)' words
 
 # Mistakes, said before anything is installed, built or removed.
 mkdir -p tree/build

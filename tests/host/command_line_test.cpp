@@ -225,7 +225,7 @@ TEST(OvrafocusHost, HelpFitsATerminalOf80Columns) {
 TEST(OvrafocusHost, NamesItsVersionAndItsCommit) {
     const Finished finished = host({"--version"});
     EXPECT_THAT(finished.words,
-                testing::MatchesRegex("ovrafocus-host [0-9]+\\.[0-9]+\\.[0-9]+ \\([0-9a-z-]+\\)\n"));
+                testing::MatchesRegex("ovrafocus-host [0-9]+\\.[0-9]+\\.[0-9]+ \\(commit [0-9a-z-]+\\)\n"));
     EXPECT_EQ(finished.exit_code, 0);
 }
 

@@ -72,7 +72,7 @@ expect "" "$(by_bash $vp $vp -- ./program --st | blanks)" "a program's option"
 if [ -z "$emulator" ]; then
     PATH=$(dirname "$launcher"):$PATH
     by_bash $vp $vp --set '' | sed 's/=$//' | sort >"$directory/found"
-    "$launcher" --help | sed -n '/^Parameters/,$s/^  \([a-z0-9_.]*\) .*/\1/p' | sort >"$directory/wanted"
+    "$launcher" --help | sed -n '/^Parameters/,$s/^  \([a-z][a-z0-9_.]*\) .*/\1/p' | sort >"$directory/wanted"
     same "parameters" "the program" "bash"
     if [ -n "$fish" ]; then
         by_fish $vp "$vp --set " | sed 's/=$//' | sort >"$directory/found"

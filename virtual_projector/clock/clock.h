@@ -26,12 +26,12 @@ public:
     /// are then answered from here.
     virtual bool is_virtual() const = 0;
 
-    /// Makes the calling thread wait until that time.
-    virtual void sleep_until(Microseconds time) = 0;
+    /// Makes the calling thread wait until that time, or until a signal of its own interrupts it.
+    virtual WaitEnd sleep_until(Microseconds time) = 0;
 
     /// Makes the calling thread wait for a device: until that time, or, earlier or with no_deadline, until
     /// event_happened(). `what` (a path) names it in the table of waiting threads.
-    virtual void wait_for_device(const std::string& what, Microseconds deadline) = 0;
+    virtual WaitEnd wait_for_device(const std::string& what, Microseconds deadline) = 0;
 
     /// Something changed on the board: every thread that waits for a device asks it again.
     virtual void event_happened() = 0;

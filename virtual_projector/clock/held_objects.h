@@ -15,6 +15,7 @@ public:
     bool release(const void* object);
     /// Null when no known thread does.
     const ScheduledThread* holder_of(const void* object) const;
+    bool holds_any(const ScheduledThread& thread) const;
 
 private:
     struct Holder {

@@ -12,19 +12,26 @@ public:
     ScheduledThread* prepare_thread(int /*number*/, const std::string& /*name*/) override { return nullptr; }
     void forget_thread(ScheduledThread* /*thread*/) override {}
     void finish_current() override {}
-    void wait_for_end(ScheduledThread* /*thread*/) override {}  // joining it does
+    /// Joining it waits.
+    WaitEnd wait_for_end(ScheduledThread* /*thread*/, Microseconds /*deadline*/) override {
+        return WaitEnd::woken;
+    }
     bool knows_current_thread() const override { return true; }
     void touch() override {}
+    void yield() override {}
 
-    bool wait(Wait /*reason*/, Microseconds /*deadline*/) override { return true; }
+    WaitEnd wait(Wait /*reason*/, Microseconds /*deadline*/) override { return WaitEnd::woken; }
     bool wake_one(const void* /*object*/) override { return false; }
     void wake_all(const void* /*object*/) override {}
+    void interrupt(ScheduledThread* /*thread*/) override {}
 
     void hold(const void* /*object*/) override {}
     void release(const void* /*object*/) override {}
     bool is_held_by_current(const void* /*object*/) const override { return false; }
+    bool is_held_by_finished(const void* /*object*/) const override { return false; }
 
     Figures figures() const override { return {}; }
+    void on_idle(IdleHandler /*handler*/) override {}
     std::string end_schedule() override { return {}; }
 };
 

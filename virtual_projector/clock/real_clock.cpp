@@ -36,12 +36,13 @@ std::chrono::steady_clock::time_point RealClock::time_point(Microseconds time) c
     return start_ + std::chrono::microseconds(time);
 }
 
-void RealClock::sleep_until(Microseconds time) {
+WaitEnd RealClock::sleep_until(Microseconds time) {
     const ReentrancyGuard guard;
     std::this_thread::sleep_until(time_point(time));
+    return WaitEnd::timed_out;
 }
 
-void RealClock::wait_for_device(const std::string& /*what*/, Microseconds deadline) {
+WaitEnd RealClock::wait_for_device(const std::string& /*what*/, Microseconds deadline) {
     const ReentrancyGuard guard;
     if (deadline == no_deadline) {
         changed_.wait(world_);
@@ -49,6 +50,7 @@ void RealClock::wait_for_device(const std::string& /*what*/, Microseconds deadli
         (void)changed_.wait_until(world_, time_point(deadline));
     }
     bring_world_up_to_date();
+    return WaitEnd::woken;
 }
 
 void RealClock::event_happened() {

@@ -23,10 +23,10 @@ public:
 
     Microseconds now() const override;
     bool is_virtual() const override { return false; }
-    void sleep_until(Microseconds time) override;
+    WaitEnd sleep_until(Microseconds time) override;
 
     /// The caller holds the world; it is let go for as long as the wait lasts.
-    void wait_for_device(const std::string& what, Microseconds deadline) override;
+    WaitEnd wait_for_device(const std::string& what, Microseconds deadline) override;
     void event_happened() override;
 
     /// Callbacks run with the world held, by whoever holds it first at their time: at the latest by a thread

@@ -29,7 +29,7 @@ struct ScheduledThread {
     Wait reason;                          // of the present wait
     Microseconds since = 0;               // of the present wait
     Microseconds deadline = no_deadline;  // of the present wait
-    bool timed_out = false;
+    WaitEnd end = WaitEnd::woken;         // of the last wait
     int calls_without_wait = 0;
 };
 

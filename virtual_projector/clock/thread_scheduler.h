@@ -4,6 +4,7 @@
 #define VIRTUAL_PROJECTOR_CLOCK_THREAD_SCHEDULER_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "virtual_projector/clock/wait.h"
@@ -26,8 +27,8 @@ public:
     virtual void forget_thread(ScheduledThread* thread) = 0;
     /// Last thing on a thread: whoever waits for it goes on, and the turn passes.
     virtual void finish_current() = 0;
-    /// Waits until a thread has finished.
-    virtual void wait_for_end(ScheduledThread* thread) = 0;
+    /// Waits until a thread has finished, or until the deadline.
+    virtual WaitEnd wait_for_end(ScheduledThread* thread, Microseconds deadline) = 0;
 
     /// True when the calling thread is one of those that are scheduled here.
     virtual bool knows_current_thread() const = 0;
@@ -35,17 +36,25 @@ public:
     /// To be called at every call that the program makes of the outside world: the turn may pass here.
     virtual void touch() = 0;
 
+    /// The turn passes to any thread that can go on, this one among them. Counts as a call: who does nothing
+    /// else for long lets time go on.
+    virtual void yield() = 0;
+
     // --- Waiting -------------------------------------------------------------------------------------
-    /// Gives the turn away until woken (true) or until the deadline (false).
-    virtual bool wait(Wait reason, Microseconds deadline) = 0;
+    /// Gives the turn away until woken, interrupted or until the deadline.
+    virtual WaitEnd wait(Wait reason, Microseconds deadline) = 0;
     virtual bool wake_one(const void* object) = 0;  // the one that has waited longest; false: nobody waits
     virtual void wake_all(const void* object) = 0;
+    /// Ends the wait of a thread, if it waits, whatever for.
+    virtual void interrupt(ScheduledThread* thread) = 0;
 
     // --- Held objects (mutexes) ----------------------------------------------------------------------
     virtual void hold(const void* object) = 0;
     /// One hold less; with the last one, whoever waits for the object is woken.
     virtual void release(const void* object) = 0;
     virtual bool is_held_by_current(const void* object) const = 0;
+    /// True when the thread that holds the object has finished. Whoever waited for it then has been woken.
+    virtual bool is_held_by_finished(const void* object) const = 0;
 
     // --- The whole run -------------------------------------------------------------------------------
     /// What the run has been so far; nothing when the kernel schedules.
@@ -54,6 +63,11 @@ public:
         std::uint64_t points = 0;    // at which a turn could have passed
     };
     virtual Figures figures() const = 0;
+
+    /// Called when no thread is ready, before time moves (or, with `nothing_to_come`, before the run ends
+    /// stuck). True when it has made a thread ready, or let something happen that calls for another look.
+    using IdleHandler = std::function<bool(bool nothing_to_come)>;
+    virtual void on_idle(IdleHandler handler) = 0;
 
     /// The run is over: closes what was kept of its schedule. One line when that failed or when the schedule
     /// did not fit, else empty.

@@ -5,27 +5,48 @@
 namespace vp {
 namespace {
 
-std::string format_wait(const Wait& wait, const HeldObjects& held) {
-    const std::string what = wait.what.empty() ? "" : " " + wait.what;
-    switch (wait.kind) {
+const char* name_of(Wait::Kind kind) {
+    switch (kind) {
         case Wait::Kind::sleep:
             return "sleep";
-        case Wait::Kind::read_write_lock:
-            return "read-write lock" + what;
-        case Wait::Kind::semaphore:
-            return "semaphore" + what;
-        case Wait::Kind::condition:
-            return "condition" + what;
-        case Wait::Kind::join:
-            return "end of" + what;
-        case Wait::Kind::device:
-            return "device" + what;
         case Wait::Kind::mutex:
-            break;
+            return "mutex";
+        case Wait::Kind::read_write_lock:
+            return "read-write lock";
+        case Wait::Kind::spin_lock:
+            return "spin lock";
+        case Wait::Kind::semaphore:
+            return "semaphore";
+        case Wait::Kind::condition:
+            return "condition";
+        case Wait::Kind::barrier:
+            return "barrier";
+        case Wait::Kind::once:
+            return "first call of";
+        case Wait::Kind::futex:
+            return "futex";
+        case Wait::Kind::join:
+            return "end of";
+        case Wait::Kind::device:
+            return "device";
+        case Wait::Kind::descriptor:
+            return "descriptor";
+        case Wait::Kind::message_queue:
+            return "message queue";
+        case Wait::Kind::signal:
+            return "signal";
+        case Wait::Kind::child:
+            return "child process";
     }
+    return "";
+}
+
+std::string format_wait(const Wait& wait, const HeldObjects& held) {
+    const std::string text = name_of(wait.kind) + (wait.what.empty() ? "" : " " + wait.what);
+    if (wait.kind != Wait::Kind::mutex) return text;
     const ScheduledThread* const holder = held.holder_of(wait.object);
-    if (holder == nullptr) return "mutex" + what + ", held by no known thread";
-    return "mutex" + what + ", held by " + std::to_string(holder->number) + " " + holder->title();
+    if (holder == nullptr) return text + ", held by no known thread";
+    return text + ", held by " + std::to_string(holder->number) + " " + holder->title();
 }
 
 }  // namespace

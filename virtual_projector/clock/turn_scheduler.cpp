@@ -24,7 +24,7 @@ std::vector<std::unique_ptr<ScheduledThread>>& abandoned_threads() {
 TurnScheduler::TurnScheduler(VirtualTime& time, std::unique_ptr<SchedulePolicy> policy, const CallCost& cost)
     : time_(time), policy_(std::move(policy)), cost_(cost), time_out_([this](ScheduledThread& thread) {
           leave_waiters(thread);
-          make_ready(thread, true);
+          make_ready(thread, WaitEnd::timed_out);
       }) {}
 
 TurnScheduler::~TurnScheduler() {
@@ -74,46 +74,45 @@ void TurnScheduler::finish_current() {
     ScheduledThread& self = *std::exchange(current, nullptr);
     self.state = State::finished;
     wake_all(&self);
+    wake_waiters_for_what_is_held_by(self);
     if (--unfinished_ > 0) hand_over(next_to_run(self, Point::wait));
 }
 
-void TurnScheduler::wait_for_end(ScheduledThread* thread) {
+WaitEnd TurnScheduler::wait_for_end(ScheduledThread* thread, Microseconds deadline) {
+    if (thread->state == State::finished) return WaitEnd::woken;
     const std::string who = std::to_string(thread->number) + (thread->name.empty() ? "" : " " + thread->name);
-    while (thread->state != State::finished) (void)wait({Wait::Kind::join, thread, who}, no_deadline);
+    return wait({Wait::Kind::join, thread, who}, deadline);
 }
 
 bool TurnScheduler::knows_current_thread() const { return current != nullptr && current->scheduler == this; }
 
 // --- Waiting ---------------------------------------------------------------------------------------------
 
-bool TurnScheduler::wait(Wait reason, Microseconds deadline) {
+WaitEnd TurnScheduler::wait(Wait reason, Microseconds deadline) {
     ScheduledThread& self = *current;
     self.reason = std::move(reason);
     self.state = State::waiting;
     self.since = time_.now();
     self.deadline = deadline;
-    self.timed_out = false;
     self.calls_without_wait = 0;
     ++self.wait_number;
     if (self.reason.object != nullptr) waiters_[self.reason.object].push_back(&self);
     if (deadline != no_deadline) time_.timers().add_deadline(deadline, self);
     pass_turn(Point::wait);
-    return !self.timed_out;
+    return self.end;
 }
 
-void TurnScheduler::sleep_until(Microseconds time) {
-    if (time > time_.now()) {
-        (void)wait({Wait::Kind::sleep, nullptr, {}}, time);
-        return;
-    }
+WaitEnd TurnScheduler::sleep_until(Microseconds time) {
+    if (time > time_.now()) return wait({Wait::Kind::sleep, nullptr, {}}, time);
     current->calls_without_wait = 0;
-    make_ready(*current, false);
+    make_ready(*current, WaitEnd::timed_out);
     pass_turn(Point::yield);
+    return WaitEnd::timed_out;
 }
 
-void TurnScheduler::make_ready(ScheduledThread& thread, bool timed_out) {
+void TurnScheduler::make_ready(ScheduledThread& thread, WaitEnd end) {
     thread.state = State::ready;
-    thread.timed_out = timed_out;
+    thread.end = end;
     ++thread.wait_number;
     ready_.push_back(&thread);
 }
@@ -131,13 +130,19 @@ bool TurnScheduler::wake_one(const void* object) {
     if (found == waiters_.end()) return false;
     ScheduledThread& thread = *found->second.front();
     leave_waiters(thread);
-    make_ready(thread, false);
+    make_ready(thread, WaitEnd::woken);
     return true;
 }
 
 void TurnScheduler::wake_all(const void* object) {
     while (wake_one(object)) {
     }
+}
+
+void TurnScheduler::interrupt(ScheduledThread* thread) {
+    if (thread->state != State::waiting) return;
+    leave_waiters(*thread);
+    make_ready(*thread, WaitEnd::interrupted);
 }
 
 // --- Turns -----------------------------------------------------------------------------------------------
@@ -159,6 +164,8 @@ void TurnScheduler::hand_over(ScheduledThread& next) {
 
 ScheduledThread& TurnScheduler::next_to_run(const ScheduledThread& running, Point kind) {
     while (ready_.empty()) {
+        const bool nothing_to_come = !time_.timers().next_time().has_value();
+        if (idle_handler_ && idle_handler_(nothing_to_come)) continue;
         if (!time_.advance(time_out_)) end_stuck();
     }
     return take_chosen(running, kind);
@@ -194,6 +201,16 @@ void TurnScheduler::touch() {
     self.turn.await();
 }
 
+void TurnScheduler::yield() {
+    ScheduledThread& self = *current;
+    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) {
+        charge_call();
+        return;
+    }
+    make_ready(self, WaitEnd::timed_out);
+    pass_turn(Point::yield);
+}
+
 // The time that the call takes is no pause of the thread's own: the next call costs time again.
 void TurnScheduler::charge_call() {
     const int calls = current->calls_without_wait;
@@ -211,6 +228,22 @@ void TurnScheduler::release(const void* object) {
 
 bool TurnScheduler::is_held_by_current(const void* object) const {
     return current != nullptr && held_.holder_of(object) == current;
+}
+
+bool TurnScheduler::is_held_by_finished(const void* object) const {
+    const ScheduledThread* const holder = held_.holder_of(object);
+    return holder != nullptr && holder->state == State::finished;
+}
+
+// A lock can tell whoever waits for it that its holder is gone (robust mutexes). In the threads' own order.
+void TurnScheduler::wake_waiters_for_what_is_held_by(const ScheduledThread& thread) {
+    if (!held_.holds_any(thread)) return;
+    for (const std::unique_ptr<ScheduledThread>& waiting : threads_) {
+        if (waiting->state != State::waiting || waiting->reason.kind != Wait::Kind::mutex) continue;
+        if (held_.holder_of(waiting->reason.object) != &thread) continue;
+        leave_waiters(*waiting);
+        make_ready(*waiting, WaitEnd::woken);
+    }
 }
 
 // --- The table -------------------------------------------------------------------------------------------

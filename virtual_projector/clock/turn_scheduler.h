@@ -24,6 +24,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/clock/held_objects.h"
@@ -61,23 +62,28 @@ public:
     /// scheduler is gone. It then stays here.
     static void begin_current(ScheduledThread* thread);
     void finish_current() override;
-    void wait_for_end(ScheduledThread* thread) override;
+    WaitEnd wait_for_end(ScheduledThread* thread, Microseconds deadline) override;
     bool knows_current_thread() const override;
 
     void touch() override;
+    void yield() override;
 
-    bool wait(Wait reason, Microseconds deadline) override;
+    WaitEnd wait(Wait reason, Microseconds deadline) override;
     bool wake_one(const void* object) override;
     void wake_all(const void* object) override;
+    void interrupt(ScheduledThread* thread) override;
     /// A time that has been reached still lets the other threads of that time have their turn.
-    void sleep_until(Microseconds time);
+    WaitEnd sleep_until(Microseconds time);
 
     void hold(const void* object) override;
     void release(const void* object) override;
     bool is_held_by_current(const void* object) const override;
+    bool is_held_by_finished(const void* object) const override;
 
     Figures figures() const override { return figures_; }
     std::string end_schedule() override { return policy_->finish(); }
+
+    void on_idle(IdleHandler handler) override { idle_handler_ = std::move(handler); }
 
     /// Called, with a headline and the table, in place of the default, which prints them on standard error and
     /// ends the process with stuck_exit_code. It must not return.
@@ -89,7 +95,7 @@ private:
     using Point = SchedulingPoint::Kind;
 
     ScheduledThread* add_thread(int number, const std::string& name);
-    void make_ready(ScheduledThread& thread, bool timed_out);
+    void make_ready(ScheduledThread& thread, WaitEnd end);
     void leave_waiters(ScheduledThread& thread);
     void pass_turn(Point kind);
     void hand_over(ScheduledThread& next);
@@ -97,6 +103,7 @@ private:
     ScheduledThread& take_chosen(const ScheduledThread& running, Point kind);
     [[noreturn]] void end_stuck();
     void charge_call();
+    void wake_waiters_for_what_is_held_by(const ScheduledThread& thread);
 
     VirtualTime& time_;
     std::unique_ptr<SchedulePolicy> policy_;
@@ -109,6 +116,7 @@ private:
     std::unordered_map<const void*, std::deque<ScheduledThread*>> waiters_;
     HeldObjects held_;
     StuckHandler stuck_handler_;
+    IdleHandler idle_handler_;
 };
 
 }  // namespace vp

@@ -16,11 +16,11 @@ VirtualClock::VirtualClock() : VirtualClock(std::make_unique<RandomSchedule>(sta
 VirtualClock::VirtualClock(std::unique_ptr<SchedulePolicy> policy, const CallCost& cost)
     : scheduler_(time_, std::move(policy), cost) {}
 
-void VirtualClock::sleep_until(Microseconds time) { scheduler_.sleep_until(time); }
+WaitEnd VirtualClock::sleep_until(Microseconds time) { return scheduler_.sleep_until(time); }
 
 // Any object of the clock's own would do as the name under which threads wait for devices.
-void VirtualClock::wait_for_device(const std::string& what, Microseconds deadline) {
-    (void)scheduler_.wait({Wait::Kind::device, &time_, what}, deadline);
+WaitEnd VirtualClock::wait_for_device(const std::string& what, Microseconds deadline) {
+    return scheduler_.wait({Wait::Kind::device, &time_, what}, deadline);
 }
 
 void VirtualClock::event_happened() { scheduler_.wake_all(&time_); }

@@ -21,8 +21,8 @@ public:
 
     Microseconds now() const override { return time_.now(); }
     bool is_virtual() const override { return true; }
-    void sleep_until(Microseconds time) override;
-    void wait_for_device(const std::string& what, Microseconds deadline) override;
+    WaitEnd sleep_until(Microseconds time) override;
+    WaitEnd wait_for_device(const std::string& what, Microseconds deadline) override;
     void event_happened() override;
     void at(Microseconds time, Callback callback) override;
     void on_advance(AdvanceHandler handler) override;

@@ -1,4 +1,4 @@
-// Why a thread waits.
+// Why a thread waits, and how its wait ends.
 #ifndef VIRTUAL_PROJECTOR_CLOCK_WAIT_H
 #define VIRTUAL_PROJECTOR_CLOCK_WAIT_H
 
@@ -12,10 +12,32 @@ namespace vp {
 constexpr Microseconds no_deadline = -1;
 
 struct Wait {
-    enum class Kind { sleep, mutex, read_write_lock, semaphore, condition, join, device };
+    enum class Kind {
+        sleep,
+        mutex,
+        read_write_lock,
+        spin_lock,
+        semaphore,
+        condition,
+        barrier,
+        once,
+        futex,
+        join,
+        device,
+        descriptor,
+        message_queue,
+        signal,
+        child,
+    };
     Kind kind = Kind::sleep;
     const void* object = nullptr;  // what wake_one and wake_all name; null: only the deadline ends the wait
     std::string what;              // for the table
+};
+
+enum class WaitEnd {
+    woken,
+    timed_out,
+    interrupted,  // by a signal of the thread's
 };
 
 }  // namespace vp

@@ -28,6 +28,7 @@ Answer OpenFile::write(const void* /*buffer*/, std::size_t /*count*/) { return A
 Answer OpenFile::request(std::uint32_t /*number*/, void* /*argument*/) { return Answer::error(ENOTTY); }
 std::size_t OpenFile::request_size(std::uint32_t /*number*/) const { return 0; }
 Answer OpenFile::close() { return Answer::done(0); }
+bool OpenFile::is_readable() { return true; }
 
 void DeviceTable::add(const std::string& path, std::shared_ptr<Device> device) {
     devices_[path] = std::move(device);

@@ -35,6 +35,8 @@ public:
     /// encode a pointer's size. Default: 0, for a request that the driver does not know.
     virtual std::size_t request_size(std::uint32_t number) const;
     virtual Answer close();  // default: 0
+    /// What poll sees: false while a read would wait. Default: true.
+    virtual bool is_readable();
 };
 
 /// One node of the board.

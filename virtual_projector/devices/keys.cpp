@@ -45,6 +45,10 @@ public:
         });
     }
 
+    bool is_readable() override {
+        return board_.with_world([this](World& world) { return next_ < world.keys().size(); });
+    }
+
 private:
     Board& board_;
     std::size_t next_;

@@ -1,6 +1,7 @@
 #include "virtual_projector/interpose/board_files.h"
 
 #include <fcntl.h>
+#include <sys/eventfd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -23,8 +24,9 @@ std::size_t limited(std::size_t count, long short_count) {
 
 }  // namespace
 
-BoardFiles::BoardFiles(Clock& clock, DeviceTable& devices, FaultPlan& faults, Recorder& recorder)
-    : clock_(clock), devices_(devices), faults_(faults), recorder_(recorder) {}
+BoardFiles::BoardFiles(Clock& clock, ProgramWaits& waits, DeviceTable& devices, FaultPlan& faults,
+                       Recorder& recorder)
+    : clock_(clock), waits_(waits), devices_(devices), faults_(faults), recorder_(recorder) {}
 
 std::optional<BoardFiles::Entry> BoardFiles::find(int descriptor) {
     const WorldLock lock(clock_);
@@ -41,19 +43,21 @@ FaultEffect BoardFiles::enter(const char* operation, const std::string& path) {
         const WorldLock lock(clock_);
         effect = faults_.effect_on(operation, path);
     }
-    if (effect.delay_us > 0) clock_.sleep_until(clock_.now() + effect.delay_us);
+    if (effect.delay_us > 0) (void)clock_.sleep_until(clock_.now() + effect.delay_us);
     return effect;
 }
 
-// Asks the device until it has an answer. The caller's copy of the entry keeps the open file alive, whatever
-// other threads close meanwhile.
+// Asks the device until it has an answer; a wait that only somebody's hand could end is ended by a signal. The
+// caller's copy of the entry keeps the open file alive, whatever other threads close meanwhile.
 template <typename Question>
 long BoardFiles::ask(const std::string& path, Question question) {
     const WorldLock lock(clock_);
     for (;;) {
         const Answer answer = question();
         if (!answer.wait) return answer.result;
-        clock_.wait_for_device(path, answer.until);
+        const bool is_for_event = answer.until < 0;
+        const WaitEnd end = waits_.wait_for_device(path, answer.until);
+        if (end == WaitEnd::interrupted && is_for_event && !waits_.is_to_restart()) return -EINTR;
     }
 }
 
@@ -75,7 +79,7 @@ long BoardFiles::open_device(const std::string& path, int flags) {
     int error_number = 0;
     std::shared_ptr<OpenFile> file = device->open(flags, error_number);
     if (file == nullptr) return -error_number;
-    const int descriptor = real::open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int descriptor = ::eventfd(1, EFD_CLOEXEC | ((flags & O_NONBLOCK) != 0 ? EFD_NONBLOCK : 0));
     if (descriptor < 0) return -errno;
     open_[descriptor] = {path, std::move(file)};
     return descriptor;
@@ -85,8 +89,8 @@ std::optional<long> BoardFiles::close(int descriptor) {
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
     const FaultEffect effect = enter("close", entry->path);
-    // The descriptor is gone even when the driver reports a failure.
-    long result = ask(entry->path, [&] { return entry->file->close(); });
+    // The descriptor is gone even when the driver reports a failure. The driver learns of the last one's end.
+    long result = has_copies(*entry) ? 0 : ask(entry->path, [&] { return entry->file->close(); });
     if (effect.error_number != 0) result = -effect.error_number;
     {
         const WorldLock lock(clock_);
@@ -120,15 +124,32 @@ long BoardFiles::read_with(const FaultEffect& effect, const Entry& entry, char* 
         if (last != last_read_.end()) instead = last->second;
     }
     if (!instead) return read_device(entry, buffer, count);
-    const long result = ask(entry.path, [&] { return entry.file->read(buffer, count); });
+    const long result = read_file(entry, buffer, count);
     return result <= 0 ? result : deliver(*instead, buffer, count);
 }
 
 long BoardFiles::read_device(const Entry& entry, void* buffer, std::size_t count) {
-    const long result = ask(entry.path, [&] { return entry.file->read(buffer, count); });
+    const long result = read_file(entry, buffer, count);
     const WorldLock lock(clock_);
     if (result > 0) last_read_[entry.path] = moved(buffer, result);
     return result;
+}
+
+long BoardFiles::read_file(const Entry& entry, void* buffer, std::size_t count) {
+    const bool waits = !is_nonblocking(entry);
+    return ask(entry.path, [&] {
+        const Answer answer = entry.file->read(buffer, count);
+        return answer.wait && answer.until < 0 && !waits ? Answer::error(EAGAIN) : answer;
+    });
+}
+
+bool BoardFiles::is_nonblocking(const Entry& entry) const {
+    const WorldLock lock(clock_);
+    for (const auto& [descriptor, other] : open_) {
+        if (other.file != entry.file) continue;
+        return (real::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+    }
+    return false;
 }
 
 long BoardFiles::deliver(const std::string& bytes, char* buffer, std::size_t count) {
@@ -171,6 +192,49 @@ long BoardFiles::request_with(const FaultEffect& effect, const Entry& entry, std
     }
     if (effect.stale) return 0;
     return ask(entry.path, [&] { return entry.file->request(number, argument); });
+}
+
+// --- Copies and readiness --------------------------------------------------------------------------------
+
+bool BoardFiles::has_copies(const Entry& entry) const {
+    const WorldLock lock(clock_);
+    return std::count_if(open_.begin(), open_.end(),
+                         [&entry](const auto& other) { return other.second.file == entry.file; }) > 1;
+}
+
+void BoardFiles::copy(int from, int to) {
+    const WorldLock lock(clock_);
+    const auto found = open_.find(from);
+    if (found != open_.end()) open_[to] = found->second;
+}
+
+void BoardFiles::forget(int descriptor) {
+    const WorldLock lock(clock_);
+    open_.erase(descriptor);
+}
+
+std::vector<int> BoardFiles::descriptors_in(int first, int last) const {
+    const WorldLock lock(clock_);
+    std::vector<int> found;
+    for (auto entry = open_.lower_bound(first); entry != open_.end() && entry->first <= last; ++entry) {
+        found.push_back(entry->first);
+    }
+    return found;
+}
+
+void BoardFiles::show_readiness() {
+    const WorldLock lock(clock_);
+    for (auto& [descriptor, entry] : open_) {
+        const bool is_readable = entry.file->is_readable();
+        if (is_readable == entry.shown_readable) continue;
+        entry.shown_readable = is_readable;
+        std::uint64_t count = 1;
+        if (is_readable) {
+            (void)!real::write(descriptor, &count, sizeof count);
+        } else {
+            (void)!real::read(descriptor, &count, sizeof count);
+        }
+    }
 }
 
 std::vector<std::string> BoardFiles::open_paths() const {

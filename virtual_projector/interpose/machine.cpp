@@ -1,8 +1,11 @@
 #include "virtual_projector/interpose/machine.h"
 
+#include <sys/stat.h>
+
 #include <atomic>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
+#include "virtual_projector/interpose/real_calls.h"
 
 namespace vp {
 namespace {
@@ -14,17 +17,39 @@ std::atomic<Machine*> installed{nullptr};
 Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSink* sink)
     : clock_(clock),
       recorder_(clock, sink),
-      files_(clock, devices, faults, recorder_),
-      time_(clock, recorder_),
-      polls_(clock, time_),
-      threads_(clock, faults, recorder_),
-      locks_(clock.scheduler(), time_) {}
+      signals_(clock.scheduler()),
+      waits_(clock, signals_),
+      signal_waits_(clock, waits_, signals_),
+      descriptors_(clock, waits_, signals_, kinds_, children_, recorder_),
+      files_(clock, waits_, devices, faults, recorder_),
+      time_(clock, waits_, recorder_),
+      polls_(clock, time_, waits_, signals_, descriptors_),
+      threads_(clock, signals_, faults, recorder_),
+      locks_(clock.scheduler(), waits_, time_),
+      timers_(clock, time_, signals_, threads_, kinds_),
+      io_(clock, waits_, kinds_, descriptors_, recorder_),
+      chance_(clock),
+      child_calls_(clock, waits_, signals_, descriptors_, children_, recorder_),
+      barriers_(clock.scheduler(), waits_),
+      once_calls_(clock.scheduler(), waits_),
+      futexes_(clock.scheduler(), waits_, time_),
+      system_v_queues_(clock.scheduler(), waits_) {
+    descriptors_.before_looks([this] { files_.show_readiness(); });
+}
 
 Machine::~Machine() { uninstall(); }
 
 void Machine::install() {
     const ReentrancyGuard guard;
+    kinds_.note_inherited();
     threads_.adopt_current();
+    if (clock_.is_virtual()) {
+        clock_.scheduler().on_idle([this](bool nothing_to_come) { return descriptors_.look(nothing_to_come); });
+        signals_.install([this](int signal) {
+            if (at_signal_end_) at_signal_end_(signal);
+        });
+        protected_.insert(signals_.noted_descriptor());
+    }
     installed.store(this, std::memory_order_release);
 }
 
@@ -32,7 +57,48 @@ void Machine::uninstall() {
     const ReentrancyGuard guard;
     Machine* self = this;
     if (!installed.compare_exchange_strong(self, nullptr)) return;
+    signals_.uninstall();
     threads_.forget_current();
+}
+
+void Machine::deliver_signals() {
+    if (!clock_.is_virtual() || !signals_.has_work()) return;
+    signals_.hand_out_noted();
+    (void)signals_.raise_own();
+}
+
+void Machine::forget_descriptor(int descriptor) {
+    kinds_.forget(descriptor);
+    timers_.forget_descriptor(descriptor);
+    chance_.forget(descriptor);
+}
+
+void Machine::copy_descriptor(int from, int to) {
+    forget_descriptor(to);
+    files_.forget(to);
+    files_.copy(from, to);
+    timers_.copy_descriptor(from, to);
+    chance_.copy(from, to);
+}
+
+std::optional<long> Machine::close_all(unsigned first, unsigned last) {
+    for (const int descriptor : open_descriptors()) {
+        const auto number = static_cast<unsigned>(descriptor);
+        if (number < first || number > last || is_protected(descriptor)) continue;
+        forget_descriptor(descriptor);
+        if (!files_.close(descriptor)) (void)real::close(descriptor);
+    }
+    return 0;
+}
+
+bool Machine::needs_stream(const char* path) {
+    if (DeviceTable::is_board_path(path) || (is_virtual() && ProgramChance::is_source(path))) return true;
+    struct stat status {};
+    return is_virtual() && ::stat(path, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+void Machine::protect(const std::vector<int>& descriptors) {
+    protected_.insert(descriptors.begin(), descriptors.end());
 }
 
 Machine* Machine::active() {

@@ -21,6 +21,8 @@ public:
     /// The process is about to become the program in `file`, which is looked for in PATH when it has no slash.
     /// Does not return when it must not.
     virtual void before_execution(const std::string& file) = 0;
+    /// The process is about to end without what else is done at a program's end.
+    virtual void before_end() = 0;
     /// What is to be in the environment of the program that is executed, as NAME=VALUE.
     virtual std::vector<std::string> needed_in_environment(char* const* environment) const = 0;
 

@@ -1,5 +1,5 @@
-// The C library's entry points by which a process becomes another program or loads a library. Symbols only:
-// each asks what the process is in the run.
+// The C library's entry points by which a process becomes another program, ends at once or loads a library.
+// Symbols only: each asks what the process is in the run.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <stdarg.h>
@@ -22,6 +22,7 @@ vp::real::Call<int(const char*, char* const*, char* const*)> real_execve{"execve
 vp::real::Call<int(const char*, char* const*, char* const*)> real_execvpe{"execvpe"};
 vp::real::Call<int(int, char* const*, char* const*)> real_fexecve{"fexecve"};
 vp::real::Call<int(int, const char*, char* const*, char* const*, int)> real_execveat{"execveat"};
+vp::real::Call<void(int)> real_exit{"_exit"};
 vp::real::Call<void*(const char*, int)> real_dlopen{"dlopen"};
 
 // The name's part of NAME=VALUE, with the "=".
@@ -102,7 +103,7 @@ int execve(const char* path, char* const words[], char* const environment[]) noe
 int execv(const char* path, char* const words[]) noexcept { return execve(path, words, environ); }
 
 int execvpe(const char* file, char* const words[], char* const environment[]) noexcept {
-    return execute_in_run(file == nullptr ? "" : file, environment,
+    return execute_in_run(file, environment,
                           [&](char* const* with) { return real_execvpe(file, words, with); });
 }
 
@@ -142,6 +143,15 @@ int execveat(int folder, const char* path, char* const words[], char* const envi
     return execute_in_run(below_descriptor(folder, path, flags), environment,
                           [&](char* const* with) { return real_execveat(folder, path, words, with, flags); });
 }
+
+void _exit(int code) {
+    ProcessRole* const role = ProcessRole::current();
+    if (role != nullptr && !vp::ReentrancyGuard::is_active()) role->before_end();
+    real_exit(code);
+    __builtin_unreachable();
+}
+
+void _Exit(int code) noexcept { _exit(code); }
 
 void* dlopen(const char* name, int flags) noexcept {
     const bool is_own = vp::ReentrancyGuard::is_active();

@@ -29,9 +29,8 @@ std::vector<std::unique_ptr<ProgramThread>>& abandoned_threads() {
     return *threads;
 }
 
-std::string name_of_function(void* (*function)(void*)) {
+std::string name_of_function(const void* address) {
     Dl_info info{};
-    void* address = reinterpret_cast<void*>(function);
     if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
     return info.dli_sname;
 }
@@ -65,8 +64,8 @@ struct ProgramThreads::ThreadEnd {
     ~ThreadEnd() { thread.owner->end(thread); }
 };
 
-ProgramThreads::ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder)
-    : clock_(clock), faults_(faults), recorder_(recorder) {}
+ProgramThreads::ProgramThreads(Clock& clock, ProgramSignals& signals, FaultPlan& faults, Recorder& recorder)
+    : clock_(clock), signals_(signals), faults_(faults), recorder_(recorder) {}
 
 ProgramThreads::~ProgramThreads() {
     sweep();
@@ -82,35 +81,77 @@ void ProgramThreads::adopt_current() {
     thread->id = ::pthread_self();
     thread->turn = clock_.scheduler().adopt_current(thread->identity.number, thread->identity.name);
     set_current(thread.get());
+    if (clock_.is_virtual()) signals_.thread_begins(thread->turn);
     threads_.push_back(std::move(thread));
 }
 
-void ProgramThreads::forget_current() { set_current(nullptr); }
+void ProgramThreads::forget_current() {
+    set_current(nullptr);
+    if (clock_.is_virtual()) signals_.thread_ends();
+}
 
 // --- Start -----------------------------------------------------------------------------------------------
 
 int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
-                           void* argument) {
+                           void* argument, const void* named_after) {
     clock_.scheduler().touch();
-    const WorldLock lock(clock_);
-    sweep();
     auto started = std::make_unique<ProgramThread>();
-    started->owner = this;
-    started->identity.name = name_of_function(entry);
+    started->identity.name =
+        name_of_function(named_after == nullptr ? reinterpret_cast<const void*>(entry) : named_after);
     started->entry = entry;
     started->argument = argument;
-    const std::string name = started->identity.name;
+    return start_new(std::move(started), thread, attributes);
+}
+
+int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id,
+                              const pthread_attr_t* attributes) {
+    const WorldLock lock(clock_);
+    sweep();
+    thread->owner = this;
+    const std::string name = thread->identity.name;
     int failure = faults_.effect_on("pthread_create", name).error_number;
     if (failure == 0) {
-        started->identity.number = ++last_number_;
-        failure = start(*started, attributes);
+        thread->identity.number = ++last_number_;
+        failure = start(*thread, attributes);
     }
     if (failure == 0) {
-        *thread = started->id;
-        threads_.push_back(std::move(started));
+        *id = thread->id;
+        threads_.push_back(std::move(thread));
     }
     recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure);
     return failure;
+}
+
+namespace {
+
+struct TimerCall {
+    void (*function)(sigval);
+    sigval value;
+};
+
+void* call_for_timer(void* argument) {
+    const std::unique_ptr<TimerCall> call(static_cast<TimerCall*>(argument));
+    call->function(call->value);
+    return nullptr;
+}
+
+}  // namespace
+
+void ProgramThreads::start_for_timer(const sigevent& event) {
+    auto call = std::make_unique<TimerCall>(TimerCall{event.sigev_notify_function, event.sigev_value});
+    auto started = std::make_unique<ProgramThread>();
+    started->identity.name = name_of_function(reinterpret_cast<const void*>(event.sigev_notify_function));
+    started->entry = call_for_timer;
+    started->argument = call.get();
+    pthread_attr_t attributes;
+    if (event.sigev_notify_attributes != nullptr) {
+        attributes = *event.sigev_notify_attributes;  // only read
+    } else {
+        (void)::pthread_attr_init(&attributes);
+    }
+    (void)::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_t id{};
+    if (start_new(std::move(started), &id, &attributes) == 0) (void)call.release();
 }
 
 int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attributes) {
@@ -157,6 +198,7 @@ void ProgramThreads::begin(ProgramThread& thread) {
     if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
     // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.
     TurnScheduler::begin_current(thread.turn);
+    if (thread.owner->clock_.is_virtual()) thread.owner->signals_.thread_begins(thread.turn);
     thread.owner->call_ends();  // waiting for its first turn the thread may have moved the whole world
 }
 
@@ -174,6 +216,7 @@ void ProgramThreads::end(ProgramThread& thread) {
         }
         thread.finished = true;
         set_current(nullptr);
+        if (clock_.is_virtual()) signals_.thread_ends();
     }
     clock_.scheduler().finish_current();
 }
@@ -192,18 +235,55 @@ ProgramThread* ProgramThreads::find(pthread_t id) {
     return found == threads_.rend() ? nullptr : found->get();
 }
 
-void ProgramThreads::wait_for_end(ProgramThread& thread) {
+bool ProgramThreads::can_be_joined(const ProgramThread& thread) const {
+    return &thread != current_thread && !thread.detached;
+}
+
+// Signals do not end it.
+WaitEnd ProgramThreads::wait_for_end(ProgramThread& thread, Microseconds deadline) {
     clock_.scheduler().touch();
-    clock_.scheduler().wait_for_end(thread.turn);
+    WaitEnd end = WaitEnd::interrupted;
+    while (end == WaitEnd::interrupted) end = clock_.scheduler().wait_for_end(thread.turn, deadline);
+    return end;
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {
     ProgramThread* thread = find(id);
-    const bool can_be_waited_for = thread != nullptr && thread != current_thread && !thread->detached;
-    if (can_be_waited_for) wait_for_end(*thread);
+    const bool can_be_waited_for = thread != nullptr && can_be_joined(*thread);
+    if (can_be_waited_for) (void)wait_for_end(*thread, no_deadline);
     const int failure = real::pthread_join(id, result);
     if (failure == 0 && can_be_waited_for) let_go(*thread);
     return failure;
+}
+
+// In virtual time a thread that has ended for the program may still be on its way out of the kernel.
+int ProgramThreads::try_join(pthread_t id, void** result) {
+    clock_.scheduler().touch();
+    const ProgramThread* thread = find(id);
+    if (thread != nullptr && clock_.is_virtual() && can_be_joined(*thread))
+        return thread->finished ? join(id, result) : EBUSY;
+    const int failure = real::pthread_tryjoin_np(id, result);
+    if (failure == 0) joined_elsewhere(id);
+    return failure;
+}
+
+std::optional<long> ProgramThreads::join_until(pthread_t id, void** result, Microseconds deadline) {
+    ProgramThread* thread = find(id);
+    if (thread == nullptr || !clock_.is_virtual()) return std::nullopt;
+    if (thread == current_thread) return EDEADLK;
+    if (thread->detached) return EINVAL;
+    if (wait_for_end(*thread, deadline) == WaitEnd::timed_out) return ETIMEDOUT;
+    return join(id, result);
+}
+
+void ProgramThreads::joined_elsewhere(pthread_t id) {
+    if (ProgramThread* thread = find(id)) let_go(*thread);
+}
+
+std::optional<long> ProgramThreads::yield() {
+    if (!clock_.is_virtual()) return std::nullopt;
+    clock_.scheduler().yield();
+    return 0;
 }
 
 int ProgramThreads::detach(pthread_t id) {

@@ -4,6 +4,7 @@
 #define VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_THREADS_H
 
 #include <pthread.h>
+#include <signal.h>
 
 #include <cstddef>
 #include <memory>
@@ -15,6 +16,7 @@
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/interpose/current_thread.h"
 #include "virtual_projector/interpose/painted_stack.h"
+#include "virtual_projector/interpose/program_signals.h"
 #include "virtual_projector/interpose/recorder.h"
 
 namespace vp {
@@ -44,7 +46,7 @@ struct StackUse {
 
 class ProgramThreads {
 public:
-    ProgramThreads(Clock& clock, FaultPlan& faults, Recorder& recorder);
+    ProgramThreads(Clock& clock, ProgramSignals& signals, FaultPlan& faults, Recorder& recorder);
     ~ProgramThreads();
     ProgramThreads(const ProgramThreads&) = delete;
     ProgramThreads& operator=(const ProgramThreads&) = delete;
@@ -54,11 +56,22 @@ public:
     void forget_current();
 
     // Results as those of the pthread functions of the same names.
-    int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument);
+    /// `named_after`: the function whose name the thread gets; null: the entry function.
+    int create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument,
+               const void* named_after = nullptr);
     int join(pthread_t thread, void** result);
+    int try_join(pthread_t thread, void** result);
+    /// Only of known threads, in virtual time; nothing otherwise: the C library is to answer.
+    std::optional<long> join_until(pthread_t thread, void** result, Microseconds deadline);
+    /// After the C library has joined a thread of the program's.
+    void joined_elsewhere(pthread_t thread);
     int detach(pthread_t thread);
+    /// For a timer that has expired: starts a detached thread with its function. Never waits.
+    void start_for_timer(const sigevent& event);
     /// Before pthread_exit of the first thread: it ends here, the others go on. Others end by themselves.
     void exit_current();
+    /// As sched_yield, in virtual time.
+    std::optional<long> yield();
 
     /// Separates the program's use of its stacks from the virtual projector's own, from now on; slow.
     void measure_stacks_exactly() { exact_stacks_ = true; }
@@ -77,14 +90,17 @@ private:
 
     static void begin(ProgramThread& thread);
     void end(ProgramThread& thread);
+    int start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id, const pthread_attr_t* attributes);
     int start(ProgramThread& thread, const pthread_attr_t* attributes);
     void give_stack(ProgramThread& thread, pthread_attr_t& attributes);
     ProgramThread* find(pthread_t id);
-    void wait_for_end(ProgramThread& thread);
+    bool can_be_joined(const ProgramThread& thread) const;
+    WaitEnd wait_for_end(ProgramThread& thread, Microseconds deadline);
     void let_go(ProgramThread& thread);
     void sweep();
 
     Clock& clock_;
+    ProgramSignals& signals_;
     FaultPlan& faults_;
     Recorder& recorder_;
     bool exact_stacks_ = false;

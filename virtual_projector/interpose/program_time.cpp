@@ -15,10 +15,11 @@ constexpr long nanoseconds_per_second = 1'000'000'000;
 constexpr Microseconds default_wall_at_start = 1'704'110'400 * microseconds_per_second;  // 2024-01-01 12:00 UTC
 constexpr Microseconds uptime_at_start = 100 * microseconds_per_second;  // a board that started a while ago
 
-// A sleep lasts at least as long as was asked for: fractions of a microsecond count as whole ones.
-Microseconds microseconds_of(const timespec& time) {
-    const long rounded_up = (time.tv_nsec + nanoseconds_per_microsecond - 1) / nanoseconds_per_microsecond;
-    return static_cast<Microseconds>(time.tv_sec) * microseconds_per_second + rounded_up;
+timespec timespec_of(Microseconds time) {
+    timespec result{};
+    result.tv_sec = static_cast<time_t>(time / microseconds_per_second);
+    result.tv_nsec = static_cast<long>(time % microseconds_per_second) * nanoseconds_per_microsecond;
+    return result;
 }
 
 bool is_valid(const timespec& time) {
@@ -37,34 +38,41 @@ bool is_wall_clock(clockid_t clock) {
 
 }  // namespace
 
-ProgramTime::ProgramTime(Clock& clock, Recorder& recorder)
-    : clock_(clock), recorder_(recorder), wall_at_start_(default_wall_at_start) {}
+ProgramTime::ProgramTime(Clock& clock, ProgramWaits& waits, Recorder& recorder)
+    : clock_(clock), waits_(waits), recorder_(recorder), wall_at_start_(default_wall_at_start) {}
 
 void ProgramTime::on_sleep(SleepHandler handler) { sleep_handler_ = std::move(handler); }
 
 // --- Sleeping --------------------------------------------------------------------------------------------
 
-long ProgramTime::sleep(Microseconds length) {
+Microseconds ProgramTime::microseconds_of(const timespec& time) {
+    const long rounded_up = (time.tv_nsec + nanoseconds_per_microsecond - 1) / nanoseconds_per_microsecond;
+    return static_cast<Microseconds>(time.tv_sec) * microseconds_per_second + rounded_up;
+}
+
+long ProgramTime::sleep(Microseconds length, timespec* remaining) {
     recorder_.record_sleep(length);
     if (sleep_handler_) {
         const ProgramCallback callback;
         sleep_handler_(length);
     }
-    clock_.sleep_until(clock_.now() + length);
-    return 0;
+    const Microseconds until = clock_.now() + length;
+    if (waits_.sleep_until(until) != WaitEnd::interrupted) return 0;
+    if (remaining != nullptr) *remaining = timespec_of(std::max<Microseconds>(0, until - clock_.now()));
+    return -EINTR;
 }
 
-std::optional<long> ProgramTime::sleep(const timespec* length) {
+std::optional<long> ProgramTime::sleep(const timespec* length, timespec* remaining) {
     if (length == nullptr) return -EFAULT;
     if (!is_valid(*length)) return -EINVAL;
-    return sleep(microseconds_of(*length));
+    return sleep(microseconds_of(*length), remaining);
 }
 
-std::optional<long> ProgramTime::sleep(clockid_t clock, int flags, const timespec* time) {
+std::optional<long> ProgramTime::sleep(clockid_t clock, int flags, const timespec* time, timespec* remaining) {
     if (!is_boards(clock)) return std::nullopt;
     if (time == nullptr) return -EFAULT;
     if (!is_valid(*time)) return -EINVAL;
-    if ((flags & TIMER_ABSTIME) == 0) return sleep(microseconds_of(*time));
+    if ((flags & TIMER_ABSTIME) == 0) return sleep(microseconds_of(*time), remaining);
     if (!clock_.is_virtual()) return std::nullopt;
     return sleep(std::max<Microseconds>(0, to_virtual(clock, *time) - clock_.now()));
 }
@@ -83,8 +91,7 @@ std::optional<long> ProgramTime::get_time(clockid_t clock, timespec* time) const
     if (!clock_.is_virtual() || !is_boards(clock)) return std::nullopt;
     clock_.scheduler().touch();
     const Microseconds shown = start_of(clock) + clock_.now();
-    time->tv_sec = static_cast<time_t>(shown / microseconds_per_second);
-    time->tv_nsec = static_cast<long>(shown % microseconds_per_second) * nanoseconds_per_microsecond;
+    *time = timespec_of(shown);
     return 0;
 }
 
@@ -102,6 +109,21 @@ std::optional<long> ProgramTime::get_seconds(time_t* time) const {
     if (!get_time(CLOCK_REALTIME, &shown)) return std::nullopt;
     if (time != nullptr) *time = shown.tv_sec;
     return static_cast<long>(shown.tv_sec);
+}
+
+std::optional<long> ProgramTime::get_ticks(long ticks_per_second) const {
+    timespec shown{};
+    if (!get_time(CLOCK_MONOTONIC, &shown)) return std::nullopt;
+    return static_cast<long>(microseconds_of(shown) / (microseconds_per_second / ticks_per_second));
+}
+
+std::optional<long> ProgramTime::set_time(clockid_t clock, const timespec* time) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    if (time == nullptr) return -EFAULT;
+    if (clock != CLOCK_REALTIME || !is_valid(*time)) return -EINVAL;
+    clock_.scheduler().touch();
+    wall_at_start_ = microseconds_of(*time) - clock_.now();
+    return 0;
 }
 
 }  // namespace vp

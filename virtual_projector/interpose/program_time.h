@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "virtual_projector/clock/clock.h"
+#include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
 
 namespace vp {
@@ -21,7 +22,7 @@ class ProgramTime {
 public:
     using SleepHandler = std::function<void(Microseconds length)>;
 
-    ProgramTime(Clock& clock, Recorder& recorder);
+    ProgramTime(Clock& clock, ProgramWaits& waits, Recorder& recorder);
 
     /// What the wall clock shows at time 0, in microseconds since 1970.
     void set_wall_clock(Microseconds at_start) { wall_at_start_ = at_start; }
@@ -29,13 +30,20 @@ public:
     /// Called by the thread that is about to sleep, before it does.
     void on_sleep(SleepHandler handler);
 
-    long sleep(Microseconds length);
-    std::optional<long> sleep(const timespec* length);
-    std::optional<long> sleep(clockid_t clock, int flags, const timespec* time);
+    /// A sleep that a signal interrupts gives -EINTR and, where asked for, what remains of it.
+    long sleep(Microseconds length, timespec* remaining = nullptr);
+    std::optional<long> sleep(const timespec* length, timespec* remaining);
+    std::optional<long> sleep(clockid_t clock, int flags, const timespec* time, timespec* remaining);
 
     std::optional<long> get_time_of_day(timeval* time) const;
     std::optional<long> get_time(clockid_t clock, timespec* time) const;
     std::optional<long> get_seconds(time_t* time) const;
+    std::optional<long> get_ticks(long ticks_per_second) const;  // since the board was started
+    /// Only the wall clock can be set.
+    std::optional<long> set_time(clockid_t clock, const timespec* time);
+
+    /// A length lasts at least as long as was asked for: fractions of a microsecond count as whole ones.
+    static Microseconds microseconds_of(const timespec& time);
 
     /// The virtual time at which that clock shows `time`.
     Microseconds to_virtual(clockid_t clock, const timespec& time) const;
@@ -44,6 +52,7 @@ private:
     Microseconds start_of(clockid_t clock) const;
 
     Clock& clock_;
+    ProgramWaits& waits_;
     Recorder& recorder_;
     Microseconds wall_at_start_;
     SleepHandler sleep_handler_;

@@ -51,6 +51,8 @@ void Recorder::record_library_call(std::string_view function, long result) {
     record(call_on("call", function, 0, result));
 }
 
+void Recorder::record_outside(std::string_view what) { record(call_on("outside", what, 0, 0)); }
+
 void Recorder::record(CallRecord record) {
     if (sink_ == nullptr) return;
     record.t_us = clock_.now();

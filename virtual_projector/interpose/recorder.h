@@ -25,6 +25,8 @@ public:
     void record_request(std::string_view path, std::uint32_t number, long result);
     void record_sleep(Microseconds length);
     void record_thread_start(std::string_view entry, long number_or_failure);
+    /// Something that came from outside the program was waited for, while time stood.
+    void record_outside(std::string_view what);
     void record_library_call(std::string_view function, long result);
 
 private:

@@ -1,23 +1,15 @@
 #include "virtual_projector/interpose/thread_locks.h"
 
-#include <dlfcn.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <string>
 
+#include "virtual_projector/interpose/object_names.h"
 #include "virtual_projector/interpose/real_calls.h"
+#include "virtual_projector/interpose/timeouts.h"
 
 namespace vp {
 namespace {
-
-constexpr long nanoseconds_per_second = 1'000'000'000;
-
-// The name of a global object, for the table of waiting threads; empty when it has none.
-std::string name_of_object(const void* object) {
-    Dl_info info{};
-    if (::dladdr(object, &info) == 0 || info.dli_saddr != object || info.dli_sname == nullptr) return {};
-    return info.dli_sname;
-}
 
 // The mutex itself must say its kind: the attributes it was made with may be gone.
 bool checks_errors(const pthread_mutex_t* mutex) {
@@ -25,11 +17,25 @@ bool checks_errors(const pthread_mutex_t* mutex) {
     return (mutex->__data.__kind & kind_mask) == PTHREAD_MUTEX_ERRORCHECK_NP;
 }
 
-bool is_valid(const timespec* time) { return time->tv_nsec >= 0 && time->tv_nsec < nanoseconds_per_second; }
+bool is_robust(const pthread_mutex_t* mutex) {
+    constexpr int robust_bit = 16;
+    return (mutex->__data.__kind & robust_bit) != 0;
+}
+
+bool prefers_writers(const pthread_rwlock_t* lock) {
+    return lock->__data.__flags == PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP;
+}
+
+bool is_written_by_current(const pthread_rwlock_t* lock) { return lock->__data.__cur_writer == ::gettid(); }
 
 }  // namespace
 
-ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramTime& time) : scheduler_(scheduler), time_(time) {}
+ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time)
+    : scheduler_(scheduler), waits_(waits), time_(time) {}
+
+Microseconds ThreadLocks::deadline_at(clockid_t clock, const timespec& until) const {
+    return time_.to_virtual(clock, bounded(until));
+}
 
 // --- Mutexes ---------------------------------------------------------------------------------------------
 
@@ -38,28 +44,38 @@ int ThreadLocks::lock(pthread_mutex_t* mutex) {
     return lock_until(mutex, no_deadline);
 }
 
-int ThreadLocks::timed_lock(pthread_mutex_t* mutex, const timespec* until) {
+int ThreadLocks::timed_lock(pthread_mutex_t* mutex, clockid_t clock, const timespec* until) {
     scheduler_.touch();
-    if (!is_valid(until)) return EINVAL;
-    return lock_until(mutex, time_.to_virtual(CLOCK_REALTIME, *until));
+    if (!has_timed_locks(clock)) return EINVAL;
+    const int result = take(mutex);  // a free mutex is had whatever the time says
+    if (result != EBUSY) return result;
+    if (!has_valid_nanoseconds(*until)) return EINVAL;
+    return lock_until(mutex, deadline_at(clock, *until));
 }
 
 int ThreadLocks::try_lock(pthread_mutex_t* mutex) {
     scheduler_.touch();
-    const int result = real::pthread_mutex_trylock(mutex);
-    if (result == 0) scheduler_.hold(mutex);
+    return take(mutex);
+}
+
+int ThreadLocks::take(pthread_mutex_t* mutex) {
+    int result = real::pthread_mutex_trylock(mutex);
+    // Its holder has no turns any more, but may not have left the kernel yet, which then says that it died.
+    if (result == EBUSY && is_robust(mutex) && scheduler_.is_held_by_finished(mutex))
+        result = real::pthread_mutex_lock(mutex);
+    if (result == 0 || result == EOWNERDEAD) scheduler_.hold(mutex);
     return result;
 }
 
 int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
     bool in_time = true;
     for (;;) {
-        const int result = real::pthread_mutex_trylock(mutex);
-        if (result == 0) scheduler_.hold(mutex);
+        const int result = take(mutex);
         if (result != EBUSY) return result;
         if (!in_time) return ETIMEDOUT;
         if (checks_errors(mutex) && scheduler_.is_held_by_current(mutex)) return EDEADLK;
-        in_time = scheduler_.wait({Wait::Kind::mutex, mutex, name_of_object(mutex)}, deadline);
+        in_time =
+            waits_.wait({Wait::Kind::mutex, mutex, name_of_object(mutex)}, deadline) != WaitEnd::timed_out;
     }
 }
 
@@ -102,18 +118,18 @@ int ThreadLocks::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, c
 int ThreadLocks::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                             const timespec* until) {
     scheduler_.touch();
-    if (!is_valid(until)) return EINVAL;
-    return wait_until(condition, mutex, time_.to_virtual(clock, *until));
+    if (!has_timed_locks(clock) || !has_valid_nanoseconds(*until)) return EINVAL;
+    return wait_until(condition, mutex, deadline_at(clock, *until));
 }
 
 int ThreadLocks::wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline) {
     const int unlocked = real::pthread_mutex_unlock(mutex);
     if (unlocked != 0) return unlocked;
     scheduler_.release(mutex);
-    const bool woken = scheduler_.wait({Wait::Kind::condition, condition, name_of_object(condition)}, deadline);
+    const WaitEnd end = waits_.wait({Wait::Kind::condition, condition, name_of_object(condition)}, deadline);
     const int locked = lock_until(mutex, no_deadline);
     if (locked != 0) return locked;
-    return woken ? 0 : ETIMEDOUT;
+    return end == WaitEnd::timed_out ? ETIMEDOUT : 0;  // after a signal the program looks again
 }
 
 int ThreadLocks::signal(pthread_cond_t* condition) {
@@ -130,32 +146,125 @@ int ThreadLocks::broadcast(pthread_cond_t* condition) {
 
 // --- Read-write locks --------------------------------------------------------------------------------------
 
-namespace {
+// One that waits to write, for as long as it does: a lock that prefers writers lets no new reader in.
+class ThreadLocks::WaitingWriter {
+public:
+    WaitingWriter(ThreadLocks& locks, pthread_rwlock_t* lock) : locks_(locks), lock_(lock) {
+        ++locks_.waiting_writers_[lock_];
+    }
+    ~WaitingWriter() {
+        const auto found = locks_.waiting_writers_.find(lock_);
+        if (--found->second > 0) return;
+        locks_.waiting_writers_.erase(found);
+        if (prefers_writers(lock_)) locks_.scheduler_.wake_all(lock_);
+    }
+    WaitingWriter(const WaitingWriter&) = delete;
+    WaitingWriter& operator=(const WaitingWriter&) = delete;
 
-template <typename Try>
-int lock_by_trying(ThreadScheduler& scheduler, pthread_rwlock_t* lock, Try try_lock) {
-    scheduler.touch();
+private:
+    ThreadLocks& locks_;
+    pthread_rwlock_t* lock_;
+};
+
+int ThreadLocks::lock_to_read(pthread_rwlock_t* lock) {
+    scheduler_.touch();
+    return lock_to_read_until(lock, no_deadline);
+}
+
+int ThreadLocks::try_to_read(pthread_rwlock_t* lock) {
+    scheduler_.touch();
+    return take_to_read(lock);
+}
+
+int ThreadLocks::timed_lock_to_read(pthread_rwlock_t* lock, clockid_t clock, const timespec* until) {
+    scheduler_.touch();
+    if (!has_timed_locks(clock) || !has_valid_nanoseconds(*until)) return EINVAL;
+    return lock_to_read_until(lock, deadline_at(clock, *until));
+}
+
+int ThreadLocks::take_to_read(pthread_rwlock_t* lock) {
+    if (prefers_writers(lock) && waiting_writers_.count(lock) != 0) return EBUSY;
+    return real::pthread_rwlock_tryrdlock(lock);
+}
+
+int ThreadLocks::lock_to_read_until(pthread_rwlock_t* lock, Microseconds deadline) {
+    bool in_time = true;
     for (;;) {
-        const int result = try_lock(lock);
+        const int result = take_to_read(lock);
         if (result != EBUSY) return result;
-        (void)scheduler.wait({Wait::Kind::read_write_lock, lock, name_of_object(lock)}, no_deadline);
+        if (is_written_by_current(lock)) return EDEADLK;
+        if (!in_time) return ETIMEDOUT;
+        in_time = wait_in_time(lock, deadline);
     }
 }
 
-}  // namespace
-
-int ThreadLocks::lock_to_read(pthread_rwlock_t* lock) {
-    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_tryrdlock(tried); });
+int ThreadLocks::lock_to_write(pthread_rwlock_t* lock) {
+    scheduler_.touch();
+    return lock_to_write_until(lock, no_deadline);
 }
 
-int ThreadLocks::lock_to_write(pthread_rwlock_t* lock) {
-    return lock_by_trying(scheduler_, lock, [](auto* tried) { return real::pthread_rwlock_trywrlock(tried); });
+int ThreadLocks::try_to_write(pthread_rwlock_t* lock) {
+    scheduler_.touch();
+    return real::pthread_rwlock_trywrlock(lock);
+}
+
+int ThreadLocks::timed_lock_to_write(pthread_rwlock_t* lock, clockid_t clock, const timespec* until) {
+    scheduler_.touch();
+    if (!has_timed_locks(clock) || !has_valid_nanoseconds(*until)) return EINVAL;
+    return lock_to_write_until(lock, deadline_at(clock, *until));
+}
+
+int ThreadLocks::lock_to_write_until(pthread_rwlock_t* lock, Microseconds deadline) {
+    bool in_time = true;
+    for (;;) {
+        const int result = real::pthread_rwlock_trywrlock(lock);
+        if (result != EBUSY) return result;
+        if (is_written_by_current(lock)) return EDEADLK;
+        if (!in_time) return ETIMEDOUT;
+        const WaitingWriter waiting(*this, lock);
+        in_time = wait_in_time(lock, deadline);
+    }
+}
+
+bool ThreadLocks::wait_in_time(pthread_rwlock_t* lock, Microseconds deadline) {
+    return waits_.wait({Wait::Kind::read_write_lock, lock, name_of_object(lock)}, deadline) !=
+           WaitEnd::timed_out;
 }
 
 int ThreadLocks::unlock(pthread_rwlock_t* lock) {
     scheduler_.touch();
     const int result = real::pthread_rwlock_unlock(lock);
     if (result == 0) scheduler_.wake_all(lock);
+    return result;
+}
+
+// --- Spin locks --------------------------------------------------------------------------------------------
+
+namespace {
+
+const void* key_of(pthread_spinlock_t* lock) { return const_cast<int*>(lock); }
+
+}  // namespace
+
+int ThreadLocks::lock(pthread_spinlock_t* lock) {
+    scheduler_.touch();
+    for (;;) {
+        const int result = real::pthread_spin_trylock(lock);
+        if (result != EBUSY) return result;
+        const void* key = key_of(lock);
+        (void)waits_.wait({Wait::Kind::spin_lock, key, name_of_object(key)}, no_deadline);
+    }
+}
+
+int ThreadLocks::try_lock(pthread_spinlock_t* lock) {
+    scheduler_.touch();
+    return real::pthread_spin_trylock(lock);
+}
+
+int ThreadLocks::unlock(pthread_spinlock_t* lock) {
+    scheduler_.touch();
+    const int result = real::pthread_spin_unlock(lock);
+    if (result == 0) scheduler_.wake_all(key_of(lock));
     return result;
 }
 
@@ -166,10 +275,15 @@ int ThreadLocks::wait(sem_t* semaphore) {
     return wait_until(semaphore, no_deadline);
 }
 
-int ThreadLocks::timed_wait(sem_t* semaphore, const timespec* until) {
+int ThreadLocks::try_wait(sem_t* semaphore) {
     scheduler_.touch();
-    if (!is_valid(until)) return -EINVAL;
-    return wait_until(semaphore, time_.to_virtual(CLOCK_REALTIME, *until));
+    return real::sem_trywait(semaphore) == 0 ? 0 : -errno;
+}
+
+int ThreadLocks::timed_wait(sem_t* semaphore, clockid_t clock, const timespec* until) {
+    scheduler_.touch();
+    if (!has_timed_locks(clock) || !has_valid_nanoseconds(*until)) return -EINVAL;
+    return wait_until(semaphore, deadline_at(clock, *until));
 }
 
 int ThreadLocks::wait_until(sem_t* semaphore, Microseconds deadline) {
@@ -178,7 +292,10 @@ int ThreadLocks::wait_until(sem_t* semaphore, Microseconds deadline) {
         if (real::sem_trywait(semaphore) == 0) return 0;
         if (errno != EAGAIN) return -errno;
         if (!in_time) return -ETIMEDOUT;
-        in_time = scheduler_.wait({Wait::Kind::semaphore, semaphore, name_of_object(semaphore)}, deadline);
+        const WaitEnd end =
+            waits_.wait({Wait::Kind::semaphore, semaphore, name_of_object(semaphore)}, deadline);
+        if (end == WaitEnd::interrupted && !waits_.is_to_restart()) return -EINTR;
+        in_time = end != WaitEnd::timed_out;
     }
 }
 

@@ -37,6 +37,7 @@ public:
     bool may_use_board() override;
     void libraries_changed() override;
     void before_execution(const std::string& file) override;
+    void before_end() override { end(); }
     std::vector<std::string> needed_in_environment(char* const* environment) const override;
 
 private:

@@ -76,14 +76,19 @@ Finished launch(const std::vector<std::string>& command, const std::string& inpu
     return finish(emulated(command), input);
 }
 
-Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
-                          const std::string& input) {
+std::vector<std::string> projector_command(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& program) {
     std::vector<std::string> command = {launcher};
     if (*emulator != '\0') command.insert(command.end(), {"--emulator", emulator});
     command.insert(command.end(), options.begin(), options.end());
     command.emplace_back("--");
     command.insert(command.end(), program.begin(), program.end());
-    return launch(command, input);
+    return emulated(command);
+}
+
+Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
+                          const std::string& input) {
+    return finish(projector_command(options, program), input);
 }
 
 Finished launch_own(const std::vector<std::string>& command) { return finish(command, ""); }

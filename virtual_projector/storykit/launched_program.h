@@ -25,6 +25,10 @@ Finished launch(const std::vector<std::string>& command, const std::string& inpu
 Finished launch_projector(const std::vector<std::string>& options, const std::vector<std::string>& program,
                           const std::string& input = "");
 
+/// What launch_projector() starts.
+std::vector<std::string> projector_command(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& program);
+
 /// Runs a program that is this computer's own in every build.
 Finished launch_own(const std::vector<std::string>& command);
 

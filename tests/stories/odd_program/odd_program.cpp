@@ -151,6 +151,7 @@ int main(int argc, char** argv) {
     const char* const what = argc > 1 ? argv[1] : "";
     const char* const how = argc > 2 ? argv[2] : "";
     if (std::strcmp(what, "exit") == 0) return std::atoi(how);
+    if (std::strcmp(what, "exit at once") == 0) _exit(std::atoi(how));
     if (std::strcmp(what, "signal") == 0)
         return std::signal(std::atoi(how), SIG_DFL), std::raise(std::atoi(how));
     if (std::strcmp(what, "block") == 0) return block_for_ever();
@@ -160,11 +161,14 @@ int main(int argc, char** argv) {
     if (std::strcmp(what, "node") == 0) return show_node(how);
     if (std::strcmp(what, "node in both") == 0) return show_node_in_both(how);
     if (std::strcmp(what, "node and environment") == 0) return show_node(how), show_environment();
+    if (std::strcmp(what, "node and stdin") == 0) return show_node(how), std::fflush(stdout), read_to_the_end();
     if (std::strcmp(what, "stdin") == 0) return read_to_the_end();
     if (std::strcmp(what, "stay") == 0) return stay_in_spite_of_signals();
     if (std::strcmp(what, "leave a child") == 0) return end_with_a_child_left();
     if (std::strcmp(what, "load") == 0) return load(how, argc > 3 ? argv[3] : "");
+    if (std::strcmp(what, "node and become") == 0) return show_node(how), become(argv + 3);
     if (std::strcmp(what, "become") == 0) return become(argv + 2);
+    if (std::strcmp(what, "elsewhere") == 0) return chdir(how);
     if (std::strcmp(what, "arguments") == 0) return show_arguments(argc - 2, argv + 2);
     return 99;
 }

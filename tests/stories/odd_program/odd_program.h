@@ -9,6 +9,8 @@ extern const char* const odd_program;
 /// Statically linked ones.
 extern const char* const odd_static;
 extern const char* const odd_static_pie;
+/// libovrafocus.so of this build.
+extern const char* const library;
 
 }  // namespace testkit
 

@@ -3,3 +3,4 @@
 const char* const testkit::odd_program = ODD_PROGRAM;
 const char* const testkit::odd_static = ODD_STATIC;
 const char* const testkit::odd_static_pie = ODD_STATIC_PIE;
+const char* const testkit::library = ODD_LIBRARY;

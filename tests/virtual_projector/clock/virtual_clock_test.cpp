@@ -126,9 +126,9 @@ TEST(Waiting, EndsWhenWokenOrAtTheDeadline) {
         EXPECT_TRUE(crew.scheduler.wake_one(&object));
         EXPECT_FALSE(crew.scheduler.wake_one(&object));
     });
-    EXPECT_TRUE(crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 50));
+    EXPECT_EQ(vp::WaitEnd::woken, crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 50));
     EXPECT_EQ(crew.clock.now(), 10);
-    EXPECT_FALSE(crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 30));
+    EXPECT_EQ(vp::WaitEnd::timed_out, crew.scheduler.wait({Wait::Kind::condition, &object, ""}, 30));
     EXPECT_EQ(crew.clock.now(), 30);
     crew.sleep(100);  // the deadline of the first wait is long forgotten
     EXPECT_EQ(crew.clock.now(), 130);

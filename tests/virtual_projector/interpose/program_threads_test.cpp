@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -68,6 +70,67 @@ TEST_F(ProgramThreads, JoiningAnEndedThreadDoesNotWait) {
     ::usleep(100);
     EXPECT_EQ(pthread_join(thread, nullptr), 0);
     EXPECT_EQ(clock.now(), 100);
+}
+
+TEST_F(ProgramThreads, JoiningMayBeTried) {
+    const pthread_t thread = start_sleeper(50);
+    void* value = nullptr;
+    EXPECT_EQ(pthread_tryjoin_np(thread, &value), EBUSY);
+    ::usleep(49);
+    EXPECT_EQ(pthread_tryjoin_np(thread, &value), EBUSY);
+    ::usleep(2);
+    EXPECT_EQ(pthread_tryjoin_np(thread, &value), 0);
+    EXPECT_EQ(value, number(50));
+    EXPECT_EQ(clock.now(), 51);
+}
+
+timespec in(clockid_t id, long microseconds) {
+    timespec time{};
+    ::clock_gettime(id, &time);
+    time.tv_nsec += microseconds * 1000;
+    return time;
+}
+
+TEST_F(ProgramThreads, JoiningMayBeGivenUpAtATime) {
+    const pthread_t thread = start_sleeper(100);
+    void* value = nullptr;
+    timespec until = in(CLOCK_REALTIME, 30);
+    EXPECT_EQ(pthread_timedjoin_np(thread, &value, &until), ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 30);
+    until = in(CLOCK_MONOTONIC, 30);
+    EXPECT_EQ(pthread_clockjoin_np(thread, &value, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 60);
+    EXPECT_EQ(pthread_clockjoin_np(thread, &value, CLOCK_BOOTTIME, &until), EINVAL);
+    until.tv_nsec = -1;
+    EXPECT_EQ(pthread_timedjoin_np(thread, &value, &until), EINVAL);
+    until = in(CLOCK_REALTIME, 1000);
+    EXPECT_EQ(pthread_timedjoin_np(thread, &value, &until), 0);
+    EXPECT_EQ(value, number(100));
+    EXPECT_EQ(clock.now(), 100);
+    EXPECT_EQ(pthread_timedjoin_np(pthread_self(), &value, &until), EDEADLK);
+    EXPECT_EQ(pthread_timedjoin_np(start_sleeper(7), nullptr, nullptr), 0);
+    EXPECT_EQ(clock.now(), 107);
+}
+
+TEST_F(ProgramThreads, AThreadThatYieldsLetsTheOthersHaveTheirTurn) {
+    bool seen = false;
+    std::thread second([&] { seen = true; });
+    int yields = 0;
+    while (!seen && yields < 100) {
+        EXPECT_EQ(sched_yield(), 0);
+        ++yields;
+    }
+    EXPECT_TRUE(seen);
+    EXPECT_EQ(clock.now(), 0);
+    second.join();
+}
+
+// The first thousand calls cost nothing, each further one 5 us.
+TEST_F(ProgramThreads, YieldsInAnEndlessRowLetTimeGoOn) {
+    for (int i = 0; i < 1000; ++i) sched_yield();
+    EXPECT_EQ(clock.now(), 0);
+    for (int i = 0; i < 10; ++i) sched_yield();
+    EXPECT_EQ(clock.now(), 50);
 }
 
 TEST_F(ProgramThreads, AThreadCannotJoinItself) { EXPECT_EQ(pthread_join(pthread_self(), nullptr), EDEADLK); }

@@ -1,5 +1,6 @@
 #include "virtual_projector/interpose/thread_locks.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pthread.h>
@@ -10,42 +11,20 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "tests/virtual_projector/interpose/machine_fixture.h"
+#include "tests/virtual_projector/interpose/waiting_threads.h"
 
 namespace {
 
 using namespace interpose_test;
 using namespace std::chrono_literals;
-using Lines = std::vector<std::string>;
 
-struct ThreadLocks : MachineTest {
-    ~ThreadLocks() override { join(); }
-
-    void start(std::function<void()> body) { threads.emplace_back(std::move(body)); }
-    void join() {
-        for (std::thread& thread : threads) thread.join();
-        threads.clear();
-    }
-    void say(const std::string& what) { said.push_back(std::to_string(clock.now()) + " " + what); }
-
-    /// The time that far from now, as that clock shows it.
-    static timespec in(clockid_t id, long microseconds) {
-        timespec time{};
-        ::clock_gettime(id, &time);
-        time.tv_nsec += microseconds * 1000;
-        time.tv_sec += time.tv_nsec / 1'000'000'000;
-        time.tv_nsec %= 1'000'000'000;
-        return time;
-    }
-
-    Lines said;
-    std::vector<std::thread> threads;
+struct ThreadLocks : WaitingThreads {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 };
@@ -115,13 +94,95 @@ TEST_F(ThreadLocks, ATimedLockGivesUpAtItsTime) {
         EXPECT_EQ(pthread_mutex_timedlock(&mutex, &until), 0);
         say("has it");
         pthread_mutex_unlock(&mutex);
-        until.tv_nsec = -1;
-        EXPECT_EQ(pthread_mutex_timedlock(&mutex, &until), EINVAL);
     });
     ::usleep(80);
     pthread_mutex_unlock(&mutex);
     join();
     EXPECT_EQ(said, (Lines{"50 gave up", "80 has it"}));
+}
+
+TEST_F(ThreadLocks, ATimedLockMayBeGivenEitherClock) {
+    pthread_mutex_lock(&mutex);
+    start([&] {
+        timespec until = in(CLOCK_MONOTONIC, 30);
+        EXPECT_EQ(pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+        say("gave up");
+        until = in(CLOCK_REALTIME, 30);
+        EXPECT_EQ(pthread_mutex_clocklock(&mutex, CLOCK_REALTIME, &until), ETIMEDOUT);
+        say("gave up");
+        EXPECT_EQ(pthread_mutex_clocklock(&mutex, CLOCK_BOOTTIME, &until), EINVAL);
+        until.tv_sec = std::numeric_limits<time_t>::max();  // for ever
+        EXPECT_EQ(pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &until), 0);
+        say("has it");
+        pthread_mutex_unlock(&mutex);
+    });
+    ::usleep(80);
+    pthread_mutex_unlock(&mutex);
+    join();
+    EXPECT_EQ(said, (Lines{"30 gave up", "60 gave up", "80 has it"}));
+}
+
+TEST_F(ThreadLocks, OnlyWhoWaitsIsAskedForAValidTime) {
+    for (const long nanoseconds : {-1L, 1'000'000'000L}) {
+        const timespec until{0, nanoseconds};
+        EXPECT_EQ(pthread_mutex_timedlock(&mutex, &until), 0);
+        start([&] { EXPECT_EQ(pthread_mutex_timedlock(&mutex, &until), EINVAL); });
+        join();
+        pthread_mutex_unlock(&mutex);
+    }
+    EXPECT_EQ(clock.now(), 0);
+}
+
+pthread_mutex_t robust_mutex() {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    pthread_mutex_t mutex;
+    pthread_mutex_init(&mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return mutex;
+}
+
+TEST_F(ThreadLocks, ARobustMutexSaysThatItsHolderHasEnded) {
+    pthread_mutex_t robust = robust_mutex();
+    start([&] {
+        pthread_mutex_lock(&robust);
+        ::usleep(50);
+    });
+    ::usleep(10);
+    EXPECT_EQ(pthread_mutex_trylock(&robust), EBUSY);
+    EXPECT_EQ(pthread_mutex_lock(&robust), EOWNERDEAD);
+    EXPECT_EQ(clock.now(), 50);
+    EXPECT_EQ(pthread_mutex_consistent(&robust), 0);
+    EXPECT_EQ(pthread_mutex_unlock(&robust), 0);
+    start([&] {
+        EXPECT_EQ(pthread_mutex_lock(&robust), 0);
+        ::usleep(50);
+        EXPECT_EQ(pthread_mutex_unlock(&robust), 0);
+    });
+    ::usleep(10);
+    EXPECT_EQ(pthread_mutex_lock(&robust), 0);
+    EXPECT_EQ(clock.now(), 100);
+    pthread_mutex_unlock(&robust);
+    join();
+    pthread_mutex_destroy(&robust);
+}
+
+TEST_F(ThreadLocks, ARobustMutexThatNobodyRepairsIsLostToAll) {
+    pthread_mutex_t robust = robust_mutex();
+    start([&] { pthread_mutex_lock(&robust); });
+    ::usleep(10);
+    start([&] {
+        ::usleep(10);
+        EXPECT_EQ(pthread_mutex_lock(&robust), ENOTRECOVERABLE);
+        say("is told");
+    });
+    EXPECT_EQ(pthread_mutex_trylock(&robust), EOWNERDEAD);
+    ::usleep(50);
+    EXPECT_EQ(pthread_mutex_unlock(&robust), 0);
+    join();
+    EXPECT_EQ(said, Lines{"60 is told"});
+    pthread_mutex_destroy(&robust);
 }
 
 TEST_F(ThreadLocks, ARecursiveMutexIsFreeAfterAsManyUnlocks) {
@@ -265,7 +326,7 @@ TEST_F(ThreadLocks, TheStandardLibrarysLocksAreTheSame) {
     EXPECT_EQ(clock.now(), 5000);
 }
 
-// --- Read-write locks and semaphores -----------------------------------------------------------------------
+// --- Read-write locks -----------------------------------------------------------------------
 
 TEST_F(ThreadLocks, AReadWriteLockLetsReadersShareAndWritersWait) {
     pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
@@ -282,6 +343,219 @@ TEST_F(ThreadLocks, AReadWriteLockLetsReadersShareAndWritersWait) {
     say("written");
     pthread_rwlock_unlock(&lock);
     EXPECT_EQ(said, (Lines{"50 read", "50 read", "50 written"}));
+}
+
+struct ReadWriteLocks : WaitingThreads {
+    int read_for(int microseconds) {
+        const timespec until = in(CLOCK_REALTIME, microseconds);
+        return pthread_rwlock_timedrdlock(&lock, &until);
+    }
+    int write_for(int microseconds) {
+        const timespec until = in(CLOCK_REALTIME, microseconds);
+        return pthread_rwlock_timedwrlock(&lock, &until);
+    }
+    pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+};
+
+TEST_F(ReadWriteLocks, ATryDoesNotWait) {
+    EXPECT_EQ(pthread_rwlock_tryrdlock(&lock), 0);
+    start([&] {
+        EXPECT_EQ(pthread_rwlock_tryrdlock(&lock), 0);
+        EXPECT_EQ(pthread_rwlock_unlock(&lock), 0);
+        EXPECT_EQ(pthread_rwlock_trywrlock(&lock), EBUSY);
+    });
+    join();
+    EXPECT_EQ(pthread_rwlock_unlock(&lock), 0);
+    EXPECT_EQ(pthread_rwlock_trywrlock(&lock), 0);
+    start([&] { EXPECT_EQ(pthread_rwlock_tryrdlock(&lock), EBUSY); });
+    join();
+    EXPECT_EQ(pthread_rwlock_unlock(&lock), 0);
+    EXPECT_EQ(clock.now(), 0);
+}
+
+TEST_F(ReadWriteLocks, TimedLocksGiveUpAtTheirTimeOrHaveItBefore) {
+    pthread_rwlock_wrlock(&lock);
+    start([&] {
+        EXPECT_EQ(read_for(10), ETIMEDOUT);
+        say("not read");
+        EXPECT_EQ(write_for(10), ETIMEDOUT);
+        say("not written");
+        EXPECT_EQ(read_for(1000), 0);
+        say("read");
+        pthread_rwlock_unlock(&lock);
+        EXPECT_EQ(write_for(1000), 0);
+        say("written");
+        pthread_rwlock_unlock(&lock);
+    });
+    ::usleep(50);
+    pthread_rwlock_unlock(&lock);
+    join();
+    EXPECT_EQ(said, (Lines{"10 not read", "20 not written", "50 read", "50 written"}));
+}
+
+TEST_F(ReadWriteLocks, TimedLocksMayBeGivenEitherClock) {
+    pthread_rwlock_wrlock(&lock);
+    start([&] {
+        for (const clockid_t id : {CLOCK_REALTIME, CLOCK_MONOTONIC}) {
+            timespec until = in(id, 20);
+            EXPECT_EQ(pthread_rwlock_clockrdlock(&lock, id, &until), ETIMEDOUT);
+            until = in(id, 20);
+            EXPECT_EQ(pthread_rwlock_clockwrlock(&lock, id, &until), ETIMEDOUT);
+        }
+    });
+    join();
+    EXPECT_EQ(clock.now(), 80);
+    pthread_rwlock_unlock(&lock);
+}
+
+TEST_F(ReadWriteLocks, RefuseOtherClocksAndTimesThatAreNone) {
+    const timespec late{0, 1'000'000'000};
+    EXPECT_EQ(pthread_rwlock_timedrdlock(&lock, &late), EINVAL);
+    EXPECT_EQ(pthread_rwlock_timedwrlock(&lock, &late), EINVAL);
+    const timespec until = in(CLOCK_REALTIME, 20);
+    EXPECT_EQ(pthread_rwlock_clockrdlock(&lock, CLOCK_BOOTTIME, &until), EINVAL);
+    EXPECT_EQ(pthread_rwlock_clockwrlock(&lock, CLOCK_BOOTTIME, &until), EINVAL);
+}
+
+TEST_F(ReadWriteLocks, AWriterThatAsksAgainIsToldThatItWouldWaitForItself) {
+    pthread_rwlock_wrlock(&lock);
+    EXPECT_EQ(pthread_rwlock_rdlock(&lock), EDEADLK);
+    EXPECT_EQ(pthread_rwlock_wrlock(&lock), EDEADLK);
+    EXPECT_EQ(read_for(10), EDEADLK);
+    EXPECT_EQ(write_for(10), EDEADLK);
+    EXPECT_EQ(clock.now(), 0);
+    pthread_rwlock_unlock(&lock);
+}
+
+// A reader at 0..100, a writer from 10 on, a second reader at 20.
+TEST_F(ReadWriteLocks, AWaitingWriterHoldsBackReadersOnlyWhereTheLockPrefersWriters) {
+    const auto run = [this](int kind) {
+        pthread_rwlockattr_t attributes;
+        pthread_rwlockattr_init(&attributes);
+        pthread_rwlockattr_setkind_np(&attributes, kind);
+        pthread_rwlock_init(&lock, &attributes);
+        pthread_rwlockattr_destroy(&attributes);
+        said.clear();
+        start([this] {
+            ::usleep(10);
+            pthread_rwlock_wrlock(&lock);
+            said.emplace_back("written");
+            pthread_rwlock_unlock(&lock);
+        });
+        start([this] {
+            ::usleep(20);
+            pthread_rwlock_rdlock(&lock);
+            said.emplace_back("read");
+            pthread_rwlock_unlock(&lock);
+        });
+        pthread_rwlock_rdlock(&lock);
+        ::usleep(100);
+        pthread_rwlock_unlock(&lock);
+        join();
+        pthread_rwlock_destroy(&lock);
+    };
+    run(PTHREAD_RWLOCK_PREFER_READER_NP);
+    EXPECT_EQ(said, (Lines{"read", "written"}));
+    run(PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP);
+    EXPECT_EQ(said, (Lines{"written", "read"}));
+}
+
+TEST_F(ReadWriteLocks, AWriterThatGivesUpLetsTheReadersIn) {
+    pthread_rwlockattr_t attributes;
+    pthread_rwlockattr_init(&attributes);
+    pthread_rwlockattr_setkind_np(&attributes, PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP);
+    pthread_rwlock_init(&lock, &attributes);
+    pthread_rwlockattr_destroy(&attributes);
+    pthread_rwlock_rdlock(&lock);
+    start([&] { EXPECT_EQ(write_for(30), ETIMEDOUT); });
+    start([&] {
+        ::usleep(10);
+        EXPECT_EQ(pthread_rwlock_tryrdlock(&lock), EBUSY);
+        EXPECT_EQ(pthread_rwlock_rdlock(&lock), 0);
+        say("read");
+        pthread_rwlock_unlock(&lock);
+    });
+    join();
+    pthread_rwlock_unlock(&lock);
+    EXPECT_EQ(said, Lines{"30 read"});
+    pthread_rwlock_destroy(&lock);
+}
+
+// --- Spin locks ----------------------------------------------------------------------------------------------
+
+TEST_F(ThreadLocks, ASpinLockIsWaitedForInVirtualTimeToo) {
+    pthread_spinlock_t spin;
+    pthread_spin_init(&spin, PTHREAD_PROCESS_PRIVATE);
+    EXPECT_EQ(pthread_spin_lock(&spin), 0);
+    start([&] {
+        EXPECT_EQ(pthread_spin_trylock(&spin), EBUSY);
+        EXPECT_EQ(pthread_spin_lock(&spin), 0);
+        say("has it");
+        EXPECT_EQ(pthread_spin_unlock(&spin), 0);
+    });
+    ::usleep(40);
+    EXPECT_EQ(pthread_spin_unlock(&spin), 0);
+    join();
+    EXPECT_EQ(pthread_spin_trylock(&spin), 0);
+    EXPECT_EQ(said, Lines{"40 has it"});
+    pthread_spin_unlock(&spin);
+    pthread_spin_destroy(&spin);
+}
+
+// --- Semaphores ----------------------------------------------------------------------------------------------
+
+TEST_F(ThreadLocks, ASemaphoreIsTriedWithoutWaiting) {
+    sem_t semaphore;
+    sem_init(&semaphore, 0, 1);
+    EXPECT_EQ(sem_trywait(&semaphore), 0);
+    EXPECT_EQ(sem_trywait(&semaphore), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(clock.now(), 0);
+    sem_destroy(&semaphore);
+}
+
+TEST_F(ThreadLocks, ASemaphoreMayBeWaitedForOnEitherClock) {
+    sem_t semaphore;
+    sem_init(&semaphore, 0, 0);
+    timespec until = in(CLOCK_MONOTONIC, 30);
+    EXPECT_EQ(sem_clockwait(&semaphore, CLOCK_MONOTONIC, &until), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 30);
+    until = in(CLOCK_REALTIME, 30);
+    EXPECT_EQ(sem_clockwait(&semaphore, CLOCK_REALTIME, &until), -1);
+    EXPECT_EQ(clock.now(), 60);
+    EXPECT_EQ(sem_clockwait(&semaphore, CLOCK_BOOTTIME, &until), -1);
+    EXPECT_EQ(errno, EINVAL);
+    until.tv_nsec = -1;
+    EXPECT_EQ(sem_clockwait(&semaphore, CLOCK_REALTIME, &until), -1);
+    EXPECT_EQ(errno, EINVAL);
+    start([&] {
+        ::usleep(10);
+        sem_post(&semaphore);
+    });
+    until = in(CLOCK_MONOTONIC, 30);
+    EXPECT_EQ(sem_clockwait(&semaphore, CLOCK_MONOTONIC, &until), 0);
+    EXPECT_EQ(clock.now(), 70);
+    join();
+    sem_destroy(&semaphore);
+}
+
+TEST_F(ThreadLocks, ANamedSemaphoreIsTheSameByItsName) {
+    const std::string name = "/thread_locks_test." + std::to_string(::getpid());
+    sem_t* mine = sem_open(name.c_str(), O_CREAT | O_EXCL, 0600, 0);
+    ASSERT_NE(mine, SEM_FAILED);
+    start([&] {
+        sem_t* same = sem_open(name.c_str(), 0);
+        ASSERT_NE(same, SEM_FAILED);
+        ::usleep(25);
+        EXPECT_EQ(sem_post(same), 0);
+        sem_close(same);
+    });
+    EXPECT_EQ(sem_wait(mine), 0);
+    EXPECT_EQ(clock.now(), 25);
+    join();
+    sem_close(mine);
+    sem_unlink(name.c_str());
 }
 
 TEST_F(ThreadLocks, ASemaphoreIsWaitedForUntilItIsPosted) {

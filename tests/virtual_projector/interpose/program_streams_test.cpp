@@ -1,4 +1,4 @@
-#include "virtual_projector/interpose/board_streams.h"
+#include "virtual_projector/interpose/program_streams.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,14 @@
-#include "virtual_projector/interpose/board_streams.h"
+#include "virtual_projector/interpose/program_streams.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <map>
 #include <memory>
+#include <mutex>
+
+#include "virtual_projector/clock/reentrancy_guard.h"
 
 namespace vp {
 namespace {
@@ -11,7 +16,17 @@ namespace {
 struct Cookie {
     int descriptor;
     DescriptorCalls calls;
+    FILE* stream = nullptr;
 };
+
+// The streams that are open, under a lock of their own: they are asked for on any thread.
+std::mutex streams_lock;
+std::map<FILE*, int>& streams() {
+    static auto* open = new std::map<FILE*, int>;
+    return *open;
+}
+
+FILE* first_standard_input = nullptr;  // as the C library made it; null: it is read as ever
 
 ssize_t read_cookie(void* cookie, char* buffer, std::size_t count) {
     const Cookie& stream = *static_cast<Cookie*>(cookie);
@@ -27,6 +42,11 @@ ssize_t write_cookie(void* cookie, const char* buffer, std::size_t count) {
 
 int close_cookie(void* cookie) {
     const std::unique_ptr<Cookie> stream(static_cast<Cookie*>(cookie));
+    {
+        const ReentrancyGuard guard;
+        const std::lock_guard<std::mutex> lock(streams_lock);
+        streams().erase(stream->stream);
+    }
     return stream->calls.close(stream->descriptor);
 }
 
@@ -55,10 +75,36 @@ std::optional<int> flags_of_mode(const char* mode) {
 
 FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls) {
     const cookie_io_functions_t functions = {read_cookie, write_cookie, nullptr, close_cookie};
+    const ReentrancyGuard guard;
     auto cookie = std::make_unique<Cookie>(Cookie{descriptor, calls});
     FILE* stream = ::fopencookie(cookie.get(), mode, functions);
-    if (stream != nullptr) (void)cookie.release();  // closing the stream deletes it
+    if (stream == nullptr) return nullptr;
+    cookie->stream = stream;
+    (void)cookie.release();  // closing the stream deletes it
+    const std::lock_guard<std::mutex> lock(streams_lock);
+    streams()[stream] = descriptor;
     return stream;
+}
+
+std::optional<int> descriptor_of(FILE* stream) {
+    const ReentrancyGuard guard;
+    const std::lock_guard<std::mutex> lock(streams_lock);
+    const auto found = streams().find(stream);
+    if (found == streams().end()) return std::nullopt;
+    return found->second;
+}
+
+// A terminal's lines come one by one, and what was printed before is to be seen by then.
+void take_over_standard_input(const DescriptorCalls& calls) {
+    FILE* const own = stream_on(STDIN_FILENO, "r", calls);
+    if (own == nullptr) return;
+    if (::isatty(STDIN_FILENO) != 0) (void)::setvbuf(own, nullptr, _IOLBF, BUFSIZ);
+    first_standard_input = stdin;
+    stdin = own;
+}
+
+FILE* actual_stream(FILE* stream) {
+    return first_standard_input != nullptr && stream == first_standard_input ? stdin : stream;
 }
 
 }  // namespace vp

@@ -1,4 +1,5 @@
-// stdio streams on the board's nodes.
+// stdio streams whose reads and writes the machine is to see: on the board's nodes, and on pipes, sockets and
+// terminals, whose readers wait in virtual time.
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_BOARD_STREAMS_H
 
@@ -23,6 +24,14 @@ struct DescriptorCalls {
 /// A stream over an open descriptor of a node, which it closes at its end. errno after a failed read, write
 /// or close is the node's. Null when there is no memory.
 FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls);
+
+/// The descriptor of such a stream; nothing for another.
+std::optional<int> descriptor_of(FILE* stream);
+
+/// Lets reads from standard input go this way, too, also those of whoever kept the pointer from before.
+void take_over_standard_input(const DescriptorCalls& calls);
+/// The stream that is to be read in place of this one.
+FILE* actual_stream(FILE* stream);
 
 }  // namespace vp
 

@@ -1,0 +1,23 @@
+// The processes that the program has started: which of them still run.
+#ifndef VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_CHILDREN_H
+#define VIRTUAL_PROJECTOR_INTERPOSE_PROGRAM_CHILDREN_H
+
+#include <sys/types.h>
+
+#include <vector>
+
+namespace vp {
+
+class ProgramChildren {
+public:
+    void note(pid_t child);
+    /// Those that have not ended yet.
+    const std::vector<pid_t>& running();
+
+private:
+    std::vector<pid_t> running_;
+};
+
+}  // namespace vp
+
+#endif

@@ -1,0 +1,297 @@
+#include "virtual_projector/interpose/program_io.h"
+
+#include <aio.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <tuple>
+#include <vector>
+
+#include "virtual_projector/interpose/program_time.h"
+#include "virtual_projector/interpose/real_calls.h"
+
+namespace vp {
+namespace {
+
+constexpr Microseconds retry_interval_us = 1000;
+constexpr long aio_settling_ns = 50'000'000;  // far more than a page of a file takes
+
+bool is_ready(int descriptor, short events) {
+    pollfd one = {descriptor, events, 0};
+    return real::poll(&one, 1, 0) != 0;
+}
+
+// What a pipe that takes anything takes at once.
+long write_piece(int descriptor, const char* bytes, std::size_t count) {
+    const ssize_t written = real::write(descriptor, bytes, std::min(count, std::size_t{PIPE_BUF}));
+    return written < 0 ? -errno : written;
+}
+
+bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOCK; }
+
+}  // namespace
+
+bool ProgramIo::FifoEnd::operator<(const FifoEnd& other) const {
+    return std::tie(device, file, access) < std::tie(other.device, other.file, other.access);
+}
+
+ProgramIo::ProgramIo(Clock& clock, ProgramWaits& waits, DescriptorKinds& kinds, DescriptorWaits& descriptors,
+                     Recorder& recorder)
+    : clock_(clock), waits_(waits), kinds_(kinds), descriptors_(descriptors), recorder_(recorder) {}
+
+bool ProgramIo::is_nonblocking(int descriptor) const {
+    const int flags = real::fcntl(descriptor, F_GETFL);
+    return flags >= 0 && (flags & O_NONBLOCK) != 0;
+}
+
+Microseconds ProgramIo::socket_deadline(int descriptor, short events) {
+    if (kinds_.kind_of(descriptor) != DescriptorKind::socket) return no_deadline;
+    timeval time{};
+    socklen_t length = sizeof time;
+    const int option = (events & POLLIN) != 0 ? SO_RCVTIMEO : SO_SNDTIMEO;
+    if (::getsockopt(descriptor, SOL_SOCKET, option, &time, &length) != 0) return no_deadline;
+    const Microseconds limit = static_cast<Microseconds>(time.tv_sec) * microseconds_per_second + time.tv_usec;
+    return limit == 0 ? no_deadline : clock_.now() + limit;
+}
+
+// --- Waiting ---------------------------------------------------------------------------------------------
+
+std::optional<long> ProgramIo::await(int descriptor, short events) {
+    if (!clock_.is_virtual() || kinds_.kind_of(descriptor) == DescriptorKind::never_waits) return std::nullopt;
+    if (is_ready(descriptor, events)) return std::nullopt;
+    return await(descriptor, events, socket_deadline(descriptor, events));
+}
+
+std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds deadline) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    clock_.scheduler().touch();
+    if (is_nonblocking(descriptor)) return std::nullopt;  // the kernel says that it would wait
+    bool was_outside = false;
+    while (!is_ready(descriptor, events)) {
+        was_outside = was_outside || kinds_.leads_outside(descriptor);
+        const WaitEnd end = descriptors_.wait({{descriptor, events, 0}}, deadline);
+        if (end == WaitEnd::timed_out && !is_ready(descriptor, events)) return -EAGAIN;
+        const bool restarts = waits_.is_to_restart() && deadline == no_deadline;
+        if (end == WaitEnd::interrupted && !restarts) return -EINTR;
+    }
+    if (was_outside) recorder_.record_outside(kinds_.describe(descriptor));
+    return std::nullopt;
+}
+
+// --- Writing ---------------------------------------------------------------------------------------------
+
+// A pipe that takes anything takes a page, which the kernel writes as a whole; a terminal takes what it takes.
+std::optional<long> ProgramIo::write(int descriptor, const void* buffer, std::size_t count) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    const DescriptorKind kind = kinds_.kind_of(descriptor);
+    const auto* bytes = static_cast<const char*>(buffer);
+    switch (kind) {
+        case DescriptorKind::pipe:
+            if (count > PIPE_BUF && !is_nonblocking(descriptor))
+                return write_in_pieces(descriptor, bytes, count);
+            return await(descriptor, POLLOUT);
+        case DescriptorKind::socket:
+            descriptors_.note_use(descriptor);
+            return send(descriptor, 0, count, [=](std::size_t done, int flags) -> long {
+                const ssize_t sent = real::send(descriptor, bytes + done, count - done, flags);
+                return sent < 0 ? -errno : sent;
+            });
+        case DescriptorKind::terminal:
+            descriptors_.note_terminal_write();
+            return await(descriptor, POLLOUT);
+        case DescriptorKind::other:
+            return await(descriptor, POLLOUT);
+        case DescriptorKind::never_waits:
+        case DescriptorKind::unknown:
+            break;
+    }
+    return std::nullopt;
+}
+
+long ProgramIo::write_in_pieces(int descriptor, const char* bytes, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const std::optional<long> failure = await(descriptor, POLLOUT);
+        const long result = failure ? *failure : write_piece(descriptor, bytes + done, count - done);
+        if (result < 0) return done > 0 ? static_cast<long>(done) : result;
+        done += static_cast<std::size_t>(result);
+    }
+    return static_cast<long>(done);
+}
+
+std::optional<long> ProgramIo::write(int descriptor, const iovec* pieces, int count) {
+    if (!clock_.is_virtual() || kinds_.kind_of(descriptor) == DescriptorKind::never_waits) return std::nullopt;
+    std::size_t whole = 0;
+    for (int i = 0; i < count; ++i) whole += pieces[i].iov_len;
+    const bool is_stream = kinds_.kind_of(descriptor) == DescriptorKind::pipe;
+    if (!is_stream || whole <= PIPE_BUF || is_nonblocking(descriptor)) {
+        descriptors_.note_use(descriptor);
+        return await(descriptor, POLLOUT);
+    }
+    long done = 0;
+    for (int i = 0; i < count; ++i) {
+        const long result =
+            write_in_pieces(descriptor, static_cast<const char*>(pieces[i].iov_base), pieces[i].iov_len);
+        if (result < 0) return done > 0 ? done : result;
+        done += result;
+        if (static_cast<std::size_t>(result) < pieces[i].iov_len) break;
+    }
+    return done;
+}
+
+// --- Sockets ---------------------------------------------------------------------------------------------
+
+std::optional<long> ProgramIo::receive(int socket, int flags, std::size_t wanted,
+                                       const std::function<long(std::size_t, int)>& call) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    const bool at_once = (flags & MSG_DONTWAIT) != 0 || is_nonblocking(socket);
+    const bool whole = (flags & MSG_WAITALL) != 0 && (flags & MSG_PEEK) == 0;
+    const Microseconds deadline = at_once ? no_deadline : socket_deadline(socket, POLLIN);
+    std::size_t done = 0;
+    for (;;) {
+        const long result = call(done, (flags & ~MSG_WAITALL) | MSG_DONTWAIT);
+        if (result > 0) done += static_cast<std::size_t>(result);
+        if (result > 0 && whole && !at_once && done < wanted) continue;
+        if (result >= 0) return done > 0 ? static_cast<long>(done) : result;
+        if (!would_wait(result)) return done > 0 ? static_cast<long>(done) : result;
+        if (at_once) {
+            clock_.scheduler().touch();
+            return done > 0 ? static_cast<long>(done) : result;
+        }
+        if (const auto failure = await(socket, POLLIN, deadline)) {
+            return done > 0 ? static_cast<long>(done) : *failure;
+        }
+    }
+}
+
+std::optional<long> ProgramIo::send(int socket, int flags, std::size_t wanted,
+                                    const std::function<long(std::size_t, int)>& call) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    descriptors_.note_use(socket);
+    const bool at_once = (flags & MSG_DONTWAIT) != 0 || is_nonblocking(socket);
+    const Microseconds deadline = at_once ? no_deadline : socket_deadline(socket, POLLOUT);
+    std::size_t done = 0;
+    for (;;) {
+        const long result = call(done, flags | MSG_DONTWAIT);
+        if (result > 0) done += static_cast<std::size_t>(result);
+        if (result >= 0 && (at_once || done >= wanted || result == 0)) return static_cast<long>(done);
+        if (result >= 0) continue;
+        if (!would_wait(result) || at_once) {
+            if (at_once) clock_.scheduler().touch();
+            return done > 0 ? static_cast<long>(done) : result;
+        }
+        if (const auto failure = await(socket, POLLOUT, deadline)) {
+            return done > 0 ? static_cast<long>(done) : *failure;
+        }
+    }
+}
+
+std::optional<long> ProgramIo::connect(int socket, const sockaddr* address, socklen_t length) {
+    if (!clock_.is_virtual() || is_nonblocking(socket)) return std::nullopt;
+    const int flags = real::fcntl(socket, F_GETFL);
+    if (flags < 0) return -errno;
+    (void)real::fcntl(socket, F_SETFL, flags | O_NONBLOCK);
+    const Microseconds deadline = socket_deadline(socket, POLLOUT);
+    long result = retry("connection", deadline,
+                        [&]() -> long { return real::connect(socket, address, length) == 0 ? 0 : -errno; });
+    (void)real::fcntl(socket, F_SETFL, flags);
+    if (result != -EINPROGRESS) return result;
+    if (const auto failure = await(socket, POLLOUT, deadline)) {
+        return *failure == -EAGAIN ? -EINPROGRESS : *failure;
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -errno;
+    return -error;
+}
+
+long ProgramIo::retry(const char* what, Microseconds deadline, const std::function<long()>& attempt) {
+    for (;;) {
+        const long result = attempt();
+        if (!would_wait(result)) return result;
+        const Microseconds now = clock_.now();
+        if (deadline != no_deadline && now >= deadline) return result;
+        const Microseconds next = now + retry_interval_us;
+        const WaitEnd end = waits_.wait({Wait::Kind::descriptor, nullptr, what},
+                                        deadline == no_deadline ? next : std::min(next, deadline));
+        if (end == WaitEnd::interrupted && !waits_.is_to_restart()) return -EINTR;
+    }
+}
+
+ssize_t send_rest(int socket, const msghdr& message, std::size_t done, int flags) {
+    std::vector<iovec> pieces;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(message.msg_iovlen); ++i) {
+        const iovec& piece = message.msg_iov[i];
+        const std::size_t skipped = std::min(done, piece.iov_len);
+        done -= skipped;
+        pieces.push_back({static_cast<char*>(piece.iov_base) + skipped, piece.iov_len - skipped});
+    }
+    msghdr rest{};
+    rest.msg_iov = pieces.data();
+    rest.msg_iovlen = pieces.size();
+    return real::sendmsg(socket, &rest, flags);
+}
+
+// --- Asynchronous requests -------------------------------------------------------------------------------
+
+std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int count, const timespec* length) {
+    if (!clock_.is_virtual()) return std::nullopt;
+    clock_.scheduler().touch();
+    const auto look = [&]() -> long {
+        bool is_under_way = false;
+        for (int i = 0; i < count; ++i) {
+            if (requests[i] == nullptr) continue;
+            if (::aio_error(requests[i]) != EINPROGRESS) return 0;
+            const short events = requests[i]->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
+            is_under_way = is_under_way || is_ready(requests[i]->aio_fildes, events);
+        }
+        if (!is_under_way) return -EAGAIN;
+        const timespec a_while = {0, aio_settling_ns};
+        return real::aio_suspend(requests, count, &a_while) == 0 ? 0 : -EAGAIN;
+    };
+    const Microseconds deadline =
+        length == nullptr ? no_deadline : clock_.now() + ProgramTime::microseconds_of(*length);
+    return retry("asynchronous request", deadline, look);
+}
+
+// --- FIFOs -----------------------------------------------------------------------------------------------
+
+// The kernel lets a reader in at once when it asks so, and a writer when there is a reader. A reader then waits
+// until a writer of the program's own has come, or the bytes of another's.
+std::optional<long> ProgramIo::open_fifo(const char* path, int flags) {
+    struct stat status {};
+    const int access = flags & O_ACCMODE;
+    if (!clock_.is_virtual() || (flags & (O_NONBLOCK | O_PATH)) != 0 || access == O_RDWR) return std::nullopt;
+    if (::stat(path, &status) != 0 || !S_ISFIFO(status.st_mode)) return std::nullopt;
+    clock_.scheduler().touch();
+    const FifoEnd own = {status.st_dev, status.st_ino, access};
+    const FifoEnd other = {status.st_dev, status.st_ino, access == O_RDONLY ? O_WRONLY : O_RDONLY};
+    const long descriptor = retry("FIFO's reader", no_deadline, [&]() -> long {
+        const int opened = real::open(path, flags | O_NONBLOCK);
+        if (opened >= 0) return opened;
+        return errno == ENXIO ? -EAGAIN : -errno;
+    });
+    if (descriptor < 0) return descriptor;
+    const int end = static_cast<int>(descriptor);
+    (void)real::fcntl(end, F_SETFL, flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_NOCTTY));
+    kinds_.forget(end);
+    if (access == O_WRONLY) {
+        ++fifo_ends_[own];
+        return end;
+    }
+    const int writers_before = fifo_ends_[other];
+    const long met = retry("FIFO's writer", no_deadline, [&]() -> long {
+        return fifo_ends_[other] > writers_before || is_ready(end, POLLIN) ? 0 : -EAGAIN;
+    });
+    if (met == 0) return end;
+    (void)real::close(end);
+    return met;
+}
+
+}  // namespace vp

@@ -1,0 +1,24 @@
+#include "virtual_projector/interpose/program_waits.h"
+
+namespace vp {
+
+WaitEnd ProgramWaits::with_handlers_run(WaitEnd end) {
+    if (end == WaitEnd::interrupted) (void)signals_.raise_own();
+    return end;
+}
+
+WaitEnd ProgramWaits::wait(const Wait& reason, Microseconds deadline) {
+    return with_handlers_run(clock_.scheduler().wait(reason, deadline));
+}
+
+WaitEnd ProgramWaits::sleep_until(Microseconds time) { return with_handlers_run(clock_.sleep_until(time)); }
+
+WaitEnd ProgramWaits::wait_for_device(const std::string& what, Microseconds deadline) {
+    return with_handlers_run(clock_.wait_for_device(what, deadline));
+}
+
+WaitEnd ProgramWaits::wait_for_end(ScheduledThread* thread, Microseconds deadline) {
+    return with_handlers_run(clock_.scheduler().wait_for_end(thread, deadline));
+}
+
+}  // namespace vp

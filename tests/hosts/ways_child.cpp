@@ -21,8 +21,6 @@ extern "C" {
 #include <sys/pidfd.h>
 }
 
-extern char** environ;
-
 namespace {
 
 using namespace ways;

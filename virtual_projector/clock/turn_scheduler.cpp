@@ -165,7 +165,7 @@ void TurnScheduler::hand_over(ScheduledThread& next) {
 ScheduledThread& TurnScheduler::next_to_run(const ScheduledThread& running, Point kind) {
     while (ready_.empty()) {
         const bool nothing_to_come = !time_.timers().next_time().has_value();
-        if (idle_handler_ && idle_handler_(nothing_to_come)) continue;
+        if (idle_handler_ && (idle_handler_(nothing_to_come) || !ready_.empty())) continue;
         if (!time_.advance(time_out_)) end_stuck();
     }
     return take_chosen(running, kind);

@@ -194,7 +194,7 @@ ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Poi
         take_back_returned();
         if (!ready_.empty()) return &take_chosen(running, kind);
         const std::optional<Microseconds> next_time = time_.timers().next_time();
-        if (idle_handler_ && idle_handler_(!next_time)) continue;
+        if (idle_handler_ && (idle_handler_(!next_time) || !ready_.empty())) continue;
         if (!next_time && leave_to_nobody()) return nullptr;
         if (is_idle_for_good())
             end_stuck("Only the library's own loops have run since " + format_seconds(last_work_) +

@@ -124,8 +124,13 @@ bool DescriptorWaits::look(bool nothing_to_come) {
     (void)look_for_real(settle && !woken ? terminal_settling_ms : 0);
     woken = wake_ready() || woken;
     if (woken) return true;
+    const bool had_children = children_.has_any();
     const int held = time_to_hold(nothing_to_come);
-    return held != 0 && hold(held);
+    if (held != 0) return hold(held);
+    // A child may have written, and ended, since that look.
+    if (!had_children) return false;
+    (void)look_for_real(0);
+    return wake_ready();
 }
 
 int DescriptorWaits::look_for_real(int milliseconds) {
@@ -173,7 +178,9 @@ int DescriptorWaits::time_to_hold(bool nothing_to_come) {
         if (time == 0) continue;
         longest = longest == 0 ? time : shorter(longest, time);
     }
-    if (longest == 0 && nothing_to_come && anything_outside) return child_interval_ms;
+    // Of a child that just executes something, what it holds cannot be seen.
+    const bool may_come = anything_outside || !children.empty();
+    if (longest == 0 && nothing_to_come && may_come) return child_interval_ms;
     return longest;
 }
 

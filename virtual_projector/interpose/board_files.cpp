@@ -72,6 +72,14 @@ std::optional<long> BoardFiles::open(const char* path, int flags) {
     return result;
 }
 
+std::optional<long> BoardFiles::look_up(const char* path) const {
+    if (!DeviceTable::is_board_path(path)) return std::nullopt;
+    const WorldLock lock(clock_);
+    return devices_.find(path) != nullptr ? 0 : -ENOENT;
+}
+
+bool BoardFiles::is_attribute(const char* path) { return std::strncmp(path, "/sys/", 5) == 0; }
+
 long BoardFiles::open_device(const std::string& path, int flags) {
     const WorldLock lock(clock_);
     Device* device = devices_.find(path);

@@ -34,6 +34,11 @@ public:
     std::optional<long> request(int descriptor, std::uint32_t number, void* argument);
     std::optional<long> close(int descriptor);
 
+    /// Whether there is a node at that path: 0 or -ENOENT; nothing when it is none of the board's.
+    std::optional<long> look_up(const char* path) const;
+    /// True of a path to an attribute, a file; false: to a device.
+    static bool is_attribute(const char* path);
+
     bool is_boards(int descriptor) { return find(descriptor).has_value(); }
     /// The board's descriptor `from` has got a copy, as dup makes it, or `to` has been replaced by another's.
     void copy(int from, int to);

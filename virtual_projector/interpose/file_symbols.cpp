@@ -171,6 +171,14 @@ int fileno(FILE* stream) noexcept {
     return ours ? *ours : real::fileno(stream);
 }
 
+int setvbuf(FILE* stream, char* buffer, int mode, size_t size) noexcept {
+    return mode == _IONBF && vp::is_read_only(stream) ? 0 : real::setvbuf(stream, buffer, mode, size);
+}
+
+void setbuf(FILE* stream, char* buffer) noexcept {
+    (void)setvbuf(stream, buffer, buffer == nullptr ? _IONBF : _IOFBF, BUFSIZ);
+}
+
 int fileno_unlocked(FILE* stream) noexcept { return fileno(stream); }
 
 // The C library's streams with functions of their own know no wide characters.
@@ -354,7 +362,7 @@ int flock(int descriptor, int operation) noexcept {
     return answer<int>(
         [&](Machine& m) -> std::optional<long> {
             if (!m.is_virtual() || (operation & LOCK_NB) != 0) return std::nullopt;
-            return m.io().retry("file lock", vp::no_deadline, [&]() -> long {
+            return m.io().retry_beside_children("file lock", [&]() -> long {
                 return real::flock(descriptor, operation | LOCK_NB) == 0 ? 0 : -errno;
             });
         },
@@ -365,7 +373,7 @@ int lockf(int descriptor, int command, off_t length) {
     return answer<int>(
         [&](Machine& m) -> std::optional<long> {
             if (!m.is_virtual() || command != F_LOCK) return std::nullopt;
-            return m.io().retry("file lock", vp::no_deadline, [&]() -> long {
+            return m.io().retry_beside_children("file lock", [&]() -> long {
                 const int result = real::lockf(descriptor, F_TLOCK, length);
                 return result == 0 ? 0 : (errno == EACCES ? -EAGAIN : -errno);
             });

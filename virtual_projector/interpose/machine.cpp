@@ -27,7 +27,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       threads_(clock, signals_, faults, recorder_),
       locks_(clock.scheduler(), waits_, time_),
       timers_(clock, time_, signals_, threads_, kinds_),
-      io_(clock, waits_, kinds_, descriptors_, recorder_),
+      io_(clock, waits_, kinds_, descriptors_, children_, recorder_),
       chance_(clock),
       child_calls_(clock, waits_, signals_, descriptors_, children_, recorder_),
       barriers_(clock.scheduler(), waits_),

@@ -193,6 +193,7 @@ inline Call<ssize_t(int, off64_t*, int, off64_t*, size_t, unsigned)> splice{"spl
 inline Call<ssize_t(int, int, size_t, unsigned)> tee{"tee"};
 inline Call<int(int, aiocb* const*, int, sigevent*)> lio_listio{"lio_listio"};
 inline Call<wint_t(FILE*)> fgetwc{"fgetwc"};
+inline Call<int(FILE*, char*, int, size_t)> setvbuf{"setvbuf"};
 inline Call<int(FILE*)> getc{"getc"};
 inline Call<int(int, FILE*)> ungetc{"ungetc"};
 inline Call<size_t(void*, size_t, size_t, FILE*)> fread{"fread"};

@@ -61,6 +61,7 @@ constexpr std::int64_t plain_pc_slack_ns = 200 * ns_per_ms;
 std::int64_t early_ns = 1 * ns_per_us;
 constexpr std::int64_t plain_pc_early_ns = 50 * ns_per_ms;
 bool plain_pc = false;
+std::int64_t start_ns = 0;
 
 std::mutex failures_lock;
 std::vector<std::string> failures;
@@ -126,6 +127,8 @@ std::int64_t now_ns(clockid_t clock) {
     worked("clock_gettime", clock_gettime(clock, &time));
     return to_ns(time);
 }
+
+std::int64_t since_start_ns() { return now_ns() - start_ns; }
 
 timespec moment_ahead(clockid_t clock, std::int64_t ns) { return to_timespec(now_ns(clock) + ns); }
 
@@ -348,6 +351,7 @@ int run(const Way& way, bool with_library) {
 }  // namespace
 
 int main(int count, char** words) {
+    start_ns = now_ns();
     const CommandLine line = command_line_of(count, words);
     if (line.words.size() == 1 && line.words[0] == "list") return list();
     if (line.words.size() == 2 && line.words[0] == "run") {

@@ -53,6 +53,8 @@ timeval to_timeval(std::int64_t ns);
 std::int64_t to_ns(const timespec& time);
 std::int64_t to_ns(const timeval& time);
 std::int64_t now_ns(clockid_t clock = CLOCK_MONOTONIC);
+/// How long ago the program began.
+std::int64_t since_start_ns();
 /// The moment that is so far ahead, by this clock.
 timespec moment_ahead(clockid_t clock, std::int64_t ns);
 

@@ -21,11 +21,11 @@ namespace {
 
 using namespace ways;
 
-// tests/hosts/ways.json presses a key and lets it go at this time.
+// tests/hosts/ways.json presses a key and lets it go so long after the start.
 constexpr std::int64_t key_ns = 40 * ns_per_second;
 constexpr int key_code = 28;
 constexpr const char* key_path = "/dev/input/event6";
-constexpr const char* motor_path = "/sys/class/motor/steps_number";
+constexpr const char* motor_path = "/sys/class/motor/pos";
 
 // As the board's 32-bit system has it.
 struct KeyEvent {
@@ -41,7 +41,7 @@ Descriptor keys() { return Descriptor(open(key_path, O_RDONLY | O_CLOEXEC)); }
 // A wait from the way's start until the key is pressed.
 template <typename Calls>
 void takes_until_the_key(const char* name, Calls calls) {
-    const std::int64_t expected = key_ns - now_ns();
+    const std::int64_t expected = key_ns - since_start_ns();
     const Stopwatch watch;
     calls();
     watch.expect(name, expected);
@@ -138,7 +138,7 @@ WAY(board_key_pipe_and_timer_in_one_set, Kind::board) {
         worked("epoll_ctl", epoll_ctl(set, EPOLL_CTL_ADD, one, &event));
     }
     const Stopwatch watch;
-    const std::int64_t key_after = key_ns - now_ns();
+    const std::int64_t key_after = key_ns - since_start_ns();
     epoll_event event{};
     same("epoll_wait", epoll_wait(set, &event, 1, -1), 1);
     same("the first is the pipe", event.data.fd, pipe.in);
@@ -211,7 +211,7 @@ WAY(board_key_as_a_stream, Kind::board) {
 
 WAY(board_attribute_as_streams, Kind::board) {
     takes_no_time("an attribute", [] {
-        FILE* const stream = fopen("/sys/class/motor/steps_number", "r");
+        FILE* const stream = fopen(motor_path, "r");
         if (stream == nullptr) return fail("fopen failed");
         const int descriptor = fileno(stream);
         check(descriptor >= 0, "the stream has no descriptor");
@@ -285,4 +285,40 @@ WAY(board_attribute_as_a_cpp_stream, Kind::board) {
     std::string text;
     check(static_cast<bool>(std::getline(stream, text)), "nothing to read");
     sleep_ns(wait_ns());
+}
+
+WAY(board_node_below_a_folder, Kind::board) {
+    const Descriptor root(open("/", O_RDONLY | O_DIRECTORY));
+    const Descriptor key(openat(root, key_path, O_RDONLY));
+    takes_until_the_key("read", [&] { expect_key(key, 1); });
+}
+
+WAY(board_request_that_the_driver_does_not_know, Kind::board) {
+    const Descriptor key = keys();
+    int count = 0;
+    takes_no_time("requests", [&] {
+        failed_with("ioctl", ioctl(key, FIONREAD, &count), ENOTTY);
+        const Pipe pipe;
+        put(pipe.out, "hello");
+        worked("ioctl of a pipe", ioctl(pipe.in, FIONREAD, &count));
+        same("what is in it", count, 5);
+    });
+    sleep_ns(wait_ns());
+}
+
+// Only the program's calendar is set; on a plain PC it would be the PC's.
+WAY(board_calendar_is_set, Kind::board) {
+    constexpr std::int64_t hour_ns = 3600 * ns_per_second;
+    const std::int64_t before = now_ns(CLOCK_REALTIME);
+    takes_no_time("setting the calendar", [&] {
+        const timespec later = to_timespec(before + hour_ns);
+        worked("clock_settime", clock_settime(CLOCK_REALTIME, &later));
+        failed_with("clock_settime", clock_settime(CLOCK_MONOTONIC, &later), EINVAL);
+    });
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) - before, hour_ns);
+    sleep_ns(wait_ns());
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) - before, hour_ns + wait_ns());
+    const timeval back = to_timeval(before);
+    worked("settimeofday", settimeofday(&back, nullptr));
+    expect_time("the calendar", now_ns(CLOCK_REALTIME) + ns_per_us - before, ns_per_us);
 }

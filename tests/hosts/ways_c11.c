@@ -144,6 +144,7 @@ int c11_condition_times_out(struct timespec length) {
     EXPECT(cnd_timedwait(&changed, &lock, &moment) == thrd_timedout);
     EXPECT(cnd_signal(&changed) == thrd_success);
     EXPECT(mtx_unlock(&lock) == thrd_success);
+    cnd_destroy(&changed);
     return 0;
 }
 

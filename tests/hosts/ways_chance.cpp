@@ -104,7 +104,7 @@ WAY(chance_random_device, Kind::chance) {
 WAY(chance_of_the_kernel, Kind::board) {
     const auto number = static_cast<std::size_t>(getpid());
     std::vector<char> somewhere(number + 64);
-    const Descriptor motor(open("/sys/class/motor/steps_number", O_RDONLY));
+    const Descriptor motor(open("/sys/class/motor/pos", O_RDONLY));
     check(read(motor, somewhere.data() + number, 64) > 0, "nothing to read");
     sleep_ns(wait_ns());
 }

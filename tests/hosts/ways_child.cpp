@@ -16,7 +16,10 @@
 
 #include "tests/hosts/ways.h"
 
-extern char** environ;
+// The C library's header forgets to say this for C++.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace {
 
@@ -247,5 +250,47 @@ WAY(child_that_answers) {
         char buffer[16];
         same("read", read(back.in, buffer, sizeof buffer), 6);
         same("waitpid", waitpid(child, nullptr, 0), child);
+    });
+}
+
+WAY(child_waited_for_by_wait3) {
+    time_stands("wait3", [] {
+        const pid_t child = forked_shell();
+        int status = 0;
+        same("wait3", wait3(&status, 0, nullptr), child);
+        expect_child_code(status);
+    });
+}
+
+WAY(child_with_a_pidfd_of_the_c_library) {
+    time_stands("poll", [] {
+        const pid_t child = spawned_shell();
+        const Descriptor process(pidfd_open(child, 0));
+        pollfd one = {process, POLLIN, 0};
+        same("poll", poll(&one, 1, -1), 1);
+        siginfo_t info{};
+        worked("waitid", waitid(P_PIDFD, static_cast<id_t>(int{process}), &info, WEXITED));
+        same("its status", info.si_status, child_code);
+    });
+}
+
+WAY(child_that_holds_a_file_lock) {
+    time_stands("lockf", [] {
+        const Folder folder;
+        const Descriptor file(open(folder.file("locked").c_str(), O_CREAT | O_RDWR, 0600));
+        const Pipe ready;
+        const pid_t child = fork();
+        if (child == 0) {
+            const bool good = lockf(file, F_LOCK, 0) == 0 && write(ready.out, "x", 1) == 1;
+            execl("/bin/sh", "sh", "-c", "sleep 0.3", nullptr);
+            _exit(good ? 127 : 126);
+        }
+        char byte = 0;
+        same("read", read(ready.in, &byte, 1), 1);
+        failed_with("trying", lockf(file, F_TLOCK, 0), EAGAIN);
+        worked("lockf", lockf(file, F_LOCK, 0));
+        int status = 0;
+        same("waitpid", waitpid(child, &status, 0), child);
+        same("its status", status, 0);
     });
 }

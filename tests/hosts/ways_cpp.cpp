@@ -216,7 +216,7 @@ WAY(cpp_stop_callback) {
     const std::stop_callback callback(source.get_token(), [&] { called = called + 1; });
     const Later stopper([&] { source.request_stop(); });
     takes_the_wait("waiting", [&] {
-        while (called == 0) std::this_thread::sleep_for(std::chrono::microseconds(100));
+        while (called == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     });
 }
 

@@ -291,3 +291,13 @@ WAY(epoll_event_loop) {
     same("from the worker", static_cast<std::int64_t>(seen.count(pipe.in)), 1);
     same("from the waker", static_cast<std::int64_t>(seen.count(wake)), 1);
 }
+
+WAY(epoll_create_with_a_size) {
+    const Descriptor set(epoll_create(7));
+    const Pipe pipe;
+    epoll_event event{};
+    event.events = EPOLLIN;
+    worked("epoll_ctl", epoll_ctl(set, EPOLL_CTL_ADD, pipe.in, &event));
+    const Later writer([&] { put(pipe.out, "x"); });
+    takes_the_wait("epoll_wait", [&] { same("epoll_wait", epoll_wait(set, &event, 1, -1), 1); });
+}

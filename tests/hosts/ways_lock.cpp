@@ -571,3 +571,22 @@ WAY(pthread_yield_by_usleep_of_nothing) {
         while (!done) usleep(0);
     });
 }
+
+WAY(pthread_exit_and_detach) {
+    Semaphore semaphore;
+    pthread_t thread{};
+    takes_the_wait("the thread", [&] {
+        same("pthread_create",
+             pthread_create(
+                 &thread, nullptr,
+                 [](void* ended) -> void* {
+                     pthread_detach(pthread_self());
+                     sleep_ns(wait_ns());
+                     sem_post(static_cast<sem_t*>(ended));
+                     pthread_exit(nullptr);
+                 },
+                 &semaphore),
+             0);
+        worked("sem_wait", sem_wait(&semaphore));
+    });
+}

@@ -594,3 +594,19 @@ WAY(pthread_cancel_of_a_sleeping_thread) {
         check(value == PTHREAD_CANCELED, "the thread has not been cancelled");
     });
 }
+
+WAY(sigprocmask_tells_and_sets) {
+    count_signal(SIGUSR1);
+    const sigset_t set = set_of(SIGUSR1);
+    sigset_t before;
+    worked("sigprocmask", sigprocmask(SIG_BLOCK, &set, &before));
+    check(sigismember(&before, SIGUSR1) == 0, "the signal was blocked before");
+    const Later sender = signal_to_this_thread();
+    const timespec length = to_timespec(2 * wait_ns());
+    worked("nanosleep", nanosleep(&length, nullptr));
+    same("signals meanwhile", signals_seen(SIGUSR1), 0);
+    sigset_t meanwhile;
+    worked("sigprocmask", sigprocmask(SIG_SETMASK, &before, &meanwhile));
+    check(sigismember(&meanwhile, SIGUSR1) == 1, "the signal was not blocked before");
+    same("signals", signals_seen(SIGUSR1), 1);
+}

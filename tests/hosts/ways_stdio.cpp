@@ -110,7 +110,7 @@ WAY(stdio_fscanf) {
 }
 
 WAY(stdio_fgetwc) {
-    stream_waits("fgetwc", [](FILE* stream) { return fgetwc(stream) == L'1'; });
+    stream_waits("fgetwc", [](FILE* stream) { return fgetwc(stream) == L'1' && getwc(stream) == L'2'; });
 }
 
 WAY(stdio_unbuffered) {
@@ -217,4 +217,12 @@ WAY(stream_of_a_fifo) {
     std::string line;
     takes_the_wait("getline", [&] { std::getline(stream, line); });
     check(line == "hello", "another line has come");
+}
+
+WAY(stdio_ungetc) {
+    stream_waits("getc", [](FILE* stream) {
+        const int first = getc(stream);
+        const bool back = ungetc('7', stream) == '7' && getc(stream) == '7';
+        return first == '1' && back && getc(stream) == '2' && fileno_unlocked(stream) == fileno(stream);
+    });
 }

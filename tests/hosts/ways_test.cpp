@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -74,6 +76,17 @@ pid_t start(const std::vector<std::string>& command, const ScratchFolder& folder
     return child;
 }
 
+// Whoever lost their parent by it, and is this process's own since.
+void kill_orphans() {
+    for (int round = 0; round < 100; ++round) {
+        std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+        pid_t orphan = 0;
+        if (!(children >> orphan)) return;
+        kill(orphan, SIGKILL);
+        waitpid(orphan, nullptr, 0);
+    }
+}
+
 // Waits for the end, and says something on standard input on the way.
 int exit_code_of(pid_t child, const Input* input) {
     const auto begin = std::chrono::steady_clock::now();
@@ -90,6 +103,7 @@ int exit_code_of(pid_t child, const Input* input) {
         if (passed >= longest_run) {
             kill(-child, SIGKILL);
             waitpid(child, &status, 0);
+            kill_orphans();
             return killed;
         }
         std::this_thread::sleep_for(look_interval);
@@ -221,6 +235,7 @@ void set_limit(decltype(RLIMIT_FSIZE) resource, rlim_t bytes) {
 }  // namespace
 
 int main(int count, char** words) {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     set_limit(RLIMIT_FSIZE, max_file_bytes);
 #if !defined(__SANITIZE_ADDRESS__)
     set_limit(RLIMIT_DATA, max_data_bytes);

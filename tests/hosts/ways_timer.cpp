@@ -342,15 +342,13 @@ WAY(timer_with_a_thread) {
 }
 
 #ifdef SIGEV_THREAD_ID
-#ifndef sigev_notify_thread_id
-#define sigev_notify_thread_id _sigev_un._tid
-#endif
 WAY(timer_with_a_signal_for_one_thread) {
     count_signal(SIGUSR1);
     sigevent event{};
     event.sigev_notify = SIGEV_THREAD_ID;
     event.sigev_signo = SIGUSR1;
-    event.sigev_notify_thread_id = static_cast<pid_t>(syscall(SYS_gettid));
+    // Which has no better name in this C library.
+    event._sigev_un._tid = static_cast<pid_t>(syscall(SYS_gettid));
     Timer timer(CLOCK_MONOTONIC, event);
     takes_the_wait("pause", [&] {
         timer.arm(wait_ns());

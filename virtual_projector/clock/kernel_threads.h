@@ -17,7 +17,12 @@ public:
         return WaitEnd::woken;
     }
     bool knows_current_thread() const override { return true; }
+    void note_servant(ScheduledThread* /*thread*/) override {}
     void touch() override {}
+    void enter_call() override {}
+    void leave_call() override {}
+    int suspend_call() override { return 0; }
+    void resume_call(int /*depth*/) override {}
     void yield() override {}
 
     WaitEnd wait(Wait /*reason*/, Microseconds /*deadline*/) override { return WaitEnd::woken; }

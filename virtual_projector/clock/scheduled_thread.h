@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
 #define VIRTUAL_PROJECTOR_CLOCK_SCHEDULED_THREAD_H
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -12,15 +13,24 @@
 
 namespace vp {
 
-struct ScheduledThread {
-    enum class State { ready, running, waiting, finished };
+class TurnScheduler;
 
-    ScheduledThread(const void* its_scheduler, int its_number, std::string its_name)
+struct ScheduledThread {
+    enum class State {
+        ready,
+        running,
+        waiting,
+        without_turn,  // it runs all the same: it made no call for so long that its turn was taken away
+        finished
+    };
+    enum class Place { program, call, lost };  // lost: in the program, and its turn has been taken away
+
+    ScheduledThread(TurnScheduler* its_scheduler, int its_number, std::string its_name)
         : scheduler(its_scheduler), number(its_number), name(std::move(its_name)) {}
 
     std::string title() const { return name.empty() ? "thread " + std::to_string(number) : name; }
 
-    const void* scheduler;  // whose thread this is
+    TurnScheduler* scheduler;  // whose thread this is
     int number;
     std::string name;
     State state = State::ready;
@@ -31,6 +41,11 @@ struct ScheduledThread {
     Microseconds deadline = no_deadline;  // of the present wait
     WaitEnd end = WaitEnd::woken;         // of the last wait
     int calls_without_wait = 0;
+    bool only_serves = false;       // one of the library's own endless loops
+    std::string innermost;          // function of the program at work, in a table at the run's end
+    std::atomic<int> kernel_id{0};  // 0: it has not begun
+    std::atomic<Place> place{Place::call};
+    int call_depth = 0;  // of calls that the machine answers, one in the other
 };
 
 }  // namespace vp

@@ -33,8 +33,20 @@ public:
     /// True when the calling thread is one of those that are scheduled here.
     virtual bool knows_current_thread() const = 0;
 
+    /// A thread whose own code does nothing but serve the others for ever: the run is stuck when only such
+    /// threads still run.
+    virtual void note_servant(ScheduledThread* thread) = 0;
+
     /// To be called at every call that the program makes of the outside world: the turn may pass here.
     virtual void touch() = 0;
+
+    /// Around each call that is answered for the program. Outside of it a thread that computes for too long
+    /// loses its turn, and gets it back at its next call.
+    virtual void enter_call() = 0;
+    virtual void leave_call() = 0;
+    /// Around a handler of the program's that runs inside a call, and may jump out of it.
+    virtual int suspend_call() = 0;
+    virtual void resume_call(int depth) = 0;
 
     /// The turn passes to any thread that can go on, this one among them. Counts as a call: who does nothing
     /// else for long lets time go on.

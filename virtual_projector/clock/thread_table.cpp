@@ -62,11 +62,21 @@ std::string format_thread(const ScheduledThread& thread, const HeldObjects& held
     char number[16];
     std::snprintf(number, sizeof number, "%4d  ", thread.number);
     const std::string line = number + thread.title() + ": ";
-    if (thread.state == ScheduledThread::State::running) return line + "runs\n";
-    if (thread.state == ScheduledThread::State::ready) return line + "its turn\n";
+    const std::string place = thread.innermost.empty() ? "" : ", in " + thread.innermost;
+    switch (thread.state) {
+        case ScheduledThread::State::running:
+            return line + "runs" + place + "\n";
+        case ScheduledThread::State::ready:
+            return line + "its turn" + place + "\n";
+        case ScheduledThread::State::without_turn:
+            return line + "computes without a call since " + format_seconds(thread.since) + place + "\n";
+        case ScheduledThread::State::waiting:
+        case ScheduledThread::State::finished:
+            break;
+    }
     const bool for_ever = thread.deadline == no_deadline;
     return line + format_wait(thread.reason, held) + ", since " + format_seconds(thread.since) +
-           (for_ever ? ", no deadline" : ", until " + format_seconds(thread.deadline)) + "\n";
+           (for_ever ? ", no deadline" : ", until " + format_seconds(thread.deadline)) + place + "\n";
 }
 
 }  // namespace vp

@@ -34,6 +34,7 @@ void TimerQueue::drop_void_entries() {
 void TimerQueue::add_callback(Microseconds time, Callback callback) {
     Entry entry{time, orders_++, nullptr, 0, nullptr};
     entry.callback = std::make_unique<Callback>(std::move(callback));
+    ++callbacks_;
     add(std::move(entry));
 }
 
@@ -51,6 +52,7 @@ std::optional<TimerQueue::Due> TimerQueue::take_due(Microseconds now) {
     const std::optional<Microseconds> next = next_time();
     if (!next || *next > now) return std::nullopt;
     const Entry first = take_first();
+    if (first.callback) --callbacks_;
     return Due{first.sleeper, first.callback ? std::move(*first.callback) : Callback()};
 }
 

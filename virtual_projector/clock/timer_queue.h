@@ -3,6 +3,7 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_TIMER_QUEUE_H
 #define VIRTUAL_PROJECTOR_CLOCK_TIMER_QUEUE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -31,6 +32,8 @@ public:
 
     /// The time of the first entry, if there is one.
     std::optional<Microseconds> next_time();
+    /// True when a callback is to come, not only deadlines.
+    bool has_callback() const { return callbacks_ > 0; }
     /// Takes out the first entry, if it is due.
     std::optional<Due> take_due(Microseconds now);
 
@@ -52,6 +55,7 @@ private:
 
     std::vector<Entry> heap_;  // the first to come at the front
     std::uint64_t orders_ = 0;
+    std::size_t callbacks_ = 0;
 };
 
 }  // namespace vp

@@ -3,6 +3,7 @@
 #define VIRTUAL_PROJECTOR_CLOCK_TURN_H
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 
 namespace vp {
@@ -13,6 +14,8 @@ class Turn {
 public:
     void give();   // by the thread that ran
     void await();  // by the thread that wants to run; takes the turn
+    /// The same; false: it has not come within that time.
+    bool await_for(std::chrono::milliseconds length);
 
 private:
     std::atomic<std::uint32_t> given_{0};

@@ -1,6 +1,12 @@
 #include "virtual_projector/clock/turn_scheduler.h"
 
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
+#include <optional>
 #include <utility>
 
 #include "virtual_projector/clock/process_end.h"
@@ -48,7 +54,9 @@ ScheduledThread* TurnScheduler::add_thread(int number, const std::string& name) 
 
 ScheduledThread* TurnScheduler::adopt_current(int number, const std::string& name) {
     current = add_thread(number, name);
-    current->state = State::running;
+    current->kernel_id = static_cast<int>(::syscall(SYS_gettid));
+    current->place = ScheduledThread::Place::program;
+    start_running(*current);
     return current;
 }
 
@@ -67,7 +75,8 @@ void TurnScheduler::forget_thread(ScheduledThread* thread) {
 void TurnScheduler::begin_current(ScheduledThread* thread) {
     if (thread == nullptr) return;
     current = thread;
-    thread->turn.await();
+    thread->kernel_id = static_cast<int>(::syscall(SYS_gettid));
+    thread->scheduler->await_turn(*thread);
 }
 
 void TurnScheduler::finish_current() {
@@ -75,7 +84,8 @@ void TurnScheduler::finish_current() {
     self.state = State::finished;
     wake_all(&self);
     wake_waiters_for_what_is_held_by(self);
-    if (--unfinished_ > 0) hand_over(next_to_run(self, Point::wait));
+    if (--unfinished_ == 0) return;
+    if (ScheduledThread* const next = next_or_none(self, Point::wait)) hand_over(*next);
 }
 
 WaitEnd TurnScheduler::wait_for_end(ScheduledThread* thread, Microseconds deadline) {
@@ -104,9 +114,7 @@ WaitEnd TurnScheduler::wait(Wait reason, Microseconds deadline) {
 
 WaitEnd TurnScheduler::sleep_until(Microseconds time) {
     if (time > time_.now()) return wait({Wait::Kind::sleep, nullptr, {}}, time);
-    current->calls_without_wait = 0;
-    make_ready(*current, WaitEnd::timed_out);
-    pass_turn(Point::yield);
+    yield();
     return WaitEnd::timed_out;
 }
 
@@ -149,30 +157,56 @@ void TurnScheduler::interrupt(ScheduledThread* thread) {
 
 void TurnScheduler::pass_turn(Point kind) {
     ScheduledThread& self = *current;
-    ScheduledThread& next = next_to_run(self, kind);
-    next.state = State::running;
-    if (&next == &self) return;
-    hand_over(next);
-    self.turn.await();
+    ScheduledThread* const next = next_or_none(self, kind);
+    if (next == &self) {
+        start_running(self);
+        return;
+    }
+    if (next != nullptr) hand_over(*next);
+    await_turn(self);
+}
+
+void TurnScheduler::start_running(ScheduledThread& thread) {
+    thread.state = State::running;
+    running_.store(&thread, std::memory_order_relaxed);
+    if (!thread.only_serves) last_work_ = time_.now();
 }
 
 void TurnScheduler::hand_over(ScheduledThread& next) {
-    next.state = State::running;
+    start_running(next);
     ++figures_.switches;
     next.turn.give();
 }
 
-ScheduledThread& TurnScheduler::next_to_run(const ScheduledThread& running, Point kind) {
-    while (ready_.empty()) {
-        const bool nothing_to_come = !time_.timers().next_time().has_value();
-        if (idle_handler_ && (idle_handler_(nothing_to_come) || !ready_.empty())) continue;
-        if (!time_.advance(time_out_)) end_stuck();
+// At the run's end the turn comes with a question, and goes back with the answer.
+void TurnScheduler::await_turn(ScheduledThread& self) {
+    self.turn.await();
+    while (reporter_ != nullptr) {
+        if (stack_reader_) self.innermost = stack_reader_();
+        reporter_->give();
+        self.turn.await();
     }
-    return take_chosen(running, kind);
+}
+
+// None: only threads without turn can go on, when they make a call.
+ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Point kind) {
+    for (;;) {
+        take_back_returned();
+        if (!ready_.empty()) return &take_chosen(running, kind);
+        const std::optional<Microseconds> next_time = time_.timers().next_time();
+        if (idle_handler_ && (idle_handler_(!next_time) || !ready_.empty())) continue;
+        if (!next_time && leave_to_nobody()) return nullptr;
+        if (is_idle_for_good())
+            end_stuck("Only the library's own loops have run since " + format_seconds(last_work_) +
+                      ", and nothing else can happen. It is " + format_seconds(time_.now()) +
+                      ". What each thread waits for:\n");
+        if (!time_.advance(time_out_))
+            end_stuck("No thread can go on at " + format_seconds(time_.now()) + ". What each waits for:\n");
+    }
 }
 
 ScheduledThread& TurnScheduler::take_chosen(const ScheduledThread& running, Point kind) {
-    ++figures_.points;
+    points_.store(points_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     const std::size_t chosen = policy_->choose({kind, &running, ready_});
     ScheduledThread& thread = *ready_[chosen];
     ready_[chosen] = ready_.back();
@@ -180,31 +214,74 @@ ScheduledThread& TurnScheduler::take_chosen(const ScheduledThread& running, Poin
     return thread;
 }
 
-void TurnScheduler::end_stuck() {
-    const std::string text =
-        "No thread can go on at " + format_seconds(time_.now()) + ". What each waits for:\n" + table();
-    (void)policy_->finish();
+void TurnScheduler::end_stuck(const std::string& headline) {
+    ask_for_places();
+    const std::string text = headline + table();
     if (stuck_handler_) stuck_handler_(text);
+    (void)policy_->finish();
     end_process(text, stuck_exit_code);
+}
+
+// The others wait for what none of the servants gives; an event to come may still change that.
+bool TurnScheduler::is_idle_for_good() {
+    if (longest_idle_ == 0 || time_.now() - last_work_ < longest_idle_) return false;
+    if (time_.timers().has_callback()) {
+        last_work_ = time_.now();
+        return false;
+    }
+    return std::all_of(threads_.begin(), threads_.end(), [](const auto& thread) {
+        const bool waits_for_ever = thread->state == State::waiting && thread->deadline == no_deadline;
+        return thread->only_serves || thread->state == State::finished || waits_for_ever;
+    });
+}
+
+std::vector<const ScheduledThread*> TurnScheduler::all_running() const {
+    std::vector<const ScheduledThread*> found;
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        if (thread->state == State::running || thread->state == State::without_turn)
+            found.push_back(thread.get());
+    }
+    return found;
+}
+
+void TurnScheduler::note_place(const ScheduledThread* thread, const std::string& place) {
+    for (const std::unique_ptr<ScheduledThread>& known : threads_) {
+        if (known.get() == thread) known->innermost = place;
+    }
+}
+
+void TurnScheduler::ask_for_places() {
+    Turn own;
+    reporter_ = &own;
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        const bool answers = (thread->state == State::waiting || thread->state == State::ready) &&
+                             thread.get() != current && thread->kernel_id != 0;
+        if (!answers) continue;
+        thread->turn.give();
+        constexpr std::chrono::milliseconds longest_answer{1000};
+        (void)own.await_for(longest_answer);
+    }
+    reporter_ = nullptr;
+    if (current != nullptr && current->scheduler == this && stack_reader_) current->innermost = stack_reader_();
 }
 
 // --- Calls -----------------------------------------------------------------------------------------------
 
 void TurnScheduler::touch() {
     ScheduledThread& self = *current;
-    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) charge_call();
+    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) charge(cost_.call_us);
     ready_.push_back(&self);
     ScheduledThread& next = take_chosen(self, Point::call);
     if (&next == &self) return;
     self.state = State::ready;
     hand_over(next);
-    self.turn.await();
+    await_turn(self);
 }
 
 void TurnScheduler::yield() {
     ScheduledThread& self = *current;
     if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) {
-        charge_call();
+        charge(cost_.yield_us);
         return;
     }
     make_ready(self, WaitEnd::timed_out);
@@ -212,10 +289,90 @@ void TurnScheduler::yield() {
 }
 
 // The time that the call takes is no pause of the thread's own: the next call costs time again.
-void TurnScheduler::charge_call() {
+void TurnScheduler::charge(Microseconds length) {
     const int calls = current->calls_without_wait;
-    sleep_until(time_.now() + cost_.call_us);
+    (void)wait({Wait::Kind::sleep, nullptr, {}}, time_.now() + length);
     current->calls_without_wait = calls - 1;
+}
+
+// --- Threads that compute for too long -------------------------------------------------------------------
+
+using Place = ScheduledThread::Place;
+
+void TurnScheduler::enter_call() {
+    ScheduledThread& self = *current;
+    if (self.call_depth++ > 0) return;
+    calls_.store(calls_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    Place expected = Place::program;
+    if (!self.place.compare_exchange_strong(expected, Place::call) && expected == Place::lost) come_back(self);
+}
+
+void TurnScheduler::leave_call() {
+    if (--current->call_depth == 0) current->place.store(Place::program);
+}
+
+int TurnScheduler::suspend_call() {
+    const int depth = std::exchange(current->call_depth, 0);
+    current->place.store(Place::program);
+    return depth;
+}
+
+void TurnScheduler::resume_call(int depth) {
+    enter_call();
+    current->call_depth = depth;
+}
+
+// Who is neither in a call nor lost has the turn: taking its place takes the turn.
+bool TurnScheduler::take_turn_away(const ScheduledThread& from) {
+    ScheduledThread* const thread = running_.load();
+    Place expected = Place::program;
+    if (thread != &from || !thread->place.compare_exchange_strong(expected, Place::lost)) return false;
+    thread->state = State::without_turn;
+    thread->since = time_.now();
+    ++lost_;
+    running_.store(nullptr);
+    if (ScheduledThread* const next = next_or_none(*thread, Point::wait)) hand_over(*next);
+    return true;
+}
+
+void TurnScheduler::come_back(ScheduledThread& self) {
+    self.place.store(Place::call);
+    {
+        const std::lock_guard<std::mutex> lock(returned_lock_);
+        if (!nobody_runs_) {
+            returned_.push_back(&self);
+        } else {
+            nobody_runs_ = false;
+            --lost_;
+            start_running(self);
+            return;
+        }
+    }
+    await_turn(self);
+}
+
+// Time goes on slowly meanwhile, so that a thread that waits for a variable sees it changed in time.
+void TurnScheduler::take_back_returned() {
+    if (lost_ == 0) return;
+    if (ready_.empty()) {
+        const timespec a_moment = {0, 200'000};
+        (void)::syscall(SYS_nanosleep, &a_moment, nullptr);
+    }
+    const std::lock_guard<std::mutex> lock(returned_lock_);
+    for (ScheduledThread* const thread : returned_) {
+        --lost_;
+        make_ready(*thread, WaitEnd::woken);
+    }
+    returned_.clear();
+}
+
+bool TurnScheduler::leave_to_nobody() {
+    if (lost_ == 0) return false;
+    const std::lock_guard<std::mutex> lock(returned_lock_);
+    if (!returned_.empty()) return false;
+    running_.store(nullptr);
+    nobody_runs_ = true;
+    return true;
 }
 
 // --- Held objects ----------------------------------------------------------------------------------------

@@ -17,11 +17,13 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_TURN_SCHEDULER_H
 #define VIRTUAL_PROJECTOR_CLOCK_TURN_SCHEDULER_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -43,6 +45,7 @@ constexpr int stuck_exit_code = 120;
 struct CallCost {
     int free_calls = 1000;
     Microseconds call_us = 5;
+    Microseconds yield_us = 100;  // of one that only lets others run, over and over again
 };
 
 class TurnScheduler final : public ThreadScheduler {
@@ -65,7 +68,12 @@ public:
     WaitEnd wait_for_end(ScheduledThread* thread, Microseconds deadline) override;
     bool knows_current_thread() const override;
 
+    void note_servant(ScheduledThread* thread) override { thread->only_serves = true; }
     void touch() override;
+    void enter_call() override;
+    void leave_call() override;
+    int suspend_call() override;
+    void resume_call(int depth) override;
     void yield() override;
 
     WaitEnd wait(Wait reason, Microseconds deadline) override;
@@ -80,7 +88,29 @@ public:
     bool is_held_by_current(const void* object) const override;
     bool is_held_by_finished(const void* object) const override;
 
-    Figures figures() const override { return figures_; }
+    Figures figures() const override { return {figures_.switches, points_.load(std::memory_order_relaxed)}; }
+
+    // --- For whoever watches the run, on a thread of its own -------------------------------------------
+    /// Grows with everything that the program does.
+    std::uint64_t progress() const { return points_.load() + calls_.load(); }
+    /// The thread that has the turn; null: none has.
+    const ScheduledThread* running() const { return running_.load(); }
+    /// Every thread that runs: the one with the turn, and those whose turn was taken away.
+    std::vector<const ScheduledThread*> all_running() const;
+    /// Takes the turn from a thread that makes no call, and passes it on. False: it is in a call after all.
+    bool take_turn_away(const ScheduledThread& from);
+
+    /// Says what function of the program the calling thread is in.
+    using StackReader = std::function<std::string()>;
+    void read_stacks_with(StackReader reader) { stack_reader_ = std::move(reader); }
+    /// Lets each thread that waits say where in the program it does. To be called when the run is over: by the
+    /// thread that has the turn, or with that one stopped.
+    void ask_for_places();
+    /// The same of a thread that has been stopped.
+    void note_place(const ScheduledThread* thread, const std::string& place);
+
+    /// How long, in virtual time, only servants may run while all others wait for ever.
+    void set_longest_idle(Microseconds length) { longest_idle_ = length; }
     std::string end_schedule() override { return policy_->finish(); }
 
     void on_idle(IdleHandler handler) override { idle_handler_ = std::move(handler); }
@@ -99,10 +129,16 @@ private:
     void leave_waiters(ScheduledThread& thread);
     void pass_turn(Point kind);
     void hand_over(ScheduledThread& next);
-    ScheduledThread& next_to_run(const ScheduledThread& running, Point kind);
     ScheduledThread& take_chosen(const ScheduledThread& running, Point kind);
-    [[noreturn]] void end_stuck();
-    void charge_call();
+    ScheduledThread* next_or_none(const ScheduledThread& running, Point kind);
+    [[noreturn]] void end_stuck(const std::string& headline);
+    void charge(Microseconds length);
+    void await_turn(ScheduledThread& self);
+    void start_running(ScheduledThread& thread);
+    void come_back(ScheduledThread& self);
+    void take_back_returned();
+    bool leave_to_nobody();
+    bool is_idle_for_good();
     void wake_waiters_for_what_is_held_by(const ScheduledThread& thread);
 
     VirtualTime& time_;
@@ -115,6 +151,20 @@ private:
     std::vector<ScheduledThread*> ready_;
     std::unordered_map<const void*, std::deque<ScheduledThread*>> waiters_;
     HeldObjects held_;
+    std::atomic<std::uint64_t> points_{0};
+    std::atomic<std::uint64_t> calls_{0};
+    std::atomic<ScheduledThread*> running_{nullptr};
+    StackReader stack_reader_;
+    Turn* reporter_ = nullptr;       // who asks for places
+    Microseconds longest_idle_ = 0;  // 0: for ever
+    Microseconds last_work_ = 0;     // when another than a servant had the turn, or something happened
+
+    // Threads whose turn was taken away.
+    int lost_ = 0;
+    std::mutex returned_lock_;
+    std::vector<ScheduledThread*> returned_;
+    bool nobody_runs_ = false;
+
     StuckHandler stuck_handler_;
     IdleHandler idle_handler_;
 };

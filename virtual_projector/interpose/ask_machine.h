@@ -2,6 +2,8 @@
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_ASK_MACHINE_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_ASK_MACHINE_H
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <optional>
 
@@ -13,11 +15,8 @@ namespace vp {
 /// Around each call that the machine answers.
 class Answering {
 public:
-    explicit Answering(Machine& machine) : machine_(machine) { machine_.threads().call_begins(); }
-    ~Answering() {
-        machine_.deliver_signals();
-        machine_.threads().call_ends();
-    }
+    explicit Answering(Machine& machine) : machine_(machine) { machine_.begin_call(); }
+    ~Answering() { machine_.end_call(); }
     Answering(const Answering&) = delete;
     Answering& operator=(const Answering&) = delete;
 
@@ -60,11 +59,20 @@ inline long with_errno(long result) {
     return -1;
 }
 
+/// Where POSIX lets a thread be ended by another's pthread_cancel.
+inline void end_if_cancelled() {
+    Machine* const machine = Machine::active();
+    if (machine != nullptr && machine->signals() != nullptr && machine->signals()->is_cancelled())
+        ::pthread_testcancel();
+}
+
 /// The machine's answer, or what the C library says, which `real` asks.
 template <typename Result, typename Question, typename Real>
 Result answer(Question question, Real real) {
     const std::optional<long> result = ask_machine(question);
-    return result ? static_cast<Result>(with_errno(*result)) : real();
+    if (!result) return real();
+    if (*result == -EINTR) end_if_cancelled();
+    return static_cast<Result>(with_errno(*result));
 }
 
 /// A descriptor that the C library has made: nothing that was known of its number holds any more.

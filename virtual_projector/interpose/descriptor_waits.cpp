@@ -61,19 +61,26 @@ WaitEnd DescriptorWaits::wait(const std::vector<pollfd>& descriptors, Microsecon
     waiter.has_other_end = deadline != no_deadline;
     waiter.what = describe(descriptors);
     find_outside(waiter);
-    return wait_as(waiter, Wait::Kind::descriptor, deadline);
+    const WaitEnd end = wait_as(waiter, Wait::Kind::descriptor, deadline);
+    waiter = {};
+    return waits_.with_handlers_run(end);
 }
 
 WaitEnd DescriptorWaits::wait_for_child(const std::string& what, const std::function<bool()>& is_over) {
     Waiter waiter;
     waiter.is_over = is_over;
     waiter.what = what;
-    return wait_as(waiter, Wait::Kind::child, no_deadline);
+    return waits_.with_handlers_run(wait_as(waiter, Wait::Kind::child, no_deadline));
 }
 
 WaitEnd DescriptorWaits::wait_as(Waiter& waiter, Wait::Kind kind, Microseconds deadline) {
-    const Registration registration(waiters_, waiter);
-    return waits_.wait({kind, &waiter, waiter.what}, deadline);
+    signals_.refresh_mask();
+    WaitEnd end = WaitEnd::woken;
+    {
+        const Registration registration(waiters_, waiter);
+        end = clock_.scheduler().wait({kind, &waiter, waiter.what}, deadline);
+    }
+    return end;
 }
 
 void DescriptorWaits::find_outside(Waiter& waiter) {
@@ -104,11 +111,15 @@ std::string DescriptorWaits::describe(const std::vector<pollfd>& descriptors) {
 
 // --- Looking ---------------------------------------------------------------------------------------------
 
+void DescriptorWaits::refresh() {
+    if (before_look_) before_look_();
+}
+
 bool DescriptorWaits::look(bool nothing_to_come) {
     signals_.hand_out_noted();
-    if (before_look_) before_look_();
     bool woken = signals_.wake_awaiting();
     if (waiters_.empty() && !signals_.watches_children()) return woken;
+    refresh();
     const bool settle = std::exchange(terminal_written_, false);
     (void)look_for_real(settle && !woken ? terminal_settling_ms : 0);
     woken = wake_ready() || woken;
@@ -199,7 +210,13 @@ int DescriptorWaits::hold_for(const Waiter& waiter, const std::vector<pid_t>& ch
 
 // Time stands; only the kernel, a child or a signal ends this.
 bool DescriptorWaits::hold(int milliseconds) {
+    waits_for_person_ = std::any_of(waiters_.begin(), waiters_.end(), [this](const Waiter* waiter) {
+        return std::any_of(waiter->outside.begin(), waiter->outside.end(), [this](int descriptor) {
+            return kinds_.kind_of(descriptor) == DescriptorKind::terminal;
+        });
+    });
     (void)look_for_real(milliseconds);
+    waits_for_person_ = false;
     signals_.hand_out_noted();
     (void)wake_ready();
     return true;

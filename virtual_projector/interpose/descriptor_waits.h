@@ -17,6 +17,7 @@
 #include <poll.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -40,6 +41,9 @@ public:
     /// Called before each look: what stands behind the board's descriptors may have changed.
     void before_looks(std::function<void()> update) { before_look_ = std::move(update); }
 
+    /// To be called before the kernel is asked what is ready.
+    void refresh();
+
     /// Gives the turn away until one of the descriptors is ready, as poll has it, or until the deadline.
     WaitEnd wait(const std::vector<pollfd>& descriptors, Microseconds deadline);
     /// Until `is_over` says so, which is asked for real. `what` names it in the table.
@@ -50,6 +54,9 @@ public:
     void note_child_start();
     /// A terminal's bytes pass through the kernel's own workers, and come a moment later.
     void note_terminal_write() { terminal_written_ = true; }
+
+    /// True while a terminal is awaited: a person takes what time it takes. Asked for on any thread.
+    bool waits_for_person() const { return waits_for_person_.load(); }
 
     /// Before time moves: wakes whoever can go on. True when the scheduler is to look again.
     bool look(bool nothing_to_come);
@@ -83,6 +90,7 @@ private:
     Recorder& recorder_;
     bool skips_outside_ = false;
     bool terminal_written_ = false;
+    std::atomic<bool> waits_for_person_{false};
     std::function<void()> before_look_;
     std::vector<Waiter*> waiters_;  // in the order of their coming
     std::vector<pollfd> polled_;

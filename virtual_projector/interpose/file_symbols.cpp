@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cwchar>
 #include <optional>
 
 #include "virtual_projector/interpose/ask_machine.h"
@@ -172,6 +173,23 @@ int fileno(FILE* stream) noexcept {
 
 int fileno_unlocked(FILE* stream) noexcept { return fileno(stream); }
 
+// The C library's streams with functions of their own know no wide characters.
+wint_t fgetwc(FILE* stream) {
+    if (!vp::descriptor_of(stream)) return real::fgetwc(stream);
+    std::mbstate_t state{};
+    for (;;) {
+        const int byte = ::fgetc(stream);
+        if (byte == EOF) return WEOF;
+        const char text = static_cast<char>(byte);
+        wchar_t character = 0;
+        const std::size_t taken = std::mbrtowc(&character, &text, 1, &state);
+        if (taken == static_cast<std::size_t>(-1)) return WEOF;
+        if (taken != static_cast<std::size_t>(-2)) return static_cast<wint_t>(character);
+    }
+}
+
+wint_t getwc(FILE* stream) { return fgetwc(stream); }
+
 // Who kept the pointer to standard input reads by these.
 int getc(FILE* stream) { return real::getc(vp::actual_stream(stream)); }
 int ungetc(int character, FILE* stream) { return real::ungetc(character, vp::actual_stream(stream)); }
@@ -185,6 +203,9 @@ ssize_t read(int descriptor, void* buffer, size_t count) {
             const auto node = m.files().read(descriptor, buffer, count);
             if (node) return node;
             if (m.chance().is_source(descriptor)) return m.chance().fill(buffer, count);
+            constexpr size_t counter = 8;  // less is refused at once
+            if (count < counter && m.kinds().kind_of(descriptor) == vp::DescriptorKind::other)
+                return std::optional<long>();
             return m.io().await(descriptor, POLLIN);
         },
         [&] { return real::read(descriptor, buffer, count); });
@@ -224,6 +245,41 @@ ssize_t writev(int descriptor, const iovec* pieces, int count) {
             });
         },
         [&] { return real::writev(descriptor, pieces, count); });
+}
+
+ssize_t preadv2(int descriptor, const iovec* pieces, int count, off_t place, int flags) {
+    return answer<ssize_t>(
+        [&](Machine& m) { return place == -1 ? m.io().await(descriptor, POLLIN) : std::nullopt; },
+        [&] { return real::preadv2(descriptor, pieces, count, place, flags); });
+}
+
+// Both ends have to be ready; what has been awaited stays so.
+ssize_t splice(int in, off64_t* in_place, int out, off64_t* out_place, size_t count, unsigned flags) {
+    return answer<ssize_t>(
+        [&](Machine& m) {
+            if ((flags & SPLICE_F_NONBLOCK) != 0) return std::optional<long>();
+            const auto failure = m.io().await(in, POLLIN);
+            return failure ? failure : m.io().await(out, POLLOUT);
+        },
+        [&] { return real::splice(in, in_place, out, out_place, count, flags); });
+}
+
+ssize_t tee(int in, int out, size_t count, unsigned flags) {
+    return answer<ssize_t>(
+        [&](Machine& m) {
+            if ((flags & SPLICE_F_NONBLOCK) != 0) return std::optional<long>();
+            const auto failure = m.io().await(in, POLLIN);
+            return failure ? failure : m.io().await(out, POLLOUT);
+        },
+        [&] { return real::tee(in, out, count, flags); });
+}
+
+int eventfd_read(int descriptor, eventfd_t* count) {
+    return read(descriptor, count, sizeof *count) == sizeof *count ? 0 : -1;
+}
+
+int eventfd_write(int descriptor, eventfd_t count) {
+    return write(descriptor, &count, sizeof count) == sizeof count ? 0 : -1;
 }
 
 int close(int descriptor) {

@@ -61,10 +61,18 @@ void Machine::uninstall() {
     threads_.forget_current();
 }
 
-void Machine::deliver_signals() {
-    if (!clock_.is_virtual() || !signals_.has_work()) return;
-    signals_.hand_out_noted();
-    (void)signals_.raise_own();
+void Machine::begin_call() {
+    clock_.scheduler().enter_call();
+    threads_.call_begins();
+}
+
+void Machine::end_call() {
+    if (clock_.is_virtual() && signals_.has_work()) {
+        signals_.hand_out_noted();
+        (void)signals_.raise_own();
+    }
+    threads_.call_ends();
+    clock_.scheduler().leave_call();
 }
 
 void Machine::forget_descriptor(int descriptor) {

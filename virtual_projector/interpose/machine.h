@@ -68,9 +68,10 @@ public:
     ProgramSignals* signals() { return clock_.is_virtual() ? &signals_ : nullptr; }
     bool is_virtual() const { return clock_.is_virtual(); }
 
-    /// At the end of each call: hands out what came from outside, and runs the handlers of signals that are the
-    /// calling thread's.
-    void deliver_signals();
+    /// Around each call. At its end what came from outside is handed out, and the handlers of signals run that
+    /// are the calling thread's.
+    void begin_call();
+    void end_call();
 
     /// Every table of the machine's forgets a descriptor that is closed or new, or learns of a copy.
     void forget_descriptor(int descriptor);

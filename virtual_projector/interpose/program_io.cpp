@@ -5,12 +5,12 @@
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <tuple>
 #include <vector>
 
 #include "virtual_projector/interpose/program_time.h"
@@ -23,6 +23,7 @@ constexpr Microseconds retry_interval_us = 1000;
 constexpr long aio_settling_ns = 50'000'000;  // far more than a page of a file takes
 
 bool is_ready(int descriptor, short events) {
+    if (descriptor < 0) return true;  // poll would overlook it; the call itself refuses it
     pollfd one = {descriptor, events, 0};
     return real::poll(&one, 1, 0) != 0;
 }
@@ -33,13 +34,27 @@ long write_piece(int descriptor, const char* bytes, std::size_t count) {
     return written < 0 ? -errno : written;
 }
 
+// Who waited for a peer that goes away learns of that, and only the next call of the broken pipe.
+long pending_error_or(int socket, long result) {
+    int error = 0;
+    socklen_t size = sizeof error;
+    const bool has_error = ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error != 0;
+    return has_error ? -error : result;
+}
+
+bool has_own_writer(const struct stat& fifo) {
+    for (const int descriptor : open_descriptors()) {
+        struct stat status {};
+        if (::fstat(descriptor, &status) != 0 || status.st_dev != fifo.st_dev || status.st_ino != fifo.st_ino)
+            continue;
+        if ((real::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY) return true;
+    }
+    return false;
+}
+
 bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOCK; }
 
 }  // namespace
-
-bool ProgramIo::FifoEnd::operator<(const FifoEnd& other) const {
-    return std::tie(device, file, access) < std::tie(other.device, other.file, other.access);
-}
 
 ProgramIo::ProgramIo(Clock& clock, ProgramWaits& waits, DescriptorKinds& kinds, DescriptorWaits& descriptors,
                      Recorder& recorder)
@@ -65,7 +80,20 @@ Microseconds ProgramIo::socket_deadline(int descriptor, short events) {
 std::optional<long> ProgramIo::await(int descriptor, short events) {
     if (!clock_.is_virtual() || kinds_.kind_of(descriptor) == DescriptorKind::never_waits) return std::nullopt;
     if (is_ready(descriptor, events)) return std::nullopt;
-    return await(descriptor, events, socket_deadline(descriptor, events));
+    const Microseconds limit = terminal_limit(descriptor, events);
+    if (limit == no_deadline) return await(descriptor, events, socket_deadline(descriptor, events));
+    const auto failure = await(descriptor, events, clock_.now() + limit);
+    return failure && *failure == -EAGAIN ? std::optional<long>(0) : failure;
+}
+
+// A terminal that gives up after a time of its own (VTIME, without VMIN) gives nothing then.
+Microseconds ProgramIo::terminal_limit(int descriptor, short events) {
+    termios settings{};
+    if ((events & POLLIN) == 0 || kinds_.kind_of(descriptor) != DescriptorKind::terminal ||
+        ::tcgetattr(descriptor, &settings) != 0 || (settings.c_lflag & ICANON) != 0 || settings.c_cc[VMIN] != 0)
+        return no_deadline;
+    constexpr Microseconds tenth_of_a_second = microseconds_per_second / 10;
+    return settings.c_cc[VTIME] * tenth_of_a_second;
 }
 
 std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds deadline) {
@@ -104,7 +132,8 @@ std::optional<long> ProgramIo::write(int descriptor, const void* buffer, std::si
             });
         case DescriptorKind::terminal:
             descriptors_.note_terminal_write();
-            return await(descriptor, POLLOUT);
+            if (is_nonblocking(descriptor) || kinds_.leads_outside(descriptor)) return std::nullopt;
+            return write_without_waiting(descriptor, bytes, count);
         case DescriptorKind::other:
             return await(descriptor, POLLOUT);
         case DescriptorKind::never_waits:
@@ -112,6 +141,24 @@ std::optional<long> ProgramIo::write(int descriptor, const void* buffer, std::si
             break;
     }
     return std::nullopt;
+}
+
+// The other end is the program's own: nobody else sees the flag.
+long ProgramIo::write_without_waiting(int descriptor, const char* bytes, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const int flags = real::fcntl(descriptor, F_GETFL);
+        (void)real::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
+        const ssize_t written = real::write(descriptor, bytes + done, count - done);
+        const long result = written < 0 ? -errno : written;
+        (void)real::fcntl(descriptor, F_SETFL, flags);
+        if (result >= 0) done += static_cast<std::size_t>(result);
+        const auto failure = would_wait(result) ? await(descriptor, POLLOUT) : std::nullopt;
+        const long end = failure ? *failure : (would_wait(result) ? 0 : result);
+        if (end < 0) return done > 0 ? static_cast<long>(done) : end;
+        descriptors_.note_terminal_write();
+    }
+    return static_cast<long>(done);
 }
 
 long ProgramIo::write_in_pieces(int descriptor, const char* bytes, std::size_t count) {
@@ -177,6 +224,7 @@ std::optional<long> ProgramIo::send(int socket, int flags, std::size_t wanted,
     const bool at_once = (flags & MSG_DONTWAIT) != 0 || is_nonblocking(socket);
     const Microseconds deadline = at_once ? no_deadline : socket_deadline(socket, POLLOUT);
     std::size_t done = 0;
+    bool has_waited = false;
     for (;;) {
         const long result = call(done, flags | MSG_DONTWAIT);
         if (result > 0) done += static_cast<std::size_t>(result);
@@ -184,8 +232,10 @@ std::optional<long> ProgramIo::send(int socket, int flags, std::size_t wanted,
         if (result >= 0) continue;
         if (!would_wait(result) || at_once) {
             if (at_once) clock_.scheduler().touch();
-            return done > 0 ? static_cast<long>(done) : result;
+            if (done > 0) return static_cast<long>(done);
+            return has_waited && result == -EPIPE ? pending_error_or(socket, result) : result;
         }
+        has_waited = true;
         if (const auto failure = await(socket, POLLOUT, deadline)) {
             return done > 0 ? static_cast<long>(done) : *failure;
         }
@@ -240,20 +290,27 @@ ssize_t send_rest(int socket, const msghdr& message, std::size_t done, int flags
 
 // --- Asynchronous requests -------------------------------------------------------------------------------
 
-std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int count, const timespec* length) {
+std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int count, const timespec* length,
+                                              bool all) {
     if (!clock_.is_virtual()) return std::nullopt;
     clock_.scheduler().touch();
     const auto look = [&]() -> long {
         bool is_under_way = false;
+        bool is_missing = false;
         for (int i = 0; i < count; ++i) {
             if (requests[i] == nullptr) continue;
-            if (::aio_error(requests[i]) != EINPROGRESS) return 0;
+            if (::aio_error(requests[i]) != EINPROGRESS) {
+                if (!all) return 0;
+                continue;
+            }
+            is_missing = true;
             const short events = requests[i]->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
             is_under_way = is_under_way || is_ready(requests[i]->aio_fildes, events);
         }
+        if (all && !is_missing) return 0;
         if (!is_under_way) return -EAGAIN;
         const timespec a_while = {0, aio_settling_ns};
-        return real::aio_suspend(requests, count, &a_while) == 0 ? 0 : -EAGAIN;
+        return real::aio_suspend(requests, count, &a_while) == 0 && !all ? 0 : -EAGAIN;
     };
     const Microseconds deadline =
         length == nullptr ? no_deadline : clock_.now() + ProgramTime::microseconds_of(*length);
@@ -270,24 +327,18 @@ std::optional<long> ProgramIo::open_fifo(const char* path, int flags) {
     if (!clock_.is_virtual() || (flags & (O_NONBLOCK | O_PATH)) != 0 || access == O_RDWR) return std::nullopt;
     if (::stat(path, &status) != 0 || !S_ISFIFO(status.st_mode)) return std::nullopt;
     clock_.scheduler().touch();
-    const FifoEnd own = {status.st_dev, status.st_ino, access};
-    const FifoEnd other = {status.st_dev, status.st_ino, access == O_RDONLY ? O_WRONLY : O_RDONLY};
-    const long descriptor = retry("FIFO's reader", no_deadline, [&]() -> long {
-        const int opened = real::open(path, flags | O_NONBLOCK);
-        if (opened >= 0) return opened;
+    const long opened = retry("FIFO's reader", no_deadline, [&]() -> long {
+        const int descriptor = real::open(path, flags | O_NONBLOCK);
+        if (descriptor >= 0) return descriptor;
         return errno == ENXIO ? -EAGAIN : -errno;
     });
-    if (descriptor < 0) return descriptor;
-    const int end = static_cast<int>(descriptor);
+    if (opened < 0) return opened;
+    const int end = static_cast<int>(opened);
     (void)real::fcntl(end, F_SETFL, flags & ~(O_CREAT | O_EXCL | O_TRUNC | O_NOCTTY));
     kinds_.forget(end);
-    if (access == O_WRONLY) {
-        ++fifo_ends_[own];
-        return end;
-    }
-    const int writers_before = fifo_ends_[other];
+    if (access == O_WRONLY) return end;
     const long met = retry("FIFO's writer", no_deadline, [&]() -> long {
-        return fifo_ends_[other] > writers_before || is_ready(end, POLLIN) ? 0 : -EAGAIN;
+        return has_own_writer(status) || is_ready(end, POLLIN) ? 0 : -EAGAIN;
     });
     if (met == 0) return end;
     (void)real::close(end);

@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <optional>
 #include <utility>
 
@@ -51,7 +50,8 @@ public:
     long retry(const char* what, Microseconds deadline, const std::function<long()>& attempt);
 
     /// aio_suspend. What needs no one else, as on files, is done in real time while simulated time stands.
-    std::optional<long> await_requests(const aiocb* const* requests, int count, const timespec* length);
+    std::optional<long> await_requests(const aiocb* const* requests, int count, const timespec* length,
+                                       bool all = false);
 
     /// open of a FIFO, which waits for the other end.
     std::optional<long> open_fifo(const char* path, int flags);
@@ -59,21 +59,15 @@ public:
 private:
     Microseconds socket_deadline(int descriptor, short events);
     bool is_nonblocking(int descriptor) const;
+    Microseconds terminal_limit(int descriptor, short events);
+    long write_without_waiting(int descriptor, const char* bytes, std::size_t count);
     long write_in_pieces(int descriptor, const char* bytes, std::size_t count);
-
-    struct FifoEnd {
-        dev_t device;
-        ino_t file;
-        int access;
-        bool operator<(const FifoEnd& other) const;
-    };
 
     Clock& clock_;
     ProgramWaits& waits_;
     DescriptorKinds& kinds_;
     DescriptorWaits& descriptors_;
     Recorder& recorder_;
-    std::map<FifoEnd, int> fifo_ends_;  // how many ends of the kind the program has waiting to be met
 };
 
 }  // namespace vp

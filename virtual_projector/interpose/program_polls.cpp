@@ -49,6 +49,7 @@ long ProgramPolls::look_until(const std::vector<pollfd>& descriptors, Microsecon
     if (signals_.raise_own()) return -EINTR;
     const Microseconds deadline = length == no_deadline ? no_deadline : clock_.now() + length;
     for (;;) {
+        descriptors_.refresh();
         const long found = look();
         if (found != 0 || (deadline != no_deadline && clock_.now() >= deadline)) return found;
         if (descriptors_.wait(descriptors, deadline) == WaitEnd::interrupted) return -EINTR;

@@ -59,10 +59,16 @@ bool is_ignored_by_default(int signal) {
 
 bool stops_by_default(int signal) { return signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU; }
 
-int raise_on_self(const siginfo_t& info) {
+// The kernel takes only records with a negative code from threads other than the first.
+bool takes_record(const siginfo_t& info) { return info.si_code < 0 && info.si_code != SI_TKILL; }
+
+void keep_for_thread(int kernel_id, const siginfo_t& info) {
     siginfo_t copy = info;
-    return static_cast<int>(
-        ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &copy));
+    if (takes_record(info)) {
+        (void)::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), kernel_id, info.si_signo, &copy);
+    } else {
+        (void)::syscall(SYS_tgkill, ::getpid(), kernel_id, info.si_signo);
+    }
 }
 
 bool has_turn() {
@@ -76,7 +82,10 @@ void trampoline(int signal, siginfo_t* info, void* context) {
     if (signals == nullptr) return;
     const int errno_before = errno;
     if (has_turn() && !ReentrancyGuard::is_active()) {
-        signals->run_handler(signal, info, context);
+        siginfo_t given = *info;
+        const siginfo_t* const raised = current_signals->raising;
+        if (raised != nullptr && raised->si_signo == signal) given = *raised;
+        signals->run_handler(signal, &given, context);
     } else {
         signals->note(signal, *info);
     }
@@ -217,15 +226,18 @@ bool ProgramSignals::acts_by_default(int signal) const {
     return actions_[signal].sa_handler == SIG_DFL && !is_ignored_by_default(signal);
 }
 
+bool ProgramSignals::is_ignored(int signal) const {
+    return actions_[signal].sa_handler == SIG_IGN ||
+           (actions_[signal].sa_handler == SIG_DFL && is_ignored_by_default(signal));
+}
+
 void ProgramSignals::send(const siginfo_t& info) {
     const int signal = info.si_signo;
     if (is_blocked_by_all(signal)) {
         keep_for_process(info);
         return;
     }
-    const bool is_ignored = actions_[signal].sa_handler == SIG_IGN ||
-                            (actions_[signal].sa_handler == SIG_DFL && is_ignored_by_default(signal));
-    if (is_ignored) return;
+    if (is_ignored(signal)) return;
     for (const auto& thread : threads_) {
         if (::sigismember(&thread->mask, signal) == 1) continue;
         hand_to(*thread, info);
@@ -239,18 +251,26 @@ void ProgramSignals::send_to(int kernel_id, const siginfo_t& info) {
 
 void ProgramSignals::keep_for_process(const siginfo_t& info) {
     siginfo_t copy = info;
-    (void)::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &copy);
+    if (takes_record(info)) {
+        (void)::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &copy);
+    } else {
+        (void)::syscall(SYS_kill, ::getpid(), info.si_signo);
+    }
     (void)wake_awaiting();
 }
 
 void ProgramSignals::hand_to(ThreadSignals& thread, const siginfo_t& info) {
     if (::sigismember(&thread.mask, info.si_signo) == 1) {
-        siginfo_t copy = info;
-        (void)::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), thread.kernel_id, info.si_signo, &copy);
+        keep_for_thread(thread.kernel_id, info);
         if (thread.awaited != nullptr && ::sigismember(thread.awaited, info.si_signo) == 1)
             scheduler_.wake_all(&thread);
+        // Its descriptors for signals show only to itself that one has come.
+        if (thread.turn != nullptr && thread.turn->state == ScheduledThread::State::waiting &&
+            thread.turn->reason.kind == Wait::Kind::descriptor)
+            scheduler_.interrupt(thread.turn);
         return;
     }
+    if (is_ignored(info.si_signo)) return;
     if (acts_by_default(info.si_signo) && !stops_by_default(info.si_signo)) end_by(info.si_signo);
     thread.to_raise.push_back(info);
     if (thread.turn != nullptr) scheduler_.interrupt(thread.turn);  // the waiting one may move time itself
@@ -300,6 +320,24 @@ int ProgramSignals::kill_thread(pthread_t thread, int signal, const sigval* valu
                             : real::pthread_sigqueue(thread, signal, *value);
 }
 
+int ProgramSignals::cancel(pthread_t thread) {
+    const int failure = real::pthread_cancel(thread);
+    for (const auto& known : threads_) {
+        if (failure != 0 || ::pthread_equal(known->id, thread) == 0) continue;
+        known->is_cancelled = true;
+        if (known->turn != nullptr) scheduler_.interrupt(known->turn);
+    }
+    return failure;
+}
+
+bool ProgramSignals::is_cancelled() const {
+    return current_signals != nullptr && current_signals->is_cancelled;
+}
+
+void ProgramSignals::refresh_mask() {
+    if (current_signals != nullptr) (void)real::pthread_sigmask(SIG_BLOCK, nullptr, &current_signals->mask);
+}
+
 bool ProgramSignals::is_pending(const siginfo_t& info) const {
     for (const auto& thread : threads_) {
         for (const siginfo_t& waiting : thread->to_raise) {
@@ -320,7 +358,7 @@ void ProgramSignals::note(int signal, const siginfo_t& info) {
     place.info.si_signo = signal;
     place.is_complete.store(true, std::memory_order_release);
     const std::uint64_t one = 1;
-    (void)::syscall(SYS_write, noted_descriptor_, &one, sizeof one);
+    (void)real::syscall(SYS_write, noted_descriptor_, &one, sizeof one);
 }
 
 bool ProgramSignals::has_work() const {
@@ -336,7 +374,7 @@ void ProgramSignals::hand_out_noted() {
         send(place.info);
     }
     std::uint64_t count = 0;
-    (void)::syscall(SYS_read, noted_descriptor_, &count, sizeof count);
+    (void)real::syscall(SYS_read, noted_descriptor_, &count, sizeof count);
 }
 
 bool ProgramSignals::raise_own() {
@@ -345,8 +383,14 @@ bool ProgramSignals::raise_own() {
     restart_ = true;
     const std::vector<siginfo_t> now = std::exchange(thread.to_raise, {});
     for (const siginfo_t& info : now) {
-        const ProgramCallback callback;
-        (void)raise_on_self(info);
+        thread.raising = &info;
+        const int depth = scheduler_.suspend_call();
+        {
+            const ProgramCallback callback;
+            (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, info.si_signo);
+        }
+        scheduler_.resume_call(depth);
+        thread.raising = nullptr;
     }
     return true;
 }

@@ -26,8 +26,10 @@ struct ThreadSignals {
     pthread_t id{};
     int kernel_id = 0;
     sigset_t mask{};
-    std::vector<siginfo_t> to_raise;    // on itself, when it has its turn
-    const sigset_t* awaited = nullptr;  // by sigwait and its kin
+    std::vector<siginfo_t> to_raise;     // on itself, when it has its turn
+    const siginfo_t* raising = nullptr;  // the one that it raises now
+    const sigset_t* awaited = nullptr;   // by sigwait and its kin
+    bool is_cancelled = false;           // it is to end at the next call at which it may
 };
 
 class ProgramSignals {
@@ -57,6 +59,13 @@ public:
     void send(const siginfo_t& info);                                    // to the process
     void send_to(int kernel_id, const siginfo_t& info);                  // to a thread of it
     bool is_pending(const siginfo_t& info) const;  // sent, and not handled yet, as a timer's overrun asks
+
+    /// Another thread asks this one to end.
+    int cancel(pthread_t thread);
+    /// True when the calling thread is to end.
+    bool is_cancelled() const;
+    /// The mask of the calling thread as the kernel has it: a jump out of a handler sets it unseen.
+    void refresh_mask();
 
     /// True when a signal waits for the calling thread to raise it, or was noted from outside.
     bool has_work() const;
@@ -97,6 +106,7 @@ public:
 private:
     bool is_blocked_by_all(int signal) const;
     bool acts_by_default(int signal) const;
+    bool is_ignored(int signal) const;
     void end_by(int signal);
     void keep_for_process(const siginfo_t& info);
     void hand_to(ThreadSignals& thread, const siginfo_t& info);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
@@ -33,6 +34,13 @@ std::string name_of_function(const void* address) {
     Dl_info info{};
     if (::dladdr(address, &info) == 0 || info.dli_saddr != address || info.dli_sname == nullptr) return {};
     return info.dli_sname;
+}
+
+// The library's threads end only with the process.
+bool is_of_library(void* (*entry)(void*)) {
+    Dl_info info{};
+    return ::dladdr(reinterpret_cast<const void*>(entry), &info) != 0 && info.dli_fname != nullptr &&
+           std::strstr(info.dli_fname, "libovrafocus.so") != nullptr;
 }
 
 bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id, 0) != 0 && errno == ESRCH; }
@@ -166,6 +174,7 @@ int ProgramThreads::start(ProgramThread& thread, const pthread_attr_t* attribute
     thread.detached = detach_state == PTHREAD_CREATE_DETACHED;
     if (!program_gave_stack(own)) give_stack(thread, own);
     thread.turn = clock_.scheduler().prepare_thread(thread.identity.number, thread.identity.name);
+    if (thread.turn != nullptr && is_of_library(thread.entry)) clock_.scheduler().note_servant(thread.turn);
     const int failure = real::pthread_create(&thread.id, &own, &ProgramThreads::run, &thread);
     if (failure != 0) clock_.scheduler().forget_thread(thread.turn);
     return failure;
@@ -239,12 +248,14 @@ bool ProgramThreads::can_be_joined(const ProgramThread& thread) const {
     return &thread != current_thread && !thread.detached;
 }
 
-// Signals do not end it.
+// Handlers run in between; the wait goes on after them.
 WaitEnd ProgramThreads::wait_for_end(ProgramThread& thread, Microseconds deadline) {
     clock_.scheduler().touch();
-    WaitEnd end = WaitEnd::interrupted;
-    while (end == WaitEnd::interrupted) end = clock_.scheduler().wait_for_end(thread.turn, deadline);
-    return end;
+    for (;;) {
+        const WaitEnd end = clock_.scheduler().wait_for_end(thread.turn, deadline);
+        if (end != WaitEnd::interrupted) return end;
+        (void)signals_.raise_own();
+    }
 }
 
 int ProgramThreads::join(pthread_t id, void** result) {

@@ -26,11 +26,6 @@ bool is_valid(const timespec& time) {
     return time.tv_sec >= 0 && time.tv_nsec >= 0 && time.tv_nsec < nanoseconds_per_second;
 }
 
-// Processor time is not the board's business.
-bool is_boards(clockid_t clock) {
-    return clock != CLOCK_PROCESS_CPUTIME_ID && clock != CLOCK_THREAD_CPUTIME_ID && clock >= 0;
-}
-
 bool is_wall_clock(clockid_t clock) {
     return clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE || clock == CLOCK_TAI ||
            clock == CLOCK_REALTIME_ALARM;
@@ -40,6 +35,11 @@ bool is_wall_clock(clockid_t clock) {
 
 ProgramTime::ProgramTime(Clock& clock, ProgramWaits& waits, Recorder& recorder)
     : clock_(clock), waits_(waits), recorder_(recorder), wall_at_start_(default_wall_at_start) {}
+
+bool ProgramTime::is_boards(clockid_t clock) {
+    return clock >= CLOCK_REALTIME && clock <= CLOCK_TAI && clock != CLOCK_PROCESS_CPUTIME_ID &&
+           clock != CLOCK_THREAD_CPUTIME_ID;
+}
 
 void ProgramTime::on_sleep(SleepHandler handler) { sleep_handler_ = std::move(handler); }
 

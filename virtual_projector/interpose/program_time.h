@@ -42,6 +42,9 @@ public:
     /// Only the wall clock can be set.
     std::optional<long> set_time(clockid_t clock, const timespec* time);
 
+    /// True of the clocks that the board has; processor time is none of its business.
+    static bool is_boards(clockid_t clock);
+
     /// A length lasts at least as long as was asked for: fractions of a microsecond count as whole ones.
     static Microseconds microseconds_of(const timespec& time);
 

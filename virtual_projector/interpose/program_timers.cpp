@@ -41,10 +41,6 @@ bool is_valid(const timespec& time) {
 
 bool is_zero(const timespec& time) { return time.tv_sec == 0 && time.tv_nsec == 0; }
 
-bool is_processor_time(clockid_t clock) {
-    return clock == CLOCK_PROCESS_CPUTIME_ID || clock == CLOCK_THREAD_CPUTIME_ID || clock < 0;
-}
-
 void count_up(int descriptor) {
     const std::uint64_t one = 1;
     (void)real::write(descriptor, &one, sizeof one);
@@ -119,7 +115,7 @@ void ProgramTimers::raise(Timer& timer, const siginfo_t& info, int kernel_id) {
 
 std::optional<long> ProgramTimers::make_descriptor(clockid_t clock, int flags) {
     if (!clock_.is_virtual()) return std::nullopt;
-    if ((flags & ~(TFD_CLOEXEC | TFD_NONBLOCK)) != 0 || is_processor_time(clock)) return -EINVAL;
+    if ((flags & ~(TFD_CLOEXEC | TFD_NONBLOCK)) != 0 || !ProgramTime::is_boards(clock)) return -EINVAL;
     const int descriptor = ::eventfd(0, flags);  // the flags of both are those of open
     if (descriptor < 0) return -errno;
     kinds_.forget(descriptor);
@@ -208,7 +204,7 @@ bool ProgramTimers::prepare_signal(const Handle& timer, const sigevent& event, i
 }
 
 std::optional<long> ProgramTimers::create(clockid_t clock, const sigevent* event, timer_t* timer) {
-    if (!clock_.is_virtual() || is_processor_time(clock)) return std::nullopt;
+    if (!clock_.is_virtual() || !ProgramTime::is_boards(clock)) return std::nullopt;
     auto made = std::make_shared<Timer>();
     made->clock = clock;
     const int number = ++last_timer_;

@@ -3,11 +3,12 @@
 namespace vp {
 
 WaitEnd ProgramWaits::with_handlers_run(WaitEnd end) {
-    if (end == WaitEnd::interrupted) (void)signals_.raise_own();
-    return end;
+    if (end != WaitEnd::interrupted || signals_.raise_own() || signals_.is_cancelled()) return end;
+    return WaitEnd::woken;  // by something that it has to look at itself
 }
 
 WaitEnd ProgramWaits::wait(const Wait& reason, Microseconds deadline) {
+    signals_.refresh_mask();
     return with_handlers_run(clock_.scheduler().wait(reason, deadline));
 }
 

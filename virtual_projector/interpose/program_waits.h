@@ -27,9 +27,11 @@ public:
     /// nothing had happened (SA_RESTART), for those calls that POSIX lets go on so.
     bool is_to_restart() const { return signals_.is_to_restart(); }
 
-private:
+    /// For a wait of the scheduler's own: after one that was interrupted, runs the handlers. They may jump out
+    /// of the call: nothing may stand that has to be undone.
     WaitEnd with_handlers_run(WaitEnd end);
 
+private:
     Clock& clock_;
     ProgramSignals& signals_;
 };

@@ -85,4 +85,12 @@ int aio_suspend(const aiocb* const requests[], int count, const timespec* length
                        [&] { return real::aio_suspend(requests, count, length); });
 }
 
+int lio_listio(int mode, aiocb* const requests[], int count, sigevent* event) {
+    const int result = real::lio_listio(vp::Machine::active() == nullptr ? mode : LIO_NOWAIT, requests, count,
+                                        mode == LIO_WAIT ? nullptr : event);
+    if (result != 0 || mode != LIO_WAIT) return result;
+    return answer<int>([&](Machine& m) { return m.io().await_requests(requests, count, nullptr, true); },
+                       [] { return 0; });
+}
+
 }  // extern "C"

@@ -31,6 +31,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <cwchar>
 
 namespace vp::real {
 
@@ -185,6 +186,13 @@ inline Call<int(int, epoll_event*, int, int)> epoll_wait{"epoll_wait"};
 inline Call<int(int, epoll_event*, int, int, const sigset_t*)> epoll_pwait{"epoll_pwait"};
 inline Call<int(int, epoll_event*, int, const timespec*, const sigset_t*)> epoll_pwait2{"epoll_pwait2"};
 inline Call<int(pid_t, unsigned)> pidfd_open{"pidfd_open"};
+inline Call<int(pthread_t)> pthread_cancel{"pthread_cancel"};
+inline Call<ssize_t(int, const iovec*, int, off_t, int)> preadv2{"preadv2"};
+inline Call<int(int, mmsghdr*, unsigned, int, timespec*)> recvmmsg{"recvmmsg"};
+inline Call<ssize_t(int, off64_t*, int, off64_t*, size_t, unsigned)> splice{"splice"};
+inline Call<ssize_t(int, int, size_t, unsigned)> tee{"tee"};
+inline Call<int(int, aiocb* const*, int, sigevent*)> lio_listio{"lio_listio"};
+inline Call<wint_t(FILE*)> fgetwc{"fgetwc"};
 inline Call<int(FILE*)> getc{"getc"};
 inline Call<int(int, FILE*)> ungetc{"ungetc"};
 inline Call<size_t(void*, size_t, size_t, FILE*)> fread{"fread"};

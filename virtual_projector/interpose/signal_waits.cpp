@@ -29,9 +29,9 @@ long SignalWaits::take(const sigset_t* set, siginfo_t* info, const timespec* len
         if (errno != EAGAIN && errno != EINTR) return -errno;
         if (deadline != no_deadline && clock_.now() >= deadline) return -EAGAIN;
         thread.awaited = set;
-        const WaitEnd end = waits_.wait({Wait::Kind::signal, &thread, {}}, deadline);
+        const WaitEnd end = clock_.scheduler().wait({Wait::Kind::signal, &thread, {}}, deadline);
         thread.awaited = nullptr;
-        if (end == WaitEnd::interrupted) return -EINTR;
+        if (waits_.with_handlers_run(end) == WaitEnd::interrupted) return -EINTR;
     }
 }
 

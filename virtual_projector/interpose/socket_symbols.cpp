@@ -138,4 +138,36 @@ ssize_t sendmsg(int socket, const msghdr* message, int flags) {
         [&] { return real::sendmsg(socket, message, flags); });
 }
 
+// Message by message: the first is waited for, the others are taken as far as they are there.
+int recvmmsg(int socket, mmsghdr* messages, unsigned count, int flags, timespec* length) {
+    return answer<int>(
+        [&](Machine& m) -> std::optional<long> {
+            if ((flags & MSG_DONTWAIT) != 0 || !m.is_virtual()) return std::nullopt;
+            const vp::Microseconds until = length == nullptr
+                                               ? vp::no_deadline
+                                               : m.waits().now() + vp::ProgramTime::microseconds_of(*length);
+            unsigned done = 0;
+            while (done < count) {
+                const bool waits = done == 0 || (flags & MSG_WAITFORONE) == 0;
+                const auto failure = waits ? m.io().await(socket, POLLIN, until) : std::nullopt;
+                if (failure) return done > 0 ? static_cast<long>(done) : *failure;
+                const int taken = real::recvmmsg(socket, messages + done, 1,
+                                                 (flags & ~MSG_WAITFORONE) | MSG_DONTWAIT, nullptr);
+                if (taken <= 0) return done > 0 ? static_cast<long>(done) : or_errno(taken);
+                ++done;
+            }
+            return static_cast<long>(done);
+        },
+        [&] { return real::recvmmsg(socket, messages, count, flags, length); });
+}
+
+int sendmmsg(int socket, mmsghdr* messages, unsigned count, int flags) {
+    for (unsigned done = 0; done < count; ++done) {
+        const ssize_t sent = sendmsg(socket, &messages[done].msg_hdr, flags);
+        if (sent < 0) return done > 0 ? static_cast<int>(done) : -1;
+        messages[done].msg_len = static_cast<unsigned>(sent);
+    }
+    return static_cast<int>(count);
+}
+
 }  // extern "C"

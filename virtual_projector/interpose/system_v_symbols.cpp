@@ -7,7 +7,28 @@
 #include <optional>
 
 #include "virtual_projector/interpose/ask_machine.h"
+#include "virtual_projector/interpose/queue_control.h"
 #include "virtual_projector/interpose/real_calls.h"
+
+namespace vp {
+
+void note_queue_control(int queue, int command) {
+    if (command != IPC_RMID && command != IPC_SET) return;
+    (void)ask_in_virtual_time([&](Machine& m) {
+        m.system_v_queues().queue_changed(queue);
+        return std::optional<long>(0);
+    });
+}
+
+void note_set_control(int set, int command) {
+    if (command != IPC_RMID && command != IPC_SET && command != SETVAL && command != SETALL) return;
+    (void)ask_in_virtual_time([&](Machine& m) {
+        m.system_v_queues().set_changed(set);
+        return std::optional<long>(0);
+    });
+}
+
+}  // namespace vp
 
 namespace real = vp::real;
 using vp::ask_in_virtual_time;
@@ -35,12 +56,7 @@ ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
 
 int msgctl(int queue, int command, msqid_ds* data) noexcept {
     const int result = real::msgctl(queue, command, data);
-    if (result >= 0 && (command == IPC_RMID || command == IPC_SET)) {
-        (void)ask_in_virtual_time([&](Machine& m) {
-            m.system_v_queues().queue_changed(queue);
-            return std::optional<long>(0);
-        });
-    }
+    if (result >= 0) vp::note_queue_control(queue, command);
     return result;
 }
 
@@ -64,12 +80,7 @@ int semctl(int set, int number, int command, ...) noexcept {
     void* argument = va_arg(arguments, void*);  // a union as large as a pointer, or nothing
     va_end(arguments);
     const int result = real::semctl(set, number, command, argument);
-    if (result >= 0 && (command == IPC_RMID || command == IPC_SET || command == SETVAL || command == SETALL)) {
-        (void)ask_in_virtual_time([&](Machine& m) {
-            m.system_v_queues().set_changed(set);
-            return std::optional<long>(0);
-        });
-    }
+    if (result >= 0) vp::note_set_control(set, command);
     return result;
 }
 

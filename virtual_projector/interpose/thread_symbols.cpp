@@ -68,6 +68,13 @@ int pthread_detach(pthread_t thread) noexcept {
     return result ? static_cast<int>(*result) : real::pthread_detach(thread);
 }
 
+int pthread_cancel(pthread_t thread) {
+    const auto result = ask_machine([&](Machine& m) {
+        return m.signals() == nullptr ? std::nullopt : std::optional<long>(m.signals()->cancel(thread));
+    });
+    return result ? static_cast<int>(*result) : real::pthread_cancel(thread);
+}
+
 int sched_yield() noexcept {
     const auto result = ask_machine([&](Machine& m) { return m.threads().yield(); });
     return result ? 0 : real::sched_yield();

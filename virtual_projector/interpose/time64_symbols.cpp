@@ -10,13 +10,18 @@
 #include <stdarg.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <sys/sem.h>
 #include <sys/time.h>
+#include <threads.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cstdint>
 
 #include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/interpose/queue_control.h"
 #include "virtual_projector/interpose/real_calls.h"
+#include "virtual_projector/interpose/timeouts.h"
 
 namespace real = vp::real;
 
@@ -39,7 +44,9 @@ struct Timeval64 {
 class Narrow {
 public:
     explicit Narrow(const Timespec64* wide) : present_(wide != nullptr) {
-        if (present_) narrow_ = {static_cast<time_t>(wide->tv_sec), wide->tv_nsec};
+        if (present_)
+            narrow_ = {static_cast<time_t>(std::min<std::int64_t>(wide->tv_sec, vp::max_seconds)),
+                       wide->tv_nsec};
     }
     operator const timespec*() const { return present_ ? &narrow_ : nullptr; }
 
@@ -64,6 +71,23 @@ real::Call<int(pthread_cond_t*, pthread_mutex_t*, const Timespec64*)> real_cond_
 real::Call<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Timespec64*)> real_cond_clockwait{
     "__pthread_cond_clockwait64"};
 real::Call<int(sem_t*, const Timespec64*)> real_sem_timedwait{"__sem_timedwait64"};
+real::Call<int(sem_t*, clockid_t, const Timespec64*)> real_sem_clockwait{"__sem_clockwait64"};
+real::Call<int(pthread_mutex_t*, clockid_t, const Timespec64*)> real_mutex_clocklock{
+    "__pthread_mutex_clocklock64"};
+real::Call<int(pthread_rwlock_t*, const Timespec64*)> real_timedrdlock{"__pthread_rwlock_timedrdlock64"};
+real::Call<int(pthread_rwlock_t*, const Timespec64*)> real_timedwrlock{"__pthread_rwlock_timedwrlock64"};
+real::Call<int(pthread_rwlock_t*, clockid_t, const Timespec64*)> real_clockrdlock{
+    "__pthread_rwlock_clockrdlock64"};
+real::Call<int(pthread_rwlock_t*, clockid_t, const Timespec64*)> real_clockwrlock{
+    "__pthread_rwlock_clockwrlock64"};
+real::Call<int(pthread_t, void**, const Timespec64*)> real_timedjoin{"__pthread_timedjoin_np64"};
+real::Call<int(pthread_t, void**, clockid_t, const Timespec64*)> real_clockjoin{"__pthread_clockjoin_np64"};
+real::Call<int(mtx_t*, const Timespec64*)> real_mtx_timedlock{"__mtx_timedlock64"};
+real::Call<int(cnd_t*, mtx_t*, const Timespec64*)> real_cnd_timedwait{"__cnd_timedwait64"};
+real::Call<int(const Timespec64*, Timespec64*)> real_thrd_sleep{"__thrd_sleep64"};
+real::Call<int(int, sembuf*, size_t, const Timespec64*)> real_semtimedop{"__semtimedop64"};
+real::Call<int(int, int, int, ...)> real_semctl{"__semctl64"};
+real::Call<int(int, int, void*)> real_msgctl{"__msgctl64"};
 
 }  // namespace
 
@@ -135,6 +159,86 @@ int __pthread_cond_clockwait64(pthread_cond_t* condition, pthread_mutex_t* mutex
 
 int __sem_timedwait64(sem_t* semaphore, const Timespec64* until) {
     return machine_answers() ? ::sem_timedwait(semaphore, Narrow(until)) : real_sem_timedwait(semaphore, until);
+}
+
+int __sem_clockwait64(sem_t* semaphore, clockid_t clock, const Timespec64* until) {
+    return machine_answers() ? ::sem_clockwait(semaphore, clock, Narrow(until))
+                             : real_sem_clockwait(semaphore, clock, until);
+}
+
+int __pthread_mutex_clocklock64(pthread_mutex_t* mutex, clockid_t clock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_mutex_clocklock(mutex, clock, Narrow(until))
+                             : real_mutex_clocklock(mutex, clock, until);
+}
+
+int __pthread_rwlock_timedrdlock64(pthread_rwlock_t* lock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_rwlock_timedrdlock(lock, Narrow(until))
+                             : real_timedrdlock(lock, until);
+}
+
+int __pthread_rwlock_timedwrlock64(pthread_rwlock_t* lock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_rwlock_timedwrlock(lock, Narrow(until))
+                             : real_timedwrlock(lock, until);
+}
+
+int __pthread_rwlock_clockrdlock64(pthread_rwlock_t* lock, clockid_t clock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_rwlock_clockrdlock(lock, clock, Narrow(until))
+                             : real_clockrdlock(lock, clock, until);
+}
+
+int __pthread_rwlock_clockwrlock64(pthread_rwlock_t* lock, clockid_t clock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_rwlock_clockwrlock(lock, clock, Narrow(until))
+                             : real_clockwrlock(lock, clock, until);
+}
+
+int __pthread_timedjoin_np64(pthread_t thread, void** value, const Timespec64* until) {
+    return machine_answers() ? ::pthread_timedjoin_np(thread, value, Narrow(until))
+                             : real_timedjoin(thread, value, until);
+}
+
+int __pthread_clockjoin_np64(pthread_t thread, void** value, clockid_t clock, const Timespec64* until) {
+    return machine_answers() ? ::pthread_clockjoin_np(thread, value, clock, Narrow(until))
+                             : real_clockjoin(thread, value, clock, until);
+}
+
+int __mtx_timedlock64(mtx_t* mutex, const Timespec64* until) {
+    return machine_answers() ? ::mtx_timedlock(mutex, Narrow(until)) : real_mtx_timedlock(mutex, until);
+}
+
+int __cnd_timedwait64(cnd_t* condition, mtx_t* mutex, const Timespec64* until) {
+    return machine_answers() ? ::cnd_timedwait(condition, mutex, Narrow(until))
+                             : real_cnd_timedwait(condition, mutex, until);
+}
+
+int __thrd_sleep64(const Timespec64* length, Timespec64* remaining) {
+    if (!machine_answers()) return real_thrd_sleep(length, remaining);
+    timespec left{};
+    const int result = ::thrd_sleep(Narrow(length), &left);
+    if (result == -1 && remaining != nullptr)
+        *remaining = {left.tv_sec, static_cast<std::int32_t>(left.tv_nsec), 0};
+    return result;
+}
+
+int __semtimedop64(int set, sembuf* operations, size_t count, const Timespec64* timeout) {
+    return machine_answers() ? ::semtimedop(set, operations, count, Narrow(timeout))
+                             : real_semtimedop(set, operations, count, timeout);
+}
+
+// What follows a change is the same; the records of a state are the C library's to convert.
+int __semctl64(int set, int number, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    const int result = real_semctl(set, number, command, argument);
+    if (result >= 0) vp::note_set_control(set, command);
+    return result;
+}
+
+int __msgctl64(int queue, int command, void* data) {
+    const int result = real_msgctl(queue, command, data);
+    if (result >= 0) vp::note_queue_control(queue, command);
+    return result;
 }
 
 // Asked for by name when a program is linked.

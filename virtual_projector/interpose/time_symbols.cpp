@@ -33,6 +33,7 @@ unsigned sleep(unsigned seconds) {
     const auto result = ask_machine([&](Machine& m) {
         return std::optional<long>(m.time().sleep(seconds * vp::microseconds_per_second, &remaining));
     });
+    if (result && *result == -EINTR) vp::end_if_cancelled();
     return result ? static_cast<unsigned>(remaining.tv_sec) : real::sleep(seconds);
 }
 
@@ -43,6 +44,7 @@ int nanosleep(const timespec* length, timespec* remaining) {
 
 int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* remaining) {
     const auto result = ask_machine([&](Machine& m) { return m.time().sleep(clock, flags, time, remaining); });
+    if (result && *result == -EINTR) vp::end_if_cancelled();
     return result ? static_cast<int>(-*result) : real::clock_nanosleep(clock, flags, time, remaining);
 }
 

@@ -4,6 +4,10 @@
 
 #include <time.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
 #include "virtual_projector/world/microseconds.h"
 
 namespace vp {
@@ -20,7 +24,8 @@ inline bool is_valid_length(const timespec& length) {
 }
 
 /// Nobody waits longer; programs give the greatest number there is for "for ever".
-constexpr time_t max_seconds = sizeof(time_t) == sizeof(int) ? time_t{0x7fffffff} : time_t{100'000'000'000};
+constexpr time_t max_seconds = static_cast<time_t>(
+    std::min<std::int64_t>(std::numeric_limits<time_t>::max(), std::int64_t{100'000'000'000}));
 
 inline timespec bounded(const timespec& time) {
     return {time.tv_sec < max_seconds ? time.tv_sec : max_seconds, time.tv_nsec};

@@ -13,13 +13,16 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/virtual_projector/interpose/machine_fixture.h"
 #include "virtual_projector/clock/real_clock.h"
+#include "virtual_projector/files/output_file.h"
 #include "virtual_projector/trace/json_trace.h"
 
 // Entry functions with names that a trace and a table of threads can show.
@@ -239,8 +242,7 @@ struct Fight {
 };
 
 std::string trace_of_a_fight(std::uint64_t seed, double preempt) {
-    char* text = nullptr;
-    std::size_t size = 0;
+    const std::string file = ::testing::TempDir() + "trace_of_a_fight." + std::to_string(::getpid());
     {
         vp::VirtualClock clock(std::make_unique<vp::RandomSchedule>(seed, preempt));
         vp::DeviceTable devices;
@@ -253,14 +255,16 @@ std::string trace_of_a_fight(std::uint64_t seed, double preempt) {
         rule.probability = 0.2;
         rule.effect.delay_us = 70;
         faults.add(rule);
-        vp::JsonTrace trace(::open_memstream(&text, &size), vp::TraceDetail::calls);
+        vp::JsonTrace trace(vp::OutputFile::open(file), vp::TraceDetail::calls);
         vp::Machine machine(clock, devices, faults, &trace);
         machine.install();
         Fight().run();
         machine.uninstall();
+        EXPECT_TRUE(trace.finish());
     }
-    const std::string all(text, size);
-    std::free(text);
+    std::ifstream stream(file);
+    const std::string all{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::remove(file.c_str());
     return all;
 }
 

@@ -88,19 +88,36 @@ TEST_F(SystemCalls, ReachTheBoardsNodes) {
     EXPECT_EQ(node->closes, 2);
 }
 
-#ifdef SYS_poll
 TEST_F(SystemCalls, WaitForDescriptorsInVirtualTime) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     pollfd wanted{ends[0], POLLIN, 0};
-    EXPECT_EQ(call(SYS_poll, &wanted, 1, 30), 0);
+    const timespec length{0, 30'000'000};
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(ends[0], &readable);
+    EXPECT_EQ(call(SYS_ppoll, &wanted, 1, &length, nullptr, 0), 0);
     EXPECT_EQ(clock.now(), 30'000);
+#ifdef SYS_poll
+    EXPECT_EQ(call(SYS_poll, &wanted, 1, 30), 0);
+    EXPECT_EQ(clock.now(), 60'000);
+#endif
+    const vp::Microseconds before = clock.now();
+    EXPECT_EQ(call(SYS_pselect6, ends[0] + 1, &readable, nullptr, nullptr, &length, nullptr), 0);
+    EXPECT_EQ(clock.now(), before + 30'000);
+    const int epoll = ::epoll_create1(0);
+    epoll_event event{};
+    event.events = EPOLLIN;
+    ASSERT_EQ(::epoll_ctl(epoll, EPOLL_CTL_ADD, ends[0], &event), 0);
+    EXPECT_EQ(call(SYS_epoll_pwait, epoll, &event, 1, 30, nullptr, 0), 0);
+    EXPECT_EQ(clock.now(), before + 60'000);
     (void)!::write(ends[1], "x", 1);
-    EXPECT_EQ(call(SYS_poll, &wanted, 1, -1), 1);
+    EXPECT_EQ(call(SYS_ppoll, &wanted, 1, nullptr, nullptr, 0), 1);
+    EXPECT_EQ(call(SYS_epoll_pwait, epoll, &event, 1, -1, nullptr, 0), 1);
+    ::close(epoll);
     ::close(ends[0]);
     ::close(ends[1]);
 }
-#endif
 
 TEST_F(SystemCalls, AYieldPassesTheTurn) {
     bool set = false;

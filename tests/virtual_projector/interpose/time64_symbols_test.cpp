@@ -7,12 +7,16 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <semaphore.h>
+#include <sys/msg.h>
 #include <sys/select.h>
+#include <sys/sem.h>
+#include <threads.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
+#include <thread>
 
 #include "tests/virtual_projector/interpose/machine_fixture.h"
 
@@ -42,6 +46,20 @@ int __select64(int, fd_set*, fd_set*, fd_set*, Timeval64*);
 int __pthread_mutex_timedlock64(pthread_mutex_t*, const Timespec64*);
 int __pthread_cond_timedwait64(pthread_cond_t*, pthread_mutex_t*, const Timespec64*);
 int __sem_timedwait64(sem_t*, const Timespec64*);
+int __sem_clockwait64(sem_t*, clockid_t, const Timespec64*);
+int __pthread_mutex_clocklock64(pthread_mutex_t*, clockid_t, const Timespec64*);
+int __pthread_rwlock_timedrdlock64(pthread_rwlock_t*, const Timespec64*);
+int __pthread_rwlock_timedwrlock64(pthread_rwlock_t*, const Timespec64*);
+int __pthread_rwlock_clockrdlock64(pthread_rwlock_t*, clockid_t, const Timespec64*);
+int __pthread_rwlock_clockwrlock64(pthread_rwlock_t*, clockid_t, const Timespec64*);
+int __pthread_timedjoin_np64(pthread_t, void**, const Timespec64*);
+int __pthread_clockjoin_np64(pthread_t, void**, clockid_t, const Timespec64*);
+int __mtx_timedlock64(mtx_t*, const Timespec64*);
+int __cnd_timedwait64(cnd_t*, mtx_t*, const Timespec64*);
+int __thrd_sleep64(const Timespec64*, Timespec64*);
+int __semtimedop64(int, sembuf*, size_t, const Timespec64*);
+int __semctl64(int, int, int, ...);
+int __msgctl64(int, int, void*);
 }
 
 namespace {
@@ -99,6 +117,94 @@ TEST_F(Time64, TimedWaitsEndAtTheirTime) {
     EXPECT_EQ(errno, ETIMEDOUT);
     EXPECT_EQ(clock.now(), 30);
     sem_destroy(&semaphore);
+}
+
+TEST_F(Time64, LocksOfEitherClockEndAtTheirTime) {
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    sem_t semaphore;
+    sem_init(&semaphore, 0, 0);
+    pthread_mutex_lock(&mutex);
+    Timespec64 until = in(CLOCK_MONOTONIC, 10);
+    EXPECT_EQ(__pthread_mutex_clocklock64(&mutex, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+    until = in(CLOCK_MONOTONIC, 10);
+    EXPECT_EQ(__sem_clockwait64(&semaphore, CLOCK_MONOTONIC, &until), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 20);
+    sem_destroy(&semaphore);
+}
+
+TEST_F(Time64, ReadWriteLocksEndAtTheirTime) {
+    pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+    pthread_rwlock_wrlock(&lock);
+    std::thread other_thread([&] {
+        Timespec64 until = in(CLOCK_REALTIME, 10);
+        EXPECT_EQ(__pthread_rwlock_timedrdlock64(&lock, &until), ETIMEDOUT);
+        until = in(CLOCK_REALTIME, 10);
+        EXPECT_EQ(__pthread_rwlock_timedwrlock64(&lock, &until), ETIMEDOUT);
+        until = in(CLOCK_MONOTONIC, 10);
+        EXPECT_EQ(__pthread_rwlock_clockrdlock64(&lock, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+        until = in(CLOCK_MONOTONIC, 10);
+        EXPECT_EQ(__pthread_rwlock_clockwrlock64(&lock, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+    });
+    other_thread.join();
+    EXPECT_EQ(clock.now(), 40);
+}
+
+TEST_F(Time64, JoiningMayBeGivenUp) {
+    std::thread sleeper([] { ::usleep(100); });
+    Timespec64 until = in(CLOCK_REALTIME, 10);
+    EXPECT_EQ(__pthread_timedjoin_np64(sleeper.native_handle(), nullptr, &until), ETIMEDOUT);
+    until = in(CLOCK_MONOTONIC, 10);
+    EXPECT_EQ(__pthread_clockjoin_np64(sleeper.native_handle(), nullptr, CLOCK_MONOTONIC, &until), ETIMEDOUT);
+    EXPECT_EQ(clock.now(), 20);
+    sleeper.join();
+}
+
+TEST_F(Time64, ThreadsOfC11SleepAndGiveUp) {
+    mtx_t mutex;
+    mtx_init(&mutex, mtx_timed);
+    cnd_t condition;
+    cnd_init(&condition);
+    mtx_lock(&mutex);
+    Timespec64 until = in(CLOCK_REALTIME, 10);
+    EXPECT_EQ(__mtx_timedlock64(&mutex, &until), thrd_timedout);
+    until = in(CLOCK_REALTIME, 10);
+    EXPECT_EQ(__cnd_timedwait64(&condition, &mutex, &until), thrd_timedout);
+    const Timespec64 length{0, 10'000, 0};
+    EXPECT_EQ(__thrd_sleep64(&length, nullptr), 0);
+    EXPECT_EQ(clock.now(), 30);
+}
+
+TEST_F(Time64, SetsOfSemaphoresGiveUpAndGoOn) {
+    const int set = ::semget(IPC_PRIVATE, 1, 0600);
+    ASSERT_GE(set, 0);
+    sembuf down{0, -1, 0};
+    const Timespec64 length{0, 10'000, 0};
+    EXPECT_EQ(__semtimedop64(set, &down, 1, &length), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(clock.now(), 10);
+    std::thread setter([&] {
+        ::usleep(10);
+        EXPECT_EQ(__semctl64(set, 0, SETVAL, 1), 0);
+    });
+    EXPECT_EQ(__semtimedop64(set, &down, 1, nullptr), 0);
+    EXPECT_EQ(clock.now(), 20);
+    setter.join();
+    EXPECT_EQ(__semctl64(set, 0, IPC_RMID, 0), 0);
+}
+
+TEST_F(Time64, ARemovedQueueEndsTheWait) {
+    const int queue = ::msgget(IPC_PRIVATE, 0600);
+    ASSERT_GE(queue, 0);
+    std::thread remover([&] {
+        ::usleep(10);
+        EXPECT_EQ(__msgctl64(queue, IPC_RMID, nullptr), 0);
+    });
+    long message[2];
+    EXPECT_EQ(::msgrcv(queue, message, sizeof(long), 0, 0), -1);
+    EXPECT_EQ(errno, EIDRM);
+    EXPECT_EQ(clock.now(), 10);
+    remover.join();
 }
 
 TEST_F(Time64, RequestsReachTheNode) {

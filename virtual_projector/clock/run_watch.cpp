@@ -1,0 +1,137 @@
+#include "virtual_projector/clock/run_watch.h"
+
+#include <signal.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <utility>
+
+#include "virtual_projector/clock/reentrancy_guard.h"
+
+namespace vp {
+namespace {
+
+constexpr double look_interval_s = 0.05;
+constexpr double longest_without_call_s = 2;
+
+// A signal that the program hardly has use for; from here on nothing of it runs any more.
+int stop_signal() { return SIGRTMAX - 1; }
+
+std::atomic<bool> stopped{false};
+void (*called_at_stop)() = nullptr;
+
+void stop_here(int /*signal*/) {
+    if (called_at_stop != nullptr) called_at_stop();
+    stopped.store(true);
+    for (;;) ::syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);
+}
+
+void pause_for(double seconds) {
+    const timespec length = {0, static_cast<long>(seconds * 1e9)};
+    (void)::syscall(SYS_nanosleep, &length, nullptr);
+}
+
+// By the kernel's number of the thread, as pthread_getcpuclockid makes it.
+double processor_time_s(const ScheduledThread& thread) {
+    constexpr int of_a_thread = 6;
+    const auto clock =
+        static_cast<clockid_t>((~static_cast<unsigned>(thread.kernel_id.load()) << 3) | of_a_thread);
+    timespec time{};
+    if (::syscall(SYS_clock_gettime, clock, &time) != 0) return 0;
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// True when the kernel has put it to sleep.
+bool sleeps(const ScheduledThread& thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread.kernel_id.load()) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    const std::size_t name_end = text.rfind(") ");  // the name may hold anything
+    return name_end != std::string::npos && name_end + 2 < text.size() && text[name_end + 2] == 'S';
+}
+
+}  // namespace
+
+RunWatch::RunWatch(TurnScheduler& scheduler, double limit_s, Handlers handlers)
+    : scheduler_(scheduler), limit_s_(limit_s), handlers_(std::move(handlers)) {
+    const ReentrancyGuard guard;
+    // The program's signals are none of this thread's.
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    (void)::pthread_sigmask(SIG_SETMASK, &all, &before);
+    has_thread_ = ::pthread_create(&thread_, nullptr, &RunWatch::run, this) == 0;
+    (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+RunWatch::~RunWatch() {
+    const ReentrancyGuard guard;
+    ending_ = true;
+    if (!has_thread_ || ::pthread_equal(thread_, ::pthread_self()) != 0) return;
+    (void)::pthread_join(thread_, nullptr);
+}
+
+void* RunWatch::run(void* watch) {
+    const ReentrancyGuard guard;
+    static_cast<RunWatch*>(watch)->watch();
+    return nullptr;
+}
+
+void RunWatch::watch() {
+    while (!ending_) {
+        pause_for(look_interval_s);
+        if (!ending_) look();
+    }
+}
+
+void RunWatch::look() {
+    const ScheduledThread* const running = scheduler_.running();
+    const std::uint64_t progress = scheduler_.progress();
+    if (progress != progress_ || running != watched_) {
+        progress_ = progress;
+        watched_ = running;
+        idle_looks_ = 0;
+        blocked_looks_ = 0;
+        processor_time_s_ = running == nullptr ? 0 : processor_time_s(*running);
+        return;
+    }
+    if (handlers_.is_excused && handlers_.is_excused()) {
+        idle_looks_ = 0;
+        return;
+    }
+    ++idle_looks_;
+    if (limit_s_ > 0 && idle_looks_ * look_interval_s >= limit_s_) {
+        handlers_.limit_reached();
+        return;
+    }
+    if (running != nullptr) look_at(*running);
+}
+
+void RunWatch::look_at(const ScheduledThread& thread) {
+    blocked_looks_ = sleeps(thread) ? blocked_looks_ + 1 : 0;
+    const bool computes = processor_time_s(thread) - processor_time_s_ >= longest_without_call_s;
+    const bool is_blocked = blocked_looks_ * look_interval_s >= longest_without_call_s;
+    if (!computes && !is_blocked) return;
+    if (scheduler_.take_turn_away(thread)) handlers_.turn_lost(thread);
+    blocked_looks_ = 0;
+}
+
+bool RunWatch::stop(const ScheduledThread* thread, void (*at_stop)()) {
+    if (thread == nullptr || thread->kernel_id == 0) return false;
+    called_at_stop = at_stop;
+    stopped = false;
+    struct sigaction action {};
+    action.sa_handler = stop_here;
+    ::sigfillset(&action.sa_mask);
+    if (::sigaction(stop_signal(), &action, nullptr) != 0) return false;
+    if (::syscall(SYS_tgkill, ::getpid(), thread->kernel_id.load(), stop_signal()) != 0) return false;
+    constexpr int longest_looks = 20;
+    for (int i = 0; i < longest_looks && !stopped; ++i) pause_for(look_interval_s);
+    return stopped;
+}
+
+}  // namespace vp

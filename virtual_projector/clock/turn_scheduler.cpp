@@ -77,6 +77,7 @@ void TurnScheduler::begin_current(ScheduledThread* thread) {
     current = thread;
     thread->kernel_id = static_cast<int>(::syscall(SYS_gettid));
     thread->scheduler->await_turn(*thread);
+    thread->place = ScheduledThread::Place::program;
 }
 
 void TurnScheduler::finish_current() {
@@ -308,6 +309,7 @@ void TurnScheduler::enter_call() {
 }
 
 void TurnScheduler::leave_call() {
+    if (current == nullptr) return;  // it has ended in this call
     if (--current->call_depth == 0) current->place.store(Place::program);
 }
 

@@ -43,6 +43,8 @@ public:
     /// The board's descriptor `from` has got a copy, as dup makes it, or `to` has been replaced by another's.
     void copy(int from, int to);
     void forget(int descriptor);
+    /// The machine goes: what is still open leads nowhere from now on, whatever is done with it.
+    void let_go();
     /// Brings what poll sees of the descriptors up to date.
     void show_readiness();
     /// The board's descriptors from `first` to `last`.

@@ -58,6 +58,7 @@ void Machine::uninstall() {
     Machine* self = this;
     if (!installed.compare_exchange_strong(self, nullptr)) return;
     signals_.uninstall();
+    files_.let_go();
     threads_.forget_current();
 }
 

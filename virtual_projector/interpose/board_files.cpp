@@ -78,6 +78,11 @@ std::optional<long> BoardFiles::look_up(const char* path) const {
     return devices_.find(path) != nullptr ? 0 : -ENOENT;
 }
 
+bool BoardFiles::is_device(int descriptor) {
+    const std::optional<Entry> entry = find(descriptor);
+    return entry && !is_attribute(entry->path.c_str());
+}
+
 bool BoardFiles::is_attribute(const char* path) { return std::strncmp(path, "/sys/", 5) == 0; }
 
 long BoardFiles::open_device(const std::string& path, int flags) {

@@ -39,6 +39,7 @@ public:
     /// True of a path to an attribute, a file; false: to a device.
     static bool is_attribute(const char* path);
 
+    bool is_device(int descriptor);
     bool is_boards(int descriptor) { return find(descriptor).has_value(); }
     /// The board's descriptor `from` has got a copy, as dup makes it, or `to` has been replaced by another's.
     void copy(int from, int to);

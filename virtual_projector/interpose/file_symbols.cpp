@@ -71,6 +71,14 @@ bool is_streamed_here(int descriptor) {
         .has_value();
 }
 
+// True of a device of the board, which gives whole records only.
+bool reads_records(int descriptor) {
+    return ask_machine([&](Machine& m) {
+               return m.files().is_device(descriptor) ? std::optional<long>(1) : std::nullopt;
+           })
+        .has_value();
+}
+
 bool needs_our_stream(const char* path) {
     if (!vp::may_open(path)) return true;
     return ask_machine([&](Machine& m) {
@@ -172,7 +180,8 @@ int fileno(FILE* stream) noexcept {
 }
 
 int setvbuf(FILE* stream, char* buffer, int mode, size_t size) noexcept {
-    return mode == _IONBF && vp::is_read_only(stream) ? 0 : real::setvbuf(stream, buffer, mode, size);
+    const bool keeps_buffer = mode == _IONBF && vp::is_read_only(stream) && reads_records(fileno(stream));
+    return keeps_buffer ? 0 : real::setvbuf(stream, buffer, mode, size);
 }
 
 void setbuf(FILE* stream, char* buffer) noexcept {

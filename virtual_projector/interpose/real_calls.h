@@ -237,7 +237,6 @@ inline Call<std::uint32_t(std::uint32_t)> arc4random_uniform{"arc4random_uniform
 inline Call<int(thrd_t*, thrd_start_t, void*)> thrd_create{"thrd_create"};
 inline Call<int(thrd_t, int*)> thrd_join{"thrd_join"};
 inline Call<int(thrd_t)> thrd_detach{"thrd_detach"};
-inline Call<void(int)> thrd_exit{"thrd_exit"};
 inline Call<int(mtx_t*)> mtx_lock{"mtx_lock"};
 inline Call<int(mtx_t*)> mtx_trylock{"mtx_trylock"};
 inline Call<int(mtx_t*, const timespec*)> mtx_timedlock{"mtx_timedlock"};

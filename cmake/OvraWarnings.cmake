@@ -28,3 +28,10 @@ if(OVRA_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+
+# Debuggers find the sources by their paths, so only what is handed out does without them: a stripped program keeps
+# an identity that is computed from all that was linked, paths too.
+option(OVRA_MAP_PATHS "Compile and link the same bytes in every folder" OFF)
+if(OVRA_MAP_PATHS)
+  add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+endif()

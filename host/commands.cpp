@@ -19,14 +19,23 @@ namespace {
 
 constexpr int idle_timeout_ms = 60 * 1000;
 constexpr int wait_slice_ms = 500;
+constexpr std::size_t usage_width = 28;  // the list of commands fits a terminal of 80 columns
 
 // --- Requests ------------------------------------------------------------------------------------------
 
 Outcome run_init(const Arguments&) { return start_library() ? Outcome::done : Outcome::failed; }
 
+// The library takes the request all the same and computes the widths.
+void look_for_display() {
+    if (there_is_a_display()) return;
+    say("there is no display: no picture will be squared");
+    note_request_failed();
+}
+
 Outcome run_akaf(const Arguments&) {
     say("auto-focus and auto-keystone requested");
     begin_request(true);
+    if (varnel_get_osd_settings_keystone() != 0) look_for_display();
     if (varnel_get_osd_settings_autofocus() == 0) {
         say("auto-focus is off: the lens will stay where it is");
         note_request_failed();
@@ -40,6 +49,7 @@ Outcome run_keystone(const Arguments& arguments) {
     if (!parse_int(arguments[0], angle)) return Outcome::misused;
     say("keystone for a tilt of %d degrees requested", angle);
     begin_request(false);
+    look_for_display();
     varnel_setDLPkeystone(angle);
     return Outcome::done;
 }
@@ -120,6 +130,10 @@ Outcome run_offset(const Arguments& arguments) {
     int step = 0;
     if (!parse_int(arguments[0], direction) || !parse_int(arguments[1], step)) return Outcome::misused;
     if (direction != 0 && direction != 1) return Outcome::misused;
+    if (!there_is_a_display()) {
+        say("there is no display: no keystone can be moved");
+        return Outcome::failed;
+    }
     set_keystone_offset_api(direction, step);
     say("keystone moved one step of %d pixels in direction %d", step, direction);
     return Outcome::done;
@@ -136,9 +150,9 @@ void say_lens_position() {
     }
 }
 
-// Before the first run the library holds a distance that nobody measured.
+// Before the first focus step the library holds a distance that nobody measured.
 void say_distance() {
-    if (!a_run_has_ended()) return;
+    if (!a_focus_step_has_ended()) return;
     const int distance_mm = peek(lastDistance);
     if (distance_mm > 0) {
         say("distance of the last run: %d mm", distance_mm);
@@ -147,11 +161,19 @@ void say_distance() {
     }
 }
 
+void say_picture() {
+    if (!there_is_a_display()) {
+        say("picture: there is no display");
+        return;
+    }
+    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
+        peek(preDownW), get_current_keystone_angle());
+}
+
 Outcome run_status(const Arguments&) {
     say("auto-keystone is %s, auto-focus is %s; %s", varnel_get_osd_settings_keystone() != 0 ? "on" : "off",
         varnel_get_osd_settings_autofocus() != 0 ? "on" : "off", last_request_words());
-    say("picture: %d pixels at the top, %d at the bottom, for a tilt of %d degrees", peek(preUpW),
-        peek(preDownW), get_current_keystone_angle());
+    say_picture();
     say_distance();
     say_lens_position();
     return Outcome::done;
@@ -233,11 +255,29 @@ Outcome run_try(const Arguments& arguments) {
 
 Outcome run_quit(const Arguments&) { return Outcome::quit; }
 
-void list_commands(const std::vector<Command>& table) {
-    for (const Command& command : table) {
-        const std::string usage = std::string(command.name) + " " + command.arguments;
-        say("  %-34s %s", usage.c_str(), command.purpose);
+// How a command is used, one line of the list each: all ways in one, or, where that takes too much room, each.
+std::vector<std::string> usages_of(const Command& command) {
+    const std::string name = std::string(command.name) + " ";
+    const std::string or_else = " | ";
+    std::string ways = command.arguments;
+    if (name.size() + ways.size() <= usage_width) return {name + ways};
+    std::vector<std::string> usages;
+    for (std::size_t end = ways.find(or_else); end != std::string::npos; end = ways.find(or_else)) {
+        usages.push_back(name + ways.substr(0, end));
+        ways.erase(0, end + or_else.size());
     }
+    usages.push_back(name + ways);
+    return usages;
+}
+
+void list_command(const Command& command) {
+    const std::vector<std::string> usages = usages_of(command);
+    say("  %-*s %s", static_cast<int>(usage_width), usages.front().c_str(), command.purpose);
+    for (std::size_t i = 1; i < usages.size(); ++i) say("  %s", usages[i].c_str());
+}
+
+void list_commands(const std::vector<Command>& table) {
+    for (const Command& command : table) list_command(command);
 }
 
 Outcome run_help(const Arguments&) {
@@ -276,8 +316,7 @@ const std::vector<Command>& commands() {
         {"akaf", "", "request one auto-keystone and auto-focus run", 0, 0, true, run_akaf},
         {"keystone", "DEGREES", "request the keystone widths for a tilt", 1, 1, true, run_keystone},
         {"switches", "KEYSTONE AUTOFOCUS", "switch both on (1) or off (0)", 2, 2, true, run_switches},
-        {"wait", "DURATION | idle", "wait 500ms, 2s, 1min, or until nothing is going on", 1, 1, false,
-         run_wait},
+        {"wait", "DURATION | idle", "wait 500ms, 2s, 1min, or until all is quiet", 1, 1, false, run_wait},
         {"manual", "DELTA", "move the focus by TMR units", 1, 1, true, run_manual},
         {"limit", "left | right", "move the lens to a soft limit", 1, 1, true, run_limit},
         {"offset", "DIRECTION STEP", "move the keystone by hand", 2, 2, true, run_offset},

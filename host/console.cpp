@@ -12,6 +12,13 @@ namespace {
 // The host's words, once they part from the library's log.
 std::FILE* own_words = nullptr;
 
+bool is_written(std::FILE* stream) {
+    flockfile(stream);
+    const bool good = std::fflush(stream) == 0 && std::ferror(stream) == 0;
+    funlockfile(stream);
+    return good;
+}
+
 }  // namespace
 
 bool send_library_log_to(const std::string& path) {
@@ -37,6 +44,11 @@ void say(const char* format, ...) {
     std::fputc('\n', words);
     std::fflush(words);
     funlockfile(words);
+}
+
+bool all_is_written() {
+    const bool log_is_written = is_written(stdout);
+    return (own_words == nullptr || is_written(own_words)) && log_is_written;
 }
 
 }  // namespace host

@@ -13,6 +13,10 @@ bool send_library_log_to(const std::string& path);
 /// Prints one line of the host's own. May be called from any thread; lines never mix.
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/// Writes out what is still held back. False when that, or anything printed before, could not be written: the
+/// host's words or the library's log are not complete then.
+bool all_is_written();
+
 }  // namespace host
 
 #endif

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "host/console.h"
 #include "host/peek.h"
@@ -18,19 +19,41 @@ constexpr int poll_ms = 50;
 std::atomic<bool> started{false};
 std::atomic<RequestState> request_state{RequestState::none};
 
-// g_osd_state_autofocus is 1 from load on, until the first run ends: it tells of a run only once a run has
-// been asked for or one has been seen to end.
-std::atomic<bool> run_state_is_meaningful{false};
+// Whether g_osd_state_autofocus tells of runs. It is 1 from load on until the first run ends, whether one has
+// begun or not.
+std::atomic<bool> run_state_tells{false};
+std::mutex run_state_mutex;
 
-std::atomic<bool> refreshed{false};
+std::atomic<bool> focus_step_has_ended{false};
+std::atomic<bool> display_is_missing{false};
 
 // Nobody has waited for the end of the last request yet.
 std::atomic<bool> open_request{false};
 
-// The library asks for it at the end of each run.
+enum class FirstRun { asked_for, not_yet_asked_for };
+
+// From the first request on the library's 1 is true, or about to be; before it nothing runs, and it is made 0.
+void let_run_state_tell(FirstRun first_run) {
+    if (run_state_tells) return;
+    const std::lock_guard<std::mutex> lock(run_state_mutex);
+    if (!run_state_tells && first_run == FirstRun::not_yet_asked_for)
+        poke(g_osd_state_autofocus, std::uint8_t{0});
+    run_state_tells = true;
+}
+
+bool run_is_in_progress() { return run_state_tells && varnel_get_state_autofocus() != 0; }
+
+// The library asks for it at the end of each focus step, and after a movement that it has dropped: that is no
+// run's end.
 void on_refresh() {
-    run_state_is_meaningful = true;
-    refreshed = true;
+    if (run_is_in_progress()) focus_step_has_ended = true;
+}
+
+// The library asks each time before it judges whether the unit was moved, and only such a movement makes it run
+// without a request: the first time, nothing has run that the host did not ask for.
+std::int32_t on_question_for_factory_test() {
+    let_run_state_tell(FirstRun::not_yet_asked_for);
+    return 0;
 }
 
 void on_toast(std::int32_t code) {
@@ -49,6 +72,7 @@ app_callback_table make_callbacks() {
     app_callback_table table{};
     table.refresh_ui = on_refresh;
     table.toast = on_toast;
+    table.is_factory_test = on_question_for_factory_test;
     table.rotation_changed = on_rotation;
     return table;
 }
@@ -59,7 +83,7 @@ app_callback_table callbacks = make_callbacks();
 bool something_is_pending() {
     if (peek(g_run_once_AKAF) != 0 || peek(g_run_once_keystone) != 0) return true;
     if (peek(project_acc_angle_changed) != 0 || peek(project_tof_dist_changed) != 0) return true;
-    return run_state_is_meaningful && varnel_get_state_autofocus() != 0;
+    return run_is_in_progress();
 }
 
 bool step(const char* name, int result, bool good) {
@@ -79,6 +103,7 @@ bool start_library() {
     bool good = step("app_callback_init", app_callback_init(&callbacks), true);
     int result = ovrafocus_init();
     good = step("ovrafocus_init", result, result == 0) && good;
+    display_is_missing = keystone_api_init() == -1;  // open by now, or tried once more
     result = ovra_sys_param_init();
     good = step("ovra_sys_param_init", result, result == 0) && good;
     result = ovra_gsensor_init();
@@ -101,7 +126,7 @@ void stop_library() {
 void begin_request(bool auto_focus) {
     request_state = RequestState::succeeded;
     open_request = true;
-    if (auto_focus) run_state_is_meaningful = true;
+    if (auto_focus) let_run_state_tell(FirstRun::asked_for);
 }
 
 bool wait_until_idle(int timeout_ms) {
@@ -120,7 +145,9 @@ bool wait_until_idle(int timeout_ms) {
 
 bool request_is_open() { return started && open_request; }
 
-bool a_run_has_ended() { return refreshed; }
+bool a_focus_step_has_ended() { return focus_step_has_ended; }
+
+bool there_is_a_display() { return !display_is_missing; }
 
 RequestState last_request() { return request_state; }
 

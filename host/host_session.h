@@ -15,8 +15,11 @@ void stop_library();
 /// Called when a request is made: failures told by toasts from now on belong to it.
 void begin_request(bool auto_focus);
 
-/// Whether a focus run has ended since the start, whoever asked for it.
-bool a_run_has_ended();
+/// Whether a run has ended that measured the distance, whoever asked for it.
+bool a_focus_step_has_ended();
+
+/// False when the library could not open the display at the start: no picture can be squared then.
+bool there_is_a_display();
 
 /// How the last request went.
 enum class RequestState { none, succeeded, failed };

@@ -1,4 +1,4 @@
-// Reading what the library's threads write.
+// Reading what the library's threads write, and writing what they read.
 #ifndef OVRA_HOST_PEEK_H
 #define OVRA_HOST_PEEK_H
 
@@ -10,6 +10,12 @@ T peek(const T& shared) {
     T value;
     __atomic_load(&shared, &value, __ATOMIC_RELAXED);
     return value;
+}
+
+/// Changes one of the library's shared variables, in one piece.
+template <typename T>
+void poke(T& shared, T value) {
+    __atomic_store(&shared, &value, __ATOMIC_RELAXED);
 }
 
 }  // namespace host

@@ -13,12 +13,16 @@ std::string field_text(const char (&field)[length]) {
     return printable_text(field, length);
 }
 
-std::string flag_text(const char* name, char flag) {
+// A flag of a record that could not be read is a zero byte.
+std::string flag_in_brackets(char flag) {
+    if (flag == 0) return "(empty)";
     const std::string digit = printable_text(&flag, 1);
+    return digit == "(erased)" ? digit : "(" + digit + ")";
+}
+
+std::string flag_text(const char* name, char flag) {
     const bool calibrated = flag >= '1' && flag <= '9';
-    const bool erased = digit == "(erased)";
-    return std::string(name) + (calibrated ? "calibrated " : "not calibrated ") +
-           (erased ? digit : "(" + digit + ")");
+    return std::string(name) + (calibrated ? "calibrated " : "not calibrated ") + flag_in_brackets(flag);
 }
 
 }  // namespace

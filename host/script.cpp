@@ -9,8 +9,8 @@ namespace {
 
 int exit_code_of(Outcome outcome) {
     if (outcome == Outcome::misused || outcome == Outcome::refused) return exit_usage;
-    if (outcome == Outcome::failed) return exit_request_failed;
-    return last_request() == RequestState::failed ? exit_request_failed : exit_success;
+    if (outcome == Outcome::failed) return exit_failed;
+    return last_request() == RequestState::failed ? exit_failed : exit_success;
 }
 
 // The exit code tells how the last request ended, so it has to have ended.

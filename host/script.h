@@ -8,9 +8,12 @@
 
 namespace host {
 
+// What the program ends with: all was carried out and the last request succeeded; a request or a command could
+// not be carried out; the program, or a command, was called wrongly; what it printed could not be written.
 constexpr int exit_success = 0;
-constexpr int exit_request_failed = 1;
+constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
+constexpr int exit_output_lost = 3;
 
 /// Carries out each command until one cannot be carried out or quits; at the end waits for the last request, if
 /// no command did. Returns the program's exit code: the failed command's, or whether the last request

@@ -10,7 +10,9 @@
 #include <stdint.h>
 
 #ifdef __cplusplus
+extern "C++" {  // a host may include the whole inside extern "C"
 #include <vector>
+}
 #endif
 
 #include "ovrafocus/export.h"

@@ -40,7 +40,9 @@ OVRA_END_DECLS
 
 #ifdef __cplusplus
 
+extern "C++" {  // a host may include the whole inside extern "C"
 #include <vector>
+}
 
 #ifdef __clang__
 #pragma clang diagnostic push

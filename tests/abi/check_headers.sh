@@ -1,6 +1,6 @@
 #!/bin/sh
-# Compiles each exported header alone, as strict C11 and as C++17, together with the proof that it declares
-# what the list attributes to it, and nothing else.
+# Compiles each exported header alone, as strict C11, as C++17 and as C++17 inside extern "C", where old hosts put
+# whatever has plain C names, together with the proof that it declares what the list attributes to it, and nothing else.
 #   check_headers.sh EXPORTS_LIST INCLUDE_DIRECTORY C_COMPILER CXX_COMPILER POINTER_BYTES
 set -u
 list=$1 include=$2 cc=$3 cxx=$4 pointer_bytes=$5
@@ -35,6 +35,14 @@ for path in "$include"/ovrafocus/*.h; do
     $cc -std=c11 $warnings -I"$include" "$directory/$header.c" || fail "$header.h: not strict C11, or incomplete"
     # shellcheck disable=SC2086
     $cxx -std=c++17 $warnings -I"$include" "$directory/$header.cpp" || fail "$header.h: not C++17, or incomplete"
+
+    {
+        echo 'extern "C" {'
+        sed 's/^typedef .*/}/' "$directory/$header.cpp"
+    } >"$directory/$header.wrapped.cpp"
+    # shellcheck disable=SC2086
+    $cxx -std=c++17 $warnings -I"$include" "$directory/$header.wrapped.cpp" ||
+        fail "$header.h: cannot be included inside extern \"C\""
 
     listed=$(grep -c "^$header " "$list")
     declared=$(grep -c '^ *\(extern \)\{0,1\}OVRA_API ' "$path")

@@ -1,6 +1,10 @@
 // The ovrafocus-host command as its user meets it, on a standard unit.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -29,12 +33,34 @@ TEST(OvrafocusHost, TakesCommandsFromStandardInputAndLetsAPersonTryAgain) {
     EXPECT_EQ(finished.exit_code, 0);
 }
 
-TEST(OvrafocusHost, EndsWithTwoForAWrongCommand) { EXPECT_EQ(host({"fann 3"}).exit_code, 2); }
+TEST(OvrafocusHost, NamesAWrongOption) {
+    EXPECT_NE(host({"--bogus"}).complaints.find("--bogus"), std::string::npos);
+}
 
-TEST(OvrafocusHost, EndsWithTwoForAWrongOption) {
-    const Finished finished = host({"--bogus"});
-    EXPECT_EQ(finished.exit_code, 2);
-    EXPECT_NE(finished.complaints.find("--bogus"), std::string::npos);
+TEST(OvrafocusHost, EndsWithOneCodeForEachKindOfEnd) {
+    struct Row {
+        const char* what;
+        std::vector<std::string> arguments;
+        int exit_code;
+    };
+    const std::string quiet = "--library-log=/dev/null";
+    const Row rows[] = {
+        {"nothing was asked for", {quiet, "help"}, 0},
+        {"the last request succeeded", {quiet, "init", "akaf"}, 0},
+        {"the last request failed", {quiet, "init", "switches 0 0", "akaf"}, 1},
+        {"a later request succeeded",
+         {quiet, "init", "switches 0 0", "akaf", "wait idle", "switches 1 1", "akaf"},
+         0},
+        {"a command could not be carried out", {quiet, "akaf"}, 1},
+        {"a command failed that is tried", {quiet, "try akaf"}, 0},
+        {"a wrong option", {"--bogus"}, 2},
+        {"a wrong command", {quiet, "fann 3"}, 2},
+        {"a wrong argument", {quiet, "fan fast"}, 2},
+        {"a script that cannot be read", {"--script", "/nowhere/script"}, 2},
+        {"a log that cannot be made", {"--library-log", "/nowhere/log", "help"}, 3},
+        {"a log on a full disk", {"--library-log", "/dev/full", "init"}, 3},
+    };
+    for (const Row& row : rows) EXPECT_EQ(host(row.arguments).exit_code, row.exit_code) << row.what;
 }
 
 TEST(OvrafocusHost, NamesAFileThatItCannotReadOrWrite) {
@@ -42,7 +68,6 @@ TEST(OvrafocusHost, NamesAFileThatItCannotReadOrWrite) {
               "ovrafocus-host: cannot read /nowhere/script: No such file or directory\n");
     EXPECT_EQ(host({"--library-log", "/nowhere/log", "help"}).complaints,
               "ovrafocus-host: cannot write /nowhere/log: No such file or directory\n");
-    EXPECT_EQ(host({"--script", "/nowhere/script"}).exit_code, 2);
 }
 
 TEST(OvrafocusHost, TakesAFolderForNoScript) {
@@ -84,6 +109,70 @@ TEST(OvrafocusHost, EndsWhenTheLastRequestHasEnded) {
     EXPECT_EQ(storykit::launch_projector(far, by_script).words, far_words);
 }
 
+TEST(OvrafocusHost, IsQuietAfterAShakeThatTheLibraryDropped) {
+    const storykit::ScratchFolder folder;
+    // Before the first run a wall at 300 mm counts as one at the distance of the last run.
+    storykit::write_file(folder.file("shake.json"), R"({"set": {"pose.distance_mm": 300},
+                         "events": [{"at_s": 3, "gesture": "shake", "for_s": 2.5}]})");
+    const Finished finished = storykit::launch_projector(
+        {"--scenario", folder.file("shake.json")}, {storykit::host_program, "--library-log", folder.file("log"),
+                                                    "init", "wait 10s", "wait idle", "status"});
+    EXPECT_NE(storykit::contents_of(folder.file("log")).find("distance not changed"), std::string::npos);
+    EXPECT_NE(finished.words.find("\nall is quiet after 0.05 seconds; nothing has been requested\n"),
+              std::string::npos)
+        << finished.words;
+    EXPECT_EQ(finished.words.find("distance of the last run"), std::string::npos) << finished.words;
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+TEST(OvrafocusHost, WaitsForTheEndOfARunThatTheLibraryMadeByItself) {
+    const std::vector<std::string> commands = {
+        storykit::host_program, "--library-log", "/dev/null", "init", "wait 10s", "wait idle", "status"};
+    const Finished finished = storykit::launch_projector(
+        {"--scenario", storykit::project_file("scenarios/pick-up-and-set-down.json")}, commands);
+    EXPECT_NE(finished.words.find("\ndistance of the last run: 1200 mm\nlens: at TMR -57, "), std::string::npos)
+        << finished.words;
+}
+
+TEST(OvrafocusHost, SaysThatNothingIsSquaredWithoutADisplay) {
+    const std::vector<std::string> commands = {
+        storykit::host_program, "--library-log", "/dev/null",    "init", "akaf",      "wait idle",
+        "try offset 0 2",       "status",        "switches 0 1", "akaf", "wait idle", "keystone 10"};
+    const Finished finished =
+        storykit::launch_projector({"--set", "tmr.noise_sigma=0", "--set", "tof.noise_mm=0", "--set",
+                                    "tof.noise_per_mm=0", "--set", "board.has_display=0"},
+                                   commands);
+    EXPECT_EQ(finished.words,
+              "the library is started; auto-keystone is on, auto-focus is on\n"
+              "auto-focus and auto-keystone requested\n"
+              "there is no display: no picture will be squared\n"
+              "all is quiet after 0.20 seconds; the last request failed\n"
+              "there is no display: no keystone can be moved\n"
+              "auto-keystone is on, auto-focus is on; the last request failed\n"
+              "picture: there is no display\n"
+              "distance of the last run: 1500 mm\n"
+              "lens: at TMR -66, limits -104 and 190\n"
+              "auto-keystone off, auto-focus on\n"
+              "auto-focus and auto-keystone requested\n"
+              "all is quiet after 0.20 seconds; the last request succeeded\n"
+              "keystone for a tilt of 10 degrees requested\n"
+              "there is no display: no picture will be squared\n"
+              "all is quiet after 0.20 seconds; the last request failed\n");
+    EXPECT_EQ(finished.exit_code, 1);
+}
+
+TEST(OvrafocusHost, FindsADisplayThatOpensTheSecondTime) {
+    const storykit::ScratchFolder folder;
+    storykit::write_file(folder.file("late.json"), R"({"set": {"pose.pitch_deg": 12},
+                         "faults": [{"operation": "open", "path": "/dev/dis", "nth": 1, "error": "ENODEV"}]})");
+    const Finished finished = storykit::launch_projector(
+        {"--scenario", folder.file("late.json")},
+        {storykit::host_program, "--library-log", "/dev/null", "init", "akaf", "wait idle", "status"});
+    EXPECT_NE(finished.words.find("\npicture: 1148 pixels at the top, 1280 at the bottom, "), std::string::npos)
+        << finished.words;
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
 TEST(OvrafocusHost, SaysThatARequestIsUnderWay) {
     const std::string words = host({"--library-log", "/dev/null", "init", "akaf", "status"}).words;
     EXPECT_NE(words.find("auto-focus is on; the last request is being carried out\n"), std::string::npos)
@@ -113,6 +202,30 @@ TEST(OvrafocusHost, AnswersQuestionsInWords) {
               "auto-keystone is on, auto-focus is on; nothing has been requested\n"
               "picture: 1280 pixels at the top, 1280 at the bottom, for a tilt of 0 degrees\n"
               "lens: at TMR 6, limits -104 and 190\n");
+    EXPECT_EQ(finished.exit_code, 0);
+}
+
+std::size_t longest_line(const std::string& text) {
+    std::size_t longest = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
+    return longest;
+}
+
+TEST(OvrafocusHost, HelpFitsATerminalOf80Columns) {
+    EXPECT_LE(longest_line(host({"help"}).words), 80U);
+    // Its first line names the program by the path that it was called by.
+    std::string help = host({"--help"}).words;
+    const std::size_t path = help.find(storykit::host_program);
+    ASSERT_NE(path, std::string::npos) << help;
+    help.replace(path, std::strlen(storykit::host_program), "ovrafocus-host");
+    EXPECT_LE(longest_line(help), 80U) << help;
+}
+
+TEST(OvrafocusHost, NamesItsVersionAndItsCommit) {
+    const Finished finished = host({"--version"});
+    EXPECT_THAT(finished.words,
+                testing::MatchesRegex("ovrafocus-host [0-9]+\\.[0-9]+\\.[0-9]+ \\(commit [0-9a-z-]+\\)\n"));
     EXPECT_EQ(finished.exit_code, 0);
 }
 

@@ -71,6 +71,35 @@ TEST_F(HostSessionTest, IsBusyWhileARunIsInProgress) {
     EXPECT_GE(board.now_us(), second_us);
 }
 
+// The library's question whether the factory tests, and its wish for a redraw, come through the table.
+TEST_F(HostSessionTest, IsIdleAfterARedrawThatNoRunAskedFor) {
+    host::start_library();
+    ASSERT_EQ(varnel_get_state_autofocus(), 1);
+    ASSERT_EQ(get_app_callback()->is_factory_test(), 0);
+    get_app_callback()->refresh_ui();
+    EXPECT_FALSE(host::a_focus_step_has_ended());
+    const std::int64_t begin_us = board.now_us();
+    EXPECT_EQ(host::run_line("wait idle"), Outcome::done);
+    EXPECT_LT(board.now_us() - begin_us, second_us);
+}
+
+TEST_F(HostSessionTest, IsBusyDuringARunThatNobodyAskedFor) {
+    host::start_library();
+    get_app_callback()->is_factory_test();
+    clear_after(g_osd_state_autofocus, second_us);
+    EXPECT_EQ(host::run_line("wait idle"), Outcome::done);
+    EXPECT_GE(board.now_us(), second_us);
+}
+
+TEST_F(HostSessionTest, LeavesTheStateAloneOnceARunHasBeenAskedFor) {
+    host::start_library();
+    host::begin_request(true);
+    get_app_callback()->is_factory_test();
+    EXPECT_EQ(varnel_get_state_autofocus(), 1);
+    get_app_callback()->refresh_ui();
+    EXPECT_TRUE(host::a_focus_step_has_ended());
+}
+
 TEST_F(HostSessionTest, GivesUpAfterAMinute) {
     g_run_once_keystone = 1;
     EXPECT_EQ(host::run_line("wait idle"), Outcome::failed);

@@ -54,8 +54,8 @@ TEST(ARecordInWords, MayBeAllZero) {
     const ovra_permanent_record record{};
     EXPECT_EQ(host::describe_record(record),
               (Lines{"lens table       ", "gravity offsets  ", "device serial    ", "board serial     ",
-                     "gravity sensor   not calibrated ()", "ToF sensor       not calibrated ()",
-                     "lens             not calibrated ()"}));
+                     "gravity sensor   not calibrated (empty)", "ToF sensor       not calibrated (empty)",
+                     "lens             not calibrated (empty)"}));
 }
 
 }  // namespace

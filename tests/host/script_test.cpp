@@ -54,20 +54,20 @@ TEST_F(ScriptTest, StopsAtACommandWithWrongArgumentsAndSaysWhatWouldBeRight) {
 }
 
 TEST_F(ScriptTest, StopsAtACommandThatNeedsTheLibraryBeforeItIsStarted) {
-    EXPECT_EQ(script("akaf\nwait 1h\n"), host::exit_request_failed);
+    EXPECT_EQ(script("akaf\nwait 1h\n"), host::exit_failed);
     EXPECT_EQ(board.log(), "akaf: start the library first with 'init'\nname.host:1: stopped at 'akaf'\n");
     EXPECT_EQ(board.now_us(), 0);
 }
 
 TEST_F(ScriptTest, StopsAtAStepThatFailsAndSaysWhichAndWhy) {
-    EXPECT_EQ(script("calibrate gravity 1 2 30000\nwait 1h\n"), host::exit_request_failed);
+    EXPECT_EQ(script("calibrate gravity 1 2 30000\nwait 1h\n"), host::exit_failed);
     EXPECT_EQ(board.log(),
               "gravity offsets must lie in -20000 to 20000\n"
               "name.host:1: stopped at 'calibrate gravity 1 2 30000'\n");
 }
 
 TEST_F(ScriptTest, GoesOnAfterAFailureThatIsPartOfThePlan) {
-    EXPECT_EQ(script("try calibrate gravity 1 2 30000\nwait 1s\n"), host::exit_request_failed);
+    EXPECT_EQ(script("try calibrate gravity 1 2 30000\nwait 1s\n"), host::exit_failed);
     EXPECT_EQ(board.log(), "gravity offsets must lie in -20000 to 20000\n");
     EXPECT_EQ(board.now_us(), 1000000);
 }

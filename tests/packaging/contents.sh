@@ -1,17 +1,24 @@
 #!/bin/sh
 # Compares the files of each package with the list, both ways.
-#   contents.sh PLACE LIBRARY_FOLDER BUILD_TYPE SCENARIOS
+#   contents.sh PLACE LIBRARY_FOLDER BUILD_TYPE SOURCES
 set -eu
 LC_ALL=C
 export LC_ALL
-place=$1 library_folder=$2 build_type=$3 scenarios=$4
+place=$1 library_folder=$2 build_type=$3 sources=$4
 list=$(dirname "$0")/contents.txt
 stories=usr/share/virtual-projector/scenarios
+documents=usr/share/doc/libovrafocus-dev
 
 {
     sed -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"
     # Every story there is.
-    (cd "$scenarios" && find . -name '*.json' -o -name '*.host') | sed "s,^\.,virtual-projector $stories,"
+    (cd "$sources/scenarios" && find . -name '*.json' -o -name '*.host') | sed "s,^\.,virtual-projector $stories,"
+    # Every document and example, and the reference host as one more example.
+    (cd "$sources" && {
+        find docs -name '*.md'
+        find host -name '*.h' -o -name '*.cpp' -o -name '*.script'
+        [ ! -d examples ] || find examples ! -type d ! -path '*/__pycache__/*'
+    }) | sed "s,^,libovrafocus-dev $documents/,"
 } | sort >"$place/wanted"
 for package in libovrafocus libovrafocus-dev virtual-projector; do
     dpkg-deb -c "$place/$package.deb" >"$place/listing"

@@ -23,9 +23,22 @@ expect libovrafocus-dev Depends "libovrafocus (= $version)"
 expect libovrafocus-dev Description "automatic focus and keystone correction - development files"
 expect virtual-projector Section devel
 expect virtual-projector Depends "libovrafocus (= $version), libc6, libgcc-s1, libstdc++6"
+expect virtual-projector Recommends libovrafocus-dev
 expect virtual-projector Description "simulated video projector for host programs of libovrafocus"
 for package in libovrafocus libovrafocus-dev virtual-projector; do
     expect $package Package $package
     expect $package Version "$version"
+    case $(dpkg-deb -f "$place/$package.deb" Maintainer) in
+        "") echo "$package: nobody maintains it"; faults=1 ;;
+    esac
+done
+# The loader's cache follows the library by a trigger; no package brings a script that is run as root.
+dpkg-deb --ctrl-tarfile "$place/libovrafocus.deb" | tar -xO ./triggers | grep -qx 'activate-noawait ldconfig' ||
+    { echo "libovrafocus: no trigger"; faults=1; }
+for package in libovrafocus libovrafocus-dev virtual-projector; do
+    if dpkg-deb --ctrl-tarfile "$place/$package.deb" | tar -t | grep -e inst -e 'rm$'; then
+        echo "$package: these are run as root"
+        faults=1
+    fi
 done
 exit $faults

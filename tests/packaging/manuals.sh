@@ -18,36 +18,22 @@ entries() {
         sed -e 's/^\.[A-Z]* //' -e 's/"//g' -e 's/\\f.//g' -e 's/\\-/-/g' -e 's/  */ /g' -e 's/ *| */|/g'
 }
 
-# options: those that a line of help or a manual's entry begins with, one a line; -h is another name of --help.
-options() { sed -n 's/^ *\(-h *, *\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort; }
-
-# same WHAT: what was wanted and what was found.
-same() {
-    if ! diff "$directory/wanted" "$directory/found" >"$directory/difference"; then
-        echo "$1: only the program has (<), only the manual has (>)"
-        grep '^[<>]' "$directory/difference"
-        exit 1
-    fi
-    [ -s "$directory/wanted" ] || { echo "$1: there are none"; exit 1; }
-    echo "$1: $(wc -l <"$directory/wanted"), the same"
-}
-
 project "$launcher" --help >"$directory/help"
 options <"$directory/help" >"$directory/wanted"
 entries virtual-projector OPTIONS | options >"$directory/found"
-same "options of virtual-projector"
+same "options of virtual-projector" "the program" "the manual"
 
 run --help >"$directory/help"
 options <"$directory/help" >"$directory/wanted"
 entries ovrafocus-host OPTIONS | options >"$directory/found"
-same "options of ovrafocus-host"
+same "options of ovrafocus-host" "the program" "the manual"
 
 run help >"$directory/help"
-sed -n '/:$/!s/^  \([a-z]*\) .*/\1/p' "$directory/help" | sort >"$directory/names"
+sed -n '/:$/!s/^  \([a-z]*\) .*/\1/p' "$directory/help" | sort -u >"$directory/names"
 entries ovrafocus-host COMMANDS >"$directory/entries"
 cp "$directory/names" "$directory/wanted"
 sed 's/ .*//' "$directory/entries" | sort -u >"$directory/found"
-same "commands of ovrafocus-host"
+same "commands of ovrafocus-host" "the program" "the manual"
 
 # Each entry's arguments are those of the command; one kind of calibration is an entry of its own.
 sed 's/ *| */|/g' "$directory/help" >"$directory/usages"
@@ -62,4 +48,4 @@ while read -r name; do
     run "$name" >"$directory/words" || true
     ! grep -q "^$name: start the library first with 'init'\$" "$directory/words" || echo "$name"
 done <"$directory/names" >"$directory/wanted"
-same "commands that need the library started"
+same "commands that need the library started" "the program" "the manual"

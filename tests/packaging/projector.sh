@@ -28,3 +28,17 @@ focus_with() {
         awk "BEGIN { exit !($before < 0.1 && $after > 0.98) }"
     }
 }
+
+# options: those that a line of help or a manual's entry begins with, one a line; -h is another name of --help.
+options() { sed -n 's/^ *\(-h *, *\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort; }
+
+# same WHAT ONE OTHER: what the files $directory/wanted (of ONE) and $directory/found (of OTHER) list.
+same() {
+    if ! diff "$directory/wanted" "$directory/found" >"$directory/difference"; then
+        echo "$1: only $2 has (<), only $3 has (>)"
+        grep '^[<>]' "$directory/difference"
+        exit 1
+    fi
+    [ -s "$directory/wanted" ] || { echo "$1: there are none"; exit 1; }
+    echo "$1: $(wc -l <"$directory/wanted"), the same"
+}

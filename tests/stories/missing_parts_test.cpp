@@ -55,7 +55,7 @@ TEST(FlashFails, LeavesTheRecordZeroAndAutoFocusOff) {
     const StoryResult result = Story("flash-fails").run();
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_TRUE(result.printed("lens table       \n"));
-    EXPECT_TRUE(result.printed("lens             not calibrated ()"));
+    EXPECT_TRUE(result.printed("lens             not calibrated (empty)"));
     EXPECT_EQ(result.times_printed("toast 11: "), 1);
     EXPECT_TRUE(result.trace.lens_moves.empty());
     EXPECT_EQ(flaws_in_keystone(result.at_the_end()), "");

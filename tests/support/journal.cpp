@@ -1,8 +1,10 @@
 #include "tests/support/journal.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -15,8 +17,23 @@ namespace {
 
 Journal* current_journal = nullptr;
 
+// A thread that goes round and round fills the memory in seconds, and takes other programs with it. A day of
+// the library makes less than this.
+constexpr std::size_t max_entries = 1000000;
+constexpr std::size_t max_text_bytes = 100000000;
+
+[[noreturn]] void give_up(const char* what, const std::string& last) {
+    const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
+    ::dprintf(STDERR_FILENO, "%s.%s: more than %s, the last one: %s\n",
+              test == nullptr ? "no" : test->test_suite_name(), test == nullptr ? "test" : test->name(), what,
+              last.c_str());
+    ::_exit(EXIT_FAILURE);
+}
+
 ssize_t append_to_text(void* text, const char* bytes, std::size_t count) {
-    static_cast<std::string*>(text)->append(bytes, count);
+    std::string& kept = *static_cast<std::string*>(text);
+    kept.append(bytes, count);
+    if (kept.size() > max_text_bytes) give_up("100 MB printed at once", kept.substr(kept.size() - 80));
     return static_cast<ssize_t>(count);
 }
 
@@ -148,9 +165,14 @@ void Journal::drain() {
     log_ += text;
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
-        entries_.push_back("print " + text.substr(start, end - start));
+        keep("print " + text.substr(start, end - start));
         start = end + 1;
     }
+}
+
+void Journal::keep(std::string entry) {
+    entries_.push_back(std::move(entry));
+    if (entries_.size() > max_entries) give_up("1000000 calls and lines in its journal", entries_.back());
 }
 
 void Journal::record(const vp::CallRecord& record) {
@@ -161,7 +183,7 @@ void Journal::record(const vp::CallRecord& record) {
 void Journal::add(const std::string& entry) {
     const vp::ReentrancyGuard guard;
     drain();
-    entries_.push_back(entry);
+    keep(entry);
 }
 
 std::vector<std::string> Journal::entries() {

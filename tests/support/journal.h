@@ -31,6 +31,7 @@ private:
     std::string text_;
 };
 
+/// A journal of more than a million entries ends the process, with a line that names the test.
 class Journal final : public vp::TraceSink {
 public:
     Journal();
@@ -53,6 +54,7 @@ public:
 
 private:
     void drain();
+    void keep(std::string entry);
 
     CapturedStream output_;
     CapturedStream errors_;

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -364,5 +365,20 @@ TEST_F(Board, AVendorFunctionMayBeReplaced) {
 }
 
 TEST_F(Board, EachBoardFindsTheVendorFunctionsAtTheirDefaults) { EXPECT_EQ(usb_eth_config(), 0); }
+
+// Of a loop that never ends; without an end the machine's memory would be full first.
+TEST_F(Board, EndsTheProcessOfATestThatMakesAMillionCalls) {
+    EXPECT_EXIT(for (;;)::usleep(1), testing::ExitedWithCode(EXIT_FAILURE),
+                "^Board\\.EndsTheProcessOfATestThatMakesAMillionCalls: more than 1000000 calls and lines in "
+                "its journal, "
+                "the last one: sleep 1\n$");
+}
+
+TEST_F(Board, EndsTheProcessOfATestThatPrintsWithoutEnd) {
+    EXPECT_EXIT(for (;;) std::puts("and so on, and so on, and so on"), testing::ExitedWithCode(EXIT_FAILURE),
+                "^Board\\.EndsTheProcessOfATestThatPrintsWithoutEnd: more than 100 MB printed at once, the "
+                "last one: .*and so "
+                "on\n\n$");
+}
 
 }  // namespace

@@ -77,6 +77,7 @@ void TurnScheduler::begin_current(ScheduledThread* thread) {
     current = thread;
     thread->kernel_id = static_cast<int>(::syscall(SYS_gettid));
     thread->scheduler->await_turn(*thread);
+    thread->place = ScheduledThread::Place::program;
 }
 
 void TurnScheduler::finish_current() {
@@ -194,7 +195,7 @@ ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Poi
         take_back_returned();
         if (!ready_.empty()) return &take_chosen(running, kind);
         const std::optional<Microseconds> next_time = time_.timers().next_time();
-        if (idle_handler_ && idle_handler_(!next_time)) continue;
+        if (idle_handler_ && (idle_handler_(!next_time) || !ready_.empty())) continue;
         if (!next_time && leave_to_nobody()) return nullptr;
         if (is_idle_for_good())
             end_stuck("Only the library's own loops have run since " + format_seconds(last_work_) +
@@ -217,8 +218,8 @@ ScheduledThread& TurnScheduler::take_chosen(const ScheduledThread& running, Poin
 void TurnScheduler::end_stuck(const std::string& headline) {
     ask_for_places();
     const std::string text = headline + table();
-    (void)policy_->finish();
     if (stuck_handler_) stuck_handler_(text);
+    (void)policy_->finish();
     end_process(text, stuck_exit_code);
 }
 
@@ -233,6 +234,21 @@ bool TurnScheduler::is_idle_for_good() {
         const bool waits_for_ever = thread->state == State::waiting && thread->deadline == no_deadline;
         return thread->only_serves || thread->state == State::finished || waits_for_ever;
     });
+}
+
+std::vector<const ScheduledThread*> TurnScheduler::all_running() const {
+    std::vector<const ScheduledThread*> found;
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        if (thread->state == State::running || thread->state == State::without_turn)
+            found.push_back(thread.get());
+    }
+    return found;
+}
+
+void TurnScheduler::note_place(const ScheduledThread* thread, const std::string& place) {
+    for (const std::unique_ptr<ScheduledThread>& known : threads_) {
+        if (known.get() == thread) known->innermost = place;
+    }
 }
 
 void TurnScheduler::ask_for_places() {
@@ -293,6 +309,7 @@ void TurnScheduler::enter_call() {
 }
 
 void TurnScheduler::leave_call() {
+    if (current == nullptr) return;  // it has ended in this call
     if (--current->call_depth == 0) current->place.store(Place::program);
 }
 

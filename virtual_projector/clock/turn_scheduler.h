@@ -95,6 +95,8 @@ public:
     std::uint64_t progress() const { return points_.load() + calls_.load(); }
     /// The thread that has the turn; null: none has.
     const ScheduledThread* running() const { return running_.load(); }
+    /// Every thread that runs: the one with the turn, and those whose turn was taken away.
+    std::vector<const ScheduledThread*> all_running() const;
     /// Takes the turn from a thread that makes no call, and passes it on. False: it is in a call after all.
     bool take_turn_away(const ScheduledThread& from);
 
@@ -104,6 +106,8 @@ public:
     /// Lets each thread that waits say where in the program it does. To be called when the run is over: by the
     /// thread that has the turn, or with that one stopped.
     void ask_for_places();
+    /// The same of a thread that has been stopped.
+    void note_place(const ScheduledThread* thread, const std::string& place);
 
     /// How long, in virtual time, only servants may run while all others wait for ever.
     void set_longest_idle(Microseconds length) { longest_idle_ = length; }

@@ -72,6 +72,19 @@ std::optional<long> BoardFiles::open(const char* path, int flags) {
     return result;
 }
 
+std::optional<long> BoardFiles::look_up(const char* path) const {
+    if (!DeviceTable::is_board_path(path)) return std::nullopt;
+    const WorldLock lock(clock_);
+    return devices_.find(path) != nullptr ? 0 : -ENOENT;
+}
+
+bool BoardFiles::is_device(int descriptor) {
+    const std::optional<Entry> entry = find(descriptor);
+    return entry && !is_attribute(entry->path.c_str());
+}
+
+bool BoardFiles::is_attribute(const char* path) { return std::strncmp(path, "/sys/", 5) == 0; }
+
 long BoardFiles::open_device(const std::string& path, int flags) {
     const WorldLock lock(clock_);
     Device* device = devices_.find(path);
@@ -220,6 +233,14 @@ std::vector<int> BoardFiles::descriptors_in(int first, int last) const {
         found.push_back(entry->first);
     }
     return found;
+}
+
+void BoardFiles::let_go() {
+    const WorldLock lock(clock_);
+    const int nowhere = real::open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (nowhere < 0) return;
+    for (const auto& [descriptor, entry] : open_) (void)real::dup3(nowhere, descriptor, O_CLOEXEC);
+    (void)real::close(nowhere);
 }
 
 void BoardFiles::show_readiness() {

@@ -34,10 +34,18 @@ public:
     std::optional<long> request(int descriptor, std::uint32_t number, void* argument);
     std::optional<long> close(int descriptor);
 
+    /// Whether there is a node at that path: 0 or -ENOENT; nothing when it is none of the board's.
+    std::optional<long> look_up(const char* path) const;
+    /// True of a path to an attribute, a file; false: to a device.
+    static bool is_attribute(const char* path);
+
+    bool is_device(int descriptor);
     bool is_boards(int descriptor) { return find(descriptor).has_value(); }
     /// The board's descriptor `from` has got a copy, as dup makes it, or `to` has been replaced by another's.
     void copy(int from, int to);
     void forget(int descriptor);
+    /// The machine goes: what is still open leads nowhere from now on, whatever is done with it.
+    void let_go();
     /// Brings what poll sees of the descriptors up to date.
     void show_readiness();
     /// The board's descriptors from `first` to `last`.

@@ -42,6 +42,7 @@ bool is_passed_over(const char* path) {
 }
 
 std::string readable(const char* name) {
+    if (std::strncmp(name, "_Z", 2) != 0) return name;  // C's own; some would be names of types
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> text(abi::__cxa_demangle(name, nullptr, nullptr, &status),
                                                            &std::free);
@@ -52,14 +53,14 @@ std::string readable(const char* name) {
 std::string function_in_file(const std::string& path, std::uintptr_t place) {
     std::ifstream stream(path, std::ios::binary);
     const std::vector<char> file{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    const auto at = [&file](std::uint64_t offset, std::uint64_t size) -> const char* {
+    const auto at = [&file](std::size_t offset, std::size_t size) -> const char* {
         return offset <= file.size() && size <= file.size() - offset ? file.data() + offset : nullptr;
     };
     ElfW(Ehdr) header{};
     if (file.size() < sizeof header || std::memcmp(file.data(), ELFMAG, SELFMAG) != 0) return "";
     std::memcpy(&header, file.data(), sizeof header);
     std::vector<ElfW(Shdr)> sections(header.e_shnum);
-    const std::uint64_t table_size = sections.size() * sizeof(ElfW(Shdr));
+    const std::size_t table_size = sections.size() * sizeof(ElfW(Shdr));
     const char* const table = at(header.e_shoff, table_size);
     if (table == nullptr || sections.empty()) return "";
     std::memcpy(sections.data(), table, table_size);
@@ -70,7 +71,7 @@ std::string function_in_file(const std::string& path, std::uintptr_t place) {
         const char* const text = at(names.sh_offset, names.sh_size);
         if (symbols == nullptr || text == nullptr || names.sh_size == 0 || text[names.sh_size - 1] != 0)
             return "";
-        for (std::uint64_t i = 0; (i + 1) * sizeof(ElfW(Sym)) <= section.sh_size; ++i) {
+        for (std::size_t i = 0; (i + 1) * sizeof(ElfW(Sym)) <= section.sh_size; ++i) {
             ElfW(Sym) symbol;
             std::memcpy(&symbol, symbols + i * sizeof symbol, sizeof symbol);
             const bool is_function = (symbol.st_info & 0xf) == STT_FUNC && symbol.st_name < names.sh_size;

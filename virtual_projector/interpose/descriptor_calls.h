@@ -40,7 +40,7 @@ int control_descriptor(int descriptor, int command, const void* /*argument*/, Re
         return answer<int>(
             [&](Machine& m) -> std::optional<long> {
                 if (!m.is_virtual()) return std::nullopt;
-                return m.io().retry("file lock", no_deadline, [&]() -> long {
+                return m.io().retry_beside_children("file lock", [&]() -> long {
                     const int result = real(*at_once);
                     return result == 0 ? 0 : (errno == EACCES ? -EAGAIN : -errno);
                 });

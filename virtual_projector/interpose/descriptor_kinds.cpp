@@ -183,7 +183,9 @@ bool DescriptorKinds::leads_to_child(int descriptor, const std::vector<pid_t>& c
     const std::string& wanted = pair == other_end_.end() ? target : pair->second;
     for (const pid_t child : children) {
         const std::string process = std::to_string(child);
-        for (const int held : descriptors_of(process)) {
+        const std::vector<int> all_held = descriptors_of(process);
+        if (all_held.empty()) return true;  // it is ending, and just closes what it held
+        for (const int held : all_held) {
             if (target_of_descriptor(process, held) == wanted) return true;
         }
     }

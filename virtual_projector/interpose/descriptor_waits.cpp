@@ -124,8 +124,13 @@ bool DescriptorWaits::look(bool nothing_to_come) {
     (void)look_for_real(settle && !woken ? terminal_settling_ms : 0);
     woken = wake_ready() || woken;
     if (woken) return true;
+    const bool had_children = children_.has_any();
     const int held = time_to_hold(nothing_to_come);
-    return held != 0 && hold(held);
+    if (held != 0) return hold(held);
+    // A child may have written, and ended, since that look.
+    if (!had_children) return false;
+    (void)look_for_real(0);
+    return wake_ready();
 }
 
 int DescriptorWaits::look_for_real(int milliseconds) {
@@ -173,7 +178,9 @@ int DescriptorWaits::time_to_hold(bool nothing_to_come) {
         if (time == 0) continue;
         longest = longest == 0 ? time : shorter(longest, time);
     }
-    if (longest == 0 && nothing_to_come && anything_outside) return child_interval_ms;
+    // Of a child that just executes something, what it holds cannot be seen.
+    const bool may_come = anything_outside || !children.empty();
+    if (longest == 0 && nothing_to_come && may_come) return child_interval_ms;
     return longest;
 }
 
@@ -203,7 +210,13 @@ int DescriptorWaits::hold_for(const Waiter& waiter, const std::vector<pid_t>& ch
 
 // Time stands; only the kernel, a child or a signal ends this.
 bool DescriptorWaits::hold(int milliseconds) {
+    waits_for_person_ = std::any_of(waiters_.begin(), waiters_.end(), [this](const Waiter* waiter) {
+        return std::any_of(waiter->outside.begin(), waiter->outside.end(), [this](int descriptor) {
+            return kinds_.kind_of(descriptor) == DescriptorKind::terminal;
+        });
+    });
     (void)look_for_real(milliseconds);
+    waits_for_person_ = false;
     signals_.hand_out_noted();
     (void)wake_ready();
     return true;

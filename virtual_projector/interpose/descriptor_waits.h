@@ -17,6 +17,7 @@
 #include <poll.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -54,6 +55,9 @@ public:
     /// A terminal's bytes pass through the kernel's own workers, and come a moment later.
     void note_terminal_write() { terminal_written_ = true; }
 
+    /// True while a terminal is awaited: a person takes what time it takes. Asked for on any thread.
+    bool waits_for_person() const { return waits_for_person_.load(); }
+
     /// Before time moves: wakes whoever can go on. True when the scheduler is to look again.
     bool look(bool nothing_to_come);
 
@@ -86,6 +90,7 @@ private:
     Recorder& recorder_;
     bool skips_outside_ = false;
     bool terminal_written_ = false;
+    std::atomic<bool> waits_for_person_{false};
     std::function<void()> before_look_;
     std::vector<Waiter*> waiters_;  // in the order of their coming
     std::vector<pollfd> polled_;

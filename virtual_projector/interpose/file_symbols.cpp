@@ -71,6 +71,14 @@ bool is_streamed_here(int descriptor) {
         .has_value();
 }
 
+// True of a device of the board, which gives whole records only.
+bool reads_records(int descriptor) {
+    return ask_machine([&](Machine& m) {
+               return m.files().is_device(descriptor) ? std::optional<long>(1) : std::nullopt;
+           })
+        .has_value();
+}
+
 bool needs_our_stream(const char* path) {
     if (!vp::may_open(path)) return true;
     return ask_machine([&](Machine& m) {
@@ -169,6 +177,15 @@ FILE* fdopen(int descriptor, const char* mode) noexcept {
 int fileno(FILE* stream) noexcept {
     const std::optional<int> ours = vp::descriptor_of(stream);
     return ours ? *ours : real::fileno(stream);
+}
+
+int setvbuf(FILE* stream, char* buffer, int mode, size_t size) noexcept {
+    const bool keeps_buffer = mode == _IONBF && vp::is_read_only(stream) && reads_records(fileno(stream));
+    return keeps_buffer ? 0 : real::setvbuf(stream, buffer, mode, size);
+}
+
+void setbuf(FILE* stream, char* buffer) noexcept {
+    (void)setvbuf(stream, buffer, buffer == nullptr ? _IONBF : _IOFBF, BUFSIZ);
 }
 
 int fileno_unlocked(FILE* stream) noexcept { return fileno(stream); }
@@ -354,7 +371,7 @@ int flock(int descriptor, int operation) noexcept {
     return answer<int>(
         [&](Machine& m) -> std::optional<long> {
             if (!m.is_virtual() || (operation & LOCK_NB) != 0) return std::nullopt;
-            return m.io().retry("file lock", vp::no_deadline, [&]() -> long {
+            return m.io().retry_beside_children("file lock", [&]() -> long {
                 return real::flock(descriptor, operation | LOCK_NB) == 0 ? 0 : -errno;
             });
         },
@@ -365,7 +382,7 @@ int lockf(int descriptor, int command, off_t length) {
     return answer<int>(
         [&](Machine& m) -> std::optional<long> {
             if (!m.is_virtual() || command != F_LOCK) return std::nullopt;
-            return m.io().retry("file lock", vp::no_deadline, [&]() -> long {
+            return m.io().retry_beside_children("file lock", [&]() -> long {
                 const int result = real::lockf(descriptor, F_TLOCK, length);
                 return result == 0 ? 0 : (errno == EACCES ? -EAGAIN : -errno);
             });

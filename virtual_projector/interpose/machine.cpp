@@ -27,7 +27,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       threads_(clock, signals_, faults, recorder_),
       locks_(clock.scheduler(), waits_, time_),
       timers_(clock, time_, signals_, threads_, kinds_),
-      io_(clock, waits_, kinds_, descriptors_, recorder_),
+      io_(clock, waits_, kinds_, descriptors_, children_, recorder_),
       chance_(clock),
       child_calls_(clock, waits_, signals_, descriptors_, children_, recorder_),
       barriers_(clock.scheduler(), waits_),
@@ -58,6 +58,7 @@ void Machine::uninstall() {
     Machine* self = this;
     if (!installed.compare_exchange_strong(self, nullptr)) return;
     signals_.uninstall();
+    files_.let_go();
     threads_.forget_current();
 }
 

@@ -11,6 +11,8 @@ namespace vp {
 class ProgramChildren {
 public:
     void note(pid_t child);
+    /// Some that had not ended when they were last asked for.
+    bool has_any() const { return !running_.empty(); }
     /// Those that have not ended yet.
     const std::vector<pid_t>& running();
 

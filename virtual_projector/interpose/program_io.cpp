@@ -57,8 +57,13 @@ bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOC
 }  // namespace
 
 ProgramIo::ProgramIo(Clock& clock, ProgramWaits& waits, DescriptorKinds& kinds, DescriptorWaits& descriptors,
-                     Recorder& recorder)
-    : clock_(clock), waits_(waits), kinds_(kinds), descriptors_(descriptors), recorder_(recorder) {}
+                     ProgramChildren& children, Recorder& recorder)
+    : clock_(clock),
+      waits_(waits),
+      kinds_(kinds),
+      descriptors_(descriptors),
+      children_(children),
+      recorder_(recorder) {}
 
 bool ProgramIo::is_nonblocking(int descriptor) const {
     const int flags = real::fcntl(descriptor, F_GETFL);
@@ -286,6 +291,16 @@ ssize_t send_rest(int socket, const msghdr& message, std::size_t done, int flags
     rest.msg_iov = pieces.data();
     rest.msg_iovlen = pieces.size();
     return real::sendmsg(socket, &rest, flags);
+}
+
+long ProgramIo::retry_beside_children(const char* what, const std::function<long()>& attempt) {
+    long result = attempt();
+    while (would_wait(result) && !children_.running().empty()) {
+        const auto is_over = [&] { return !would_wait(result = attempt()) || children_.running().empty(); };
+        const WaitEnd end = descriptors_.wait_for_child(what, is_over);
+        if (end == WaitEnd::interrupted && would_wait(result) && !waits_.is_to_restart()) return -EINTR;
+    }
+    return would_wait(result) ? retry(what, no_deadline, attempt) : result;
 }
 
 // --- Asynchronous requests -------------------------------------------------------------------------------

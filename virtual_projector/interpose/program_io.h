@@ -30,7 +30,7 @@ ssize_t send_rest(int socket, const msghdr& message, std::size_t done, int flags
 class ProgramIo {
 public:
     ProgramIo(Clock& clock, ProgramWaits& waits, DescriptorKinds& kinds, DescriptorWaits& descriptors,
-              Recorder& recorder);
+              ProgramChildren& children, Recorder& recorder);
 
     /// Waits until a call that reads (POLLIN) or writes (POLLOUT) need not. Nothing: the call may be made; else
     /// a negated errno. With `deadline` in place of the socket's own.
@@ -48,6 +48,8 @@ public:
     std::optional<long> connect(int socket, const sockaddr* address, socklen_t length);
     /// Tries until it need not wait: `attempt` gives -EAGAIN or -EWOULDBLOCK as long as it would.
     long retry(const char* what, Microseconds deadline, const std::function<long()>& attempt);
+    /// The same of something that a child may hold: while one runs, time stands.
+    long retry_beside_children(const char* what, const std::function<long()>& attempt);
 
     /// aio_suspend. What needs no one else, as on files, is done in real time while simulated time stands.
     std::optional<long> await_requests(const aiocb* const* requests, int count, const timespec* length,
@@ -67,6 +69,7 @@ private:
     ProgramWaits& waits_;
     DescriptorKinds& kinds_;
     DescriptorWaits& descriptors_;
+    ProgramChildren& children_;
     Recorder& recorder_;
 };
 

@@ -21,8 +21,13 @@ struct Cookie {
 
 // The streams that are open, under a lock of their own: they are asked for on any thread.
 std::mutex streams_lock;
-std::map<FILE*, int>& streams() {
-    static auto* open = new std::map<FILE*, int>;
+struct OpenStream {
+    int descriptor;
+    bool is_read_only;
+};
+
+std::map<FILE*, OpenStream>& streams() {
+    static auto* open = new std::map<FILE*, OpenStream>;
     return *open;
 }
 
@@ -82,7 +87,7 @@ FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls) 
     cookie->stream = stream;
     (void)cookie.release();  // closing the stream deletes it
     const std::lock_guard<std::mutex> lock(streams_lock);
-    streams()[stream] = descriptor;
+    streams()[stream] = {descriptor, mode[0] == 'r' && std::strchr(mode, '+') == nullptr};
     return stream;
 }
 
@@ -91,7 +96,14 @@ std::optional<int> descriptor_of(FILE* stream) {
     const std::lock_guard<std::mutex> lock(streams_lock);
     const auto found = streams().find(stream);
     if (found == streams().end()) return std::nullopt;
-    return found->second;
+    return found->second.descriptor;
+}
+
+bool is_read_only(FILE* stream) {
+    const ReentrancyGuard guard;
+    const std::lock_guard<std::mutex> lock(streams_lock);
+    const auto found = streams().find(stream);
+    return found != streams().end() && found->second.is_read_only;
 }
 
 // A terminal's lines come one by one, and what was printed before is to be seen by then.

@@ -28,6 +28,10 @@ FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls);
 /// The descriptor of such a stream; nothing for another.
 std::optional<int> descriptor_of(FILE* stream);
 
+/// True of one that is only read. Read without a buffer it would be asked for single bytes, which a node
+/// refuses.
+bool is_read_only(FILE* stream);
+
 /// Lets reads from standard input go this way, too, also those of whoever kept the pointer from before.
 void take_over_standard_input(const DescriptorCalls& calls);
 /// The stream that is to be read in place of this one.

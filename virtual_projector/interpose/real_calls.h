@@ -193,6 +193,7 @@ inline Call<ssize_t(int, off64_t*, int, off64_t*, size_t, unsigned)> splice{"spl
 inline Call<ssize_t(int, int, size_t, unsigned)> tee{"tee"};
 inline Call<int(int, aiocb* const*, int, sigevent*)> lio_listio{"lio_listio"};
 inline Call<wint_t(FILE*)> fgetwc{"fgetwc"};
+inline Call<int(FILE*, char*, int, size_t)> setvbuf{"setvbuf"};
 inline Call<int(FILE*)> getc{"getc"};
 inline Call<int(int, FILE*)> ungetc{"ungetc"};
 inline Call<size_t(void*, size_t, size_t, FILE*)> fread{"fread"};
@@ -236,7 +237,6 @@ inline Call<std::uint32_t(std::uint32_t)> arc4random_uniform{"arc4random_uniform
 inline Call<int(thrd_t*, thrd_start_t, void*)> thrd_create{"thrd_create"};
 inline Call<int(thrd_t, int*)> thrd_join{"thrd_join"};
 inline Call<int(thrd_t)> thrd_detach{"thrd_detach"};
-inline Call<void(int)> thrd_exit{"thrd_exit"};
 inline Call<int(mtx_t*)> mtx_lock{"mtx_lock"};
 inline Call<int(mtx_t*)> mtx_trylock{"mtx_trylock"};
 inline Call<int(mtx_t*, const timespec*)> mtx_timedlock{"mtx_timedlock"};

@@ -32,6 +32,23 @@ std::optional<long> ask_signal_waits(Question question) {
     });
 }
 
+constexpr int signals_in_a_word = 32;
+
+int change_mask(int how, int mask) {
+    sigset_t set;
+    sigset_t before;
+    ::sigemptyset(&set);
+    for (int signal = 1; signal <= signals_in_a_word; ++signal) {
+        if ((static_cast<unsigned>(mask) >> (signal - 1) & 1U) != 0) ::sigaddset(&set, signal);
+    }
+    if (::sigprocmask(how, &set, &before) != 0) return -1;
+    unsigned word = 0;
+    for (int signal = 1; signal <= signals_in_a_word; ++signal) {
+        if (::sigismember(&before, signal) == 1) word |= 1U << (signal - 1);
+    }
+    return static_cast<int>(word);
+}
+
 }  // namespace
 
 extern "C" {
@@ -70,6 +87,11 @@ int sigprocmask(int how, const sigset_t* set, sigset_t* before) noexcept {
     errno = failure;
     return -1;
 }
+
+// BSD's masks, the first 32 signals in a word; dash, Debian's sh, calls sigsetmask around each child.
+int sigblock(int mask) noexcept { return change_mask(SIG_BLOCK, mask); }
+int sigsetmask(int mask) noexcept { return change_mask(SIG_SETMASK, mask); }
+int siggetmask() noexcept { return change_mask(SIG_BLOCK, 0); }
 
 int kill(pid_t process, int number) noexcept {
     const auto result = ask_machine([&](Machine& m) {

@@ -29,6 +29,8 @@
 #include "virtual_projector/interpose/real_calls.h"
 #include "virtual_projector/interpose/timeouts.h"
 
+extern "C" int pidfd_open(pid_t process, unsigned flags) noexcept;  // its header forgets to say C
+
 namespace real = vp::real;
 using vp::ask_in_virtual_time;
 using vp::Machine;
@@ -155,6 +157,8 @@ std::optional<long> answer_for_files(long call, const Arguments& a) {
 #endif
         case SYS_openat:
             return ::openat(number(a[0]), pointer<char>(a[1]), number(a[2]), static_cast<mode_t>(a[3]));
+        case SYS_pidfd_open:
+            return ::pidfd_open(number(a[0]), static_cast<unsigned>(a[1]));
         case SYS_getrandom:
             return ::getrandom(pointer<void>(a[0]), static_cast<std::size_t>(a[1]),
                                static_cast<unsigned>(a[2]));

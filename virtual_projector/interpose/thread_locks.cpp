@@ -22,6 +22,17 @@ bool is_robust(const pthread_mutex_t* mutex) {
     return (mutex->__data.__kind & robust_bit) != 0;
 }
 
+// The holder has no turns any more, but may not have left the kernel yet, which then says that it died. An
+// emulated kernel may never say so.
+int take_after_holder(pthread_mutex_t* mutex) {
+    constexpr time_t patience_s = 2;
+    timespec until{};
+    (void)real::clock_gettime(CLOCK_MONOTONIC, &until);
+    until.tv_sec += patience_s;
+    const int result = real::pthread_mutex_clocklock(mutex, CLOCK_MONOTONIC, &until);
+    return result == ETIMEDOUT ? EBUSY : result;
+}
+
 bool prefers_writers(const pthread_rwlock_t* lock) {
     return lock->__data.__flags == PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP;
 }
@@ -60,9 +71,8 @@ int ThreadLocks::try_lock(pthread_mutex_t* mutex) {
 
 int ThreadLocks::take(pthread_mutex_t* mutex) {
     int result = real::pthread_mutex_trylock(mutex);
-    // Its holder has no turns any more, but may not have left the kernel yet, which then says that it died.
     if (result == EBUSY && is_robust(mutex) && scheduler_.is_held_by_finished(mutex))
-        result = real::pthread_mutex_lock(mutex);
+        result = take_after_holder(mutex);
     if (result == 0 || result == EOWNERDEAD) scheduler_.hold(mutex);
     return result;
 }

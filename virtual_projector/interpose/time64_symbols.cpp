@@ -15,47 +15,22 @@
 #include <threads.h>
 #include <time.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdint>
 
-#include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/queue_control.h"
 #include "virtual_projector/interpose/real_calls.h"
-#include "virtual_projector/interpose/timeouts.h"
+#include "virtual_projector/interpose/time64.h"
 
 namespace real = vp::real;
+using vp::time64::machine_answers;
+using vp::time64::Narrow;
+using vp::time64::narrowed;
+using vp::time64::Timespec64;
+using vp::time64::Timeval64;
+using vp::time64::widened;
 
 namespace {
-
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the padding stands before the nanoseconds otherwise");
-
-struct Timespec64 {
-    std::int64_t tv_sec;
-    std::int32_t tv_nsec;
-    std::int32_t padding;
-};
-
-struct Timeval64 {
-    std::int64_t tv_sec;
-    std::int64_t tv_usec;
-};
-
-// Another record for one that may be null.
-class Narrow {
-public:
-    explicit Narrow(const Timespec64* wide) : present_(wide != nullptr) {
-        if (present_)
-            narrow_ = {static_cast<time_t>(std::min<std::int64_t>(wide->tv_sec, vp::max_seconds)),
-                       wide->tv_nsec};
-    }
-    operator const timespec*() const { return present_ ? &narrow_ : nullptr; }
-
-private:
-    bool present_;
-    timespec narrow_{};
-};
-
-bool machine_answers() { return vp::Machine::active() != nullptr; }
 
 real::Call<int(int, Timespec64*)> real_clock_gettime{"__clock_gettime64"};
 real::Call<int(Timeval64*, void*)> real_gettimeofday{"__gettimeofday64"};
@@ -117,12 +92,19 @@ std::int64_t __time64(std::int64_t* seconds) {
 }
 
 int __nanosleep64(const Timespec64* length, Timespec64* remaining) {
-    return machine_answers() ? ::nanosleep(Narrow(length), nullptr) : real_nanosleep(length, remaining);
+    if (!machine_answers()) return real_nanosleep(length, remaining);
+    timespec left{};
+    const int result = ::nanosleep(Narrow(length), &left);
+    if (result != 0 && errno == EINTR && remaining != nullptr) *remaining = widened(left);
+    return result;
 }
 
 int __clock_nanosleep_time64(clockid_t clock, int flags, const Timespec64* time, Timespec64* remaining) {
-    return machine_answers() ? ::clock_nanosleep(clock, flags, Narrow(time), nullptr)
-                             : real_clock_nanosleep(clock, flags, time, remaining);
+    if (!machine_answers()) return real_clock_nanosleep(clock, flags, time, remaining);
+    timespec left{};
+    const int failure = ::clock_nanosleep(clock, flags, Narrow(time), &left);
+    if (failure == EINTR && remaining != nullptr && (flags & TIMER_ABSTIME) == 0) *remaining = widened(left);
+    return failure;
 }
 
 int __ioctl_time64(int descriptor, unsigned long number, ...) {
@@ -134,11 +116,12 @@ int __ioctl_time64(int descriptor, unsigned long number, ...) {
 }
 
 int __select64(int count, fd_set* readable, fd_set* writable, fd_set* exceptional, Timeval64* length) {
-    if (!machine_answers() || length == nullptr) {
-        return real_select(count, readable, writable, exceptional, length);
-    }
-    timeval narrow = {static_cast<time_t>(length->tv_sec), static_cast<suseconds_t>(length->tv_usec)};
-    return ::select(count, readable, writable, exceptional, &narrow);
+    if (!machine_answers()) return real_select(count, readable, writable, exceptional, length);
+    if (length == nullptr) return ::select(count, readable, writable, exceptional, nullptr);
+    timeval narrow = narrowed(*length);
+    const int found = ::select(count, readable, writable, exceptional, &narrow);
+    *length = widened(narrow);
+    return found;
 }
 
 int __pthread_mutex_timedlock64(pthread_mutex_t* mutex, const Timespec64* until) {

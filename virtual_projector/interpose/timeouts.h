@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "virtual_projector/world/microseconds.h"
+#include "virtual_projector/clock/wait.h"
 
 namespace vp {
 

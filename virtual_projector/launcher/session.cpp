@@ -1,6 +1,9 @@
 #include "virtual_projector/launcher/session.h"
 
 #include <sched.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 #include <atomic>
 #include <cerrno>
@@ -19,6 +22,8 @@
 #include "virtual_projector/devices/board.h"
 #include "virtual_projector/devices/build_board.h"
 #include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/interpose/program_streams.h"
+#include "virtual_projector/launcher/run_ends.h"
 #include "virtual_projector/launcher/run_schedule.h"
 #include "virtual_projector/launcher/run_summary.h"
 #include "virtual_projector/launcher/scenario_events.h"
@@ -28,12 +33,19 @@
 namespace vp {
 namespace {
 
-std::unique_ptr<Clock> make_clock(const RunOptions& options, std::uint64_t seed) {
-    if (options.real_time) return std::make_unique<RealClock>();
+struct RunClock {
+    std::unique_ptr<Clock> clock;
+    TurnScheduler* turns;  // null on the wall clock
+};
+
+RunClock make_clock(const RunOptions& options, std::uint64_t seed) {
+    if (options.real_time) return {std::make_unique<RealClock>(), nullptr};
     std::unique_ptr<SchedulePolicy> schedule = make_schedule(options.schedule, seed, options.preempt);
     if (!options.record_schedule.empty())
         schedule = std::make_unique<RecordingSchedule>(std::move(schedule), options.record_schedule);
-    return std::make_unique<VirtualClock>(std::move(schedule));
+    auto clock = std::make_unique<VirtualClock>(std::move(schedule));
+    TurnScheduler& turns = clock->scheduler();
+    return {std::move(clock), &turns};
 }
 
 std::unique_ptr<JsonTrace> make_trace(const RunOptions& options) {
@@ -64,6 +76,21 @@ void stay_on_this_processor() {
 
 void complain(const std::string& what) { std::fprintf(stderr, "virtual-projector: %s\n", what.c_str()); }
 
+// The virtual projector's own: those that were not open before it began.
+std::vector<int> made_since(const std::vector<int>& before) {
+    std::vector<int> made;
+    for (const int descriptor : open_descriptors()) {
+        if (std::find(before.begin(), before.end(), descriptor) == before.end()) made.push_back(descriptor);
+    }
+    return made;
+}
+
+// Whether who reads standard input may have to wait for it in virtual time.
+bool may_wait(Machine& machine) {
+    const DescriptorKind kind = machine.kinds().kind_of(STDIN_FILENO);
+    return machine.is_virtual() && kind != DescriptorKind::never_waits && kind != DescriptorKind::unknown;
+}
+
 // Keeps account of which of the run's files are complete, and says once of each that it is not.
 class FileAccount {
 public:
@@ -86,7 +113,8 @@ struct Session::Parts {
           account(state),
           scenario(given.scenario.empty() ? Scenario{} : read_scenario(given.scenario)),
           world(make_world(given, scenario)),
-          clock(make_clock(given, world.seed())),
+          run_clock(make_clock(given, world.seed())),
+          clock(run_clock.clock.get()),
           board(world, *clock, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
@@ -156,7 +184,8 @@ struct Session::Parts {
     FileAccount account;
     Scenario scenario;
     World world;
-    std::unique_ptr<Clock> clock;
+    RunClock run_clock;
+    Clock* clock;
     Board board;
     DeviceTable nodes;
     FaultPlan faults;
@@ -164,12 +193,14 @@ struct Session::Parts {
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
     std::unique_ptr<RunSummary> summary;
+    std::unique_ptr<RunEnds> ends;
     std::atomic_flag finished = ATOMIC_FLAG_INIT;
 };
 
 Session::Session(const RunOptions& options, RunState* state) {
     const ReentrancyGuard guard;
     if (!options.real_time) stay_on_this_processor();
+    const std::vector<int> programs_own = open_descriptors();
     parts_ = std::make_unique<Parts>(options, state);
     if (state != nullptr) state->set_begun();
     parts_->connect_board();
@@ -181,7 +212,15 @@ Session::Session(const RunOptions& options, RunState* state) {
         if (parts_->trace) parts_->trace->record_now(0);
         parts_->follow_time();
     }
-    parts_->machine->install();
+    parts_->ends = std::make_unique<RunEnds>(parts_->options, *parts_->clock, parts_->run_clock.turns,
+                                             *parts_->machine, [this] { finish(); });
+    Machine& machine = *parts_->machine;
+    machine.install();
+    machine.protect(made_since(programs_own));
+    machine.chance().set_seed(parts_->world.seed());
+    if (options.outside_skip) machine.descriptors().skip_outside();
+    if (may_wait(machine)) take_over_standard_input({::read, ::write, ::close});
+    parts_->ends->watch();
 }
 
 void Session::finish() {

@@ -24,8 +24,10 @@ public:
 
     Microseconds now() const override { return now_; }
     bool is_virtual() const override { return true; }
-    void sleep_until(Microseconds /*time*/) override {}
-    void wait_for_device(const std::string& /*what*/, Microseconds /*deadline*/) override {}
+    WaitEnd sleep_until(Microseconds /*time*/) override { return WaitEnd::timed_out; }
+    WaitEnd wait_for_device(const std::string& /*what*/, Microseconds /*deadline*/) override {
+        return WaitEnd::woken;
+    }
     void event_happened() override {}
     void at(Microseconds /*time*/, Callback /*callback*/) override {}
     void on_advance(AdvanceHandler /*handler*/) override {}

@@ -29,7 +29,7 @@ struct StandardWaits : WaitingThreads {
 TEST_F(StandardWaits, AtomicVariablesOfEverySizeAreWaitedFor) {
     std::atomic<int> word{0};
     std::atomic<char> small{0};
-    std::atomic<long long> large{0};
+    std::atomic<long> large{0};
     std::atomic_flag flag = ATOMIC_FLAG_INIT;
     start([&] {
         sleep(10us);

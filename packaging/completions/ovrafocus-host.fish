@@ -1,0 +1,32 @@
+# Completion of ovrafocus-host's command line for fish.
+
+complete -c ovrafocus-host -f
+complete -c ovrafocus-host -s h -l help -d 'Print the options'
+complete -c ovrafocus-host -l version -d 'Print version and commit'
+complete -c ovrafocus-host -l script -r -F -d 'Take the commands from a file'
+complete -c ovrafocus-host -l library-log -r -F -d 'Write the library\'s own log to a file'
+
+# A command is one argument with its own arguments in it.
+complete -c ovrafocus-host -a init -d 'Start the library in its order'
+complete -c ovrafocus-host -a akaf -d 'Request one auto-keystone and auto-focus run'
+complete -c ovrafocus-host -a keystone -d 'Request the keystone widths for a tilt'
+complete -c ovrafocus-host -a switches -d 'Switch both on (1) or off (0)'
+complete -c ovrafocus-host -a wait -d 'Wait for a duration'
+complete -c ovrafocus-host -a '"wait idle"' -d 'Wait until all is quiet'
+complete -c ovrafocus-host -a manual -d 'Move the focus by TMR units'
+complete -c ovrafocus-host -a '"limit left" "limit right"' -d 'Move the lens to a soft limit'
+complete -c ovrafocus-host -a offset -d 'Move the keystone by hand'
+complete -c ovrafocus-host -a status -d 'Switches, widths, distance, lens'
+complete -c ovrafocus-host -a record -d 'The permanent record in readable form'
+complete -c ovrafocus-host -a direction -d 'How the picture is turned'
+complete -c ovrafocus-host -a angles -d 'The angles of the gravity sensor'
+complete -c ovrafocus-host -a distance -d 'The distance of each zone'
+complete -c ovrafocus-host -a keys -d 'Listen to the keys; then: has one been pressed?'
+complete -c ovrafocus-host -a fan -d 'Set the fan\'s speed'
+complete -c ovrafocus-host -a try -d 'Carry out a command; go on when it fails'
+complete -c ovrafocus-host -a help -d 'List the commands'
+complete -c ovrafocus-host -a quit -d 'End the program'
+complete -c ovrafocus-host -a '"calibrate gravity" "calibrate tof" "calibrate direction" "calibrate idle left" "calibrate idle right" "calibrate table" "calibrate peak"' -d 'Calibrate one thing'
+complete -c ovrafocus-host -a flags -d 'Record what has been calibrated'
+complete -c ovrafocus-host -a clean -d 'Erase the permanent record'
+complete -c ovrafocus-host -a dump -d 'Dump flash and memory into the library\'s log'

@@ -1,0 +1,18 @@
+#!/bin/sh
+# What the host program prints on a full disk is lost: it says so and ends with a code of its own.
+#   lost_words.sh LAUNCHER HOST
+set -eu
+launcher=$1 host=$2
+. "$(dirname "$0")/projector.sh"
+complaints=$(mktemp)
+trap 'rm -f "$complaints"' EXIT
+
+for command in help --help "fan 3"; do
+    code=0
+    project "$launcher" -- "$host" "$command" >/dev/full 2>"$complaints" || code=$?
+    if [ $code -ne 3 ] || ! grep -qx 'ovrafocus-host: what it printed could not be written' "$complaints"; then
+        echo "'$command' ended with $code and said:"
+        cat "$complaints"
+        exit 1
+    fi
+done

@@ -120,6 +120,13 @@ WAY(stdio_unbuffered) {
     takes_the_wait("getc", [&] { same("getc", getc(input.stream), 'x'); });
 }
 
+WAY(stdio_setbuf) {
+    stream_waits("getc", [](FILE* stream) {
+        setbuf(stream, nullptr);
+        return getc(stream) == '1';
+    });
+}
+
 WAY(stdio_fputs_to_full_pipe) {
     Pipe pipe;
     fill(pipe.out);

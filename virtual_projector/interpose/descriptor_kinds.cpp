@@ -135,7 +135,9 @@ bool DescriptorKinds::leads_outside(int descriptor) {
         Known& same = known(descriptor);
         same.outside = is_outside;
         // A socket may be connected later.
-        same.outside_known = is_outside || kind_of(descriptor) != DescriptorKind::socket;
+        Address peer;
+        same.outside_known =
+            is_outside || kind_of(descriptor) != DescriptorKind::socket || peer_address(descriptor, peer);
         return is_outside;
     }
     return entry.outside;

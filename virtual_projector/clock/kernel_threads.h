@@ -28,6 +28,7 @@ public:
     WaitEnd wait(Wait /*reason*/, Microseconds /*deadline*/) override { return WaitEnd::woken; }
     bool wake_one(const void* /*object*/) override { return false; }
     void wake_all(const void* /*object*/) override {}
+    bool wake_those(Wait::Kind /*kind*/, const ObjectTest& /*can_go_on*/) override { return false; }
     void interrupt(ScheduledThread* /*thread*/) override {}
 
     void hold(const void* /*object*/) override {}

@@ -68,6 +68,11 @@ public:
     /// True when the thread that holds the object has finished. Whoever waited for it then has been woken.
     virtual bool is_held_by_finished(const void* object) const = 0;
 
+    /// Wakes those that wait for an object of this kind which somebody unseen has changed, as `can_go_on`
+    /// tells. True when there were any.
+    using ObjectTest = std::function<bool(const void* object)>;
+    virtual bool wake_those(Wait::Kind kind, const ObjectTest& can_go_on) = 0;
+
     // --- The whole run -------------------------------------------------------------------------------
     /// What the run has been so far; nothing when the kernel schedules.
     struct Figures {
@@ -77,8 +82,9 @@ public:
     virtual Figures figures() const = 0;
 
     /// Called when no thread is ready, before time moves (or, with `nothing_to_come`, before the run ends
-    /// stuck). True when it has made a thread ready, or let something happen that calls for another look.
-    using IdleHandler = std::function<bool(bool nothing_to_come)>;
+    /// stuck). With `computes` a thread only pays for its calls, and would go on at once. True when it has made
+    /// a thread ready, or let something happen that calls for another look.
+    using IdleHandler = std::function<bool(bool nothing_to_come, bool computes)>;
     virtual void on_idle(IdleHandler handler) = 0;
 
     /// The run is over: closes what was kept of its schedule. One line when that failed or when the schedule

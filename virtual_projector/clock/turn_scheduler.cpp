@@ -149,6 +149,18 @@ void TurnScheduler::wake_all(const void* object) {
     }
 }
 
+bool TurnScheduler::wake_those(Wait::Kind kind, const ObjectTest& can_go_on) {
+    bool woken = false;
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        if (thread->state != State::waiting || thread->reason.kind != kind) continue;
+        if (!can_go_on(thread->reason.object)) continue;
+        leave_waiters(*thread);
+        make_ready(*thread, WaitEnd::woken);
+        woken = true;
+    }
+    return woken;
+}
+
 void TurnScheduler::interrupt(ScheduledThread* thread) {
     if (thread->state != State::waiting) return;
     leave_waiters(*thread);
@@ -198,7 +210,7 @@ ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Poi
         take_back_returned();
         if (!ready_.empty()) return &take_chosen(running, kind);
         const std::optional<Microseconds> next_time = time_.timers().next_time();
-        if (idle_handler_ && (idle_handler_(!next_time) || !ready_.empty())) continue;
+        if (idle_handler_ && (idle_handler_(!next_time, charged_ > 0) || !ready_.empty())) continue;
         if (!next_time && leave_to_nobody()) return nullptr;
         if (is_idle_for_good())
             end_stuck("Only the library's own loops have run since " + format_seconds(last_work_) +
@@ -273,7 +285,11 @@ void TurnScheduler::ask_for_places() {
 
 void TurnScheduler::touch() {
     ScheduledThread& self = *current;
-    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) charge(cost_.call_us);
+    if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) {
+        ++charged_;
+        charge(cost_.call_us);
+        --charged_;
+    }
     ready_.push_back(&self);
     ScheduledThread& next = take_chosen(self, Point::call);
     if (&next == &self) return;
@@ -285,7 +301,7 @@ void TurnScheduler::touch() {
 void TurnScheduler::yield() {
     ScheduledThread& self = *current;
     if (cost_.free_calls > 0 && ++self.calls_without_wait > cost_.free_calls) {
-        charge(cost_.yield_us);
+        charge(cost_.yield_us);  // it waits for others, in its way
         return;
     }
     make_ready(self, WaitEnd::timed_out);

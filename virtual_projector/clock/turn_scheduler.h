@@ -80,6 +80,7 @@ public:
     bool wake_one(const void* object) override;
     void wake_all(const void* object) override;
     void interrupt(ScheduledThread* thread) override;
+    bool wake_those(Wait::Kind kind, const ObjectTest& can_go_on) override;
     /// A time that has been reached still lets the other threads of that time have their turn.
     WaitEnd sleep_until(Microseconds time);
 
@@ -152,6 +153,7 @@ private:
     std::vector<ScheduledThread*> ready_;
     std::unordered_map<const void*, std::deque<ScheduledThread*>> waiters_;
     HeldObjects held_;
+    int charged_ = 0;  // threads that compute: time passes for their calls
     std::atomic<std::uint64_t> points_{0};
     std::atomic<std::uint64_t> calls_{0};
     std::atomic<ScheduledThread*> running_{nullptr};

@@ -21,13 +21,16 @@ namespace {
 constexpr int greatest_kept = 65536;
 constexpr unsigned memory_devices = 1;  // /dev/null, /dev/zero and their like
 
-// The open descriptors of a process, by the kernel's list.
+// The open descriptors of a process, by the kernel's list, without the one that reads it.
 std::vector<int> descriptors_of(const std::string& process) {
     std::vector<int> found;
     DIR* const folder = ::opendir(("/proc/" + process + "/fd").c_str());
     if (folder == nullptr) return found;
+    const int reader = process == "self" ? ::dirfd(folder) : -1;
     while (const dirent* entry = ::readdir(folder)) {
-        if (entry->d_name[0] != '.') found.push_back(std::atoi(entry->d_name));
+        if (entry->d_name[0] == '.') continue;
+        const int descriptor = std::atoi(entry->d_name);
+        if (descriptor != reader) found.push_back(descriptor);
     }
     ::closedir(folder);
     return found;

@@ -1,5 +1,7 @@
 #include "virtual_projector/interpose/descriptor_waits.h"
 
+#include <semaphore.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -133,16 +135,18 @@ void DescriptorWaits::refresh() {
     if (before_look_) before_look_();
 }
 
-bool DescriptorWaits::look(bool nothing_to_come) {
+bool DescriptorWaits::look(bool nothing_to_come, bool computes) {
     signals_.hand_out_noted();
     bool woken = signals_.wake_awaiting();
-    if (waiters_.empty() && !signals_.watches_children()) return woken;
+    const bool had_children = children_.has_any();
+    if (waiters_.empty() && !signals_.watches_children() && !had_children) return woken;
+    if (had_children) woken = wake_for_posted() || woken;
     refresh();
     const bool settle = std::exchange(terminal_written_, false);
     (void)look_for_real(settle && !woken ? settling_ms : 0);
     woken = wake_ready() || woken;
     if (woken) return true;
-    const bool had_children = children_.has_any();
+    if (computes) return false;
     const int held = time_to_hold(nothing_to_come);
     if (held != 0) return hold(held);
     // A child may have written, and ended, since that look; the signal of its end strikes a moment later.
@@ -198,8 +202,9 @@ int DescriptorWaits::time_to_hold(bool nothing_to_come) {
         if (time == 0) continue;
         longest = longest == 0 ? time : shorter(longest, time);
     }
-    // Of a child that just executes something, what it holds cannot be seen.
-    const bool may_come = anything_outside || !children.empty();
+    // Of a child that just executes something, what it holds cannot be seen; and one that has been silent for
+    // long may still write, post or end.
+    const bool may_come = anything_outside || (nothing_to_come && !children_.running().empty());
     if (longest == 0 && nothing_to_come && may_come) return child_interval_ms;
     return longest;
 }
@@ -240,6 +245,14 @@ bool DescriptorWaits::hold(int milliseconds) {
     signals_.hand_out_noted();
     (void)wake_ready();
     return true;
+}
+
+// A child may share semaphores with the program, and post them unseen.
+bool DescriptorWaits::wake_for_posted() {
+    return clock_.scheduler().wake_those(Wait::Kind::semaphore, [](const void* object) {
+        int value = 0;
+        return ::sem_getvalue(static_cast<sem_t*>(const_cast<void*>(object)), &value) == 0 && value > 0;
+    });
 }
 
 }  // namespace vp

@@ -64,8 +64,9 @@ public:
     /// True while a terminal is awaited: a person takes what time it takes. Asked for on any thread.
     bool waits_for_person() const { return waits_for_person_.load(); }
 
-    /// Before time moves: wakes whoever can go on. True when the scheduler is to look again.
-    bool look(bool nothing_to_come);
+    /// Before time moves: wakes whoever can go on. True when the scheduler is to look again. Time does not
+    /// stand still for outside as long as a thread computes.
+    bool look(bool nothing_to_come, bool computes);
 
 private:
     struct Waiter {
@@ -82,6 +83,7 @@ private:
     void find_outside(Waiter& waiter);
     int look_for_real(int milliseconds);
     bool wake_ready();
+    bool wake_for_posted();
     int time_to_hold(bool nothing_to_come);
     bool waits_for_child(const Waiter& waiter, const std::vector<pid_t>& children);
     int hold_for(const Waiter& waiter, const std::vector<pid_t>& children);

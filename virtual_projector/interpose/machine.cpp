@@ -44,7 +44,9 @@ void Machine::install() {
     kinds_.note_inherited();
     threads_.adopt_current();
     if (clock_.is_virtual()) {
-        clock_.scheduler().on_idle([this](bool nothing_to_come) { return descriptors_.look(nothing_to_come); });
+        clock_.scheduler().on_idle([this](bool nothing_to_come, bool computes) {
+            return descriptors_.look(nothing_to_come, computes);
+        });
         signals_.install([this](int signal) {
             if (at_signal_end_) at_signal_end_(signal);
         });

@@ -83,8 +83,9 @@ void trampoline(int signal, siginfo_t* info, void* context) {
     const int errno_before = errno;
     if (has_turn() && !ReentrancyGuard::is_active()) {
         siginfo_t given = *info;
-        const siginfo_t* const raised = current_signals->raising;
-        if (raised != nullptr && raised->si_signo == signal) given = *raised;
+        // Given once: one that strikes later, after the handler has jumped out, brings a record of its own.
+        const siginfo_t raised = std::exchange(current_signals->raising, {});
+        if (raised.si_signo == signal) given = raised;
         signals->run_handler(signal, &given, context);
     } else {
         signals->note(signal, *info);
@@ -382,16 +383,17 @@ bool ProgramSignals::raise_own() {
     ThreadSignals& thread = current();
     if (thread.to_raise.empty()) return false;
     restart_ = true;
-    const std::vector<siginfo_t> now = std::exchange(thread.to_raise, {});
-    for (const siginfo_t& info : now) {
-        thread.raising = &info;
+    // One by one: a handler may jump out, and the others are still to be raised then.
+    while (!thread.to_raise.empty()) {
+        thread.raising = thread.to_raise.front();
+        thread.to_raise.erase(thread.to_raise.begin());
         const int depth = scheduler_.suspend_call();
         {
             const ProgramCallback callback;
-            (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, info.si_signo);
+            (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, thread.raising.si_signo);
         }
         scheduler_.resume_call(depth);
-        thread.raising = nullptr;
+        thread.raising = {};
     }
     return true;
 }

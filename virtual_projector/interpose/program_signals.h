@@ -26,10 +26,10 @@ struct ThreadSignals {
     pthread_t id{};
     int kernel_id = 0;
     sigset_t mask{};
-    std::vector<siginfo_t> to_raise;     // on itself, when it has its turn
-    const siginfo_t* raising = nullptr;  // the one that it raises now
-    const sigset_t* awaited = nullptr;   // by sigwait and its kin
-    bool is_cancelled = false;           // it is to end at the next call at which it may
+    std::vector<siginfo_t> to_raise;    // on itself, when it has its turn
+    siginfo_t raising{};                // the one that it raises now; number 0: none
+    const sigset_t* awaited = nullptr;  // by sigwait and its kin
+    bool is_cancelled = false;          // it is to end at the next call at which it may
 };
 
 class ProgramSignals {

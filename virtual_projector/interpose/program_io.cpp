@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/interpose/program_time.h"
@@ -124,6 +125,7 @@ std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds 
 std::optional<long> ProgramIo::write(int descriptor, const void* buffer, std::size_t count) {
     if (!clock_.is_virtual()) return std::nullopt;
     const DescriptorKind kind = kinds_.kind_of(descriptor);
+    if (kind != DescriptorKind::never_waits) ++writes_;
     const auto* bytes = static_cast<const char*>(buffer);
     switch (kind) {
         case DescriptorKind::pipe:
@@ -309,6 +311,7 @@ std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int 
                                               bool all) {
     if (!clock_.is_virtual()) return std::nullopt;
     clock_.scheduler().touch();
+    std::uint64_t writes_seen = writes_;
     const auto look = [&]() -> long {
         bool is_under_way = false;
         bool is_missing = false;
@@ -323,6 +326,8 @@ std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int 
             is_under_way = is_under_way || is_ready(requests[i]->aio_fildes, events);
         }
         if (all && !is_missing) return 0;
+        // What was written since may be with the thread that carries the request out.
+        is_under_way = is_under_way || std::exchange(writes_seen, writes_) != writes_;
         if (!is_under_way) return -EAGAIN;
         const timespec a_while = {0, aio_settling_ns};
         return real::aio_suspend(requests, count, &a_while) == 0 && !all ? 0 : -EAGAIN;

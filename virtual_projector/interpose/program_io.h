@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -76,6 +77,7 @@ private:
     ProgramChildren& children_;
     Recorder& recorder_;
     bool expects_queue_signal_ = false;
+    std::uint64_t writes_ = 0;  // to what may wait, by the program
 };
 
 }  // namespace vp

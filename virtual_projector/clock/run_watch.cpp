@@ -24,7 +24,9 @@ int stop_signal() { return SIGRTMAX - 1; }
 std::atomic<bool> stopped{false};
 void (*called_at_stop)() = nullptr;
 
+// The calls made here are this thread's no more: answered for the program, they would wait for their turn.
 void stop_here(int /*signal*/) {
+    const ReentrancyGuard guard;
     if (called_at_stop != nullptr) called_at_stop();
     stopped.store(true);
     for (;;) ::syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);

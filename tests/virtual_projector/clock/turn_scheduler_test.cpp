@@ -560,6 +560,74 @@ TEST_F(TakenTurn, MayBeTakenAgain) {
     EXPECT_EQ(calls, 3);
 }
 
+TEST_F(TakenTurn, LeavesWhatServantsDoMeanwhileUncountedAsWork) {
+    bool is_over = false;
+    ScheduledThread* const servant = crew.start("servant", [&] {
+        while (!is_over) crew.sleep(10);
+    });
+    crew.scheduler.note_servant(servant);
+    ScheduledThread* const busy = crew.start("busy", [&] {
+        compute();
+        make_call();
+        is_over = true;
+    });
+    std::thread watcher([&] {
+        const auto await_progress = [&] {
+            constexpr std::uint64_t many = 20;
+            const std::uint64_t before = crew.scheduler.progress();
+            while (crew.scheduler.progress() < before + many) std::this_thread::yield();
+        };
+        await_computing();
+        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
+        await_progress();
+        const std::uint64_t work = crew.scheduler.work();
+        await_progress();
+        EXPECT_EQ(crew.scheduler.work(), work);
+        may_end = true;
+    });
+    const std::uint64_t work_before = crew.scheduler.work();
+    crew.scheduler.wait_for_end(busy, no_deadline);
+    watcher.join();
+    crew.scheduler.wait_for_end(servant, no_deadline);
+    EXPECT_GT(crew.scheduler.work(), work_before);
+    EXPECT_LT(crew.scheduler.work(), crew.scheduler.progress());
+}
+
+TEST_F(TakenTurn, CountsWhatServantsDoAsWorkWhileAnotherWaitsUntilADeadline) {
+    ScheduledThread* const servant = crew.start("servant", [&] {
+        while (!may_end) crew.sleep(10);
+    });
+    crew.scheduler.note_servant(servant);
+    ScheduledThread* const busy = crew.start("busy", [&] {
+        compute();
+        make_call();
+    });
+    std::thread watcher([&] {
+        await_computing();
+        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
+    });
+    crew.sleep(1000);
+    watcher.join();
+    EXPECT_EQ(crew.scheduler.work(), crew.scheduler.progress());
+    may_end = true;
+    crew.scheduler.wait_for_end(busy, no_deadline);
+}
+
+TEST(EndAtNextTurnDeathTest, CallsTheHandlerWhereTheTurnPassesNext) {
+    const auto run = [] {
+        Crew crew;
+        crew.scheduler.on_end([&] {
+            std::fputs(crew.scheduler.table().c_str(), stderr);
+            std::_Exit(3);
+        });
+        crew.sleep(10);
+        crew.scheduler.end_at_next_turn();
+        for (int i = 0; i < 100; ++i) crew.scheduler.touch();  // nobody else is there to take it
+        crew.sleep(20);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(3), "1  main: sleep, since 0.000010 s, until 0.000030 s");
+}
+
 // --- Servants --------------------------------------------------------------------------------------------
 
 constexpr Microseconds longest_idle = 1'000'000;

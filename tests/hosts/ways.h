@@ -22,7 +22,7 @@ constexpr std::int64_t ns_per_us = 1'000;
 /// What the test that runs a way has to know of it.
 enum class Kind {
     plain,   // twice the same trace
-    busy,    // computes without calling anything: no longer deterministic, and one line says so
+    busy,    // makes no call for so long that the run is no longer deterministic, and one line says so
     chance,  // prints what it drew: the same with one seed, something else with another
     fed,     // something comes from outside, on standard input, after a while
     skip,    // the same, and simulated time goes on meanwhile

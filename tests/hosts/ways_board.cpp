@@ -277,6 +277,12 @@ WAY(board_path_that_is_not_there, Kind::board) {
     struct stat about {};
     worked("stat", stat(key_path, &about));
     check(S_ISCHR(about.st_mode), "the keys are no device");
+    worked("lstat", lstat(key_path, &about));
+    check(S_ISCHR(about.st_mode), "the keys are a link");
+    worked("fstatat", fstatat(AT_FDCWD, key_path, &about, 0));
+    check(S_ISCHR(about.st_mode), "the keys are no device below a folder");
+    worked("faccessat", faccessat(AT_FDCWD, motor_path, R_OK, 0));
+    failed_with("stat", stat("/sys/class/motor/no_such_attribute", &about), ENOENT);
     sleep_ns(wait_ns());
 }
 

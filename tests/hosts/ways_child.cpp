@@ -1,5 +1,6 @@
 // Children: other processes, for which the program waits. They live on the plain PC, in real time, and
 // simulated time stands while they are waited for.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -29,6 +30,9 @@ constexpr std::int64_t child_ns = 300 * ns_per_ms;
 constexpr int child_code = 12;
 char* const shell_words[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                              const_cast<char*>("sleep 0.3; exit 12"), nullptr};
+
+char* const quick_words[] = {const_cast<char*>("sh"), const_cast<char*>("-c"), const_cast<char*>("exit 12"),
+                             nullptr};
 
 void expect_child_code(int status) {
     check(WIFEXITED(status) && WEXITSTATUS(status) == child_code,
@@ -293,4 +297,46 @@ WAY(child_that_holds_a_file_lock) {
         same("waitpid", waitpid(child, &status, 0), child);
         same("its status", status, 0);
     });
+}
+
+// Each call by which a child becomes another program.
+WAY(child_by_every_exec) {
+    using Execute = void (*)();
+    static const Execute all[] = {
+        [] { execv("/bin/sh", quick_words); },
+        [] { execve("/bin/sh", quick_words, environ); },
+        [] { execvp("sh", quick_words); },
+        [] { execvpe("sh", quick_words, environ); },
+        [] { execl("/bin/sh", "sh", "-c", "exit 12", nullptr); },
+        [] { execlp("sh", "sh", "-c", "exit 12", nullptr); },
+        [] { execle("/bin/sh", "sh", "-c", "exit 12", nullptr, environ); },
+        [] { fexecve(open("/bin/sh", O_RDONLY | O_CLOEXEC), quick_words, environ); },
+        [] { execveat(AT_FDCWD, "/bin/sh", quick_words, environ, 0); },
+    };
+    takes_no_time("all of them", [] {
+        for (const Execute execute : all) {
+            const pid_t child = fork();
+            if (child == 0) {
+                execute();
+                _Exit(127);
+            }
+            int status = 0;
+            same("waitpid", waitpid(child, &status, 0), child);
+            expect_child_code(status);
+        }
+    });
+    failed_with("execv", execv("/no/such/program", quick_words), ENOENT);
+    sleep_ns(wait_ns());
+}
+
+WAY(child_that_loads_a_library) {
+    takes_no_time("dlopen", [] {
+        const pid_t child = fork();
+        if (child == 0) _exit(dlopen("libm.so.6", RTLD_NOW) != nullptr ? child_code : 1);
+        int status = 0;
+        same("waitpid", waitpid(child, &status, 0), child);
+        expect_child_code(status);
+        check(dlopen("libm.so.6", RTLD_NOW) != nullptr, "dlopen failed");
+    });
+    sleep_ns(wait_ns());
 }

@@ -610,3 +610,20 @@ WAY(sigprocmask_tells_and_sets) {
     check(sigismember(&meanwhile, SIGUSR1) == 1, "the signal was not blocked before");
     same("signals", signals_seen(SIGUSR1), 1);
 }
+
+// As older programs do it, and shells.
+WAY(sigsetmask_of_bsd) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    count_signal(SIGUSR1);
+    constexpr int mask = 1 << (SIGUSR1 - 1);
+    const int before = sigblock(mask);
+    const Later sender = signal_to_this_thread();
+    const timespec length = to_timespec(2 * wait_ns());
+    worked("nanosleep", nanosleep(&length, nullptr));
+    same("signals meanwhile", signals_seen(SIGUSR1), 0);
+    same("the mask", siggetmask() & mask, mask);
+    sigsetmask(before);
+    same("signals", signals_seen(SIGUSR1), 1);
+#pragma GCC diagnostic pop
+}

@@ -120,6 +120,13 @@ WAY(stdio_unbuffered) {
     takes_the_wait("getc", [&] { same("getc", getc(input.stream), 'x'); });
 }
 
+WAY(stdio_setbuf) {
+    stream_waits("getc", [](FILE* stream) {
+        setbuf(stream, nullptr);
+        return getc(stream) == '1';
+    });
+}
+
 WAY(stdio_fputs_to_full_pipe) {
     Pipe pipe;
     fill(pipe.out);
@@ -142,7 +149,7 @@ WAY(stdio_fclose_writes_the_rest) {
 }
 
 // One thread waits in a read and holds the stream's lock; another wants the stream.
-WAY(stdio_stream_locked_by_another) {
+WAY(stdio_stream_locked_by_another, Kind::busy) {
     Input input;
     Later holder(0, [&] {
         flockfile(input.stream);
@@ -156,7 +163,7 @@ WAY(stdio_stream_locked_by_another) {
     watch.expect("getc", wait_ns() - wait_ns() / 3);
 }
 
-WAY(stdio_printf_while_another_holds_the_stream) {
+WAY(stdio_printf_while_another_holds_the_stream, Kind::busy) {
     Folder folder;
     FILE* const stream = fopen(folder.file("out").c_str(), "w");
     Later holder(0, [&] {

@@ -6,10 +6,9 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <string>
 #include <utility>
 
+#include "virtual_projector/clock/kernel_state.h"
 #include "virtual_projector/clock/reentrancy_guard.h"
 
 namespace vp {
@@ -35,25 +34,6 @@ void stop_here(int /*signal*/) {
 void pause_for(double seconds) {
     const timespec length = {0, static_cast<long>(seconds * 1e9)};
     (void)::syscall(SYS_nanosleep, &length, nullptr);
-}
-
-// By the kernel's number of the thread, as pthread_getcpuclockid makes it.
-double processor_time_s(const ScheduledThread& thread) {
-    constexpr int of_a_thread = 6;
-    const auto clock =
-        static_cast<clockid_t>((~static_cast<unsigned>(thread.kernel_id.load()) << 3) | of_a_thread);
-    timespec time{};
-    if (::syscall(SYS_clock_gettime, clock, &time) != 0) return 0;
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-// True when the kernel has put it to sleep.
-bool sleeps(const ScheduledThread& thread) {
-    std::ifstream file("/proc/self/task/" + std::to_string(thread.kernel_id.load()) + "/stat");
-    std::string text;
-    std::getline(file, text);
-    const std::size_t name_end = text.rfind(") ");  // the name may hold anything
-    return name_end != std::string::npos && name_end + 2 < text.size() && text[name_end + 2] == 'S';
 }
 
 }  // namespace
@@ -99,7 +79,7 @@ void RunWatch::look() {
         progress_ = progress;
         watched_ = running;
         blocked_looks_ = 0;
-        processor_time_s_ = running == nullptr ? 0 : processor_time_s(*running);
+        processor_time_s_ = running == nullptr ? 0 : processor_time_s(running->kernel_id);
     }
     const std::uint64_t work_before = std::exchange(work_, scheduler_.work());
     if (work_ != work_before || (handlers_.is_excused && handlers_.is_excused())) {
@@ -119,8 +99,8 @@ void RunWatch::look() {
 }
 
 void RunWatch::look_at(const ScheduledThread& thread) {
-    blocked_looks_ = sleeps(thread) ? blocked_looks_ + 1 : 0;
-    const bool computes = processor_time_s(thread) - processor_time_s_ >= longest_without_call_s;
+    blocked_looks_ = sleeps_in_kernel(thread.kernel_id) ? blocked_looks_ + 1 : 0;
+    const bool computes = processor_time_s(thread.kernel_id) - processor_time_s_ >= longest_without_call_s;
     const bool is_blocked = blocked_looks_ * look_interval_s >= longest_without_call_s;
     if (!computes && !is_blocked) return;
     if (scheduler_.take_turn_away(thread)) handlers_.turn_lost(thread);

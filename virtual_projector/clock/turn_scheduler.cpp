@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "virtual_projector/clock/kernel_state.h"
 #include "virtual_projector/clock/process_end.h"
 #include "virtual_projector/clock/thread_table.h"
 
@@ -76,7 +77,7 @@ void TurnScheduler::begin_current(ScheduledThread* thread) {
     if (thread == nullptr) return;
     current = thread;
     thread->kernel_id = static_cast<int>(::syscall(SYS_gettid));
-    thread->scheduler->await_turn(*thread);
+    await_turn(*thread);
     thread->place = ScheduledThread::Place::program;
 }
 
@@ -188,12 +189,14 @@ void TurnScheduler::hand_over(ScheduledThread& next) {
     next.turn.give();
 }
 
-// At the run's end the turn comes with a question, and goes back with the answer.
+// At the run's end the turn comes with a question, and goes back with the answer. Until the turn has come the
+// scheduler may be gone: whoever has got the turn may have ended the program.
 void TurnScheduler::await_turn(ScheduledThread& self) {
     self.turn.await();
-    while (reporter_ != nullptr) {
-        if (stack_reader_) self.innermost = stack_reader_();
-        reporter_->give();
+    while (self.scheduler->reporter_ != nullptr) {
+        const TurnScheduler& scheduler = *self.scheduler;
+        if (scheduler.stack_reader_) self.innermost = scheduler.stack_reader_();
+        scheduler.reporter_->give();
         self.turn.await();
     }
 }
@@ -370,13 +373,26 @@ void TurnScheduler::come_back(ScheduledThread& self) {
     await_turn(self);
 }
 
-// Time goes on slowly meanwhile, so that a thread that waits for a variable sees it changed in time.
+// Time goes on slowly meanwhile, so that a thread that waits for a variable sees it changed in time, however
+// busy the PC is.
+void TurnScheduler::let_lost_threads_run() const {
+    constexpr double enough_s = 20e-6;
+    constexpr int longest_looks = 100;
+    const timespec a_moment = {0, 200'000};
+    for (const ScheduledThread* const thread : all_running()) {
+        if (thread->state != State::without_turn) continue;
+        const double before = processor_time_s(thread->kernel_id);
+        for (int i = 0; i < longest_looks; ++i) {
+            (void)::syscall(SYS_nanosleep, &a_moment, nullptr);
+            if (processor_time_s(thread->kernel_id) - before >= enough_s || sleeps_in_kernel(thread->kernel_id))
+                break;
+        }
+    }
+}
+
 void TurnScheduler::take_back_returned() {
     if (lost_ == 0) return;
-    if (ready_.empty()) {
-        const timespec a_moment = {0, 200'000};
-        (void)::syscall(SYS_nanosleep, &a_moment, nullptr);
-    }
+    if (ready_.empty()) let_lost_threads_run();
     const std::lock_guard<std::mutex> lock(returned_lock_);
     for (ScheduledThread* const thread : returned_) {
         --lost_;

@@ -139,10 +139,11 @@ private:
     ScheduledThread* next_or_none(const ScheduledThread& running, Point kind);
     [[noreturn]] void end_stuck(const std::string& headline);
     void charge(Microseconds length);
-    void await_turn(ScheduledThread& self);
+    static void await_turn(ScheduledThread& self);
     void start_running(ScheduledThread& thread);
     void come_back(ScheduledThread& self);
     void take_back_returned();
+    void let_lost_threads_run() const;
     bool leave_to_nobody();
     bool is_idle_for_good();
     bool only_servants_go_on() const;

@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
@@ -57,6 +58,12 @@ inline long with_errno(long result) {
     if (result >= 0) return result;
     errno = static_cast<int>(-result);
     return -1;
+}
+
+/// For what cannot be simulated: says so, and fails as a call that there is not.
+inline long refuse(const char* what, const char* instead) {
+    std::fprintf(stderr, "virtual-projector: %s is not simulated; expected %s\n", what, instead);
+    return -ENOSYS;
 }
 
 /// Where POSIX lets a thread be ended by another's pthread_cancel.

@@ -22,12 +22,12 @@ extern "C" {
 extern const char vp_interposed_chance_calls[];
 const char vp_interposed_chance_calls[] = "interposed calls of the virtual projector: chance";
 
-ssize_t getrandom(void* buffer, size_t count, unsigned flags) noexcept {
+ssize_t getrandom(void* buffer, size_t count, unsigned flags) {
     return answer<ssize_t>([&](Machine& m) { return m.chance().fill(buffer, count); },
                            [&] { return real::getrandom(buffer, count, flags); });
 }
 
-int getentropy(void* buffer, size_t count) noexcept {
+int getentropy(void* buffer, size_t count) {
     constexpr size_t greatest = 256;
     const auto result = ask_machine(
         [&](Machine& m) { return count > greatest ? std::nullopt : m.chance().fill(buffer, count); });
@@ -50,6 +50,7 @@ std::uint32_t arc4random_uniform(std::uint32_t bound) noexcept {
 }
 
 // std::random_device::_M_getval, which asks the processor itself.
+// NOLINTNEXTLINE(readability-identifier-naming): the C++ library's own name
 unsigned _ZNSt13random_device9_M_getvalEv(std::random_device* device) {
     static real::Call<unsigned(std::random_device*)> next{"_ZNSt13random_device9_M_getvalEv"};
     const auto result = ask_machine([&](Machine& m) { return m.chance().draw(); });

@@ -21,10 +21,11 @@ long ChildCalls::until_over(const std::function<long()>& look) {
     clock_.scheduler().touch();
     long result = 0;
     const auto is_over = [&] { return result != 0 || (result = look()) != 0; };
-    while (!is_over()) {
+    // Also when it is over already, which depends on the child's speed.
+    do {
         const WaitEnd end = descriptors_.wait_for_child("", is_over);
         if (end == WaitEnd::interrupted && !waits_.is_to_restart() && !is_over()) return -EINTR;
-    }
+    } while (!is_over());
     recorder_.record_outside("child process");
     return result;
 }

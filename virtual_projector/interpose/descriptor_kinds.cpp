@@ -6,6 +6,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@ namespace vp {
 namespace {
 
 constexpr int greatest_kept = 65536;
+constexpr unsigned memory_devices = 1;  // /dev/null, /dev/zero and their like
 
 // The open descriptors of a process, by the kernel's list.
 std::vector<int> descriptors_of(const std::string& process) {
@@ -50,6 +52,7 @@ DescriptorKind look_at(int descriptor) {
         case S_IFSOCK:
             return DescriptorKind::socket;
         case S_IFCHR:
+            if (major(status.st_rdev) == memory_devices) return DescriptorKind::never_waits;
             return ::isatty(descriptor) != 0 ? DescriptorKind::terminal : DescriptorKind::other;
         default:
             return DescriptorKind::other;
@@ -132,7 +135,9 @@ bool DescriptorKinds::leads_outside(int descriptor) {
         Known& same = known(descriptor);
         same.outside = is_outside;
         // A socket may be connected later.
-        same.outside_known = is_outside || kind_of(descriptor) != DescriptorKind::socket;
+        Address peer;
+        same.outside_known =
+            is_outside || kind_of(descriptor) != DescriptorKind::socket || peer_address(descriptor, peer);
         return is_outside;
     }
     return entry.outside;

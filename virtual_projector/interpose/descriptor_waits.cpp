@@ -16,7 +16,7 @@ constexpr milliseconds patience{2000};         // after the last sign of life fr
 constexpr milliseconds child_patience{10000};  // a child may have much to do
 constexpr int for_ever = -1;                   // poll's own
 constexpr int child_interval_ms = 2;           // between two looks at whether a child has ended
-constexpr int terminal_settling_ms = 20;       // far more than the kernel's worker takes on a loaded PC
+constexpr int settling_ms = 20;                // far more than the kernel's worker takes on a loaded PC
 
 std::chrono::steady_clock::time_point real_now() { return std::chrono::steady_clock::now(); }
 
@@ -83,6 +83,18 @@ WaitEnd DescriptorWaits::wait_as(Waiter& waiter, Wait::Kind kind, Microseconds d
     return end;
 }
 
+bool DescriptorWaits::may_lead_outside(const std::vector<pollfd>& descriptors) {
+    if (skips_outside_) return false;
+    for (const pollfd& descriptor : descriptors) {
+        for (const int member : kinds_.members_of(descriptor.fd)) {
+            const DescriptorKind kind = kinds_.kind_of(member);
+            const bool can_be_shared = kind == DescriptorKind::pipe || kind == DescriptorKind::socket;
+            if (kinds_.leads_outside(member) || (can_be_shared && children_.have_been())) return true;
+        }
+    }
+    return false;
+}
+
 void DescriptorWaits::find_outside(Waiter& waiter) {
     for (const pollfd& descriptor : waiter.descriptors) {
         for (const int member : kinds_.members_of(descriptor.fd)) {
@@ -93,6 +105,12 @@ void DescriptorWaits::find_outside(Waiter& waiter) {
             }
         }
     }
+}
+
+void DescriptorWaits::settle_signals() {
+    pollfd noted = {signals_.noted_descriptor(), POLLIN, 0};
+    (void)real::poll(&noted, 1, settling_ms);
+    signals_.hand_out_noted();
 }
 
 void DescriptorWaits::note_child_start() { child_alive_at_ = real_now(); }
@@ -121,15 +139,17 @@ bool DescriptorWaits::look(bool nothing_to_come) {
     if (waiters_.empty() && !signals_.watches_children()) return woken;
     refresh();
     const bool settle = std::exchange(terminal_written_, false);
-    (void)look_for_real(settle && !woken ? terminal_settling_ms : 0);
+    (void)look_for_real(settle && !woken ? settling_ms : 0);
     woken = wake_ready() || woken;
     if (woken) return true;
     const bool had_children = children_.has_any();
     const int held = time_to_hold(nothing_to_come);
     if (held != 0) return hold(held);
-    // A child may have written, and ended, since that look.
+    // A child may have written, and ended, since that look; the signal of its end strikes a moment later.
     if (!had_children) return false;
-    (void)look_for_real(0);
+    const bool signal_comes = signals_.watches_children() && !children_.has_any();
+    (void)look_for_real(signal_comes ? settling_ms : 0);
+    signals_.hand_out_noted();
     return wake_ready();
 }
 

@@ -49,9 +49,15 @@ public:
     /// Until `is_over` says so, which is asked for real. `what` names it in the table.
     WaitEnd wait_for_child(const std::string& what, const std::function<bool()>& is_over);
 
+    /// True when what makes one of them ready may come from another process. Whether it is there already
+    /// depends on that one's speed: the turn is given away in any case, so that the run takes the same course.
+    bool may_lead_outside(const std::vector<pollfd>& descriptors);
+
     /// The program has used a descriptor that leads outside: an answer may come.
     void note_use(int descriptor);
     void note_child_start();
+    /// The kernel has just been made to send a signal, which strikes a moment later.
+    void settle_signals();
     /// A terminal's bytes pass through the kernel's own workers, and come a moment later.
     void note_terminal_write() { terminal_written_ = true; }
 

@@ -19,7 +19,9 @@ bool has_ended(pid_t child) {
 }  // namespace
 
 void ProgramChildren::note(pid_t child) {
-    if (child > 0) running_.push_back(child);
+    if (child <= 0) return;
+    running_.push_back(child);
+    have_been_ = true;
 }
 
 const std::vector<pid_t>& ProgramChildren::running() {

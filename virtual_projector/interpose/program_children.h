@@ -11,6 +11,7 @@ namespace vp {
 class ProgramChildren {
 public:
     void note(pid_t child);
+    bool have_been() const { return have_been_; }
     /// Some that had not ended when they were last asked for.
     bool has_any() const { return !running_.empty(); }
     /// Those that have not ended yet.
@@ -18,6 +19,7 @@ public:
 
 private:
     std::vector<pid_t> running_;
+    bool have_been_ = false;
 };
 
 }  // namespace vp

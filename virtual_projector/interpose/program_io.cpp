@@ -34,12 +34,13 @@ long write_piece(int descriptor, const char* bytes, std::size_t count) {
     return written < 0 ? -errno : written;
 }
 
+bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOCK; }
+
 // Who waited for a peer that goes away learns of that, and only the next call of the broken pipe.
 long pending_error_or(int socket, long result) {
-    int error = 0;
-    socklen_t size = sizeof error;
-    const bool has_error = ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error != 0;
-    return has_error ? -error : result;
+    char byte = 0;
+    const ssize_t seen = real::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    return seen < 0 && !would_wait(-errno) ? -errno : result;
 }
 
 bool has_own_writer(const struct stat& fifo) {
@@ -51,8 +52,6 @@ bool has_own_writer(const struct stat& fifo) {
     }
     return false;
 }
-
-bool would_wait(long result) { return result == -EAGAIN || result == -EWOULDBLOCK; }
 
 }  // namespace
 
@@ -84,7 +83,8 @@ Microseconds ProgramIo::socket_deadline(int descriptor, short events) {
 
 std::optional<long> ProgramIo::await(int descriptor, short events) {
     if (!clock_.is_virtual() || kinds_.kind_of(descriptor) == DescriptorKind::never_waits) return std::nullopt;
-    if (is_ready(descriptor, events)) return std::nullopt;
+    if (is_ready(descriptor, events) && !descriptors_.may_lead_outside({{descriptor, events, 0}}))
+        return std::nullopt;
     const Microseconds limit = terminal_limit(descriptor, events);
     if (limit == no_deadline) return await(descriptor, events, socket_deadline(descriptor, events));
     const auto failure = await(descriptor, events, clock_.now() + limit);
@@ -105,15 +105,16 @@ std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds 
     if (!clock_.is_virtual()) return std::nullopt;
     clock_.scheduler().touch();
     if (is_nonblocking(descriptor)) return std::nullopt;  // the kernel says that it would wait
-    bool was_outside = false;
-    while (!is_ready(descriptor, events)) {
-        was_outside = was_outside || kinds_.leads_outside(descriptor);
+    const bool is_outside = descriptors_.may_lead_outside({{descriptor, events, 0}});
+    bool has_waited = !is_outside;
+    while (!has_waited || !is_ready(descriptor, events)) {
+        has_waited = true;
         const WaitEnd end = descriptors_.wait({{descriptor, events, 0}}, deadline);
         if (end == WaitEnd::timed_out && !is_ready(descriptor, events)) return -EAGAIN;
         const bool restarts = waits_.is_to_restart() && deadline == no_deadline;
         if (end == WaitEnd::interrupted && !restarts) return -EINTR;
     }
-    if (was_outside) recorder_.record_outside(kinds_.describe(descriptor));
+    if (is_outside && kinds_.leads_outside(descriptor)) recorder_.record_outside(kinds_.describe(descriptor));
     return std::nullopt;
 }
 
@@ -260,10 +261,9 @@ std::optional<long> ProgramIo::connect(int socket, const sockaddr* address, sock
     if (const auto failure = await(socket, POLLOUT, deadline)) {
         return *failure == -EAGAIN ? -EINPROGRESS : *failure;
     }
-    int error = 0;
-    socklen_t size = sizeof error;
-    if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -errno;
-    return -error;
+    // Asked once more, the kernel says how it went.
+    const long how = real::connect(socket, address, length) == 0 ? 0 : -errno;
+    return how == -EISCONN ? 0 : how;
 }
 
 long ProgramIo::retry(const char* what, Microseconds deadline, const std::function<long()>& attempt) {

@@ -55,6 +55,10 @@ public:
     std::optional<long> await_requests(const aiocb* const* requests, int count, const timespec* length,
                                        bool all = false);
 
+    /// The kernel is to send a signal when a message comes (mq_notify).
+    void note_queue_signal(bool expected) { expects_queue_signal_ = expected; }
+    bool expects_queue_signal() const { return expects_queue_signal_; }
+
     /// open of a FIFO, which waits for the other end.
     std::optional<long> open_fifo(const char* path, int flags);
 
@@ -71,6 +75,7 @@ private:
     DescriptorWaits& descriptors_;
     ProgramChildren& children_;
     Recorder& recorder_;
+    bool expects_queue_signal_ = false;
 };
 
 }  // namespace vp

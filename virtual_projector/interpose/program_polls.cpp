@@ -48,6 +48,9 @@ long ProgramPolls::look_until(const std::vector<pollfd>& descriptors, Microsecon
     signals_.hand_out_noted();
     if (signals_.raise_own()) return -EINTR;
     const Microseconds deadline = length == no_deadline ? no_deadline : clock_.now() + length;
+    if (length != 0 && descriptors_.may_lead_outside(descriptors) &&
+        descriptors_.wait(descriptors, deadline) == WaitEnd::interrupted)
+        return -EINTR;
     for (;;) {
         descriptors_.refresh();
         const long found = look();

@@ -367,6 +367,7 @@ bool ProgramSignals::has_work() const {
 }
 
 void ProgramSignals::hand_out_noted() {
+    if (notes_read == notes_written.load(std::memory_order_acquire)) return;
     while (notes_read != notes_written.load(std::memory_order_acquire)) {
         Note& place = notes[notes_read % note_count];
         if (!place.is_complete.exchange(false, std::memory_order_acquire)) return;  // is being written

@@ -30,6 +30,14 @@ std::optional<long> await(Machine& m, mqd_t queue, short events, const timespec*
     return failure && *failure == -EAGAIN ? std::optional<long>(-ETIMEDOUT) : failure;
 }
 
+// The signal that tells of a message comes from the kernel.
+void message_sent() {
+    (void)vp::ask_machine([](Machine& m) {
+        if (m.io().expects_queue_signal()) m.descriptors().settle_signals();
+        return std::optional<long>();
+    });
+}
+
 }  // namespace
 
 extern "C" {
@@ -46,6 +54,19 @@ mqd_t mq_open(const char* name, int flags, ...) noexcept {
     mq_attr* const attributes = creates ? va_arg(arguments, mq_attr*) : nullptr;
     va_end(arguments);
     return vp::made(real::mq_open(name, flags, permissions, attributes));
+}
+
+// A thread of the C library's own would run the program's function beside the one that has the turn.
+int mq_notify(mqd_t queue, const sigevent* event) noexcept {
+    return answer<int>(
+        [&](Machine& m) -> std::optional<long> {
+            if (!m.is_virtual() || event == nullptr) return std::nullopt;
+            if (event->sigev_notify == SIGEV_THREAD)
+                return vp::refuse("mq_notify with SIGEV_THREAD", "a signal, or mq_receive in a thread");
+            m.io().note_queue_signal(event->sigev_notify == SIGEV_SIGNAL);
+            return std::nullopt;
+        },
+        [&] { return real::mq_notify(queue, event); });
 }
 
 ssize_t mq_receive(mqd_t queue, char* message, size_t room, unsigned* priority) {
@@ -65,8 +86,10 @@ ssize_t mq_timedreceive(mqd_t queue, char* message, size_t room, unsigned* prior
 }
 
 int mq_send(mqd_t queue, const char* message, size_t length, unsigned priority) {
-    return answer<int>([&](Machine& m) { return await(m, queue, POLLOUT, nullptr); },
-                       [&] { return real::mq_send(queue, message, length, priority); });
+    const int result = answer<int>([&](Machine& m) { return await(m, queue, POLLOUT, nullptr); },
+                                   [&] { return real::mq_send(queue, message, length, priority); });
+    message_sent();
+    return result;
 }
 
 int mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned priority, const timespec* until) {
@@ -77,7 +100,9 @@ int mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned prior
         return await(m, queue, POLLOUT, until);
     });
     if (failure) return static_cast<int>(vp::with_errno(*failure));
-    return real::mq_timedsend(queue, message, length, priority, is_ours ? &now : until);
+    const int result = real::mq_timedsend(queue, message, length, priority, is_ours ? &now : until);
+    message_sent();
+    return result;
 }
 
 int aio_suspend(const aiocb* const requests[], int count, const timespec* length) {

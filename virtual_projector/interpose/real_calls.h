@@ -206,6 +206,7 @@ inline Call<int(pid_t*, const char*, const posix_spawn_file_actions_t*, const po
 inline Call<int(const char*)> system{"system"};
 inline Call<FILE*(const char*, const char*)> popen{"popen"};
 inline Call<int(FILE*)> pclose{"pclose"};
+inline Call<int(mqd_t, const sigevent*)> mq_notify{"mq_notify"};
 inline Call<mqd_t(const char*, int, ...)> mq_open{"mq_open"};
 inline Call<int(int, int)> flock{"flock"};
 inline Call<int(int, int, off_t)> lockf{"lockf"};

@@ -10,7 +10,6 @@
 #include "virtual_projector/interpose/real_calls.h"
 
 namespace real = vp::real;
-using vp::answer;
 using vp::ask_machine;
 using vp::Machine;
 using vp::made;

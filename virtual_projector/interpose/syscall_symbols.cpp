@@ -90,7 +90,7 @@ class SignalMask {
 public:
     SignalMask(const void* kernels, std::size_t size) : present_(kernels != nullptr) {
         ::sigemptyset(&mask_);
-        if (present_) std::memcpy(&mask_, kernels, std::min(size, sizeof mask_));
+        if (kernels != nullptr) std::memcpy(&mask_, kernels, std::min(size, sizeof mask_));
     }
     const sigset_t* get() const { return present_ ? &mask_ : nullptr; }
 

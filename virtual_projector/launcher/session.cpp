@@ -24,6 +24,7 @@
 #include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/program_streams.h"
 #include "virtual_projector/launcher/run_ends.h"
+#include "virtual_projector/launcher/run_progress.h"
 #include "virtual_projector/launcher/run_schedule.h"
 #include "virtual_projector/launcher/run_summary.h"
 #include "virtual_projector/launcher/scenario_events.h"
@@ -177,6 +178,7 @@ struct Session::Parts {
         clock->on_advance([this](Microseconds now) {
             if (trace) trace->time_is(now);
             summary->time_is(now);
+            progress.time_is(now);
         });
     }
 
@@ -193,6 +195,7 @@ struct Session::Parts {
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
     std::unique_ptr<RunSummary> summary;
+    RunProgress progress{stderr};
     std::unique_ptr<RunEnds> ends;
     std::atomic_flag finished = ATOMIC_FLAG_INIT;
 };
@@ -231,6 +234,7 @@ void Session::finish() {
         const WorldLock lock(*parts_->clock);
         parts_->trace->record_now(parts_->clock->now());
     }
+    parts_->progress.finish();
     FileAccount& account = parts_->account;
     const RunOptions& options = parts_->options;
     if (parts_->file_trace) account.note(RunFile::trace, options.trace, parts_->file_trace->finish());

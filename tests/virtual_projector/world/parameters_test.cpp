@@ -29,7 +29,8 @@ TEST(Parameters, HaveTheirDefaultWithinTheirRange) {
 
 TEST(Parameters, StandInTheManualTwoLinesEach) {
     const std::string manual = describe_parameters();
-    EXPECT_EQ(static_cast<std::size_t>(std::count(manual.begin(), manual.end(), '\n')), 2 * parameters().size());
+    EXPECT_EQ(static_cast<std::size_t>(std::count(manual.begin(), manual.end(), '\n')),
+              2 * parameters().size());
     EXPECT_NE(manual.find("  pose.pitch_deg                      0 deg      [-90 .. 90]\n"
                           "      optical axis above the horizon\n"),
               std::string::npos);

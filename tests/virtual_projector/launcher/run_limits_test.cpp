@@ -159,14 +159,14 @@ TEST_F(ARun, EndsAtItsRealLimitWhereAThreadComputesForEver) {
 }
 
 // Its loops go on, and nothing comes of it.
-TEST_F(ARun, EndsAtItsRealLimitWhereAThreadComputesForEverBesideTheLibrary) {
-    const Finished finished = run({"--real-limit", "3", "--story"}, {"library, compute"});
+TEST_F(ARun, EndsAtItsRealLimitWhereTheKernelHoldsAThreadBesideTheLibrary) {
+    const Finished finished = run({"--real-limit", "3", "--story"}, {"library, kernel"});
     EXPECT_EQ(finished.exit_code, 122);
     const std::string& words = finished.complaints;
     EXPECT_EQ(count_of("no longer deterministic", words), 1);
     EXPECT_THAT(words, HasSubstr("\nNothing has happened for 3 real seconds (--real-limit); it is "));
     EXPECT_EQ(line_of(1, words),
-              "   1  main: computes without a call since 3.000000 s, in compute (limited_program)");
+              "   1  main: computes without a call since 3.000000 s, in block_in_kernel (limited_program)");
     EXPECT_THAT(words, HasSubstr(" (libovrafocus.so)\n"));
     expect_complete_at(simulated_us(), finished);
 }

@@ -109,7 +109,7 @@ static int compute_for_ever(void) {
     return 0;
 }
 
-static int compute_beside_library(void) { return start_library() ? compute_for_ever() : 1; }
+static int block_beside_library(void) { return start_library() ? block_in_kernel() : 1; }
 
 static void* set_flag_later(void* unused) {
     sleep(30);
@@ -176,7 +176,7 @@ int main(int argc, char** argv) {
     if (strcmp(what, "library, key") == 0 && argc > 2) return await_key_beside_library(argv[2]);
     if (strcmp(what, "kernel") == 0) return block_in_kernel();
     if (strcmp(what, "compute") == 0) return compute_for_ever();
-    if (strcmp(what, "library, compute") == 0) return compute_beside_library();
+    if (strcmp(what, "library, kernel") == 0) return block_beside_library();
     if (strcmp(what, "compute until set") == 0) return compute_until_set();
     if (strcmp(what, "compute and take turns") == 0) return compute_and_take_turns();
     if (strcmp(what, "alarm") == 0) return end_by_alarm();

@@ -23,7 +23,9 @@ int stop_signal() { return SIGRTMAX - 1; }
 std::atomic<bool> stopped{false};
 void (*called_at_stop)() = nullptr;
 
+// The calls made here are this thread's no more: answered for the program, they would wait for their turn.
 void stop_here(int /*signal*/) {
+    const ReentrancyGuard guard;
     if (called_at_stop != nullptr) called_at_stop();
     stopped.store(true);
     for (;;) ::syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);
@@ -71,24 +73,29 @@ void RunWatch::watch() {
 void RunWatch::look() {
     const ScheduledThread* const running = scheduler_.running();
     const std::uint64_t progress = scheduler_.progress();
-    if (progress != progress_ || running != watched_) {
+    const bool goes_on = progress != progress_;
+    const bool is_same_turn = !goes_on && running == watched_;
+    if (!is_same_turn) {
         progress_ = progress;
         watched_ = running;
-        idle_looks_ = 0;
         blocked_looks_ = 0;
         processor_time_s_ = running == nullptr ? 0 : processor_time_s(running->kernel_id);
-        return;
     }
-    if (handlers_.is_excused && handlers_.is_excused()) {
+    const std::uint64_t work_before = std::exchange(work_, scheduler_.work());
+    if (work_ != work_before || (handlers_.is_excused && handlers_.is_excused())) {
         idle_looks_ = 0;
         return;
     }
     ++idle_looks_;
     if (limit_s_ > 0 && idle_looks_ * look_interval_s >= limit_s_) {
-        handlers_.limit_reached();
+        if (goes_on) {
+            scheduler_.end_at_next_turn();
+        } else {
+            handlers_.limit_reached();
+        }
         return;
     }
-    if (running != nullptr) look_at(*running);
+    if (is_same_turn && running != nullptr) look_at(*running);
 }
 
 void RunWatch::look_at(const ScheduledThread& thread) {

@@ -3,6 +3,8 @@
 //
 //     a thread with the turn that makes no call for 2 s    loses its turn: the others go on
 //     nothing at all that happens for the real limit       the run is over
+//     nothing but servants that run beside a thread that   the run is over where the turn passes next
+//     has lost its turn, for the real limit
 //
 // Only time counts in which this thread could look: a debugger that holds the process holds the watch, too.
 #ifndef VIRTUAL_PROJECTOR_CLOCK_RUN_WATCH_H
@@ -52,6 +54,7 @@ private:
     bool has_thread_ = false;
 
     std::uint64_t progress_ = 0;
+    std::uint64_t work_ = 0;
     int idle_looks_ = 0;
     int blocked_looks_ = 0;
     double processor_time_s_ = 0;  // of the thread with the turn, when it last made a call

@@ -184,6 +184,15 @@ void TurnScheduler::start_running(ScheduledThread& thread) {
     thread.state = State::running;
     running_.store(&thread, std::memory_order_relaxed);
     if (!thread.only_serves) last_work_ = time_.now();
+    // An event to come may still let another go on.
+    const bool serves_only =
+        lost_ > 0 && thread.only_serves && !time_.timers().has_callback() && only_servants_go_on();
+    serves_only_.store(serves_only, std::memory_order_relaxed);
+}
+
+void TurnScheduler::count_work() {
+    if (!serves_only_.load(std::memory_order_relaxed))
+        work_.store(work_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
 void TurnScheduler::hand_over(ScheduledThread& next) {
@@ -206,6 +215,7 @@ void TurnScheduler::await_turn(ScheduledThread& self) {
 
 // None: only threads without turn can go on, when they make a call.
 ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Point kind) {
+    if (ends_at_next_turn_.load(std::memory_order_relaxed) && end_handler_) end_handler_();
     for (;;) {
         take_back_returned();
         if (!ready_.empty()) return &take_chosen(running, kind);
@@ -223,6 +233,7 @@ ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Poi
 
 ScheduledThread& TurnScheduler::take_chosen(const ScheduledThread& running, Point kind) {
     points_.store(points_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    count_work();
     const std::size_t chosen = policy_->choose({kind, &running, ready_});
     ScheduledThread& thread = *ready_[chosen];
     ready_[chosen] = ready_.back();
@@ -245,9 +256,14 @@ bool TurnScheduler::is_idle_for_good() {
         last_work_ = time_.now();
         return false;
     }
+    return lost_ == 0 && only_servants_go_on();
+}
+
+bool TurnScheduler::only_servants_go_on() const {
     return std::all_of(threads_.begin(), threads_.end(), [](const auto& thread) {
         const bool waits_for_ever = thread->state == State::waiting && thread->deadline == no_deadline;
-        return thread->only_serves || thread->state == State::finished || waits_for_ever;
+        return thread->only_serves || thread->state == State::finished || waits_for_ever ||
+               thread->state == State::without_turn;
     });
 }
 
@@ -323,6 +339,7 @@ void TurnScheduler::enter_call() {
     ScheduledThread& self = *current;
     if (self.call_depth++ > 0) return;
     calls_.store(calls_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    count_work();
     Place expected = Place::program;
     if (!self.place.compare_exchange_strong(expected, Place::call) && expected == Place::lost) come_back(self);
 }

@@ -94,12 +94,18 @@ public:
     // --- For whoever watches the run, on a thread of its own -------------------------------------------
     /// Grows with everything that the program does.
     std::uint64_t progress() const { return points_.load() + calls_.load(); }
+    /// The same, without what servants do while a thread has lost its turn and no other can ever go on.
+    std::uint64_t work() const { return work_.load(); }
     /// The thread that has the turn; null: none has.
     const ScheduledThread* running() const { return running_.load(); }
     /// Every thread that runs: the one with the turn, and those whose turn was taken away.
     std::vector<const ScheduledThread*> all_running() const;
     /// Takes the turn from a thread that makes no call, and passes it on. False: it is in a call after all.
     bool take_turn_away(const ScheduledThread& from);
+
+    /// Called where the turn passes next, once the run is to end there. It must not return.
+    void on_end(std::function<void()> handler) { end_handler_ = std::move(handler); }
+    void end_at_next_turn() { ends_at_next_turn_ = true; }
 
     /// Says what function of the program the calling thread is in.
     using StackReader = std::function<std::string()>;
@@ -141,6 +147,8 @@ private:
     void let_lost_threads_run() const;
     bool leave_to_nobody();
     bool is_idle_for_good();
+    bool only_servants_go_on() const;
+    void count_work();
     void wake_waiters_for_what_is_held_by(const ScheduledThread& thread);
 
     VirtualTime& time_;
@@ -156,6 +164,9 @@ private:
     int charged_ = 0;  // threads that compute: time passes for their calls
     std::atomic<std::uint64_t> points_{0};
     std::atomic<std::uint64_t> calls_{0};
+    std::atomic<std::uint64_t> work_{0};
+    std::atomic<bool> serves_only_{false};  // what is done now is none of that
+    std::atomic<bool> ends_at_next_turn_{false};
     std::atomic<ScheduledThread*> running_{nullptr};
     StackReader stack_reader_;
     Turn* reporter_ = nullptr;       // who asks for places
@@ -169,6 +180,7 @@ private:
     bool nobody_runs_ = false;
 
     StuckHandler stuck_handler_;
+    std::function<void()> end_handler_;
     IdleHandler idle_handler_;
 };
 

@@ -53,6 +53,7 @@ RunEnds::RunEnds(const RunOptions& options, Clock& clock, TurnScheduler* turns, 
     if (turns_ == nullptr) return;
     turns_->read_stacks_with(innermost_function);
     turns_->set_longest_idle(longest_idle_us);
+    turns_->on_end([this] { real_limit_reached(); });
     turns_->on_stuck([this](const std::string& text) {
         finish_();
         end_process(text, stuck_exit_code);
@@ -78,10 +79,13 @@ void RunEnds::limit_reached() {
     end_process(text, limit_exit_code);
 }
 
-// On the watch's own thread: the one that has the turn is stopped first. Where it stands it may hold locks that
-// completing the files needs; that has its time, too.
+// On the watch's own thread, or on the one that has the turn: all others that run are stopped first. Where one
+// stands it may hold locks that completing the files needs; that has its time, too.
 void RunEnds::real_limit_reached() {
+    if (has_reached_real_limit_.test_and_set()) return;
+    const bool has_turn = turns_->knows_current_thread();
     for (const ScheduledThread* const running : turns_->all_running()) {
+        if (has_turn && running == turns_->running()) continue;
         stopped_in.clear();
         if (RunWatch::stop(running, note_where_stopped)) turns_->note_place(running, stopped_in);
     }

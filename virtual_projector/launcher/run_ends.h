@@ -3,6 +3,7 @@
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_RUN_ENDS_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_RUN_ENDS_H
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -41,6 +42,7 @@ private:
     Machine& machine_;
     std::function<void()> finish_;
     bool has_lost_turn_ = false;
+    std::atomic_flag has_reached_real_limit_ = ATOMIC_FLAG_INIT;
     std::unique_ptr<RunWatch> watch_;
 };
 

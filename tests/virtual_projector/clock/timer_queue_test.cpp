@@ -67,4 +67,24 @@ TEST_F(TimerQueueTest, ACallbackMayAddAnotherThatIsDueAtOnce) {
     EXPECT_EQ(take_all(10), "b0");
 }
 
+TEST_F(TimerQueueTest, KnowsWhetherACallbackIsToCome) {
+    EXPECT_FALSE(queue.has_callback());
+    queue.add_deadline(10, sleepers[0]);
+    EXPECT_FALSE(queue.has_callback());  // a thread's own waiting is none
+    add_callback(10, 'a');
+    add_callback(30, 'b');
+    EXPECT_TRUE(queue.has_callback());
+    take_all(20);
+    EXPECT_TRUE(queue.has_callback());
+    queue.add_deadline(40, sleepers[1]);
+    take_all(30);
+    EXPECT_FALSE(queue.has_callback());
+    EXPECT_EQ(queue.next_time(), 40);
+}
+
+TEST_F(TimerQueueTest, ACallbackThatRunsIsNoMoreToCome) {
+    queue.add_callback(10, [this] { order += queue.has_callback() ? 'y' : 'n'; });
+    EXPECT_EQ(take_all(10), "n");
+}
+
 }  // namespace

@@ -38,6 +38,29 @@ void message_sent() {
     });
 }
 
+// A thread of the C library's own would run the program's function beside the one that has the turn.
+bool refuses_thread(const aiocb* request) {
+    if (request->aio_sigevent.sigev_notify != SIGEV_THREAD) return false;
+    const auto refused = vp::ask_machine([](Machine& m) {
+        return m.is_virtual() ? std::optional<long>(vp::refuse("an asynchronous request with SIGEV_THREAD",
+                                                               "a signal, or aio_suspend"))
+                              : std::nullopt;
+    });
+    return refused && vp::with_errno(*refused) < 0;
+}
+
+// What is done to a file is done at once, and so is the signal's coming.
+void request_made(const aiocb* request) {
+    if (request->aio_sigevent.sigev_notify != SIGEV_SIGNAL) return;
+    (void)vp::ask_machine([&](Machine& m) {
+        if (!m.is_virtual() || m.kinds().kind_of(request->aio_fildes) != vp::DescriptorKind::never_waits)
+            return std::optional<long>();
+        (void)real::aio_suspend(&request, 1, nullptr);
+        m.descriptors().settle_signals();
+        return std::optional<long>();
+    });
+}
+
 }  // namespace
 
 extern "C" {
@@ -102,6 +125,20 @@ int mq_timedsend(mqd_t queue, const char* message, size_t length, unsigned prior
     if (failure) return static_cast<int>(vp::with_errno(*failure));
     const int result = real::mq_timedsend(queue, message, length, priority, is_ours ? &now : until);
     message_sent();
+    return result;
+}
+
+int aio_read(aiocb* request) noexcept {
+    if (refuses_thread(request)) return -1;
+    const int result = real::aio_read(request);
+    if (result == 0) request_made(request);
+    return result;
+}
+
+int aio_write(aiocb* request) noexcept {
+    if (refuses_thread(request)) return -1;
+    const int result = real::aio_write(request);
+    if (result == 0) request_made(request);
     return result;
 }
 

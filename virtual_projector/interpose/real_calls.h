@@ -228,6 +228,8 @@ inline Call<ssize_t(mqd_t, char*, size_t, unsigned*)> mq_receive{"mq_receive"};
 inline Call<ssize_t(mqd_t, char*, size_t, unsigned*, const timespec*)> mq_timedreceive{"mq_timedreceive"};
 inline Call<int(mqd_t, const char*, size_t, unsigned)> mq_send{"mq_send"};
 inline Call<int(mqd_t, const char*, size_t, unsigned, const timespec*)> mq_timedsend{"mq_timedsend"};
+inline Call<int(aiocb*)> aio_read{"aio_read"};
+inline Call<int(aiocb*)> aio_write{"aio_write"};
 inline Call<int(const aiocb* const*, int, const timespec*)> aio_suspend{"aio_suspend"};
 
 inline Call<ssize_t(void*, size_t, unsigned)> getrandom{"getrandom"};

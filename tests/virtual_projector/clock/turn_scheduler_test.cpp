@@ -148,7 +148,7 @@ struct Asked {
 TEST(IdleHandler, IsAskedBeforeTimeMovesAndNotWhileAThreadIsReady) {
     std::vector<Asked> asked;
     Crew crew;
-    crew.scheduler.on_idle([&](bool nothing_to_come) {
+    crew.scheduler.on_idle([&](bool nothing_to_come, bool /*computes*/) {
         asked.push_back({crew.clock.now(), nothing_to_come});
         return false;
     });
@@ -164,7 +164,7 @@ TEST(IdleHandler, IsAskedBeforeTimeMovesAndNotWhileAThreadIsReady) {
 TEST(IdleHandler, IsAskedAgainAsLongAsItLetsSomethingHappen) {
     int asked = 0;
     Crew crew;
-    crew.scheduler.on_idle([&](bool) {
+    crew.scheduler.on_idle([&](bool, bool /*computes*/) {
         EXPECT_EQ(crew.clock.now(), 0);
         return ++asked < 4;
     });
@@ -178,7 +178,7 @@ TEST(IdleHandler, MayMakeAThreadReadyBeforeTimeMoves) {
     for (const bool says_so : {true, false}) {  // whatever it answers
         int object = 0;
         Crew crew;
-        crew.scheduler.on_idle([&](bool) {
+        crew.scheduler.on_idle([&](bool, bool /*computes*/) {
             crew.scheduler.wake_one(&object);
             return says_so;
         });
@@ -192,7 +192,7 @@ TEST(IdleHandler, HearsWhenNothingIsToCome) {
     int object = 0;
     std::vector<Asked> asked;
     Crew crew;
-    crew.scheduler.on_idle([&](bool nothing_to_come) {
+    crew.scheduler.on_idle([&](bool nothing_to_come, bool /*computes*/) {
         asked.push_back({crew.clock.now(), nothing_to_come});
         if (nothing_to_come) crew.scheduler.wake_one(&object);
         return nothing_to_come;
@@ -206,7 +206,7 @@ TEST(IdleHandler, HearsWhenNothingIsToCome) {
 TEST(IdleHandlerDeathTest, IsAskedBeforeARunEndsStuck) {
     const auto run = [] {
         Crew crew;
-        crew.scheduler.on_idle([](bool nothing_to_come) {
+        crew.scheduler.on_idle([](bool nothing_to_come, bool /*computes*/) {
             std::fprintf(stderr, "asked%s\n", nothing_to_come ? " at the end" : "");
             return false;
         });

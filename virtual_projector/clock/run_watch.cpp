@@ -72,7 +72,7 @@ void RunWatch::watch() {
 
 void RunWatch::look() {
     const ScheduledThread* const running = scheduler_.running();
-    const std::uint64_t progress = scheduler_.progress();
+    const std::size_t progress = scheduler_.progress();
     const bool goes_on = progress != progress_;
     const bool is_same_turn = !goes_on && running == watched_;
     if (!is_same_turn) {
@@ -81,7 +81,7 @@ void RunWatch::look() {
         blocked_looks_ = 0;
         processor_time_s_ = running == nullptr ? 0 : processor_time_s(running->kernel_id);
     }
-    const std::uint64_t work_before = std::exchange(work_, scheduler_.work());
+    const std::size_t work_before = std::exchange(work_, scheduler_.work());
     if (work_ != work_before || (handlers_.is_excused && handlers_.is_excused())) {
         idle_looks_ = 0;
         return;

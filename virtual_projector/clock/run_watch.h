@@ -53,8 +53,8 @@ private:
     pthread_t thread_{};
     bool has_thread_ = false;
 
-    std::uint64_t progress_ = 0;
-    std::uint64_t work_ = 0;
+    std::size_t progress_ = 0;
+    std::size_t work_ = 0;
     int idle_looks_ = 0;
     int blocked_looks_ = 0;
     double processor_time_s_ = 0;  // of the thread with the turn, when it last made a call

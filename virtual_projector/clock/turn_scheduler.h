@@ -92,10 +92,10 @@ public:
     Figures figures() const override { return {figures_.switches, points_.load(std::memory_order_relaxed)}; }
 
     // --- For whoever watches the run, on a thread of its own -------------------------------------------
-    /// Grows with everything that the program does.
-    std::uint64_t progress() const { return points_.load() + calls_.load(); }
+    /// Changes with everything that the program does.
+    std::size_t progress() const { return points_.load() + calls_.load(); }
     /// The same, without what servants do while a thread has lost its turn and no other can ever go on.
-    std::uint64_t work() const { return work_.load(); }
+    std::size_t work() const { return work_.load(); }
     /// The thread that has the turn; null: none has.
     const ScheduledThread* running() const { return running_.load(); }
     /// Every thread that runs: the one with the turn, and those whose turn was taken away.
@@ -162,9 +162,10 @@ private:
     std::unordered_map<const void*, std::deque<ScheduledThread*>> waiters_;
     HeldObjects held_;
     int charged_ = 0;  // threads that compute: time passes for their calls
-    std::atomic<std::uint64_t> points_{0};
-    std::atomic<std::uint64_t> calls_{0};
-    std::atomic<std::uint64_t> work_{0};
+    // Words of the machine, which every processor loads at once; on 32 bit they begin anew after a day.
+    std::atomic<std::size_t> points_{0};
+    std::atomic<std::size_t> calls_{0};
+    std::atomic<std::size_t> work_{0};
     std::atomic<bool> serves_only_{false};  // what is done now is none of that
     std::atomic<bool> ends_at_next_turn_{false};
     std::atomic<ScheduledThread*> running_{nullptr};

@@ -2,13 +2,17 @@
 #ifndef TESTS_STORIES_ODD_PROGRAM_ODD_PROGRAM_H
 #define TESTS_STORIES_ODD_PROGRAM_ODD_PROGRAM_H
 
+#include <string>
+#include <vector>
+
 namespace testkit {
 
 /// Where it stands in this build.
 extern const char* const odd_program;
-/// Statically linked ones.
+/// A statically linked one.
 extern const char* const odd_static;
-extern const char* const odd_static_pie;
+/// This one, and one at no fixed place where the C library can be linked so.
+extern const std::vector<std::string> odd_static_programs;
 /// libovrafocus.so of this build.
 extern const char* const library;
 

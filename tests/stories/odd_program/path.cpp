@@ -2,5 +2,9 @@
 
 const char* const testkit::odd_program = ODD_PROGRAM;
 const char* const testkit::odd_static = ODD_STATIC;
-const char* const testkit::odd_static_pie = ODD_STATIC_PIE;
+#ifdef ODD_STATIC_PIE
+const std::vector<std::string> testkit::odd_static_programs = {ODD_STATIC, ODD_STATIC_PIE};
+#else
+const std::vector<std::string> testkit::odd_static_programs = {ODD_STATIC};
+#endif
 const char* const testkit::library = ODD_LIBRARY;

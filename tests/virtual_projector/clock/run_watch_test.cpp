@@ -133,7 +133,7 @@ void note_stopped_thread() { stopped_thread = static_cast<int>(::syscall(SYS_get
 
 TEST(Stopping, HoldsAThreadForGoodAfterItHasSaidWhereItStands) {
     static ScheduledThread busy(nullptr, 1, "busy");  // it stays beyond the test
-    static std::atomic<std::uint64_t> rounds{0};
+    static std::atomic<std::size_t> rounds{0};
     std::thread([] {
         busy.kernel_id = static_cast<int>(::syscall(SYS_gettid));
         for (;;) ++rounds;
@@ -141,7 +141,7 @@ TEST(Stopping, HoldsAThreadForGoodAfterItHasSaidWhereItStands) {
     while (rounds == 0) std::this_thread::yield();
     ASSERT_TRUE(RunWatch::stop(&busy, note_stopped_thread));
     EXPECT_EQ(stopped_thread, busy.kernel_id);
-    const std::uint64_t at_stop = rounds;
+    const std::size_t at_stop = rounds;
     usleep(1000);
     EXPECT_EQ(rounds, at_stop);
 }

@@ -574,18 +574,18 @@ TEST_F(TakenTurn, LeavesWhatServantsDoMeanwhileUncountedAsWork) {
     std::thread watcher([&] {
         const auto await_progress = [&] {
             constexpr std::uint64_t many = 20;
-            const std::uint64_t before = crew.scheduler.progress();
+            const std::size_t before = crew.scheduler.progress();
             while (crew.scheduler.progress() < before + many) std::this_thread::yield();
         };
         await_computing();
         EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
         await_progress();
-        const std::uint64_t work = crew.scheduler.work();
+        const std::size_t work = crew.scheduler.work();
         await_progress();
         EXPECT_EQ(crew.scheduler.work(), work);
         may_end = true;
     });
-    const std::uint64_t work_before = crew.scheduler.work();
+    const std::size_t work_before = crew.scheduler.work();
     crew.scheduler.wait_for_end(busy, no_deadline);
     watcher.join();
     crew.scheduler.wait_for_end(servant, no_deadline);

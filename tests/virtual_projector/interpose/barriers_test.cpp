@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,15 +51,15 @@ TEST_F(Barriers, ForOneThreadDoNotWait) {
 // Whoever leaves a round first may be back for the next before the others have left.
 TEST_F(Barriers, MayBeUsedRoundAfterRound) {
     make(3);
-    std::vector<int> passed(3, 0);
+    std::array<std::size_t, 3> passed{};
     int serials = 0;
-    for (int i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < passed.size(); ++i) {
         start([&, i] {
-            for (int round = 1; round <= 50; ++round) {
+            for (std::size_t round = 1; round <= 50; ++round) {
                 if (i == round % 3) ::usleep(10);
                 if (pthread_barrier_wait(&barrier) == PTHREAD_BARRIER_SERIAL_THREAD) ++serials;
                 passed[i] = round;
-                for (const int rounds : passed) EXPECT_GE(rounds, round - 1);
+                for (const std::size_t rounds : passed) EXPECT_GE(rounds + 1, round);
             }
         });
     }

@@ -21,7 +21,6 @@ using storykit::Finished;
 using storykit::ScratchFolder;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 constexpr long long second_us = 1'000'000;

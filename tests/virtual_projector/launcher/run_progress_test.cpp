@@ -20,27 +20,27 @@ class ProgressOnATerminal : public ::testing::Test {
 protected:
     ProgressOnATerminal() {
         int own = -1;
-        EXPECT_EQ(::openpty(&screen_, &own, nullptr, nullptr, nullptr), 0);
-        stream_ = ::fdopen(own, "w");
+        EXPECT_EQ(::openpty(&screen, &own, nullptr, nullptr, nullptr), 0);
+        stream = ::fdopen(own, "w");
     }
     ~ProgressOnATerminal() override {
-        (void)std::fclose(stream_);
-        (void)::close(screen_);
+        (void)std::fclose(stream);
+        (void)::close(screen);
     }
     std::string shown() {
-        std::fprintf(stream_, "#");  // the end of what was shown
-        std::fflush(stream_);
+        std::fprintf(stream, "#");  // the end of what was shown
+        std::fflush(stream);
         std::string text;
-        for (char byte = 0; ::read(screen_, &byte, 1) == 1 && byte != '#';) text += byte;
+        for (char byte = 0; ::read(screen, &byte, 1) == 1 && byte != '#';) text += byte;
         return text;
     }
 
-    int screen_ = -1;
-    std::FILE* stream_ = nullptr;
+    int screen = -1;
+    std::FILE* stream = nullptr;
 };
 
 TEST_F(ProgressOnATerminal, ShowsTheSimulatedHourAndIsErasedAtTheEnd) {
-    vp::RunProgress progress(stream_, at_once);
+    vp::RunProgress progress(stream, at_once);
     progress.time_is(5 * quarter);
     EXPECT_EQ(shown(), "\r\033[Kvirtual-projector: 1:15 h simulated");
     progress.finish();
@@ -48,10 +48,10 @@ TEST_F(ProgressOnATerminal, ShowsTheSimulatedHourAndIsErasedAtTheEnd) {
 }
 
 TEST_F(ProgressOnATerminal, IsNotShownBeforeTheFirstQuarterOfAnHourNorInTheQuietStart) {
-    vp::RunProgress progress(stream_, at_once);
+    vp::RunProgress progress(stream, at_once);
     progress.time_is(quarter - 1);
     progress.finish();
-    vp::RunProgress slow(stream_, std::chrono::hours(1));
+    vp::RunProgress slow(stream, std::chrono::hours(1));
     slow.time_is(5 * quarter);
     slow.finish();
     EXPECT_EQ(shown(), "");

@@ -22,7 +22,7 @@ using storykit::ScratchFolder;
 using storykit::write_file;
 using testkit::odd_program;
 using testkit::odd_static;
-using testkit::odd_static_pie;
+using testkit::odd_static_programs;
 
 constexpr const char* node = "/sys/class/motor/stop";
 
@@ -141,7 +141,7 @@ TEST(AProgramThatLoadsTheLibrary, LoadsItBeforeItHasOtherThreads) {
 constexpr const char* is_static = "it is statically linked; expected a program that loads its libraries\n";
 
 TEST(AStaticProgram, IsRefusedWhoeverExecutesIt) {
-    for (const std::string program : {odd_static, odd_static_pie}) {
+    for (const std::string& program : odd_static_programs) {
         for (const std::vector<std::string>& command : {std::vector<std::string>{program},
                                                         {"env", program},
                                                         {"sh", "-c", "exec " + program},

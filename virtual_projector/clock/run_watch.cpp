@@ -17,8 +17,9 @@ namespace {
 constexpr double look_interval_s = 0.05;
 constexpr double longest_without_call_s = 2;
 
-// A signal that the program hardly has use for; from here on nothing of it runs any more.
-int stop_signal() { return SIGRTMAX - 1; }
+// A signal that the program hardly has use for; from here on nothing of it runs any more. Emulators of other
+// processors have no higher one.
+int stop_signal() { return SIGRTMIN + 28; }
 
 std::atomic<bool> stopped{false};
 void (*called_at_stop)() = nullptr;

@@ -194,17 +194,17 @@ void ProgramThreads::give_stack(ProgramThread& thread, pthread_attr_t& attribute
 
 void* ProgramThreads::run(void* started) {
     ProgramThread& thread = *static_cast<ProgramThread*>(started);
-    begin(thread);
+    begin(thread, __builtin_frame_address(0));
     const ThreadEnd end{thread};
     return thread.entry(thread.argument);
 }
 
-void ProgramThreads::begin(ProgramThread& thread) {
+void ProgramThreads::begin(ProgramThread& thread, const void* frame) {
     const ReentrancyGuard guard;
     set_current(&thread);
     show_name(thread.identity.name);
     thread.kernel_id = static_cast<int>(::syscall(SYS_gettid));
-    if (thread.stack) thread.stack->entered_at(__builtin_frame_address(0));
+    if (thread.stack) thread.stack->entered_at(frame);
     // Until it has its turn a thread touches nothing but its own record: all else may be gone by then.
     TurnScheduler::begin_current(thread.turn);
     if (thread.owner->clock_.is_virtual()) thread.owner->signals_.thread_begins(thread.turn);

@@ -88,7 +88,7 @@ private:
     struct ThreadEnd;
     static void* run(void* thread);
 
-    static void begin(ProgramThread& thread);
+    static void begin(ProgramThread& thread, const void* frame);
     void end(ProgramThread& thread);
     int start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id, const pthread_attr_t* attributes);
     int start(ProgramThread& thread, const pthread_attr_t* attributes);

@@ -136,6 +136,15 @@ TEST(AProgramThatLoadsTheLibrary, LoadsItBeforeItHasOtherThreads) {
     EXPECT_EQ(launch_projector({}, {odd_program, "load", testkit::library, "late"}).exit_code, 0);
 }
 
+TEST(ARun, HasCompleteFilesWhenItsProgramBecomesAnother) {
+    const ScratchFolder folder;
+    const std::string summary = folder.file("summary");
+    const Finished finished = launch_projector(
+        {"--summary", summary}, {odd_program, "node and become", node, odd_program, "exit", "3"});
+    EXPECT_EQ(finished.exit_code, 3);
+    EXPECT_EQ(contents_of(summary).rfind("{\"simulated_us\":", 0), 0U);
+}
+
 // --- What nothing can be preloaded into --------------------------------------------------------------------
 
 constexpr const char* is_static = "it is statically linked; expected a program that loads its libraries\n";

@@ -46,6 +46,8 @@ const char* word_of(Kind kind) {
             return "fed";
         case Kind::skip:
             return "skip";
+        case Kind::skip_for_good:
+            return "skip_for_good";
         case Kind::board:
             return "board";
     }
@@ -171,6 +173,12 @@ void Stopwatch::expect(const std::string& what, std::int64_t ns) const { expect_
 void expect_time(const std::string& what, std::int64_t found, std::int64_t expected) {
     if (found < expected - early_ns || found > expected + slack_ns) {
         fail(what + " took " + in_seconds(found) + " in place of " + in_seconds(expected));
+    }
+}
+
+void expect_at_least(const std::string& what, std::int64_t found, std::int64_t expected) {
+    if (found < expected - early_ns) {
+        fail(what + " took " + in_seconds(found) + " in place of at least " + in_seconds(expected));
     }
 }
 
@@ -336,6 +344,8 @@ bool start_beside() {
 int run(const Way& way, bool with_library) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (with_library) check(start_beside(), "the library does not start");
+    // Whoever speaks from outside does so a while after this.
+    if (way.kind == Kind::fed || way.kind == Kind::skip) note("now the outside may speak");
     const Stopwatch watch;
     way.run();
     const std::int64_t took = watch.elapsed();

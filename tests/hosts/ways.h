@@ -21,12 +21,13 @@ constexpr std::int64_t ns_per_us = 1'000;
 
 /// What the test that runs a way has to know of it.
 enum class Kind {
-    plain,   // twice the same trace
-    busy,    // makes no call for so long that the run is no longer deterministic, and one line says so
-    chance,  // prints what it drew: the same with one seed, something else with another
-    fed,     // something comes from outside, on standard input, after a while
-    skip,    // the same, and simulated time goes on meanwhile
-    board,   // reaches the board's nodes: has no meaning on a plain PC
+    plain,          // twice the same trace
+    busy,           // makes no call for so long that the run is no longer deterministic, and one line says so
+    chance,         // prints what it drew: the same with one seed, something else with another
+    fed,            // something comes from outside, on standard input, after a while
+    skip,           // the same, and simulated time goes on meanwhile
+    skip_for_good,  // the same, and nothing ever comes
+    board,          // reaches the board's nodes: has no meaning on a plain PC
 };
 
 class Registered {
@@ -90,6 +91,8 @@ private:
 
 /// No less than `expected`, hardly more.
 void expect_time(const std::string& what, std::int64_t found, std::int64_t expected);
+/// The same for a run that is no longer deterministic: at least so long.
+void expect_at_least(const std::string& what, std::int64_t found, std::int64_t expected);
 
 // --- Others that act ---------------------------------------------------------------------------------------
 

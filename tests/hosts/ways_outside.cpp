@@ -110,7 +110,7 @@ WAY(outside_skipped, Kind::skip) {
     check(watch.elapsed() > 0, "simulated time stood still");
 }
 
-WAY(outside_skipped_past_a_deadline, Kind::skip) {
+WAY(outside_skipped_past_a_deadline, Kind::skip_for_good) {
     pollfd one = {STDIN_FILENO, POLLIN, 0};
     takes_the_wait("poll", [&] { same("poll", poll(&one, 1, wait_ms()), 0); });
 }

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -28,8 +29,10 @@ using storykit::ScratchFolder;
 // A way that does not keep simulated time often never ends; this one has then failed.
 constexpr auto longest_run = std::chrono::seconds(60);
 constexpr auto look_interval = std::chrono::milliseconds(2);
-// When the outside says something: late enough for all that can happen before to have happened.
+// When the outside says something after the way has begun: late enough for all that can happen before.
 constexpr auto feeding_delay = std::chrono::milliseconds(300);
+// Standard input stays open, and nobody ever says anything.
+constexpr auto never = longest_run;
 constexpr int killed = 128 + SIGKILL;
 
 // A broken run must not fill the disk, or the memory.
@@ -87,19 +90,38 @@ void kill_orphans() {
     }
 }
 
-// Waits for the end, and says something on standard input on the way.
-int exit_code_of(pid_t child, const Input* input) {
+// Says something on standard input, once, a while after the program has said that it may.
+class Feeder {
+public:
+    Feeder(const Input* input, std::chrono::milliseconds delay, const ScratchFolder& folder)
+        : input_(input), delay_(delay), words_(folder.file("out")), fed_(input == nullptr) {}
+
+    void look() {
+        if (fed_) return;
+        const auto now = std::chrono::steady_clock::now();
+        if (!begin_ && contents_of(words_).find("now the outside may speak\n") != std::string::npos)
+            begin_ = now;
+        if (begin_ && now - *begin_ >= delay_) fed_ = write(input_->ends[1], "hello\n", 6) == 6;
+    }
+
+private:
+    const Input* input_;
+    const std::chrono::milliseconds delay_;
+    const std::string words_;
+    std::optional<std::chrono::steady_clock::time_point> begin_;
+    bool fed_;
+};
+
+// Waits for the end, and lets the outside say something on the way.
+int exit_code_of(pid_t child, Feeder feeder) {
     const auto begin = std::chrono::steady_clock::now();
-    bool fed = input == nullptr;
     for (;;) {
         int status = 0;
         if (waitpid(child, &status, WNOHANG) == child) {
             return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         }
         const auto passed = std::chrono::steady_clock::now() - begin;
-        if (!fed && passed >= feeding_delay) {
-            fed = write(input->ends[1], "hello\n", 6) == 6;
-        }
+        feeder.look();
         if (passed >= longest_run) {
             kill(-child, SIGKILL);
             waitpid(child, &status, 0);
@@ -122,7 +144,8 @@ struct Outcome {
     }
 };
 
-Outcome run_way(const std::string& name, std::vector<std::string> options, bool fed) {
+Outcome run_way(const std::string& name, std::vector<std::string> options, bool fed,
+                std::chrono::milliseconds delay = feeding_delay) {
     const ScratchFolder folder;
     options.insert(options.begin(), {"--scenario", storykit::project_file("tests/hosts/ways.json"), "--trace",
                                      folder.file("trace")});
@@ -131,7 +154,7 @@ Outcome run_way(const std::string& name, std::vector<std::string> options, bool 
     const Input* const given = fed ? &*input : nullptr;
     const pid_t child = start(storykit::projector_command(options, {WAYS, "run", name}), folder, given);
     Outcome run;
-    run.finished.exit_code = exit_code_of(child, given);
+    run.finished.exit_code = exit_code_of(child, Feeder(given, delay, folder));
     run.finished.words = contents_of(folder.file("out"));
     run.finished.complaints = contents_of(folder.file("err"));
     run.trace = contents_of(folder.file("trace"));
@@ -177,13 +200,28 @@ int count_of(const std::string& part, const std::string& text) {
     return count;
 }
 
+#if defined(__mips__)
+// What the emulator of the board's processor does not do right, on a plain PC either.
+const std::map<std::string, std::string> beyond_the_emulator = {
+    {"child_by_every_exec", "a child cannot become a program of the other processor"},
+    {"mq_notify_by_signal", "the signal of a queue does not come"},
+    {"mutex_robust_whose_owner_ends", "no kernel looks at a thread's list of robust mutexes"},
+};
+#endif
+
 class AWay : public testing::Test {
 public:
     AWay(std::string name, std::string kind) : name_(std::move(name)), kind_(std::move(kind)) {}
 
     void TestBody() override {
+#if defined(__mips__)
+        if (const auto reason = beyond_the_emulator.find(name_); reason != beyond_the_emulator.end()) {
+            GTEST_SKIP() << reason->second;
+        }
+#endif
         if (kind_ == "busy") return loses_its_turn();
-        if (kind_ == "skip") return lets_time_go_on();
+        if (kind_ == "skip") return lets_time_go_on(feeding_delay);
+        if (kind_ == "skip_for_good") return lets_time_go_on(never);
         const bool fed = kind_ == "fed";
         const Outcome first = run_way(name_, {}, fed);
         expect_right(first, name_);
@@ -203,7 +241,9 @@ private:
         EXPECT_EQ(count_of("no longer deterministic", run.finished.complaints), 1) << run.finished.complaints;
     }
 
-    void lets_time_go_on() const { expect_right(run_way(name_, {"--outside=skip"}, true), name_); }
+    void lets_time_go_on(std::chrono::milliseconds delay) const {
+        expect_right(run_way(name_, {"--outside=skip"}, true, delay), name_);
+    }
 
     void follows_the_seed(const Outcome& first) const {
         ASSERT_NE(drawn(first), "");

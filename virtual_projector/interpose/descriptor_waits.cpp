@@ -57,11 +57,12 @@ DescriptorWaits::DescriptorWaits(Clock& clock, ProgramWaits& waits, ProgramSigna
 
 // --- Waiting ---------------------------------------------------------------------------------------------
 
-WaitEnd DescriptorWaits::wait(const std::vector<pollfd>& descriptors, Microseconds deadline) {
+// Nothing is kept when the handlers run: they may jump away.
+WaitEnd DescriptorWaits::wait(std::vector<pollfd> descriptors, Microseconds deadline) {
     Waiter waiter;
-    waiter.descriptors = descriptors;
     waiter.has_other_end = deadline != no_deadline;
     waiter.what = describe(descriptors);
+    waiter.descriptors = std::move(descriptors);
     find_outside(waiter);
     const WaitEnd end = wait_as(waiter, Wait::Kind::descriptor, deadline);
     waiter = {};

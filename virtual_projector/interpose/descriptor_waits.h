@@ -45,7 +45,7 @@ public:
     void refresh();
 
     /// Gives the turn away until one of the descriptors is ready, as poll has it, or until the deadline.
-    WaitEnd wait(const std::vector<pollfd>& descriptors, Microseconds deadline);
+    WaitEnd wait(std::vector<pollfd> descriptors, Microseconds deadline);
     /// Until `is_over` says so, which is asked for real. `what` names it in the table.
     WaitEnd wait_for_child(const std::string& what, const std::function<bool()>& is_over);
 

@@ -16,18 +16,14 @@ namespace {
 struct Cookie {
     int descriptor;
     DescriptorCalls calls;
+    bool is_read_only;
     FILE* stream = nullptr;
 };
 
 // The streams that are open, under a lock of their own: they are asked for on any thread.
 std::mutex streams_lock;
-struct OpenStream {
-    int descriptor;
-    bool is_read_only;
-};
-
-std::map<FILE*, OpenStream>& streams() {
-    static auto* open = new std::map<FILE*, OpenStream>;
+std::map<FILE*, std::unique_ptr<Cookie>>& streams() {
+    static auto* open = new std::map<FILE*, std::unique_ptr<Cookie>>;
     return *open;
 }
 
@@ -46,13 +42,13 @@ ssize_t write_cookie(void* cookie, const char* buffer, std::size_t count) {
 }
 
 int close_cookie(void* cookie) {
-    const std::unique_ptr<Cookie> stream(static_cast<Cookie*>(cookie));
+    const Cookie stream = *static_cast<Cookie*>(cookie);
     {
         const ReentrancyGuard guard;
         const std::lock_guard<std::mutex> lock(streams_lock);
-        streams().erase(stream->stream);
+        streams().erase(stream.stream);
     }
-    return stream->calls.close(stream->descriptor);
+    return stream.calls.close(stream.descriptor);
 }
 
 }  // namespace
@@ -81,13 +77,13 @@ std::optional<int> flags_of_mode(const char* mode) {
 FILE* stream_on(int descriptor, const char* mode, const DescriptorCalls& calls) {
     const cookie_io_functions_t functions = {read_cookie, write_cookie, nullptr, close_cookie};
     const ReentrancyGuard guard;
-    auto cookie = std::make_unique<Cookie>(Cookie{descriptor, calls});
+    const bool is_read_only = mode[0] == 'r' && std::strchr(mode, '+') == nullptr;
+    auto cookie = std::make_unique<Cookie>(Cookie{descriptor, calls, is_read_only});
     FILE* stream = ::fopencookie(cookie.get(), mode, functions);
     if (stream == nullptr) return nullptr;
     cookie->stream = stream;
-    (void)cookie.release();  // closing the stream deletes it
     const std::lock_guard<std::mutex> lock(streams_lock);
-    streams()[stream] = {descriptor, mode[0] == 'r' && std::strchr(mode, '+') == nullptr};
+    streams()[stream] = std::move(cookie);
     return stream;
 }
 
@@ -96,14 +92,14 @@ std::optional<int> descriptor_of(FILE* stream) {
     const std::lock_guard<std::mutex> lock(streams_lock);
     const auto found = streams().find(stream);
     if (found == streams().end()) return std::nullopt;
-    return found->second.descriptor;
+    return found->second->descriptor;
 }
 
 bool is_read_only(FILE* stream) {
     const ReentrancyGuard guard;
     const std::lock_guard<std::mutex> lock(streams_lock);
     const auto found = streams().find(stream);
-    return found != streams().end() && found->second.is_read_only;
+    return found != streams().end() && found->second->is_read_only;
 }
 
 // A terminal's lines come one by one, and what was printed before is to be seen by then.

@@ -85,9 +85,9 @@ public:
     std::vector<StackUse> stack_uses() const;
 
 private:
-    struct ThreadEnd;
     static void* run(void* thread);
-
+    static void* enter(void* thread);
+    static void leave(void* thread);
     static void begin(ProgramThread& thread, const void* frame);
     void end(ProgramThread& thread);
     int start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id, const pthread_attr_t* attributes);

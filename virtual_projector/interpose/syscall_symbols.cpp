@@ -272,8 +272,9 @@ extern "C" {
 extern const char vp_interposed_syscall_calls[];
 const char vp_interposed_syscall_calls[] = "interposed calls of the virtual projector: syscall";
 
-// How many arguments a call has only its number says; to take more of them than there are does no harm.
-long syscall(long call, ...) noexcept {
+// How many arguments a call has only its number says; to take more of them than there are does no harm, which
+// a sanitizer cannot know.
+__attribute__((no_sanitize("address"))) long syscall(long call, ...) noexcept {
     Arguments arguments{};
     va_list given;
     va_start(given, call);

@@ -102,6 +102,13 @@ TEST_F(ARun, EndsAtItsLimitWithATableOfWhatEachThreadWaitsForAndWhere) {
     expect_complete_at(5 * second_us, finished);
 }
 
+// Where UI_update_thread is found; not optimised, it does not jump into what sleeps for it but calls it.
+#ifdef __SANITIZE_ADDRESS__
+constexpr const char* in_last_loop = ", in SleepMs (libovrafocus.so)\n";
+#else
+constexpr const char* in_last_loop = ", in UI_update_thread (libovrafocus.so)\n";
+#endif
+
 TEST_F(ARun, NamesTheFunctionsOfTheLibrarysLoopsAtItsLimit) {
     const Finished finished = run({"--limit", "10", "--story"}, {"library"});
     EXPECT_EQ(finished.exit_code, 121);
@@ -109,8 +116,9 @@ TEST_F(ARun, NamesTheFunctionsOfTheLibrarysLoopsAtItsLimit) {
                                                "in run_library (limited_program)\n"));
     for (const char* const loop : {"keystonefocus_thread", "UI_update_thread"}) {
         EXPECT_THAT(finished.complaints, HasSubstr(std::string("  ") + loop + ": sleep, since 9.9"));
-        EXPECT_THAT(finished.complaints, HasSubstr(std::string(" s, in ") + loop + " (libovrafocus.so)\n"));
     }
+    EXPECT_THAT(finished.complaints, HasSubstr(" s, in keystonefocus_thread (libovrafocus.so)\n"));
+    EXPECT_THAT(finished.complaints, HasSubstr(in_last_loop));
     expect_complete_at(10 * second_us, finished);
 }
 
@@ -178,6 +186,9 @@ struct Idle {
 };
 
 TEST_F(ARun, IsStuckWhenOnlyTheLibrarysLoopsHaveRunForAnHour) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "simulated hours take minutes under the sanitizer";
+#endif
     const Idle cases[] = {
         {"library, pause",
          "main: signal, since 0.000000 s, no deadline, in pause_beside_library (limited_program)"},
@@ -189,7 +200,7 @@ TEST_F(ARun, IsStuckWhenOnlyTheLibrarysLoopsHaveRunForAnHour) {
         EXPECT_THAT(finished.complaints, HasSubstr("Only the library's own loops have run since "));
         EXPECT_THAT(finished.complaints, HasSubstr(", and nothing else can happen. It is 36"));
         EXPECT_THAT(finished.complaints, HasSubstr(idle.wait));
-        EXPECT_THAT(finished.complaints, HasSubstr(", in UI_update_thread (libovrafocus.so)\n"));
+        EXPECT_THAT(finished.complaints, HasSubstr(in_last_loop));
         const long long end_us = simulated_us();
         EXPECT_GE(end_us, 3600 * second_us);
         EXPECT_LT(end_us, 3610 * second_us);

@@ -1,6 +1,7 @@
 // A program for the virtual projector that does the one thing it is told to.
 #include <dlfcn.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -118,18 +119,22 @@ int show_node_in_both(const char* path) {
     return show_node(path);
 }
 
-void* sleeps(void*) {
-    usleep(1000);
+void* waits(void* until) {
+    sem_wait(static_cast<sem_t*>(until));
     return nullptr;
 }
 
 int load(const char* library, const char* when) {
     pthread_t other;
+    sem_t loaded_it;
+    sem_init(&loaded_it, 0, 0);
     const bool late = std::strcmp(when, "late") == 0;
-    if (late) pthread_create(&other, nullptr, sleeps, nullptr);
+    if (late) pthread_create(&other, nullptr, waits, &loaded_it);
     void* const loaded = dlopen(library, RTLD_NOW);
     if (loaded == nullptr) std::printf("%s\n", dlerror());
+    sem_post(&loaded_it);
     if (late) pthread_join(other, nullptr);
+    sem_destroy(&loaded_it);
     return loaded == nullptr ? 1 : show_environment();
 }
 

@@ -81,8 +81,7 @@ std::string check(vp::CommandLine& line, std::string& title) {
 // Files that nobody asked to keep.
 class ScratchFolder {
 public:
-    ScratchFolder() {
-        path_ = (std::filesystem::temp_directory_path() / "virtual-projector-XXXXXX").string();
+    ScratchFolder() : path_((std::filesystem::temp_directory_path() / "virtual-projector-XXXXXX").string()) {
         if (mkdtemp(path_.data()) == nullptr)
             throw std::runtime_error("cannot make the folder " + path_ + ": " + std::strerror(errno));
     }

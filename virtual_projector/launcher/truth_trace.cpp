@@ -22,7 +22,7 @@ bool changes_lens_or_picture(const CallRecord& record) {
 
 }  // namespace
 
-nlohmann::ordered_json json_of(const Truth& truth) {
+TruthRecord record_of(const Truth& truth) {
     TruthRecord record;
     record.distance_mm = rounded(truth.pose.distance_mm);
     record.pitch_deg = rounded(truth.pose.pitch_deg);
@@ -41,7 +41,18 @@ nlohmann::ordered_json json_of(const Truth& truth) {
     record.on_wall = truth.picture.is_on_wall;
     record.hdmi_turn_deg = truth.hdmi_turn_deg;
     record.menu_turn_deg = truth.menu_turn_deg;
-    return json_of(record);
+    record.top_edge_deg = rounded(truth.picture.top_edge_deg);
+    record.bottom_edge_deg = rounded(truth.picture.bottom_edge_deg);
+    record.worst_edge_deg = rounded(truth.picture.worst_edge_deg());
+    record.side_difference = rounded(truth.picture.side_difference);
+    record.blur_px = rounded(truth.blur.middle_px);
+    record.blur_corner_px = rounded(truth.blur.corner_px);
+    record.light_used = rounded(truth.light_used);
+    for (std::size_t i = 0; i < record.outline_mm.size(); ++i) {
+        const PictureCorner& corner = truth.picture.corners.at(i);
+        record.outline_mm.at(i) = {rounded(corner.x_mm), rounded(corner.z_mm)};
+    }
+    return record;
 }
 
 TruthTrace::TruthTrace(TraceSink& sink, std::function<Truth()> truth) : sink_(sink), truth_(std::move(truth)) {}
@@ -68,19 +79,19 @@ void TruthTrace::time_is(std::int64_t t_us) {
 
 void TruthTrace::record_change(std::int64_t t_us) {
     looked_us_ = t_us;
-    nlohmann::ordered_json state = json_of(truth_());
-    if (state != written_) write(t_us, std::move(state));
+    const TruthRecord state = record_of(truth_());
+    if (written_us_ < 0 || !tell_the_same(state, written_)) write(t_us, state);
 }
 
 void TruthTrace::record_now(std::int64_t t_us) {
     looked_us_ = t_us;
-    write(t_us, json_of(truth_()));
+    write(t_us, record_of(truth_()));
 }
 
-void TruthTrace::write(std::int64_t t_us, nlohmann::ordered_json state) {
-    sink_.record_truth(t_us, state);
+void TruthTrace::write(std::int64_t t_us, const TruthRecord& state) {
+    sink_.record_truth(t_us, json_of(state));
     written_us_ = t_us;
-    written_ = std::move(state);
+    written_ = state;
 }
 
 }  // namespace vp

@@ -6,13 +6,14 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "virtual_projector/trace/records.h"
 #include "virtual_projector/trace/trace_sink.h"
 #include "virtual_projector/world/world.h"
 
 namespace vp {
 
 /// The truth as it stands in a trace, rounded so that the last bits of a float make no difference.
-nlohmann::ordered_json json_of(const Truth& truth);
+TruthRecord record_of(const Truth& truth);
 
 class TruthTrace final : public TraceSink {
 public:
@@ -32,13 +33,13 @@ public:
 
 private:
     void record_change(std::int64_t t_us);  // unless it is the truth that was written last
-    void write(std::int64_t t_us, nlohmann::ordered_json state);
+    void write(std::int64_t t_us, const TruthRecord& state);
 
     TraceSink& sink_;
     std::function<Truth()> truth_;
     std::int64_t looked_us_ = -1;
-    std::int64_t written_us_ = 0;
-    nlohmann::ordered_json written_;
+    std::int64_t written_us_ = -1;  // never
+    TruthRecord written_;
 };
 
 }  // namespace vp

@@ -15,7 +15,7 @@
 namespace vp {
 namespace {
 
-constexpr std::size_t max_decisions = 13;
+constexpr std::size_t max_decisions = 10;
 constexpr std::size_t max_moves = 9;
 constexpr std::size_t max_turns = 4;
 
@@ -96,19 +96,35 @@ std::vector<std::string> format_turns(const TraceContents& trace) {
     return {words + "."};
 }
 
+std::string pair(double first, double second) { return text("%.2f/%.2f", first, second); }
+
+std::string blur(const TruthAt& truth) { return text("%.1f/%.1f", truth.blur_px, truth.blur_corner_px); }
+
+std::string sides(const TruthAt& truth) { return pair(truth.left_side_deg, truth.right_side_deg); }
+
+std::string percent(double share) { return text("%.1f", 100 * share); }
+
 std::string edges(const TruthAt& truth) { return text("%d/%d", truth.top_width, truth.bottom_width); }
 
+std::string row(const char* what, const std::string& before, const std::string& after) {
+    return text("%-34s %12s %12s", what, before.c_str(), after.c_str());
+}
+
 std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& after) {
-    return {text("%-34s %12s %12s", "", "before", "after"),
-            text("%-34s %12.3f %12.3f", "sharpness (0 to 1)", before.sharpness, after.sharpness),
-            text("%-34s %12.1f %12.1f", "lens error (TMR units)", before.lens_error_tmr, after.lens_error_tmr),
-            text("%-34s %12.2f %12.2f", "left side from upright (degrees)", before.left_side_deg,
-                 after.left_side_deg),
-            text("%-34s %12.2f %12.2f", "right side from upright (degrees)", before.right_side_deg,
-                 after.right_side_deg),
-            text("%-34s %12s %12s", "edges top/bottom (pixels)", edges(before).c_str(), edges(after).c_str()),
-            text("%-34s %12s %12s", "picture", turn_in_words(before.hdmi_turn_deg),
-                 turn_in_words(after.hdmi_turn_deg))};
+    std::vector<std::string> rows = {
+        row("", "before", "after"),
+        row("sharpness (0 to 1)", text("%.3f", before.sharpness), text("%.3f", after.sharpness)),
+        row("lens error (TMR units)", text("%.1f", before.lens_error_tmr), text("%.1f", after.lens_error_tmr)),
+        row("blur, middle/corner (pixels)", blur(before), blur(after)),
+        row("left/right side from upright (deg)", sides(before), sides(after)),
+        row("top/bottom edge from level (deg)", pair(before.top_edge_deg, before.bottom_edge_deg),
+            pair(after.top_edge_deg, after.bottom_edge_deg)),
+        row("edges top/bottom (pixels)", edges(before), edges(after)),
+        row("light used (% of the panel)", percent(before.light_used), percent(after.light_used))};
+    if (before.hdmi_turn_deg != 0 || after.hdmi_turn_deg != 0) {
+        rows.push_back(row("picture", turn_in_words(before.hdmi_turn_deg), turn_in_words(after.hdmi_turn_deg)));
+    }
+    return rows;
 }
 
 std::string format_start(const TruthAt& before) {

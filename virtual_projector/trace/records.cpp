@@ -91,9 +91,15 @@ ordered_json json_of(const CallRecord& record) {
     return line;
 }
 
+bool tell_the_same(const TruthRecord& a, const TruthRecord& b) {
+    bool same = true;
+    TruthRecord::for_each_cause([&](const char*, auto member) { same = same && a.*member == b.*member; });
+    return same;
+}
+
 ordered_json json_of(const TruthRecord& truth) {
     ordered_json json;
-    TruthRecord::for_each_member(truth, [&json](const char* key, const auto& member) { json[key] = member; });
+    TruthRecord::for_each_member([&](const char* key, auto member) { json[key] = truth.*member; });
     return json;
 }
 
@@ -122,7 +128,7 @@ CallLine call_line_from(const nlohmann::json& line) {
 TruthRecord truth_from(const nlohmann::json& truth) {
     TruthRecord record;
     TruthRecord::for_each_member(
-        record, [&truth](const char* key, auto& member) { member = truth.value(key, member); });
+        [&](const char* key, auto member) { record.*member = truth.value(key, record.*member); });
     return record;
 }
 

@@ -14,6 +14,7 @@
 #ifndef VIRTUAL_PROJECTOR_TRACE_RECORDS_H
 #define VIRTUAL_PROJECTOR_TRACE_RECORDS_H
 
+#include <array>
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -42,6 +43,9 @@ constexpr const char* event = "event";
 constexpr const char* truth = "truth";
 }  // namespace record_key
 
+/// The corners of the picture on the wall, [x, z] each: top left, top right, bottom right, bottom left.
+using Outline = std::array<std::array<double, 2>, 4>;
+
 /// The world's truth as it stands in a record.
 struct TruthRecord {
     double distance_mm = 0;
@@ -58,32 +62,61 @@ struct TruthRecord {
     double left_side_deg = 0;
     double right_side_deg = 0;
     double edge_difference = 0;
-    bool on_wall = true;  // false: the sides' angles are not known
+    bool on_wall = true;  // false: the angles of sides and edges are not known
     int hdmi_turn_deg = 0;
     int menu_turn_deg = 0;
+    double top_edge_deg = 0;
+    double bottom_edge_deg = 0;
+    double worst_edge_deg = 0;
+    double side_difference = 0;
+    double blur_px = 0;
+    double blur_corner_px = 0;
+    double light_used = 1;
+    Outline outline_mm{};  // all 0: not on the wall
 
-    /// Calls visit(key, member) for each member, in the order in which they stand in a record.
-    template <typename Truth, typename Visit>
-    static void for_each_member(Truth& truth, Visit&& visit) {
-        visit("distance_mm", truth.distance_mm);
-        visit("pitch_deg", truth.pitch_deg);
-        visit("yaw_deg", truth.yaw_deg);
-        visit("roll_deg", truth.roll_deg);
-        visit("mounting", truth.mounting);
-        visit("led_c", truth.led_c);
-        visit("lens_tmr", truth.lens_tmr);
-        visit("lens_error_tmr", truth.lens_error_tmr);
-        visit("sharpness", truth.sharpness);
-        visit("top_width", truth.top_width);
-        visit("bottom_width", truth.bottom_width);
-        visit("left_side_deg", truth.left_side_deg);
-        visit("right_side_deg", truth.right_side_deg);
-        visit("edge_difference", truth.edge_difference);
-        visit("on_wall", truth.on_wall);
-        visit("hdmi_turn_deg", truth.hdmi_turn_deg);
-        visit("menu_turn_deg", truth.menu_turn_deg);
+    /// Calls visit(key, pointer to the member) for each member, in the order in which they stand in a record.
+    template <typename Visit>
+    static void for_each_member(Visit&& visit) {
+        for_each_cause(visit);
+        for_each_consequence(visit);
+    }
+    /// The same for those of which a change is a reason to write a record.
+    template <typename Visit>
+    static void for_each_cause(Visit&& visit) {
+        visit("distance_mm", &TruthRecord::distance_mm);
+        visit("pitch_deg", &TruthRecord::pitch_deg);
+        visit("yaw_deg", &TruthRecord::yaw_deg);
+        visit("roll_deg", &TruthRecord::roll_deg);
+        visit("mounting", &TruthRecord::mounting);
+        visit("led_c", &TruthRecord::led_c);
+        visit("lens_tmr", &TruthRecord::lens_tmr);
+        visit("lens_error_tmr", &TruthRecord::lens_error_tmr);
+        visit("sharpness", &TruthRecord::sharpness);
+        visit("top_width", &TruthRecord::top_width);
+        visit("bottom_width", &TruthRecord::bottom_width);
+        visit("left_side_deg", &TruthRecord::left_side_deg);
+        visit("right_side_deg", &TruthRecord::right_side_deg);
+        visit("edge_difference", &TruthRecord::edge_difference);
+        visit("on_wall", &TruthRecord::on_wall);
+        visit("hdmi_turn_deg", &TruthRecord::hdmi_turn_deg);
+        visit("menu_turn_deg", &TruthRecord::menu_turn_deg);
+    }
+    /// And for those that follow from them: a last digit of theirs alone is no news.
+    template <typename Visit>
+    static void for_each_consequence(Visit&& visit) {
+        visit("top_edge_deg", &TruthRecord::top_edge_deg);
+        visit("bottom_edge_deg", &TruthRecord::bottom_edge_deg);
+        visit("worst_edge_deg", &TruthRecord::worst_edge_deg);
+        visit("side_difference", &TruthRecord::side_difference);
+        visit("blur_px", &TruthRecord::blur_px);
+        visit("blur_corner_px", &TruthRecord::blur_corner_px);
+        visit("light_used", &TruthRecord::light_used);
+        visit("outline_mm", &TruthRecord::outline_mm);
     }
 };
+
+/// True when nothing is told by one that the other does not tell, consequences left out.
+bool tell_the_same(const TruthRecord& a, const TruthRecord& b);
 
 /// A call as it can be read back.
 struct CallLine {

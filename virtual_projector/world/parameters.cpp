@@ -71,6 +71,14 @@ const std::vector<Parameter> table = {
     {"lens.reversed", "", 0, 0, 1, whole, "1: the motor is wired the wrong way round", VP_FIELD(lens.reversed)},
     {"lens.slip", "", 0, 0, 1, fraction, "part of each step that is lost", VP_FIELD(lens.slip)},
 
+    {"lens.f_number", "", 2, 1.4, 4, fraction, "focal length by the diameter of the opening",
+     VP_FIELD(lens.f_number)},
+
+    {"picture.throw_ratio", "", 1.09, 0.3, 3, fraction, "distance by the picture's width",
+     VP_FIELD(picture.throw_ratio)},
+    {"picture.offset_up", "heights", 0, -0.6, 0.6, fraction, "picture's middle above the optical axis",
+     VP_FIELD(picture.offset_up)},
+
     {"tmr.slope_per_step", "TMR/step", 18, 0.1, 1000, fraction, "reading per full step",
      VP_FIELD(tmr.slope_per_step)},
     {"tmr.zero_steps", "steps", 18, -1000, 1000, fraction, "lens position that reads as the offset",
@@ -202,8 +210,9 @@ std::string unknown_parameter(std::string_view name) {
             dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
         if (same_area) known.push_back(parameter.name);
     }
-    return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
-                         : text + "; there are " + join(known);
+    return known.empty()
+               ? text + "; the areas are pose, wall, heat, led, lens, picture, tmr, tof, gravity, unit, board"
+               : text + "; there are " + join(known);
 }
 
 const Parameter* find_parameter(std::string_view name) {

@@ -44,6 +44,12 @@ struct LensSettings {
     double stuck = 0;
     double reversed = 0;
     double slip = 0;
+    double f_number = 0;
+};
+
+struct PictureOptics {
+    double throw_ratio = 0;
+    double offset_up = 0;
 };
 
 struct TmrSettings {
@@ -111,6 +117,7 @@ struct Settings {
     Wall wall;
     Heat heat;
     LensSettings lens;
+    PictureOptics picture;
     TmrSettings tmr;
     TofSettings tof;
     GravitySettings gravity;

@@ -113,7 +113,9 @@ Truth World::truth() const {
     truth.sharpness = sharpness(s.lens, truth.lens_error_tmr);
     truth.lens_is_moving = motor_.is_running();
     truth.display = display_;
-    truth.picture = picture_shape(pose_, s.wall, display_);
+    truth.picture = picture_shape(pose_, s.wall, s.picture, display_);
+    truth.blur = picture_blur(s, pose_.distance_mm, truth.picture);
+    truth.light_used = light_used(display_);
     truth.hdmi_turn_deg = hdmi_picture_turn_deg(pose_, display_);
     truth.menu_turn_deg = menu_turn_deg(pose_, display_);
     return truth;

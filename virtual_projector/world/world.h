@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "virtual_projector/world/blur.h"
 #include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/lens.h"
@@ -45,6 +46,8 @@ struct Truth {
     bool lens_is_moving = false;
     Display display;
     PictureShape picture;
+    Blur blur;
+    double light_used = 0;  // the share of the panel's pixels that the corrected picture keeps
     int hdmi_turn_deg = 0;
     int menu_turn_deg = 0;
 };

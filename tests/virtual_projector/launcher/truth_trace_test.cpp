@@ -85,7 +85,7 @@ TEST(TheTruthAsJson, IsRoundedSoThatTheLastBitsMakeNoDifference) {
     truth.sharpness = 0.98765432;
     truth.lens_error_tmr = -0.0001;
     truth.lens_tmr = 1.0 / 3;
-    const nlohmann::ordered_json json = vp::json_of(truth);
+    const nlohmann::ordered_json json = json_of(vp::record_of(truth));
     EXPECT_EQ(json["sharpness"].dump(), "0.988");
     EXPECT_EQ(json["lens_error_tmr"].dump(), "0.0");
     EXPECT_EQ(json["lens_tmr"].dump(), "0.333");

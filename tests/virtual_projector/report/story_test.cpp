@@ -13,11 +13,13 @@ namespace {
 constexpr const char* before =
     R"({"t_us":0,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_error_tmr":197.9,)"
     R"("sharpness":0.004,"top_width":1280,"bottom_width":1280,"left_side_deg":-5.45,"right_side_deg":5.45,)"
+    R"("top_edge_deg":0.5,"bottom_edge_deg":-0.5,"blur_px":9.9,"blur_corner_px":12.1,)"
     R"("hdmi_turn_deg":0}})"
     "\n";
 constexpr const char* after =
     R"({"t_us":400000,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_error_tmr":-0.1,)"
     R"("sharpness":1.0,"top_width":1148,"bottom_width":1280,"left_side_deg":-0.04,"right_side_deg":0.04,)"
+    R"("top_edge_deg":0.1,"bottom_edge_deg":-0.1,"blur_corner_px":0.6,"light_used":0.948,)"
     R"("hdmi_turn_deg":180}})"
     "\n";
 
@@ -56,9 +58,11 @@ TEST_F(StoryTest, ShowsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
                   "                                         before        after",
                   "sharpness (0 to 1)                        0.004        1.000",
                   "lens error (TMR units)                    197.9         -0.1",
-                  "left side from upright (degrees)          -5.45        -0.04",
-                  "right side from upright (degrees)          5.45         0.04",
+                  "blur, middle/corner (pixels)           9.9/12.1      0.0/0.6",
+                  "left/right side from upright (deg)   -5.45/5.45   -0.04/0.04",
+                  "top/bottom edge from level (deg)     0.50/-0.50   0.10/-0.10",
                   "edges top/bottom (pixels)             1280/1280    1148/1280",
+                  "light used (% of the panel)               100.0         94.8",
                   "picture                                 upright  upside down",
                   "Simulated time 0.350 s, real time 0.009 s.",
               }));
@@ -68,9 +72,10 @@ TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
     sources.title.clear();
     sources.library_log.clear();
     const std::vector<std::string> story = story_of(before);
-    ASSERT_EQ(story.size(), 9U);
+    ASSERT_EQ(story.size(), 10U);
     EXPECT_EQ(story[0], "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.");
     EXPECT_EQ(story[1], "                                         before        after");
+    EXPECT_EQ(story[8], "light used (% of the panel)               100.0        100.0");
 }
 
 TEST_F(StoryTest, ShowsTheFirstTurnsOfThePictureAndCountsTheRest) {
@@ -103,11 +108,11 @@ TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
     const std::vector<std::string> story = story_of(trace + after, log);
     EXPECT_LE(story.size(), 36U);
     EXPECT_EQ(story[3], "  their mean in range is 0 mm");
-    EXPECT_EQ(story[9], "  ... and 88 more ...");
-    EXPECT_EQ(story[15], "  their mean in range is 99 mm");
-    EXPECT_EQ(story[17], "     0.000 s  event 0");
-    EXPECT_EQ(story[21], "  ... and 93 more ...");
-    EXPECT_EQ(story[25], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
+    EXPECT_EQ(story[8], "  ... and 91 more ...");
+    EXPECT_EQ(story[12], "  their mean in range is 99 mm");
+    EXPECT_EQ(story[14], "     0.000 s  event 0");
+    EXPECT_EQ(story[18], "  ... and 93 more ...");
+    EXPECT_EQ(story[22], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
 }
 
 TEST_F(StoryTest, SaysThatATraceWithoutRecordsIsEmpty) {

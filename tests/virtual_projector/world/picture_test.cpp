@@ -12,6 +12,7 @@ namespace vp {
 namespace {
 
 constexpr Wall upright{0, 0.8};
+constexpr PictureOptics standard{1.09, 0};
 
 Pose tilted(double pitch, double mounting = 0) { return {1500, pitch, 0, 0, mounting}; }
 
@@ -38,7 +39,7 @@ struct Corner {
 
 struct TiltedPanel {
     double v;
-    double throw_px = throw_ratio * panel_width;
+    double throw_px = standard.throw_ratio * panel_width;
     double edge = -panel_height * 0.5 * std::cos(v);  // where the panel's first edge lies along its vertical
 
     Corner to_wall(double x, double along) const {
@@ -102,19 +103,19 @@ Widths computed_widths(double angle_deg) {
 // -------------------------------------------------------------------------------------------------------
 
 TEST(PictureShape, OfALevelUnitIsARectangle) {
-    const PictureShape shape = picture_shape(tilted(0), upright, Display{});
+    const PictureShape shape = picture_shape(tilted(0), upright, standard, Display{});
     EXPECT_NEAR(shape.left_side_deg, 0, 1e-9);
     EXPECT_NEAR(shape.right_side_deg, 0, 1e-9);
     EXPECT_NEAR(shape.edge_difference, 0, 1e-12);
-    EXPECT_NEAR(shape.top_edge_mm, 1500 / throw_ratio, 1e-6);
+    EXPECT_NEAR(shape.top_edge_mm, 1500 / standard.throw_ratio, 1e-6);
 }
 
 // The left and right edges of the panel are lines of sight with x = const: on the wall they run together at
 // an angle whose tangent is sin(tilt) / (2 * throw ratio).
 TEST(PictureShape, OfATiltedUnitAgreesWithTheClosedForm) {
     for (const double p : {-30.0, -12.0, 5.0, 12.0, 20.0, 30.0}) {
-        const PictureShape shape = picture_shape(tilted(p), upright, Display{});
-        const double expected = degrees(std::atan(std::sin(radians(p)) / (2 * throw_ratio)));
+        const PictureShape shape = picture_shape(tilted(p), upright, standard, Display{});
+        const double expected = degrees(std::atan(std::sin(radians(p)) / (2 * standard.throw_ratio)));
         EXPECT_NEAR(shape.right_side_deg, expected, 1e-9) << p;
         EXPECT_NEAR(shape.left_side_deg, -expected, 1e-9) << p;
         EXPECT_EQ(shape.edge_difference > 0, p > 0);
@@ -123,13 +124,13 @@ TEST(PictureShape, OfATiltedUnitAgreesWithTheClosedForm) {
 
 TEST(PictureShape, TheEdgesDifferAsTheirDistances) {
     const double p = radians(12);
-    const double half_height = panel_height / (2.0 * throw_ratio * panel_width);
+    const double half_height = panel_height / (2.0 * standard.throw_ratio * panel_width);
     const double ratio = (1 + half_height * std::tan(p)) / (1 - half_height * std::tan(p));
-    EXPECT_NEAR(picture_shape(tilted(12), upright, Display{}).edge_difference, ratio - 1, 1e-9);
+    EXPECT_NEAR(picture_shape(tilted(12), upright, standard, Display{}).edge_difference, ratio - 1, 1e-9);
 }
 
 TEST(PictureShape, ANarrowerTopSquaresAUnitThatIsTiltedUp) {
-    const PictureShape shape = picture_shape(tilted(12), upright, widths(1148, 1280));
+    const PictureShape shape = picture_shape(tilted(12), upright, standard, widths(1148, 1280));
     EXPECT_LT(shape.worst_side_deg(), 0.1);
     EXPECT_NEAR(shape.edge_difference, 0, 0.002);
 }
@@ -146,37 +147,101 @@ TEST(PictureShape, IsSquaredByTheProjectorsOwnWidths) {
         if (angle == 0) continue;
         const Widths computed = computed_widths(angle);
         const double bound = std::abs(angle) <= 20 ? 0.3 : 0.9;
-        const PictureShape before = picture_shape(tilted(angle), upright, Display{});
-        const PictureShape after = picture_shape(tilted(angle), upright, widths(computed.top, computed.bottom));
+        const PictureShape before = picture_shape(tilted(angle), upright, standard, Display{});
+        const PictureShape after =
+            picture_shape(tilted(angle), upright, standard, widths(computed.top, computed.bottom));
         EXPECT_LE(after.worst_side_deg(), bound) << angle;
         EXPECT_LT(after.worst_side_deg(), before.worst_side_deg()) << angle;
     }
 }
 
 TEST(PictureShape, FromTheCeilingThePanelsBottomIsTheOneToNarrow) {
-    EXPECT_LT(picture_shape(tilted(12, 2), upright, widths(1280, 1148)).worst_side_deg(), 0.1);
+    EXPECT_LT(picture_shape(tilted(12, 2), upright, standard, widths(1280, 1148)).worst_side_deg(), 0.1);
 }
 
 TEST(PictureShape, ARollLeansBothSidesAlike) {
-    const PictureShape shape = picture_shape({1500, 0, 0, 3, 0}, upright, Display{});
+    const PictureShape shape = picture_shape({1500, 0, 0, 3, 0}, upright, standard, Display{});
     EXPECT_NEAR(shape.left_side_deg, -3, 1e-9);
     EXPECT_NEAR(shape.right_side_deg, -3, 1e-9);
 }
 
 TEST(PictureShape, OfAUnitOnItsSideIsLookedAtWithTheHeadTurned) {
     for (const double mounting : {1.0, 2.0, 3.0}) {
-        const PictureShape shape = picture_shape({1500, 0, 0, 0, mounting}, upright, Display{});
+        const PictureShape shape = picture_shape({1500, 0, 0, 0, mounting}, upright, standard, Display{});
         EXPECT_NEAR(shape.worst_side_deg(), 0, 1e-9) << mounting;
     }
 }
 
 TEST(PictureShape, OnACeilingThatIsSquarelyFacedIsARectangle) {
-    const PictureShape shape = picture_shape({1500, 90, 0, 0, 0}, {90, 0.8}, Display{});
+    const PictureShape shape = picture_shape({1500, 90, 0, 0, 0}, {90, 0.8}, standard, Display{});
     EXPECT_NEAR(shape.worst_side_deg(), 0, 1e-9);
 }
 
+// The panel's upper edge is a line of sight with the height h by the distance; on the wall it climbs by
+// h sin(yaw). The sides lie at the distances at which their lines of sight meet the wall.
+TEST(PictureShape, OfATurnedUnitAgreesWithTheClosedForm) {
+    const double half_width = 1 / (2 * standard.throw_ratio);
+    const double half_height = half_width * panel_height / panel_width;
+    for (const double yaw_deg : {-35.0, -20.0, 5.0, 20.0}) {
+        const PictureShape shape = picture_shape({1500, 0, yaw_deg, 0, 0}, upright, standard, Display{});
+        const double yaw = radians(yaw_deg);
+        const double slope_deg = degrees(std::atan(half_height * std::sin(yaw)));
+        EXPECT_NEAR(shape.top_edge_deg, slope_deg, 1e-9);
+        EXPECT_NEAR(shape.bottom_edge_deg, -slope_deg, 1e-9);
+        EXPECT_NEAR(shape.worst_side_deg(), 0, 1e-9);
+        EXPECT_NEAR(shape.worst_edge_deg(), std::abs(slope_deg), 1e-9);
+        const double left_by_right =
+            (std::cos(yaw) - half_width * std::sin(yaw)) / (std::cos(yaw) + half_width * std::sin(yaw));
+        EXPECT_NEAR(shape.side_difference, left_by_right - 1, 1e-9);
+    }
+    EXPECT_NEAR(picture_shape({1500, 0, 20, 0, 0}, upright, standard, Display{}).side_difference, -0.286, 5e-4);
+}
+
+TEST(PictureShape, ARollTurnsTheEdgesFromLevel) {
+    const PictureShape shape = picture_shape({1500, 0, 0, 3, 0}, upright, standard, Display{});
+    EXPECT_NEAR(shape.top_edge_deg, 3, 1e-9);
+    EXPECT_NEAR(shape.bottom_edge_deg, 3, 1e-9);
+    EXPECT_NEAR(shape.worst_edge_deg(), 3, 1e-9);
+}
+
+TEST(PictureShape, TellsItsCornersOnTheWallAndTheirDistances) {
+    const double half_height_mm = 1500 / standard.throw_ratio * panel_height / panel_width / 2;
+    const double half_width_mm = 1500 / standard.throw_ratio / 2;
+    const PictureShape level = picture_shape(tilted(0), upright, standard, Display{});
+    const double expected[4][2] = {{-half_width_mm, half_height_mm},
+                                   {half_width_mm, half_height_mm},
+                                   {half_width_mm, -half_height_mm},
+                                   {-half_width_mm, -half_height_mm}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_NEAR(level.corners[i].x_mm, expected[i][0], 1e-9) << i;
+        EXPECT_NEAR(level.corners[i].z_mm, expected[i][1], 1e-9) << i;
+        EXPECT_NEAR(level.corners[i].axial_mm, 1500, 1e-9) << i;
+    }
+    // Tilted up by p a line of sight with the height h by the distance is as long as 1 / (1 - h tan p).
+    const double h = half_height_mm / 1500;
+    const PictureShape up = picture_shape(tilted(12), upright, standard, Display{});
+    EXPECT_NEAR(up.corners[0].axial_mm, 1500 / (1 - h * std::tan(radians(12))), 1e-9);
+    EXPECT_NEAR(up.corners[3].axial_mm, 1500 / (1 + h * std::tan(radians(12))), 1e-9);
+}
+
+TEST(PictureShape, LiesAboveTheAxisByItsOffset) {
+    const PictureOptics raised{1.09, 0.5};
+    const PictureShape shape = picture_shape(tilted(0), upright, raised, Display{});
+    EXPECT_NEAR(shape.corners[0].z_mm, 1500 / 1.09 * panel_height / panel_width, 1e-9);
+    EXPECT_NEAR(shape.corners[3].z_mm, 0, 1e-9);
+}
+
+TEST(PictureShape, IsAsWideAsItsThrowRatioSays) {
+    EXPECT_NEAR(picture_shape(tilted(0), upright, {1.5, 0}, Display{}).top_edge_mm, 1000, 1e-9);
+}
+
+TEST(LightUsed, IsTheShareOfThePanelThatTheTrapezoidKeeps) {
+    EXPECT_DOUBLE_EQ(light_used(Display{}), 1);
+    EXPECT_DOUBLE_EQ(light_used(widths(640, 1280)), 0.75);
+}
+
 TEST(PictureShape, SaysWhenACornerMissesTheWall) {
-    EXPECT_FALSE(picture_shape(tilted(85), upright, Display{}).is_on_wall);
+    EXPECT_FALSE(picture_shape(tilted(85), upright, standard, Display{}).is_on_wall);
 }
 
 TEST(ViewersPicture, HdmiIsUprightOnATableWithTheInputTurnedTwice) {

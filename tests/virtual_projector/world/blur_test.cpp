@@ -1,0 +1,77 @@
+#include "virtual_projector/world/blur.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "virtual_projector/world/optics.h"
+#include "virtual_projector/world/parameters.h"
+
+namespace vp {
+namespace {
+
+constexpr double distance_mm = 1500;
+
+// A unit whose lens stands so many TMR units to the right of its best place.
+Settings defocused(double error_tmr) {
+    Settings settings = standard_settings();
+    settings.heat.led_c = 44;
+    settings.lens.position_steps =
+        best_focus_steps(settings.lens, settings.tmr, distance_mm, settings.heat.led_c) +
+        error_tmr / settings.tmr.slope_per_step;
+    return settings;
+}
+
+PictureShape shape_of(const Settings& settings, double pitch_deg) {
+    return picture_shape({distance_mm, pitch_deg, 0, 0, 0}, settings.wall, settings.picture, Display{});
+}
+
+Blur blur_of(const Settings& settings, double pitch_deg = 0) {
+    return picture_blur(settings, distance_mm, shape_of(settings, pitch_deg));
+}
+
+TEST(Blur, IsNoneAtTheBestPlaceBeforeASquareWall) {
+    EXPECT_NEAR(blur_of(defocused(0)).middle_px, 0, 1e-9);
+    EXPECT_NEAR(blur_of(defocused(0)).corner_px, 0, 1e-9);
+}
+
+// 18 TMR units are a step of 5 um; a cone of 1 : 2 spreads them over half of it. The panel's pixels are
+// 3.873 mm / 1.09 / 1280 = 2.776 um wide, and the image of 1500 mm lies 0.26 % behind the focal length.
+TEST(Blur, GrowsWithTheErrorOfTheLens) {
+    for (const double error_tmr : {-90.0, -18.0, 18.0, 36.0}) {
+        const double expected = std::abs(error_tmr) / 18 * 5 / 2 / 2.77590 / 1.002589;
+        EXPECT_NEAR(blur_of(defocused(error_tmr)).middle_px, expected, 1e-4) << error_tmr;
+    }
+}
+
+TEST(Blur, ShrinksWithTheOpening) {
+    Settings settings = defocused(36);
+    const double open = blur_of(settings).middle_px;
+    settings.lens.f_number = 4;
+    EXPECT_NEAR(blur_of(settings).middle_px, open / 2, 1e-12);
+}
+
+// Tilted by 20 degrees and focused in the middle, the foot of the picture is nearer: at 1500 / (1 + h tan 20)
+// mm, whose image lies f^2 / u further behind the lens than the middle's.
+TEST(Blur, OfACornerIsThatOfItsOwnDistance) {
+    const Settings settings = defocused(0);
+    const double f = settings.lens.focal_length_mm;
+    const double h = panel_height / (2.0 * settings.picture.throw_ratio * panel_width);
+    const double near_mm = distance_mm / (1 + h * std::tan(20 * 3.14159265358979 / 180));
+    const double image_mm = f * near_mm / (near_mm - f);
+    const double error_mm = f * f / (near_mm - f) - f * f / (distance_mm - f);
+    const double pixel_mm = f / settings.picture.throw_ratio / panel_width;
+    const Blur blur = blur_of(settings, 20);
+    EXPECT_NEAR(blur.middle_px, 0, 1e-9);
+    EXPECT_NEAR(blur.corner_px, error_mm * f / (2 * image_mm) / pixel_mm, 1e-6);
+    EXPECT_GT(blur.corner_px, 0.1);
+}
+
+TEST(Blur, OfCornersIsNotKnownWithoutAPictureOnTheWall) {
+    const Blur blur = blur_of(defocused(36), 85);
+    EXPECT_GT(blur.middle_px, 0);
+    EXPECT_EQ(blur.corner_px, 0);
+}
+
+}  // namespace
+}  // namespace vp

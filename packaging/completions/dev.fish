@@ -38,3 +38,4 @@ complete -c dev -n '__fish_seen_subcommand_from mipsel' -l size -d 'Sections and
 complete -c dev -n '__fish_seen_subcommand_from budgets' -l mipsel -d 'On the board\'s build'
 complete -c dev -n '__fish_seen_subcommand_from package' -l mipsel -d 'For the board\'s processor'
 complete -c dev -n '__fish_seen_subcommand_from package' -l twice -d 'Make them again elsewhere and compare'
+complete -c dev -n '__fish_seen_subcommand_from bench' -a method -d 'How good its pictures are'

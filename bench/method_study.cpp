@@ -53,9 +53,11 @@ void print_row(std::FILE* out, const MethodRow& row) {
 
 }  // namespace
 
-bool MethodOutcome::is_within_limits() const {
-    return lens_error_tmr <= lens_limit_tmr && blur_px <= blur_limit_px && worst_edge_deg <= edge_limit_deg;
-}
+bool MethodOutcome::is_sharp() const { return lens_error_tmr <= lens_limit_tmr && blur_px <= blur_limit_px; }
+
+bool MethodOutcome::is_square() const { return worst_edge_deg <= edge_limit_deg; }
+
+bool MethodOutcome::is_within_limits() const { return is_sharp() && is_square(); }
 
 bool MethodOutcome::is_escape() const { return told_success && !is_within_limits(); }
 
@@ -95,6 +97,32 @@ double percentile(std::vector<double> values, double share) {
     std::sort(values.begin(), values.end());
     const double rank = std::ceil(share * static_cast<double>(values.size()));
     return values.at(static_cast<std::size_t>(std::max(rank, 1.0)) - 1);
+}
+
+bool is_bad_end(int exit_code) {
+    constexpr int stuck = 120;
+    return exit_code == 2 || exit_code >= stuck;
+}
+
+void print_story_table(std::FILE* out, const std::vector<StoryRow>& rows) {
+    std::fprintf(
+        out,
+        "| %-26s | Units | Sharp | Square | Both | Escapes | Bad ends |\n|---|---:|---:|---:|---:|---:|---:|\n",
+        "Story");
+    for (const StoryRow& row : rows) {
+        const auto share = [&](auto is) {
+            return 100.0 * count(row.outcomes, is) / static_cast<double>(row.outcomes.size());
+        };
+        std::fprintf(out, "| %-26s | %5zu | %3.0f %% | %4.0f %% | %2.0f %% | %7d | %8zu |\n", row.story.c_str(),
+                     row.outcomes.size(), share([](const MethodOutcome& o) { return o.is_sharp(); }),
+                     share([](const MethodOutcome& o) { return o.is_square(); }),
+                     share([](const MethodOutcome& o) { return o.is_within_limits(); }),
+                     count(row.outcomes, [](const MethodOutcome& o) { return o.is_escape(); }),
+                     row.bad_ends.size());
+    }
+    for (const StoryRow& row : rows) {
+        for (const std::string& end : row.bad_ends) std::fprintf(out, "bad end: %s\n", end.c_str());
+    }
 }
 
 void print_method_table(std::FILE* out, const std::vector<MethodRow>& rows) {

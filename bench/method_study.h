@@ -22,7 +22,9 @@ struct MethodOutcome {
     double worst_edge_deg = 0;  // of all four
     bool told_success = false;  // to the host
 
-    bool is_within_limits() const;
+    bool is_sharp() const;
+    bool is_square() const;
+    bool is_within_limits() const;  // both
     /// A limit is missed, and the host was told success.
     bool is_escape() const;
 };
@@ -48,6 +50,19 @@ struct MethodRow {
     Effect effect;
     std::vector<MethodOutcome> outcomes;  // one a pose
 };
+
+/// How the runs of one story ended in the living room, over many units.
+struct StoryRow {
+    std::string story;
+    std::vector<MethodOutcome> outcomes;
+    std::vector<std::string> bad_ends;  // crashes, stuck runs, limits: the command that repeats each
+};
+
+/// True for an exit code of the launcher's that no host program asks for: stuck, a limit, a signal, no start.
+bool is_bad_end(int exit_code);
+
+/// The stories as a table in Markdown, and after it every bad end.
+void print_story_table(std::FILE* out, const std::vector<StoryRow>& rows);
 
 /// The rows as a table in Markdown: of each figure the median and the 95th percentile over the poses, the share
 /// of poses that ended within all three limits, and the escapes.

@@ -18,7 +18,7 @@ _ovrafocus_dev_words() {
     mipsel) printf '%s\n' --traces --size ;;
     budgets) printf '%s\n' --mipsel ;;
     package) printf '%s\n' --mipsel --twice ;;
-    bench) printf '%s\n' method ;;
+    bench) printf '%s\n' method stories ;;
     help) printf '%s\n' demo test build mipsel budgets package bench check coverage docs clean help ;;
   esac
   case $1 in

@@ -39,3 +39,4 @@ complete -c dev -n '__fish_seen_subcommand_from budgets' -l mipsel -d 'On the bo
 complete -c dev -n '__fish_seen_subcommand_from package' -l mipsel -d 'For the board\'s processor'
 complete -c dev -n '__fish_seen_subcommand_from package' -l twice -d 'Make them again elsewhere and compare'
 complete -c dev -n '__fish_seen_subcommand_from bench' -a method -d 'How good its pictures are'
+complete -c dev -n '__fish_seen_subcommand_from bench' -a stories -d 'Every story in the living room'

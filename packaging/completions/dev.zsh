@@ -44,7 +44,7 @@ _ovrafocus_dev() {
     mipsel) _arguments $help '(--size)--traces[compare every story]' '(--traces)--size[sections and symbols]' ;;
     budgets) _arguments $help '--mipsel[on the board'\''s build]' ;;
     package) _arguments $help '--mipsel[for the board'\''s processor]' '--twice[make them again elsewhere and compare]' ;;
-    bench) _arguments $help '1:part:((method\:"how good its pictures are"))' ;;
+    bench) _arguments $help '1:part:((method\:"how good its pictures are" stories\:"every story in the living room"))' ;;
     help) _ovrafocus_dev_commands ;;
     *) _arguments $help ;;
   esac

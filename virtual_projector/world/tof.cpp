@@ -18,6 +18,11 @@ constexpr Microseconds unpaced_frame_us = microseconds_per_millisecond;
 
 double tangent_deg(double angle_deg) { return std::tan(radians(angle_deg)); }
 
+// From the sensor's frame to the unit's: turned to the right, then raised, as a pose is by yaw and pitch.
+Orientation sensor_orientation(const TofSettings& tof) {
+    return unit_orientation({0, tof.tilt_offset_deg, tof.turn_offset_deg, 0, 0});
+}
+
 // An obstacle covers one quarter of the view; the rays on its border pass it by.
 double obstacle_mm(const TofSettings& tof, const Ray& ray) {
     if (ray.right_deg == 0 || ray.up_deg == 0) return 0;
@@ -25,10 +30,12 @@ double obstacle_mm(const TofSettings& tof, const Ray& ray) {
     return ray.up_deg > 0 ? tof.blocked_tl_mm : tof.blocked_bl_mm;
 }
 
+// The ray has length 1 along the sensor's axis, so its length to the wall is the distance along that axis.
 double true_distance_mm(const TofScene& scene, const Ray& ray) {
-    const double x = tangent_deg(ray.right_deg + scene.tof.turn_offset_deg);
-    const double z = tangent_deg(ray.up_deg + scene.tof.tilt_offset_deg);
-    const double wall = axial_distance_mm(wall_direction(scene.pose, scene.wall), scene.pose.distance_mm, x, z);
+    const Vec3 seen{tangent_deg(ray.right_deg), 1, tangent_deg(ray.up_deg)};
+    const Vec3 in_unit = sensor_orientation(scene.tof).to_room(seen);
+    const double wall =
+        ray_length_to_wall(wall_direction(scene.pose, scene.wall), scene.pose.distance_mm, in_unit);
     const double obstacle = obstacle_mm(scene.tof, ray);
     return obstacle > 0 ? std::min(wall, obstacle) : wall;
 }

@@ -1,8 +1,9 @@
 // What the ToF sensor measures.
 //
-// Distances are those along the sensor's axis, not along each ray: the chip converts them, so that a wall
+// Distances are those along the sensor's own axis, not along each ray: the chip converts them, so that a wall
 // squarely faced gives the same number in every zone, and the mean of the zones of a tilted wall is its
-// distance on the axis (to 0.2 % at 12 degrees of tilt), which is what the lens has to be focused for.
+// distance on the axis (to 0.2 % at 12 degrees of tilt), which is what the lens has to be focused for. The
+// sensor is one rigid part: mounted at an angle it turns its rays and that axis alike.
 #ifndef VIRTUAL_PROJECTOR_WORLD_TOF_H
 #define VIRTUAL_PROJECTOR_WORLD_TOF_H
 

@@ -7,6 +7,7 @@
 
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/tof.h"
+#include "virtual_projector/world/vector.h"
 
 namespace vp::boardlibs {
 namespace {
@@ -82,6 +83,20 @@ TEST_F(PlaneFit, FromTheCeilingTheTiltIsTheOtherWayRound) {
     scene.pose.pitch_deg = 12;
     scene.pose.mounting = 2;
     EXPECT_NEAR(result_of(1).yaw, -1200, 12);
+}
+
+TEST_F(PlaneFit, SensesTheAnglesOfASensorMountedAtAnAngle) {
+    for (const double angle : {-20.0, -10.0, 2.0, 10.0}) {
+        scene.tof.tilt_offset_deg = angle;
+        scene.tof.turn_offset_deg = 0;
+        EXPECT_NEAR(result_of(1).yaw, 100 * angle, 12) << angle;
+        EXPECT_NEAR(result_of(1).pitch, 0, 12) << angle;
+        EXPECT_NEAR(result_of(1).distance_mm, 1500 / std::cos(radians(angle)), 2) << angle;
+        scene.tof.tilt_offset_deg = 0;
+        scene.tof.turn_offset_deg = angle;
+        EXPECT_NEAR(result_of(1).yaw, 0, 12) << angle;
+        EXPECT_NEAR(result_of(1).pitch, 100 * angle, 12) << angle;
+    }
 }
 
 TEST_F(PlaneFit, FindsNoAngleBeyondTheLimits) {

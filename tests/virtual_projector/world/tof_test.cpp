@@ -133,12 +133,29 @@ TEST_F(Tof, AnObstacleBehindTheWallIsNotSeen) {
     for (const ZoneReading& zone : zones()) EXPECT_EQ(zone.distance_mm, 1500);
 }
 
-TEST_F(Tof, ATiltedMountShiftsTheView) {
+// A sensor mounted at an angle before a wall squarely faced sees what a unit at that angle sees, from as far.
+TEST_F(Tof, AMountAtAnAngleTurnsRaysAndAxisAlike) {
+    without_noise();
+    scene.tof.tilt_offset_deg = 10;
+    const double distance = 1500 / std::cos(radians(10));
+    const double slope = std::tan(radians(10)) * std::tan(radians(12));
+    const std::vector<ZoneReading> high = zones();
+    EXPECT_NEAR(high[0].distance_mm, distance / (1 - slope), 0.51);
+    EXPECT_NEAR(high[1].distance_mm, distance / (1 + slope), 0.51);
+    scene.tof.tilt_offset_deg = 0;
+    scene.tof.turn_offset_deg = 10;
+    const std::vector<ZoneReading> turned = zones();
+    EXPECT_NEAR(turned[0].distance_mm, distance / (1 - slope), 0.51);
+    EXPECT_NEAR(turned[2].distance_mm, distance / (1 + slope), 0.51);
+}
+
+TEST_F(Tof, AMountAgainstThePoseFacesTheWallSquarely) {
     without_noise();
     scene.pose.pitch_deg = 10;
-    const int upper = zones()[0].distance_mm;
-    scene.tof.tilt_offset_deg = 5;
-    EXPECT_GT(zones()[0].distance_mm, upper);
+    scene.tof.tilt_offset_deg = -10;
+    for (const ZoneReading& zone : zones(1)) {
+        EXPECT_NEAR(zone.distance_mm, 1500 * std::cos(radians(10)), 0.51);
+    }
 }
 
 TEST_F(Tof, FramesFollowTheRate) {

@@ -144,7 +144,7 @@ public:
         folder_.add("config", {}, store_number(1, 1, [](World&, long) { return 0L; }));
         folder_.add("xtalk_calibration", {}, store_number(1, 1, [chip](World& world, long) -> long {
                         if (!chip->is_ranging()) return -EAGAIN;
-                        chip->measure_crosstalk(world.seed());
+                        chip->measure_crosstalk(world.unit_seed());
                         return 0;
                     }));
         folder_.add("offset_calibration_at_depth_for_dev", {},

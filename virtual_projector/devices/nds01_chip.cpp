@@ -63,8 +63,8 @@ bool Nds01Chip::enter_calibration_step(std::string_view text) {
     return follows;
 }
 
-void Nds01Chip::measure_crosstalk(std::uint64_t seed) {
-    const Noise noise(seed, Stream::pixel_pattern);
+void Nds01Chip::measure_crosstalk(std::uint64_t unit_seed) {
+    const Noise noise(unit_seed, Stream::pixel_pattern);
     for (std::size_t i = 0; i < crosstalk.size(); ++i) {
         const auto lane = static_cast<std::int64_t>(pixel_count + i);
         crosstalk.at(i) = static_cast<std::uint16_t>(min_crosstalk + crosstalk_spread * noise.uniform(lane));

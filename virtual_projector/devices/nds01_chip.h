@@ -37,7 +37,7 @@ public:
     /// "step_1", "step_2", "step_3" in their order; false for anything else. "step_1" begins again.
     bool enter_calibration_step(std::string_view text);
 
-    void measure_crosstalk(std::uint64_t seed);
+    void measure_crosstalk(std::uint64_t unit_seed);
 
     // --- Frames ------------------------------------------------------------------------------------
     std::int64_t latest_frame(const World& world) const;

@@ -68,8 +68,8 @@ double mean_error(const PixelOffsets& offsets, const PixelOffsets& corrections,
 
 }  // namespace
 
-PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t seed) {
-    const Noise noise(seed, Stream::pixel_pattern);
+PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t unit_seed) {
+    const Noise noise(unit_seed, Stream::pixel_pattern);
     PixelOffsets offsets{};
     for (std::size_t pixel = 0; pixel < offsets.size(); ++pixel) {
         const double even = 2 * noise.uniform(static_cast<std::int64_t>(pixel)) - 1;
@@ -86,7 +86,7 @@ std::int64_t tof_frame_index(double frames_per_s, Microseconds time) {
 std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const PixelOffsets& corrections,
                                    std::int64_t index) {
     const Noise noise(scene.seed, Stream::tof_frame);
-    const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.seed);
+    const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.unit_seed);
     std::vector<ZoneReading> zones;
     for (std::size_t zone = 0; zone < zone_count(point_mode); ++zone) {
         const double distance = true_distance_mm(scene, zone_ray(point_mode, zone));
@@ -98,7 +98,7 @@ std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const 
 
 std::vector<ZoneReading> tof_pixels(const TofScene& scene, std::int64_t index) {
     const Noise noise(scene.seed, Stream::tof_pixels);
-    const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.seed);
+    const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.unit_seed);
     std::vector<ZoneReading> pixels;
     for (int pixel = 0; pixel < pixel_count; ++pixel) {
         const Ray ray = pixel_ray(pixel / pixel_columns, pixel % pixel_columns);

@@ -32,13 +32,15 @@ struct TofScene {
     Wall wall;
     TofSettings tof;
     std::uint64_t seed = 0;
+    std::uint64_t unit_seed = 1;  // of what the unit was made with
 };
 
 /// Corrections in millimetres, one for each pixel, that are taken off what the bare sensor measures.
 using PixelOffsets = std::array<double, pixel_count>;
 
-/// What the bare sensor's pixels measure too much: the common offset and a pattern of their own.
-PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t seed);
+/// What the bare sensor's pixels measure too much: the common offset and a pattern of their own, which the unit
+/// keeps in whatever run.
+PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t unit_seed);
 
 /// The number of the frame that is the latest at this time. A rate of 0: a frame each millisecond.
 std::int64_t tof_frame_index(double frames_per_s, Microseconds time);

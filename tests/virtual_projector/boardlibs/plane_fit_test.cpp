@@ -22,7 +22,7 @@ struct PlaneFit : ::testing::Test {
     }
     AngleResult result_of(int mode, const AngleLimits& limits = {}) const {
         std::array<std::uint16_t, max_points> distances{};
-        const auto zones = tof_zones(scene, mode, true_pixel_offsets(scene.tof, scene.seed), 0);
+        const auto zones = tof_zones(scene, mode, true_pixel_offsets(scene.tof, scene.unit_seed), 0);
         for (std::size_t i = 0; i < zones.size(); ++i) distances[i] = zones[i].distance_mm;
         const auto cloud = point_cloud(distances.data(), mode);
         return angle_result(fit_plane(cloud.data(), zone_count(mode)), limits);

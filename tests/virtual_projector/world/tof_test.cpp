@@ -18,7 +18,7 @@ struct Tof : ::testing::Test {
         const Settings s = standard_settings();
         scene = {s.pose, s.wall, s.tof, 1};
     }
-    PixelOffsets calibrated() const { return true_pixel_offsets(scene.tof, scene.seed); }
+    PixelOffsets calibrated() const { return true_pixel_offsets(scene.tof, scene.unit_seed); }
     std::vector<ZoneReading> zones(int mode = 0, std::int64_t index = 0) const {
         return tof_zones(scene, mode, calibrated(), index);
     }
@@ -93,6 +93,19 @@ TEST_F(Tof, AnotherSeedGivesOtherNoise) {
     scene.seed = 2;
     const std::vector<ZoneReading> second = tof_zones(scene, 1, {}, 3);
     EXPECT_NE(mean_of(first), mean_of(second));
+}
+
+TEST_F(Tof, AUnitKeepsItsPixelsErrorsInEveryRun) {
+    without_noise();
+    const std::vector<ZoneReading> first = tof_zones(scene, 1, {}, 3);
+    scene.seed = 2;
+    const std::vector<ZoneReading> later = tof_zones(scene, 1, {}, 3);
+    scene.unit_seed = 2;
+    const std::vector<ZoneReading> of_another = tof_zones(scene, 1, {}, 3);
+    EXPECT_NE(mean_of(first), mean_of(of_another));
+    for (std::size_t zone = 0; zone < first.size(); ++zone) {
+        EXPECT_EQ(first[zone].distance_mm, later[zone].distance_mm) << zone;
+    }
 }
 
 TEST_F(Tof, BeyondItsRangeAZoneIsInvalidAndFarAway) {

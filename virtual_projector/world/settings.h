@@ -63,6 +63,10 @@ struct TofSettings {
     double pixel_spread_mm = 0;
     double tilt_offset_deg = 0;
     double turn_offset_deg = 0;
+    double zone_row_angle_deg = 0;
+    double zone_column_angle_deg = 0;
+    double pixel_pitch_right_deg = 0;
+    double pixel_pitch_up_deg = 0;
     double frames_per_s = 0;
     double firmware_version = 0;
     double blocked_tr_mm = 0;

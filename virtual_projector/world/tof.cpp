@@ -89,7 +89,7 @@ std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const 
     const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.unit_seed);
     std::vector<ZoneReading> zones;
     for (std::size_t zone = 0; zone < zone_count(point_mode); ++zone) {
-        const double distance = true_distance_mm(scene, zone_ray(point_mode, zone));
+        const double distance = true_distance_mm(scene, zone_ray(scene.tof, point_mode, zone));
         const double error = mean_error(offsets, corrections, zone_pixels(point_mode, zone));
         zones.push_back(reading(scene, distance, error, noise.gaussian(index, static_cast<int>(zone))));
     }
@@ -101,7 +101,7 @@ std::vector<ZoneReading> tof_pixels(const TofScene& scene, std::int64_t index) {
     const PixelOffsets offsets = true_pixel_offsets(scene.tof, scene.unit_seed);
     std::vector<ZoneReading> pixels;
     for (int pixel = 0; pixel < pixel_count; ++pixel) {
-        const Ray ray = pixel_ray(pixel / pixel_columns, pixel % pixel_columns);
+        const Ray ray = pixel_ray(scene.tof, pixel / pixel_columns, pixel % pixel_columns);
         const double error = offsets.at(static_cast<std::size_t>(pixel));
         pixels.push_back(reading(scene, true_distance_mm(scene, ray), error, noise.gaussian(index, pixel)));
     }

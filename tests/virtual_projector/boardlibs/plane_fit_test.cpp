@@ -99,6 +99,25 @@ TEST_F(PlaneFit, SensesTheAnglesOfASensorMountedAtAnAngle) {
     }
 }
 
+// The library takes the rows to look 12 degrees up and down. Rows that really look a up and down, before a wall
+// tilted by p, make it find the slope tan(p) * tan(a) / tan(12 degrees). The same holds for columns and turns.
+TEST_F(PlaneFit, MistakesTheAngleOfASensorWhoseZonesLookElsewhere) {
+    for (const double wider : {0.9, 1.0, 1.1}) {
+        const double scale = std::tan(radians(12 * wider)) / std::tan(radians(12));
+        const double expected = degrees(std::atan(std::tan(radians(15)) * scale));
+        scene.tof.zone_row_angle_deg = 24 * wider;
+        scene.tof.zone_column_angle_deg = 24;
+        scene.pose.pitch_deg = 15;
+        scene.pose.yaw_deg = 0;
+        EXPECT_NEAR(result_of(0).yaw, 100 * expected, 12) << wider;
+        scene.tof.zone_row_angle_deg = 24;
+        scene.tof.zone_column_angle_deg = 24 * wider;
+        scene.pose.pitch_deg = 0;
+        scene.pose.yaw_deg = 15;
+        EXPECT_NEAR(result_of(0).pitch, 100 * expected, 12) << wider;
+    }
+}
+
 TEST_F(PlaneFit, FindsNoAngleBeyondTheLimits) {
     const AngleLimits limits{1700, -1700, 3300, -3300, 4500, 470};
     scene.pose.pitch_deg = 32.5;

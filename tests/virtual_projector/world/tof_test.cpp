@@ -191,9 +191,9 @@ TEST_F(Tof, APixelLooksWhereItsZoneDoes) {
     for (const int mode : {0, 1}) {
         for (std::size_t zone = 0; zone < zone_count(mode); ++zone) {
             for (const int pixel : zone_pixels(mode, zone)) {
-                const Ray ray = pixel_ray(pixel / pixel_columns, pixel % pixel_columns);
-                EXPECT_EQ(ray.up_deg > 0, zone_ray(mode, zone).up_deg > 0);
-                EXPECT_EQ(ray.right_deg > 0, zone_ray(mode, zone).right_deg > 0);
+                const Ray ray = pixel_ray(scene.tof, pixel / pixel_columns, pixel % pixel_columns);
+                EXPECT_EQ(ray.up_deg > 0, zone_ray(scene.tof, mode, zone).up_deg > 0);
+                EXPECT_EQ(ray.right_deg > 0, zone_ray(scene.tof, mode, zone).right_deg > 0);
             }
         }
     }

@@ -41,6 +41,7 @@ public:
 
     // --- Frames ------------------------------------------------------------------------------------
     std::int64_t latest_frame(const World& world) const;
+    Microseconds frame_time(const World& world, std::int64_t frame) const;
     std::vector<ZoneReading> zones(const World& world, const Memory& own_calibration) const;
     std::vector<ZoneReading> pixels(const World& world) const;
 

@@ -33,6 +33,8 @@ struct TofScene {
     TofSettings tof;
     std::uint64_t seed = 0;
     std::uint64_t unit_seed = 1;  // of what the unit was made with
+    RoomSettings room = {};
+    Microseconds time = 0;  // since power-up
 };
 
 /// Corrections in millimetres, one for each pixel, that are taken off what the bare sensor measures.
@@ -42,8 +44,12 @@ using PixelOffsets = std::array<double, pixel_count>;
 /// keeps in whatever run.
 PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t unit_seed);
 
-/// The number of the frame that is the latest at this time. A rate of 0: a frame each millisecond.
-std::int64_t tof_frame_index(double frames_per_s, Microseconds time);
+/// What a faultless sensor would say that is mounted as this one is and looks where this one does: millimetres
+/// along its axis, unlimited by its range; infinite where there is nothing.
+std::vector<double> true_zone_distances(const TofScene& scene, int point_mode);
+
+/// The way along the projector's optical axis to the first thing that stands in it.
+double true_axis_distance_mm(const TofScene& scene);
 
 /// All zones of frame `index`, with these corrections.
 std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const PixelOffsets& corrections,

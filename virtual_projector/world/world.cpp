@@ -94,7 +94,7 @@ int World::tmr_reading() const {
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }
 
-TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_, unit_seed_}; }
+TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_, unit_seed_, settings_.room, now_}; }
 
 std::array<double, 3> World::gravity_now() const {
     return gravity_sample(settings_.gravity, pose_, hand_acceleration_g_, seed_,

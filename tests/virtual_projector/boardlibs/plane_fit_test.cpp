@@ -17,7 +17,7 @@ struct PlaneFit : ::testing::Test {
 
     PlaneFit() {
         const Settings s = standard_settings();
-        scene = {s.pose, s.wall, s.tof, 1};
+        scene = {s.pose, s.wall, s.tof, 1, 1, s.room, 0};
         scene.tof.noise_mm = scene.tof.noise_per_mm = 0;
     }
     AngleResult result_of(int mode, const AngleLimits& limits = {}) const {
@@ -115,6 +115,16 @@ TEST_F(PlaneFit, MistakesTheAngleOfASensorWhoseZonesLookElsewhere) {
         scene.pose.pitch_deg = 0;
         scene.pose.yaw_deg = 15;
         EXPECT_NEAR(result_of(0).pitch, 100 * expected, 12) << wider;
+    }
+}
+
+// A row that is short by the share e makes it find the slope e / ((2 - e) tan(12 degrees)).
+TEST_F(PlaneFit, TurnsALevelPictureForARowThatIsShort) {
+    for (const double percent : {1.0, 2.0, 5.0}) {
+        scene.tof.bias_tr_percent = scene.tof.bias_tl_percent = -percent;
+        const double e = percent / 100;
+        const double expected = -degrees(std::atan(e / ((2 - e) * std::tan(radians(12)))));
+        EXPECT_NEAR(result_of(0).yaw, 100 * expected, 12) << percent;
     }
 }
 

@@ -10,7 +10,20 @@ namespace {
 
 constexpr int max_distance_mm = 4500;
 constexpr double hundredths = 100;
+
+// Where the library takes the zones to look: the sensor's nominal angles, whatever those of a unit's sensor
+// are.
+constexpr double assumed_row_deg = 12;  // above and below the axis
+constexpr std::array<double, 2> assumed_column_of_four_deg = {12, -12};
+constexpr std::array<double, 4> assumed_column_of_eight_deg = {18, 6, -6, -18};
+
 constexpr double singular = 1e-6;  // of the product of the squared extents: points in one line
+
+Ray assumed_ray(int point_mode, std::size_t zone) {
+    const double right = point_mode == eight_zone_mode ? assumed_column_of_eight_deg.at(zone / 2)
+                                                       : assumed_column_of_four_deg.at(zone / 2);
+    return {right, zone % 2 == 0 ? assumed_row_deg : -assumed_row_deg};
+}
 
 bool is_measured(const CloudPoint& point) { return point.y > 0; }
 
@@ -68,7 +81,7 @@ std::array<CloudPoint, max_points> point_cloud(const std::uint16_t* distances_mm
     for (std::size_t zone = 0; zone < zone_count(point_mode); ++zone) {
         const double y = distances_mm[zone];
         if (y <= 0 || y > max_distance_mm) continue;
-        const Ray ray = zone_ray(point_mode, zone);
+        const Ray ray = assumed_ray(point_mode, zone);
         cloud.at(zone) = {static_cast<float>(y * std::tan(radians(ray.right_deg))), static_cast<float>(y),
                           static_cast<float>(y * std::tan(radians(ray.up_deg)))};
     }

@@ -16,7 +16,7 @@ std::vector<std::uint8_t> initial_flash(const World& world) {
 std::vector<std::uint8_t> initial_tof_memory(const World& world) {
     const Settings& settings = world.settings();
     if (settings.unit.tof_host_calibration == 0) return std::vector<std::uint8_t>(calibration_size, erased);
-    const PixelTable table = ideal_table(settings.tof, world.seed());
+    const PixelTable table = ideal_table(settings.tof, world.unit_seed());
     constexpr int bench_depth_mm = 500;
     const CalibrationData data = pack_calibration(generate_calibration(table, bench_depth_mm));
     return {data.begin(), data.end()};

@@ -50,7 +50,7 @@ private:
     Answer next_frame(const World& world, void* argument) {
         if (!chip_->is_ranging()) return Answer::error(EAGAIN);
         const std::int64_t frame = chip_->latest_frame(world);
-        if (frame == last_frame_) return Answer::wait_until(next_frame_time(frame));
+        if (frame == last_frame_) return Answer::wait_until(chip_->frame_time(world, frame + 1));
         last_frame_ = frame;
         auto* memory = static_cast<char*>(argument);
         for (const ZoneReading& zone : chip_->zones(world, board_.tof_memory())) {
@@ -58,15 +58,6 @@ private:
             memory += sizeof(ZoneRecord);
         }
         return Answer::done(0);
-    }
-
-    // The first microsecond that belongs to the frame after this one.
-    Microseconds next_frame_time(std::int64_t frame) const {
-        const auto rate = static_cast<double>(chip_->frames_per_s);
-        const double frame_s = rate > 0 ? 1 / rate : 0.001;
-        Microseconds time = microseconds(static_cast<double>(frame + 1) * frame_s);
-        while (tof_frame_index(rate, time) <= frame) ++time;
-        return time;
     }
 
     Board& board_;
@@ -144,7 +135,7 @@ public:
         folder_.add("config", {}, store_number(1, 1, [](World&, long) { return 0L; }));
         folder_.add("xtalk_calibration", {}, store_number(1, 1, [chip](World& world, long) -> long {
                         if (!chip->is_ranging()) return -EAGAIN;
-                        chip->measure_crosstalk(world.seed());
+                        chip->measure_crosstalk(world.unit_seed());
                         return 0;
                     }));
         folder_.add("offset_calibration_at_depth_for_dev", {},

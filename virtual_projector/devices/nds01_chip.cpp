@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "virtual_projector/world/noise.h"
+#include "virtual_projector/world/tof_frames.h"
 
 namespace vp {
 namespace {
@@ -31,6 +32,10 @@ PixelOffsets corrections_of(const Memory& own_calibration, double driver_offset_
     PixelOffsets offsets = chip_offsets(as_calibration(own_calibration.bytes()));
     for (double& offset : offsets) offset += driver_offset_mm;
     return offsets;
+}
+
+FrameTimes frame_times(const World& world, long frames_per_s) {
+    return {static_cast<double>(frames_per_s), world.settings().tof.frame_jitter_ms, world.seed()};
 }
 
 double mean_distance_mm(const std::vector<ZoneReading>& zones) {
@@ -63,8 +68,8 @@ bool Nds01Chip::enter_calibration_step(std::string_view text) {
     return follows;
 }
 
-void Nds01Chip::measure_crosstalk(std::uint64_t seed) {
-    const Noise noise(seed, Stream::pixel_pattern);
+void Nds01Chip::measure_crosstalk(std::uint64_t unit_seed) {
+    const Noise noise(unit_seed, Stream::pixel_pattern);
     for (std::size_t i = 0; i < crosstalk.size(); ++i) {
         const auto lane = static_cast<std::int64_t>(pixel_count + i);
         crosstalk.at(i) = static_cast<std::uint16_t>(min_crosstalk + crosstalk_spread * noise.uniform(lane));
@@ -72,7 +77,11 @@ void Nds01Chip::measure_crosstalk(std::uint64_t seed) {
 }
 
 std::int64_t Nds01Chip::latest_frame(const World& world) const {
-    return tof_frame_index(static_cast<double>(frames_per_s), world.now());
+    return tof_frame_index(frame_times(world, frames_per_s), world.now());
+}
+
+Microseconds Nds01Chip::frame_time(const World& world, std::int64_t frame) const {
+    return tof_frame_time(frame_times(world, frames_per_s), frame);
 }
 
 std::vector<ZoneReading> Nds01Chip::zones(const World& world, const Memory& own_calibration) const {

@@ -37,10 +37,11 @@ public:
     /// "step_1", "step_2", "step_3" in their order; false for anything else. "step_1" begins again.
     bool enter_calibration_step(std::string_view text);
 
-    void measure_crosstalk(std::uint64_t seed);
+    void measure_crosstalk(std::uint64_t unit_seed);
 
     // --- Frames ------------------------------------------------------------------------------------
     std::int64_t latest_frame(const World& world) const;
+    Microseconds frame_time(const World& world, std::int64_t frame) const;
     std::vector<ZoneReading> zones(const World& world, const Memory& own_calibration) const;
     std::vector<ZoneReading> pixels(const World& world) const;
 

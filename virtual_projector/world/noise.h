@@ -22,6 +22,9 @@ enum class Stream : std::uint64_t {
     pixel_pattern,
     unit_spread,
     serial_number,
+    tof_outliers,
+    tof_missing,
+    tof_frame_jitter,
 };
 
 class Noise {

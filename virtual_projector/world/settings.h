@@ -21,6 +21,48 @@ struct Wall {
     double reflectivity = 0;
 };
 
+struct BoxSettings {
+    double side_mm = 0;
+    double along_mm = 0;
+    double width_mm = 0;
+    double depth_mm = 0;
+    double height_mm = 0;
+    double foot_mm = 0;
+    double reflectivity = 0;
+};
+
+struct PersonSettings {
+    double side_mm = 0;
+    double along_mm = 0;
+    double width_mm = 0;
+    double height_mm = 0;
+    double reflectivity = 0;
+    double mm_per_s = 0;
+    double start_s = 0;
+};
+
+struct SpotSettings {
+    double side_mm = 0;
+    double up_mm = 0;
+    double width_mm = 0;
+    double height_mm = 0;
+    double gloss = 0;
+    double extra_mm = 0;
+};
+
+struct RoomSettings {
+    double ambient_klx = 0;
+    double lens_height_mm = 0;
+    double bow_mm_per_m = 0;
+    double corner_mm = 0;
+    double corner_deg = 0;
+    BoxSettings box1;
+    BoxSettings box2;
+    PersonSettings person1;
+    PersonSettings person2;
+    SpotSettings spot;
+};
+
 struct Heat {
     double ambient_c = 0;
     double led_c = 0;
@@ -69,6 +111,25 @@ struct TofSettings {
     double pixel_spread_mm = 0;
     double tilt_offset_deg = 0;
     double turn_offset_deg = 0;
+    double zone_row_angle_deg = 0;
+    double zone_column_angle_deg = 0;
+    double pixel_pitch_right_deg = 0;
+    double pixel_pitch_up_deg = 0;
+    double bias_tr_percent = 0;
+    double bias_br_percent = 0;
+    double bias_tl_percent = 0;
+    double bias_bl_percent = 0;
+    double scale_percent = 0;
+    double crosstalk_mm = 0;
+    double warm_up_mm = 0;
+    double warm_up_time_constant_s = 0;
+    double multipath_percent = 0;
+    double radial = 0;
+    double noise_share = 0;
+    double follows_signal = 0;
+    double outlier_share = 0;
+    double missing_share = 0;
+    double frame_jitter_ms = 0;
     double frames_per_s = 0;
     double firmware_version = 0;
     double blocked_tr_mm = 0;
@@ -115,6 +176,7 @@ struct BoardSettings {
 struct Settings {
     Pose pose;
     Wall wall;
+    RoomSettings room;
     Heat heat;
     LensSettings lens;
     PictureOptics picture;

@@ -1,8 +1,9 @@
 // What the ToF sensor measures.
 //
-// Distances are those along the sensor's axis, not along each ray: the chip converts them, so that a wall
+// Distances are those along the sensor's own axis, not along each ray: the chip converts them, so that a wall
 // squarely faced gives the same number in every zone, and the mean of the zones of a tilted wall is its
-// distance on the axis (to 0.2 % at 12 degrees of tilt), which is what the lens has to be focused for.
+// distance on the axis (to 0.2 % at 12 degrees of tilt), which is what the lens has to be focused for. The
+// sensor is one rigid part: mounted at an angle it turns its rays and that axis alike.
 #ifndef VIRTUAL_PROJECTOR_WORLD_TOF_H
 #define VIRTUAL_PROJECTOR_WORLD_TOF_H
 
@@ -31,16 +32,24 @@ struct TofScene {
     Wall wall;
     TofSettings tof;
     std::uint64_t seed = 0;
+    std::uint64_t unit_seed = 1;  // of what the unit was made with
+    RoomSettings room = {};
+    Microseconds time = 0;  // since power-up
 };
 
 /// Corrections in millimetres, one for each pixel, that are taken off what the bare sensor measures.
 using PixelOffsets = std::array<double, pixel_count>;
 
-/// What the bare sensor's pixels measure too much: the common offset and a pattern of their own.
-PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t seed);
+/// What the bare sensor's pixels measure too much: the common offset and a pattern of their own, which the unit
+/// keeps in whatever run.
+PixelOffsets true_pixel_offsets(const TofSettings& tof, std::uint64_t unit_seed);
 
-/// The number of the frame that is the latest at this time. A rate of 0: a frame each millisecond.
-std::int64_t tof_frame_index(double frames_per_s, Microseconds time);
+/// What a faultless sensor would say that is mounted as this one is and looks where this one does: millimetres
+/// along its axis, unlimited by its range; infinite where there is nothing.
+std::vector<double> true_zone_distances(const TofScene& scene, int point_mode);
+
+/// The way along the projector's optical axis to the first thing that stands in it.
+double true_axis_distance_mm(const TofScene& scene);
 
 /// All zones of frame `index`, with these corrections.
 std::vector<ZoneReading> tof_zones(const TofScene& scene, int point_mode, const PixelOffsets& corrections,

@@ -116,8 +116,8 @@ PixelOffsets chip_offsets(const CalibrationData& data) {
     return offsets;
 }
 
-PixelTable ideal_table(const TofSettings& tof, std::uint64_t seed) {
-    const PixelOffsets offsets = true_pixel_offsets(tof, seed);
+PixelTable ideal_table(const TofSettings& tof, std::uint64_t unit_seed) {
+    const PixelOffsets offsets = true_pixel_offsets(tof, unit_seed);
     PixelTable table{};
     for (std::size_t pixel = 0; pixel < table.size(); ++pixel) {
         table.at(pixel) = {static_cast<std::int16_t>(std::lround(offsets.at(pixel))), ideal_signal};

@@ -52,7 +52,7 @@ bool has_factory_mark(const std::uint8_t* data);
 PixelOffsets chip_offsets(const CalibrationData& data);
 
 /// The table that a faultless bench would find for this sensor.
-PixelTable ideal_table(const TofSettings& tof, std::uint64_t seed);
+PixelTable ideal_table(const TofSettings& tof, std::uint64_t unit_seed);
 
 }  // namespace vp
 

@@ -3,10 +3,9 @@
 namespace vp {
 namespace {
 
-constexpr std::array<double, 2> column_of_four_deg = {12, -12};
-constexpr std::array<double, 4> column_of_eight_deg = {18, 6, -6, -18};
-constexpr double pixel_pitch_right_deg = 4.8;
-constexpr double pixel_pitch_up_deg = 6;
+// Where the columns of zones look, in parts of the angle between the two columns of four zones.
+constexpr std::array<double, 2> column_of_four = {0.5, -0.5};
+constexpr std::array<double, 4> column_of_eight = {0.75, 0.25, -0.25, -0.75};
 
 double from_centre(int index, int count) { return index - (count - 1) / 2.0; }
 
@@ -26,16 +25,16 @@ Columns zone_columns(int point_mode, std::size_t zone) {
 
 std::size_t zone_count(int point_mode) { return point_mode == eight_zone_mode ? 8 : 4; }
 
-Ray zone_ray(int point_mode, std::size_t zone) {
-    const double up = zone % 2 == 0 ? zone_row_angle_deg / 2 : -zone_row_angle_deg / 2;
-    const double right =
-        point_mode == eight_zone_mode ? column_of_eight_deg.at(zone / 2) : column_of_four_deg.at(zone / 2);
-    return {right, up};
+Ray zone_ray(const TofSettings& tof, int point_mode, std::size_t zone) {
+    const double up = zone % 2 == 0 ? tof.zone_row_angle_deg / 2 : -tof.zone_row_angle_deg / 2;
+    const double column =
+        point_mode == eight_zone_mode ? column_of_eight.at(zone / 2) : column_of_four.at(zone / 2);
+    return {column * tof.zone_column_angle_deg, up};
 }
 
-Ray pixel_ray(int row, int column) {
-    return {from_centre(column, pixel_columns) * pixel_pitch_right_deg,
-            -from_centre(row, pixel_rows) * pixel_pitch_up_deg};
+Ray pixel_ray(const TofSettings& tof, int row, int column) {
+    return {from_centre(column, pixel_columns) * tof.pixel_pitch_right_deg,
+            -from_centre(row, pixel_rows) * tof.pixel_pitch_up_deg};
 }
 
 std::array<std::size_t, 4> corner_zones(int point_mode) {

@@ -1,9 +1,10 @@
 // Where the ToF sensor's zones and pixels look.
 //
 // The chip has 6 rows of 10 pixels. In point mode 1 they are gathered into 8 zones (two rows of four), in
-// the other modes into 4 (two rows of two). The rows of zones are 24 degrees apart. Zones are counted from
-// the right, the upper before the lower: top right, bottom right, ..., top left, bottom left. Pixels are
-// counted row by row from the top, each from the left.
+// the other modes into 4 (two rows of two). Zones are counted from the right, the upper before the lower: top
+// right, bottom right, ..., top left, bottom left. Pixels are counted row by row from the top, each from the
+// left. The angles are the sensor's own, from its settings; whoever reckons with its distances has to assume
+// some.
 #ifndef VIRTUAL_PROJECTOR_WORLD_TOF_OPTICS_H
 #define VIRTUAL_PROJECTOR_WORLD_TOF_OPTICS_H
 
@@ -11,9 +12,10 @@
 #include <cstddef>
 #include <vector>
 
+#include "virtual_projector/world/settings.h"
+
 namespace vp {
 
-constexpr double zone_row_angle_deg = 24;  // between the upper and the lower zones
 constexpr int pixel_rows = 6;
 constexpr int pixel_columns = 10;
 constexpr int pixel_count = pixel_rows * pixel_columns;
@@ -27,8 +29,8 @@ struct Ray {
 
 /// 8 zones in point mode 1, 4 in every other.
 std::size_t zone_count(int point_mode);
-Ray zone_ray(int point_mode, std::size_t zone);
-Ray pixel_ray(int row, int column);
+Ray zone_ray(const TofSettings& tof, int point_mode, std::size_t zone);
+Ray pixel_ray(const TofSettings& tof, int row, int column);
 
 /// The zones of the four corners of the picture among zone_count(point_mode), in the order top right,
 /// bottom right, top left, bottom left.

@@ -32,9 +32,13 @@ WallAngles wall_angles(const Vec3& direction) {
     return {degrees(std::atan2(-direction.z, direction.y)), degrees(std::atan2(-direction.x, direction.y))};
 }
 
-// The wall passes through (0, distance, 0) and is at right angles to `direction`.
 double axial_distance_mm(const Vec3& direction, double distance_mm, double ray_x, double ray_z) {
-    const double along = direction.x * ray_x + direction.y + direction.z * ray_z;
+    return ray_length_to_wall(direction, distance_mm, {ray_x, 1, ray_z});
+}
+
+// The wall passes through (0, distance, 0) and is at right angles to `direction`.
+double ray_length_to_wall(const Vec3& direction, double distance_mm, const Vec3& ray) {
+    const double along = dot(direction, ray);
     if (along <= 0 || direction.y <= 0) return std::numeric_limits<double>::infinity();
     return distance_mm * direction.y / along;
 }

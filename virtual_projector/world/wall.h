@@ -26,6 +26,9 @@ WallAngles wall_angles(const Vec3& direction);
 /// axis in millimetres; infinite when it never does.
 double axial_distance_mm(const Vec3& direction, double distance_mm, double ray_x, double ray_z);
 
+/// How many times the ray's own length it is to the wall along it; infinite when it never meets it.
+double ray_length_to_wall(const Vec3& direction, double distance_mm, const Vec3& ray);
+
 }  // namespace vp
 
 #endif

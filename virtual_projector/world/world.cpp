@@ -56,7 +56,10 @@ double World::get(std::string_view name) const {
     return parameter == nullptr ? 0 : parameter->get(settings_);
 }
 
-void World::draw_unit(std::uint64_t unit_seed) { vp::draw_unit(settings_, unit_seed); }
+void World::draw_unit(std::uint64_t unit_seed) {
+    unit_seed_ = unit_seed;
+    vp::draw_unit(settings_, unit_seed);
+}
 
 void World::restart_heat() { heat_ = {now_, settings_.heat.led_c}; }
 
@@ -91,7 +94,7 @@ int World::tmr_reading() const {
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }
 
-TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_}; }
+TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_, unit_seed_, settings_.room, now_}; }
 
 std::array<double, 3> World::gravity_now() const {
     return gravity_sample(settings_.gravity, pose_, hand_acceleration_g_, seed_,

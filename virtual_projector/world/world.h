@@ -65,6 +65,9 @@ public:
 
     std::uint64_t seed() const { return seed_; }
 
+    /// The seed of the unit before the wall; that of the standard unit is 1.
+    std::uint64_t unit_seed() const { return unit_seed_; }
+
     // --- Time --------------------------------------------------------------------------------------
     /// Works out what has become of everything at `now`. A time in the past changes nothing.
     void advance_to(Microseconds now);
@@ -127,6 +130,7 @@ private:
     double led_at(Microseconds time) const;
 
     std::uint64_t seed_;
+    std::uint64_t unit_seed_ = 1;
     Microseconds now_ = 0;
     Settings settings_;
     HeatCourse heat_;

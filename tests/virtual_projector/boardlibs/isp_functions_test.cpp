@@ -218,7 +218,7 @@ TEST_F(IspFunctions, CalibrateTheTrueOffsetsOfEveryPixel) {
     ASSERT_EQ(nx_calibration_generate_data(context.data(), generated.data()), 0);
     EXPECT_TRUE(is_good_calibration(generated.data()));
     const PixelOffsets found = chip_offsets(pack_calibration(generated));
-    const PixelOffsets truth = true_pixel_offsets(world.settings().tof, world.seed());
+    const PixelOffsets truth = true_pixel_offsets(world.settings().tof, world.unit_seed());
     for (std::size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], truth[i], 1.2);
 }
 

@@ -7,6 +7,7 @@
 
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/tof.h"
+#include "virtual_projector/world/vector.h"
 
 namespace vp::boardlibs {
 namespace {
@@ -16,12 +17,12 @@ struct PlaneFit : ::testing::Test {
 
     PlaneFit() {
         const Settings s = standard_settings();
-        scene = {s.pose, s.wall, s.tof, 1};
+        scene = {s.pose, s.wall, s.tof, 1, 1, s.room, 0};
         scene.tof.noise_mm = scene.tof.noise_per_mm = 0;
     }
     AngleResult result_of(int mode, const AngleLimits& limits = {}) const {
         std::array<std::uint16_t, max_points> distances{};
-        const auto zones = tof_zones(scene, mode, true_pixel_offsets(scene.tof, scene.seed), 0);
+        const auto zones = tof_zones(scene, mode, true_pixel_offsets(scene.tof, scene.unit_seed), 0);
         for (std::size_t i = 0; i < zones.size(); ++i) distances[i] = zones[i].distance_mm;
         const auto cloud = point_cloud(distances.data(), mode);
         return angle_result(fit_plane(cloud.data(), zone_count(mode)), limits);
@@ -82,6 +83,49 @@ TEST_F(PlaneFit, FromTheCeilingTheTiltIsTheOtherWayRound) {
     scene.pose.pitch_deg = 12;
     scene.pose.mounting = 2;
     EXPECT_NEAR(result_of(1).yaw, -1200, 12);
+}
+
+TEST_F(PlaneFit, SensesTheAnglesOfASensorMountedAtAnAngle) {
+    for (const double angle : {-20.0, -10.0, 2.0, 10.0}) {
+        scene.tof.tilt_offset_deg = angle;
+        scene.tof.turn_offset_deg = 0;
+        EXPECT_NEAR(result_of(1).yaw, 100 * angle, 12) << angle;
+        EXPECT_NEAR(result_of(1).pitch, 0, 12) << angle;
+        EXPECT_NEAR(result_of(1).distance_mm, 1500 / std::cos(radians(angle)), 2) << angle;
+        scene.tof.tilt_offset_deg = 0;
+        scene.tof.turn_offset_deg = angle;
+        EXPECT_NEAR(result_of(1).yaw, 0, 12) << angle;
+        EXPECT_NEAR(result_of(1).pitch, 100 * angle, 12) << angle;
+    }
+}
+
+// The library takes the rows to look 12 degrees up and down. Rows that really look a up and down, before a wall
+// tilted by p, make it find the slope tan(p) * tan(a) / tan(12 degrees). The same holds for columns and turns.
+TEST_F(PlaneFit, MistakesTheAngleOfASensorWhoseZonesLookElsewhere) {
+    for (const double wider : {0.9, 1.0, 1.1}) {
+        const double scale = std::tan(radians(12 * wider)) / std::tan(radians(12));
+        const double expected = degrees(std::atan(std::tan(radians(15)) * scale));
+        scene.tof.zone_row_angle_deg = 24 * wider;
+        scene.tof.zone_column_angle_deg = 24;
+        scene.pose.pitch_deg = 15;
+        scene.pose.yaw_deg = 0;
+        EXPECT_NEAR(result_of(0).yaw, 100 * expected, 12) << wider;
+        scene.tof.zone_row_angle_deg = 24;
+        scene.tof.zone_column_angle_deg = 24 * wider;
+        scene.pose.pitch_deg = 0;
+        scene.pose.yaw_deg = 15;
+        EXPECT_NEAR(result_of(0).pitch, 100 * expected, 12) << wider;
+    }
+}
+
+// A row that is short by the share e makes it find the slope e / ((2 - e) tan(12 degrees)).
+TEST_F(PlaneFit, TurnsALevelPictureForARowThatIsShort) {
+    for (const double percent : {1.0, 2.0, 5.0}) {
+        scene.tof.bias_tr_percent = scene.tof.bias_tl_percent = -percent;
+        const double e = percent / 100;
+        const double expected = -degrees(std::atan(e / ((2 - e) * std::tan(radians(12)))));
+        EXPECT_NEAR(result_of(0).yaw, 100 * expected, 12) << percent;
+    }
 }
 
 TEST_F(PlaneFit, FindsNoAngleBeyondTheLimits) {

@@ -277,7 +277,7 @@ TEST_F(Nds01Test, AWrittenCalibrationCorrectsItsZones) {
     build();
     start();
     CalibrationData data =
-        pack_calibration(generate_calibration(ideal_table(world.settings().tof, world.seed()), 500));
+        pack_calibration(generate_calibration(ideal_table(world.settings().tof, world.unit_seed()), 500));
     EXPECT_EQ(library_data(data.data(), calibration_size, 0x9000, 2), 12);
     EXPECT_NEAR(frame(*open(device))[0].distance, 1500, 6);
 }

@@ -100,6 +100,16 @@ TEST_F(WorldTest, ReadingOneSensorDoesNotChangeAnother) {
     EXPECT_EQ(world.gravity_now(), quiet.gravity_now());
 }
 
+TEST_F(WorldTest, ADrawnUnitTakesItsSensorsErrorsIntoEveryRun) {
+    World again(2);
+    world.draw_unit(5);
+    again.draw_unit(5);
+    EXPECT_EQ(world.tof_scene().unit_seed, 5u);
+    EXPECT_EQ(true_pixel_offsets(world.settings().tof, world.unit_seed()),
+              true_pixel_offsets(again.settings().tof, again.unit_seed()));
+    EXPECT_EQ(World(2).unit_seed(), World(1).unit_seed());
+}
+
 TEST_F(WorldTest, ALedTemperatureThatIsSetStays) {
     set("led.temperature_c", 56);
     world.advance_to(microseconds(3600));

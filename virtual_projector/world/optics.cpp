@@ -6,21 +6,21 @@
 namespace vp {
 namespace {
 
-constexpr double hot_from_c = 46;   // the lens mount begins to expand
-constexpr double hot_until_c = 58;  // the fan holds it there
-constexpr double cold_from_c = 42;
-constexpr double cold_until_c = 28;
 constexpr double um_per_mm = 1000;
 
-double part_of_way(double value, double from, double to) {
-    return std::clamp((value - from) / (to - from), 0.0, 1.0);
+// How much of the way from one temperature up to another is done; a way without length is a jump.
+double part_of_rise(double value, double from, double until) {
+    if (until <= from) return value > from ? 1 : 0;
+    return std::clamp((value - from) / (until - from), 0.0, 1.0);
 }
+
+double part_of_fall(double value, double from, double until) { return part_of_rise(-value, -from, -until); }
 
 }  // namespace
 
 double heat_drift_tmr(const LensSettings& lens, double led_c) {
-    return lens.hot_drift_tmr * part_of_way(led_c, hot_from_c, hot_until_c) +
-           lens.cold_drift_tmr * part_of_way(led_c, cold_from_c, cold_until_c);
+    return lens.hot_drift_tmr * part_of_rise(led_c, lens.hot_from_c, lens.hot_until_c) +
+           lens.cold_drift_tmr * part_of_fall(led_c, lens.cold_from_c, lens.cold_until_c);
 }
 
 // Thin lens: 1/f = 1/u + 1/v, so the image of a wall at u lies f^2 / (u - f) behind that of infinity.

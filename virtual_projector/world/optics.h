@@ -10,8 +10,10 @@ namespace vp {
 /// at this temperature. Nearer walls want the lens further to the right.
 double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double distance_mm, double led_c);
 
-/// How far the best focus has moved at this LED temperature from where it is between 42 and 46 C, in TMR
-/// units to the right.
+/// How far the best focus has moved at this LED temperature from where it is between the cold and the hot
+/// drift's begin, in TMR units to the right. Each drift grows evenly from its begin to its end:
+///     drift = hot_drift * clamp((T - hot_from) / (hot_until - hot_from), 0, 1)
+///           + cold_drift * clamp((cold_from - T) / (cold_from - cold_until), 0, 1)
 double heat_drift_tmr(const LensSettings& lens, double led_c);
 
 /// The reading that a perfect sensor would give for a lens position, polarity taken out: rising to the right.

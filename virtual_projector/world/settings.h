@@ -41,6 +41,10 @@ struct LensSettings {
     double sharpness_width_tmr = 0;
     double hot_drift_tmr = 0;
     double cold_drift_tmr = 0;
+    double hot_from_c = 0;
+    double hot_until_c = 0;
+    double cold_from_c = 0;
+    double cold_until_c = 0;
     double stuck = 0;
     double reversed = 0;
     double slip = 0;

@@ -22,6 +22,7 @@ enum class Stream : std::uint64_t {
     pixel_pattern,
     unit_spread,
     serial_number,
+    lens_steps,
 };
 
 class Noise {

@@ -18,16 +18,17 @@ double part_of_fall(double value, double from, double until) { return part_of_ri
 
 }  // namespace
 
-double heat_drift_tmr(const LensSettings& lens, double led_c) {
-    return lens.hot_drift_tmr * part_of_rise(led_c, lens.hot_from_c, lens.hot_until_c) +
-           lens.cold_drift_tmr * part_of_fall(led_c, lens.cold_from_c, lens.cold_until_c);
+double heat_drift_tmr(const LensSettings& lens, double barrel_c) {
+    return lens.hot_drift_tmr * part_of_rise(barrel_c, lens.hot_from_c, lens.hot_until_c) +
+           lens.cold_drift_tmr * part_of_fall(barrel_c, lens.cold_from_c, lens.cold_until_c) +
+           lens.barrel_drift_tmr_per_c * (barrel_c - lens.barrel_reference_c);
 }
 
 // Thin lens: 1/f = 1/u + 1/v, so the image of a wall at u lies f^2 / (u - f) behind that of infinity.
-double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double distance_mm, double led_c) {
+double best_focus_steps(const LensSettings& lens, const TmrSettings& tmr, double distance_mm, double barrel_c) {
     const double f = lens.focal_length_mm;
     const double shift_um = f * f / (distance_mm - f) * um_per_mm;
-    return lens.infinity_steps + shift_um / lens.step_um + heat_drift_tmr(lens, led_c) / tmr.slope_per_step;
+    return lens.infinity_steps + shift_um / lens.step_um + heat_drift_tmr(lens, barrel_c) / tmr.slope_per_step;
 }
 
 double ideal_tmr(const TmrSettings& tmr, double position_steps) {

@@ -70,10 +70,26 @@ const std::vector<Parameter> table = {
     {"lens.hot_from_c", "C", 46, -20, 120, fraction, "the hot drift begins here", VP_FIELD(lens.hot_from_c)},
     {"lens.hot_until_c", "C", 58, -20, 120, fraction, "and is complete here; not above its begin: at once",
      VP_FIELD(lens.hot_until_c)},
-    {"lens.cold_from_c", "C", 42, -20, 120, fraction, "the cold drift begins here",
-     VP_FIELD(lens.cold_from_c)},
+    {"lens.cold_from_c", "C", 42, -20, 120, fraction, "the cold drift begins here", VP_FIELD(lens.cold_from_c)},
     {"lens.cold_until_c", "C", 28, -20, 120, fraction, "and is complete here; not below its begin: at once",
      VP_FIELD(lens.cold_until_c)},
+    {"lens.barrel_c", "C", 45, -20, 120, fraction, "temperature of the lens barrel now",
+     VP_FIELD(lens.barrel_c)},
+    {"lens.barrel_time_constant_s", "s", 0, 0, 3600, fraction,
+     "the barrel follows the LED in this time; 0: at once", VP_FIELD(lens.barrel_time_constant_s)},
+    {"lens.barrel_reference_c", "C", 44, -20, 120, fraction, "barrel at which the two below make no difference",
+     VP_FIELD(lens.barrel_reference_c)},
+    {"lens.barrel_drift_tmr_per_c", "TMR/C", 0, -20, 20, fraction,
+     "best focus moves so far for each degree above it", VP_FIELD(lens.barrel_drift_tmr_per_c)},
+    {"lens.backlash_per_c", "1/C", 0, -0.05, 0.05, fraction,
+     "share by which backlash grows for each degree above it", VP_FIELD(lens.backlash_per_c)},
+    {"lens.backlash_growth_steps", "steps", 0, 0, 10, fraction,
+     "backlash grows so far in 1000 reversals of the motor", VP_FIELD(lens.backlash_growth_steps)},
+    {"lens.lost_step_probability", "", 0, 0, 0.05, fraction,
+     "of a full step to be lost at the motor's own speed, far from a stop",
+     VP_FIELD(lens.lost_step_probability)},
+    {"lens.lost_step_stop_factor", "", 4, 1, 100, fraction, "so many times as likely at a stop",
+     VP_FIELD(lens.lost_step_stop_factor)},
     {"lens.stuck", "", 0, 0, 1, whole, "1: the motor turns and the lens stays", VP_FIELD(lens.stuck)},
     {"lens.reversed", "", 0, 0, 1, whole, "1: the motor is wired the wrong way round", VP_FIELD(lens.reversed)},
     {"lens.slip", "", 0, 0, 1, fraction, "part of each step that is lost", VP_FIELD(lens.slip)},
@@ -89,6 +105,10 @@ const std::vector<Parameter> table = {
      VP_FIELD(tmr.noise_sigma)},
     {"tmr.bus_error", "", 0, 0, 1, whole, "1: the sensor's bus is broken, it reads 32767",
      VP_FIELD(tmr.bus_error)},
+    {"tmr.nonlinearity", "", 0, 0, 0.02, fraction, "largest deviation as a share of the whole travel's reading",
+     VP_FIELD(tmr.nonlinearity)},
+    {"tmr.hysteresis", "TMR", 0, 0, 100, fraction, "between readings after moves to either side",
+     VP_FIELD(tmr.hysteresis)},
 
     {"tof.range_mm", "mm", 4000, 100, 20000, fraction, "a zone beyond it is not measured",
      VP_FIELD(tof.range_mm)},
@@ -132,6 +152,9 @@ const std::vector<Parameter> table = {
      VP_FIELD(gravity.period_ms)},
     {"gravity.error_code", "", 0, 0, 255, whole, "what the gravity sensor's error node says",
      VP_FIELD(gravity.error_code)},
+
+    {"wear.reversals", "", 0, 0, 1e9, whole, "changes of the motor's direction before the run",
+     VP_FIELD(lens.reversals_before)},
 
     {"unit.calibrated", "", 1, 0, 1, whole, "0: the permanent record is blank", VP_FIELD(unit.calibrated)},
     {"unit.gsensor_flag", "", 1, 0, 9, whole, "gravity sensor's flag in the record; 1: calibrated",
@@ -209,8 +232,9 @@ std::string unknown_parameter(std::string_view name) {
             dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
         if (same_area) known.push_back(parameter.name);
     }
-    return known.empty() ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, board"
-                         : text + "; there are " + join(known);
+    return known.empty()
+               ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, wear, unit, board"
+               : text + "; there are " + join(known);
 }
 
 const Parameter* find_parameter(std::string_view name) {

@@ -45,6 +45,15 @@ struct LensSettings {
     double hot_until_c = 0;
     double cold_from_c = 0;
     double cold_until_c = 0;
+    double barrel_c = 0;
+    double barrel_time_constant_s = 0;
+    double barrel_reference_c = 0;
+    double barrel_drift_tmr_per_c = 0;
+    double backlash_per_c = 0;
+    double backlash_growth_steps = 0;
+    double reversals_before = 0;
+    double lost_step_probability = 0;
+    double lost_step_stop_factor = 1;
     double stuck = 0;
     double reversed = 0;
     double slip = 0;
@@ -57,6 +66,8 @@ struct TmrSettings {
     double polarity = 1;
     double noise_sigma = 0;
     double bus_error = 0;
+    double nonlinearity = 0;
+    double hysteresis = 0;
 };
 
 struct TofSettings {

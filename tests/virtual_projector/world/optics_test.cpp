@@ -103,5 +103,19 @@ TEST_F(Optics, TheTablesScaleRisesToTheRightForEitherPolarity) {
     EXPECT_GT(ideal_tmr(s.tmr, 20), ideal_tmr(s.tmr, 19));
 }
 
+TEST_F(Optics, TheBarrelMovesTheBestFocusForEachDegreeFromItsReference) {
+    s.lens.hot_drift_tmr = s.lens.cold_drift_tmr = 0;
+    s.lens.barrel_drift_tmr_per_c = -1.5;
+    s.lens.barrel_reference_c = 44;
+    struct {
+        double barrel_c;
+        double drift_tmr;
+    } const table[] = {{44, 0}, {54, -15}, {24, 30}};
+    for (const auto& [barrel_c, drift_tmr] : table) {
+        EXPECT_NEAR(heat_drift_tmr(s.lens, barrel_c), drift_tmr, 1e-12) << barrel_c;
+        EXPECT_NEAR((best(1500, barrel_c) - best(1500, 44)) * s.tmr.slope_per_step, drift_tmr, 1e-9);
+    }
+}
+
 }  // namespace
 }  // namespace vp

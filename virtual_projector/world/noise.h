@@ -23,6 +23,8 @@ enum class Stream : std::uint64_t {
     unit_spread,
     serial_number,
     lens_steps,
+    gravity_spikes,
+    knocks,
 };
 
 class Noise {

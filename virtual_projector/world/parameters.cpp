@@ -152,6 +152,28 @@ const std::vector<Parameter> table = {
      VP_FIELD(gravity.period_ms)},
     {"gravity.error_code", "", 0, 0, 255, whole, "what the gravity sensor's error node says",
      VP_FIELD(gravity.error_code)},
+    {"gravity.bias_drift_mg_per_c", "mg/C", 0, -1, 1, fraction,
+     "bias of each axis for each degree of the case above 25 C", VP_FIELD(gravity.bias_drift_mg_per_c)},
+    {"gravity.mount_pitch_deg", "deg", 0, -10, 10, fraction, "sensor looks so far above the optical axis",
+     VP_FIELD(gravity.mount_pitch_deg)},
+    {"gravity.mount_roll_deg", "deg", 0, -10, 10, fraction,
+     "sensor is turned so far about the optical axis, right side up", VP_FIELD(gravity.mount_roll_deg)},
+    {"gravity.fan_vibration_mg", "mg", 0, 0, 500, fraction, "amplitude of the fan's vibration along each axis",
+     VP_FIELD(gravity.fan_vibration_mg)},
+    {"gravity.fan_hz", "Hz", 67, 1, 1000, fraction, "turns of the fan in a second", VP_FIELD(gravity.fan_hz)},
+    {"gravity.fan_harmonics", "", 1, 1, 10, whole,
+     "so many harmonics, the k-th 1/k as strong; 1: the turn alone", VP_FIELD(gravity.fan_harmonics)},
+    {"gravity.spike_probability", "", 0, 0, 0.05, fraction, "of a sample to be hit by a spike",
+     VP_FIELD(gravity.spike_probability)},
+    {"gravity.spike_mg", "mg", 500, 0, 8000, fraction, "size of a spike, on one axis, up or down",
+     VP_FIELD(gravity.spike_mg)},
+
+    {"hand.knocks_per_h", "1/h", 0, 0, 3600, fraction, "knocks that the unit gets by chance",
+     VP_FIELD(hand.knocks_per_h)},
+    {"hand.knock_g", "g", 0.03, 0, 2, fraction, "strength of these", VP_FIELD(hand.knock_g)},
+    {"hand.table_sink_deg_per_h", "deg/h", 0, -60, 60, fraction,
+     "the table sinks: the optical axis rises so fast while nobody holds the unit",
+     VP_FIELD(hand.table_sink_deg_per_h)},
 
     {"wear.reversals", "", 0, 0, 1e9, whole, "changes of the motor's direction before the run",
      VP_FIELD(lens.reversals_before)},
@@ -233,7 +255,8 @@ std::string unknown_parameter(std::string_view name) {
         if (same_area) known.push_back(parameter.name);
     }
     return known.empty()
-               ? text + "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, wear, unit, board"
+               ? text +
+                     "; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, hand, wear, unit, board"
                : text + "; there are " + join(known);
 }
 

@@ -95,6 +95,20 @@ struct GravitySettings {
     double noise_sigma = 0;
     double period_ms = 0;
     double error_code = 0;
+    double bias_drift_mg_per_c = 0;
+    double mount_pitch_deg = 0;
+    double mount_roll_deg = 0;
+    double fan_vibration_mg = 0;
+    double fan_hz = 0;
+    double fan_harmonics = 0;
+    double spike_probability = 0;
+    double spike_mg = 0;
+};
+
+struct HandSettings {
+    double knocks_per_h = 0;
+    double knock_g = 0;
+    double table_sink_deg_per_h = 0;
 };
 
 struct UnitSettings {
@@ -129,6 +143,7 @@ struct Settings {
     TmrSettings tmr;
     TofSettings tof;
     GravitySettings gravity;
+    HandSettings hand;
     UnitSettings unit;
     BoardSettings board;
 };

@@ -7,6 +7,7 @@
 #include "virtual_projector/world/noise.h"
 #include "virtual_projector/world/optics.h"
 #include "virtual_projector/world/unit_record.h"
+#include "virtual_projector/world/vibration.h"
 
 namespace vp {
 namespace {
@@ -14,6 +15,7 @@ namespace {
 constexpr int tmr_limit = 2000;  // the sensor's range
 constexpr int broken_bus_reading = 32767;
 constexpr double half_step = 0.5;
+constexpr double seconds_per_hour = 3600;
 
 bool begins_with(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
@@ -26,7 +28,12 @@ bool concerns_heat(std::string_view name) {
 }  // namespace
 
 World::World(std::uint64_t seed)
-    : seed_(seed), settings_(standard_settings()), motor_(seed), hand_(seed), pose_(settings_.pose) {
+    : seed_(seed),
+      settings_(standard_settings()),
+      motor_(seed),
+      hand_(seed),
+      pose_(settings_.pose),
+      firm_pose_(settings_.pose) {
     heat_cycles_ = HeatCycles(settings_.lens.barrel_c);
     restart_heat();
 }
@@ -37,9 +44,15 @@ void World::advance_to(Microseconds now) {
     motor_.advance_to(now, settings_.lens);
     settings_.heat.led_c = led_at(now);
     settings_.lens.barrel_c = barrel_at(now);
-    const HandState hand = hand_.state_at(now, settings_.pose);
+    const HandState hand = hand_.state_at(now, firm_pose_);
+    firm_pose_ = hand.meant;
     settings_.pose = hand.meant;
     pose_ = hand.pose;
+    if (settings_.hand.table_sink_deg_per_h != 0) {
+        const double sunk = sunk_deg();
+        settings_.pose.pitch_deg += sunk;
+        pose_.pitch_deg += sunk;
+    }
     hand_acceleration_g_ = hand.acceleration_g;
 }
 
@@ -49,6 +62,7 @@ std::string World::set(std::string_view name, double value) {
     const HeatCycles cycles = is_heat ? heat_cycles_now() : heat_cycles_;
     std::string error = set_parameter(settings_, name, value);
     if (!error.empty()) return error;
+    if (begins_with(name, "pose.") || name == "hand.table_sink_deg_per_h") keep_sunk();
     if (begins_with(name, "pose.")) {
         hand_.let_go();
         pose_ = settings_.pose;
@@ -104,7 +118,24 @@ double World::led_at(Microseconds time) const {
     return final_c + (heat_.from_c - final_c) * left;
 }
 
-void World::begin(const Gesture& gesture) { hand_.begin(now_, settings_.pose, gesture); }
+void World::begin(const Gesture& gesture) {
+    keep_sunk();
+    hand_.begin(now_, settings_.pose, gesture);
+}
+
+// While somebody holds or moves the unit its table does not matter.
+double World::sunk_deg() const {
+    if (hand_.holds()) return 0;
+    const Microseconds from = std::max(sinks_from_, std::min(hand_.end_time(), now_));
+    return settings_.hand.table_sink_deg_per_h * seconds(now_ - from) / seconds_per_hour;
+}
+
+// What the table has sunk becomes part of the pose in which the unit rests.
+void World::keep_sunk() {
+    if (!hand_.holds() && !hand_.is_moving(now_)) hand_.let_go();
+    firm_pose_ = settings_.pose;
+    sinks_from_ = now_;
+}
 
 void World::key(std::uint16_t code, std::int32_t value) { keys_.push_back({now_, code, value}); }
 
@@ -134,8 +165,9 @@ int World::tmr_reading() const {
 TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_}; }
 
 std::array<double, 3> World::gravity_now() const {
-    return gravity_sample(settings_.gravity, pose_, hand_acceleration_g_, seed_,
-                          gravity_sample_index(settings_.gravity, now_));
+    const Vec3 knocked{chance_knock_g(settings_.hand, seed_, now_), 0, 0};
+    return gravity_sample(settings_.gravity, pose_, hand_acceleration_g_ + knocked, seed_,
+                          gravity_sample_index(settings_.gravity, now_), settings_.lens.barrel_c);
 }
 
 int World::led_reading_c() const { return static_cast<int>(std::lround(settings_.heat.led_c)); }

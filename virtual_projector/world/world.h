@@ -136,7 +136,12 @@ private:
     HeatCycles heat_cycles_{0};
     LensMotor motor_;
     Hand hand_;
-    Pose pose_;  // as it really is; the settings hold the pose that is meant
+    double sunk_deg() const;
+    void keep_sunk();
+
+    Pose pose_;       // as it really is; the settings hold the pose that is meant
+    Pose firm_pose_;  // the meant one without what the table has sunk since the last change
+    Microseconds sinks_from_ = 0;
     Vec3 hand_acceleration_g_;
     Display display_;
     std::vector<KeyEvent> keys_;

@@ -67,7 +67,8 @@ TEST(Parameters, UnknownOnesNameTheirNeighbours) {
     EXPECT_EQ(set_parameter(settings, "wall.colour", 1),
               "unknown parameter 'wall.colour'; there are wall.lean_deg, wall.reflectivity");
     EXPECT_EQ(set_parameter(settings, "colour", 1),
-              "unknown parameter 'colour'; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, unit, "
+              "unknown parameter 'colour'; the areas are pose, wall, heat, led, lens, tmr, tof, gravity, hand, "
+              "wear, unit, "
               "board");
 }
 

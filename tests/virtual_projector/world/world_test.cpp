@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/world/vibration.h"
+
 namespace vp {
 namespace {
 
@@ -237,6 +239,53 @@ TEST_F(WorldTest, TheTmrReadingLagsByTheSideTheLensCameFrom) {
     world.advance_to(8000);
     EXPECT_EQ(world.settings().lens.position_steps, 18);
     EXPECT_EQ(world.tmr_reading(), 6 + 4);
+}
+
+TEST_F(WorldTest, ATableSinksEvenlyWhileNobodyHoldsTheUnit) {
+    set("hand.table_sink_deg_per_h", 2);
+    set("pose.pitch_deg", 3);
+    world.advance_to(microseconds(1800));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 4, 1e-12);
+    EXPECT_NEAR(world.get("pose.pitch_deg"), 4, 1e-12);
+    world.begin({GestureKind::bump, microseconds(0.06), {}});
+    world.advance_to(microseconds(3600) + 60000);
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 5, 1e-12);
+    set("hand.table_sink_deg_per_h", 0);
+    world.advance_to(microseconds(7200));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 5, 1e-12);
+    set("hand.table_sink_deg_per_h", 2);
+    world.begin({GestureKind::pick_up, microseconds(1), {}});
+    world.advance_to(microseconds(9000));
+    EXPECT_NEAR(world.get("pose.pitch_deg"), 5, 1e-12);
+    set("pose.pitch_deg", 0);
+    world.advance_to(microseconds(9000 + 900));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 0.5, 1e-12);
+}
+
+TEST_F(WorldTest, SinkingDoesNotDependOnHowOftenItIsLookedAt) {
+    World often(1);
+    for (World* w : {&world, &often}) w->set("hand.table_sink_deg_per_h", 0.7);
+    for (int s = 1; s <= 1000; ++s) often.advance_to(microseconds(s));
+    world.advance_to(microseconds(1000));
+    EXPECT_EQ(often.truth().pose.pitch_deg, world.truth().pose.pitch_deg);
+}
+
+TEST_F(WorldTest, KnocksByChanceAreFeltAndPass) {
+    set("gravity.noise_sigma", 0);
+    const auto still = world.gravity_now();
+    set("hand.knocks_per_h", 3600);
+    set("hand.knock_g", 0.1);
+    world.advance_to(microseconds(1) + knock_duration / 4);
+    EXPECT_NEAR(world.gravity_now()[0], still[0] - 100, 1e-6);
+    world.advance_to(microseconds(1) + knock_duration);
+    EXPECT_EQ(world.gravity_now(), still);
+}
+
+TEST_F(WorldTest, TheGravitySensorIsAsWarmAsTheBarrel) {
+    set("gravity.noise_sigma", 0);
+    const auto before = world.gravity_now();
+    set("gravity.bias_drift_mg_per_c", 1);
+    EXPECT_NEAR(world.gravity_now()[1], before[1] + 20, 1e-9);
 }
 
 }  // namespace

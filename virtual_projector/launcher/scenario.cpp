@@ -100,6 +100,7 @@ GestureEvent read_gesture(const LocatedJson& json) {
     event.kind = *gesture_named(json.member("gesture").one_of(gesture_names()));
     event.duration = json.has("for_s") ? read_seconds(json.member("for_s")) : usual_duration(event.kind);
     if (json.has("to")) event.to = read_pose(json.member("to"));
+    if (json.has("strength_g")) event.strength_g = json.member("strength_g").number(0, 2);
     return event;
 }
 
@@ -131,7 +132,7 @@ Action read_action(const LocatedJson& json) {
         return SetEvent{read_parameters(json.member("set"))};
     }
     if (json.has("gesture")) {
-        json.allow_members({"at_s", "what", "gesture", "to", "for_s"});
+        json.allow_members({"at_s", "what", "gesture", "to", "for_s", "strength_g"});
         return read_gesture(json);
     }
     if (json.has("block")) {
@@ -216,8 +217,8 @@ const char* scenario_format() {
   "faults": [FAULT]         from the start
   "events": [EVENT]         each an object with "at_s": SECONDS, perhaps "what": TEXT, and one of
     "set": {NAME: VALUE}
-    "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over or hang; perhaps with )"
-           R"("to": {MEMBER OF THE POSE: VALUE} and "for_s": SECONDS
+    "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over, hang, bump or slide; perhaps )"
+           R"(with "to": {MEMBER OF THE POSE: VALUE}, "for_s": SECONDS and of a bump "strength_g": G
     "block": [ZONE]         tr, br, tl, bl; with "distance_mm": MM and perhaps "for_s": SECONDS
     "key": CODE             perhaps with "value": 1 pressed, 0 released, 2 repeated
     "fault": FAULT

@@ -30,6 +30,7 @@ struct GestureEvent {
     GestureKind kind = GestureKind::carry;
     Microseconds duration = 0;
     ParameterValues to;
+    double strength_g = usual_bump_g;  // of a bump
 };
 
 /// Something stands before ToF zones ("tr", "br", "tl", "bl") for a while; without an end, for good.

@@ -57,7 +57,7 @@ struct Happening {
     }
     void operator()(const GestureEvent& gesture) const {
         targets.with_world([&](World& world) {
-            world.begin({gesture.kind, gesture.duration, pose_after(world, gesture.to)});
+            world.begin({gesture.kind, gesture.duration, pose_after(world, gesture.to), gesture.strength_g});
         });
     }
     void operator()(const BlockEvent& blocked) const {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "virtual_projector/world/noise.h"
+#include "virtual_projector/world/vibration.h"
 
 namespace vp {
 namespace {
@@ -43,7 +44,7 @@ struct NamedGesture {
     double usual_s;
 };
 
-constexpr std::array<NamedGesture, 8> gestures = {{
+constexpr std::array<NamedGesture, 10> gestures = {{
     {GestureKind::pick_up, "pick_up", 0.8},
     {GestureKind::carry, "carry", 3},
     {GestureKind::set_down, "set_down", 1.2},
@@ -52,6 +53,8 @@ constexpr std::array<NamedGesture, 8> gestures = {{
     {GestureKind::slow_shake, "slow_shake", 9},
     {GestureKind::turn_over, "turn_over", 3},
     {GestureKind::hang, "hang", 6},
+    {GestureKind::bump, "bump", 0.06},
+    {GestureKind::slide, "slide", 20},
 }};
 
 const NamedGesture& entry(GestureKind kind) {
@@ -87,6 +90,7 @@ double grip_after(GestureKind kind, double grip_before) {
         case GestureKind::set_down:
         case GestureKind::tilt:
         case GestureKind::hang:
+        case GestureKind::slide:
             return 0;
         default:
             return grip_before;
@@ -122,7 +126,13 @@ Pose on_the_way(const Pose& from, const Pose& to, double part) {
 }
 
 bool stays_in_place(GestureKind kind) {
-    return kind == GestureKind::pick_up || kind == GestureKind::shake || kind == GestureKind::slow_shake;
+    return kind == GestureKind::pick_up || kind == GestureKind::shake || kind == GestureKind::slow_shake ||
+           kind == GestureKind::bump;
+}
+
+// Only a hand trembles; what happens to the table or to the foot does not.
+bool is_by_hand(GestureKind kind) {
+    return kind != GestureKind::tilt && kind != GestureKind::bump && kind != GestureKind::slide;
 }
 
 double lift_of(GestureKind kind) {
@@ -210,7 +220,9 @@ double Hand::grip_at(Microseconds now) const {
 }
 
 Pose Hand::meant_at(Microseconds now) const {
-    return is_moving(now) ? on_the_way(from_, gesture_.to, part_at(now)) : gesture_.to;
+    if (!is_moving(now)) return gesture_.to;
+    if (gesture_.kind == GestureKind::slide) return blend(from_, gesture_.to, part_at(now));
+    return on_the_way(from_, gesture_.to, part_at(now));
 }
 
 Pose Hand::really_at(Microseconds now) const {
@@ -228,10 +240,12 @@ Pose Hand::really_at(Microseconds now) const {
     return pose;
 }
 
-// The way to the wall and the way up each have the acceleration of the smooth movement; shaking jolts the
-// unit sideways, and setting down ends with a bump.
+// A slide is felt by nobody, a bump as a knock. The way to the wall and the way up each have the acceleration
+// of the smooth movement; shaking jolts the unit sideways, and setting down ends with a bump.
 Vec3 Hand::acceleration_at(Microseconds now) const {
-    if (!is_moving(now)) return {};
+    if (!is_moving(now) || gesture_.kind == GestureKind::slide) return {};
+    if (gesture_.kind == GestureKind::bump)
+        return {knock_g(gesture_.strength_g, now - start_, gesture_.duration), 0, 0};
     const double part = part_at(now);
     const double duration_s = seconds(gesture_.duration);
     const double per_mm = smooth_acceleration(part) / (duration_s * duration_s * gravity_mm_per_s2);
@@ -243,7 +257,7 @@ Vec3 Hand::acceleration_at(Microseconds now) const {
 }
 
 Vec3 Hand::tremor_at(Microseconds now) const {
-    const bool is_touched = grip_at(now) > 0 || (is_moving(now) && gesture_.kind != GestureKind::tilt);
+    const bool is_touched = grip_at(now) > 0 || (is_moving(now) && is_by_hand(gesture_.kind));
     if (!is_touched) return {};
     const Noise noise(seed_, Stream::hand);
     const std::int64_t index = now / tremor_period_us;

@@ -23,13 +23,19 @@ enum class GestureKind {
     slow_shake,  // moved about slowly and far
     turn_over,   // turned about its optical axis to another mounting
     hang,        // turned over, lifted and fixed to the ceiling
+    bump,        // somebody bumps against its table: a knock, and it stands as before
+    slide,       // slides to another pose as evenly as if nothing moved it
 };
 
-/// One gesture. Where `to` matters (all but the shakes and pick_up) the unit ends at it.
+/// Of a bump; less than what a shake is known by.
+constexpr double usual_bump_g = 0.05;
+
+/// One gesture. Where `to` matters (all but the shakes, pick_up and bump) the unit ends at it.
 struct Gesture {
     GestureKind kind = GestureKind::carry;
     Microseconds duration = 0;
     Pose to;
+    double strength_g = usual_bump_g;  // of a bump
 };
 
 /// The gesture of this name ("pick_up", "set_down", ...), if there is one.
@@ -61,6 +67,9 @@ public:
     /// True while a gesture is under way at `now`.
     bool is_moving(Microseconds now) const;
     Microseconds end_time() const { return start_ + gesture_.duration; }
+
+    /// True from the begin of a gesture after which the unit stays in the hand.
+    bool holds() const { return has_gesture_ && grip_after_ > 0; }
 
     /// Where the unit is at `now`, which is not before the gesture's begin. `resting` is its pose when no
     /// gesture has ever been made or the last one was let go of.

@@ -3,19 +3,20 @@
 #include <algorithm>
 #include <cmath>
 
+#include "virtual_projector/world/noise.h"
+
 namespace vp {
 namespace {
 
 constexpr double tiny_steps = 1e-9;  // less than any real travel: sums of step sizes are not exact
 
-double backlash_steps(const LensSettings& lens, Side side) {
-    return side == Side::left ? lens.left_backlash_steps : lens.right_backlash_steps;
-}
+constexpr double stop_reach_steps = 2;  // how far from a stop the nut begins to run hard
+constexpr double reversals_of_growth = 1000;
 
 // The state of the backlash counts from 0 (taken up to the left) to 1 (taken up to the right), whatever each
 // way costs. Returns the motor steps that are left over for the lens.
-double take_up_backlash(LensSettings& lens, Side side, double motor_steps) {
-    const double backlash = backlash_steps(lens, side);
+double take_up_backlash(LensSettings& lens, const Backlash& both, Side side, double motor_steps) {
+    const double backlash = side == Side::left ? both.left : both.right;
     const double open = side == Side::left ? lens.backlash_state : 1 - lens.backlash_state;
     const double needed = open * backlash;
     if (motor_steps >= needed - tiny_steps) {
@@ -32,21 +33,40 @@ bool is_at_end(const LensSettings& lens, Side side) {
                               : lens.position_steps >= lens.travel_steps - tiny_steps;
 }
 
-}  // namespace
-
-void turn_motor(LensSettings& lens, Side side, double motor_steps) {
+void turn(LensSettings& lens, const Backlash& backlash, Side side, double motor_steps) {
     if (lens.stuck != 0) return;
     const Side driven = lens.reversed != 0 ? opposite(side) : side;
-    const double steps = take_up_backlash(lens, driven, motor_steps) * (1 - lens.slip);
+    const double steps = take_up_backlash(lens, backlash, driven, motor_steps) * (1 - lens.slip);
     const double moved = lens.position_steps + (driven == Side::left ? -steps : steps);
     lens.position_steps = std::clamp(moved, 0.0, lens.travel_steps);
+}
+
+}  // namespace
+
+Backlash backlash_of(const LensSettings& lens, double reversals) {
+    const double warm = 1 + lens.backlash_per_c * (lens.barrel_c - lens.barrel_reference_c);
+    const double grown = lens.backlash_growth_steps * (reversals / reversals_of_growth);
+    return {std::max(lens.left_backlash_steps * warm + grown, 0.0),
+            std::max(lens.right_backlash_steps * warm + grown, 0.0)};
+}
+
+double lost_step_probability(const LensSettings& lens, double full_steps_per_s) {
+    const double relative_speed = full_steps_per_s / lens.speed_steps_per_s;
+    const double to_stop = std::min(lens.position_steps, lens.travel_steps - lens.position_steps);
+    const double near_stop = 1 + (lens.lost_step_stop_factor - 1) * std::exp(-to_stop / stop_reach_steps);
+    return std::min(lens.lost_step_probability * relative_speed * relative_speed * near_stop, 1.0);
+}
+
+void turn_motor(LensSettings& lens, Side side, double motor_steps) {
+    turn(lens, backlash_of(lens, lens.reversals_before), side, motor_steps);
 }
 
 bool LensMotor::add(Microseconds now, const LensMove& move, const LensSettings& lens) {
     if (queue_.size() >= queue_limit) return false;
     if (move.count <= 0) return true;
     const Microseconds own_period = microseconds(1 / lens.speed_steps_per_s);
-    queue_.push_back({move, step_period_ > 0 ? step_period_ : own_period, 0, 0});
+    const Backlash backlash = backlash_of(lens, lens.reversals_before + static_cast<double>(reversals_));
+    queue_.push_back({move, step_period_ > 0 ? step_period_ : own_period, backlash, 0, 0});
     if (queue_.size() == 1) take_next(now, lens);
     return true;
 }
@@ -62,8 +82,25 @@ bool LensMotor::is_done(const Running& running, const LensSettings& lens) const 
     return running.move.until_end && is_at_end(lens, running.move.side);
 }
 
+bool LensMotor::is_lost(const Running& running, const LensSettings& lens) const {
+    if (lens.lost_step_probability == 0) return false;
+    const double speed = running.move.step_size / seconds(running.period);
+    const Noise noise(seed_, Stream::lens_steps);
+    return noise.uniform(steps_made_) < lost_step_probability(lens, speed);
+}
+
+void LensMotor::turn_lens(const Running& running, LensSettings& lens) {
+    const double before = lens.position_steps;
+    turn(lens, running.backlash, running.move.side, running.move.step_size);
+    if (lens.position_steps == before) return;
+    lens_moved_last_ = lens.position_steps < before ? Side::left : Side::right;
+}
+
 void LensMotor::make_step(Running& running, LensSettings& lens) {
-    turn_motor(lens, running.move.side, running.move.step_size);
+    if (turned_last_ && *turned_last_ != running.move.side) ++reversals_;
+    turned_last_ = running.move.side;
+    if (!is_lost(running, lens)) turn_lens(running, lens);
+    ++steps_made_;
     ++running.done;
     counted_ += running.move.side == Side::left ? -running.move.step_size : running.move.step_size;
     if (running.move.until_end && is_at_end(lens, running.move.side)) {

@@ -2,12 +2,14 @@
 //
 // The motor makes its steps one by one at a fixed speed. Between motor and lens there is backlash: after each
 // change of direction the first steps move nothing. Moves that are asked for while the motor runs are
-// queued.
+// queued. Heat and wear change the backlash; a step can be lost.
 #ifndef VIRTUAL_PROJECTOR_WORLD_LENS_H
 #define VIRTUAL_PROJECTOR_WORLD_LENS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <optional>
 
 #include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
@@ -23,9 +25,30 @@ struct LensMove {
     bool until_end = false;  // ends as soon as the lens is at the end stop of its side
 };
 
+/// Full steps that are lost on turning to each side.
+struct Backlash {
+    double left = 0;
+    double right = 0;
+};
+
+/// With the barrel as warm as it is, after so many reversals of the motor:
+///     nominal * (1 + backlash_per_c * (barrel - reference)) + backlash_growth * reversals / 1000
+/// and never less than none. Plastic gears and nuts gain play with warmth and with use.
+Backlash backlash_of(const LensSettings& lens, double reversals);
+
+/// That a step is lost: a stepper's torque falls with its speed, and the nut runs hard near a stop (makers'
+/// pull-out curves; here a square law and an exponential one):
+///     p = p0 * (v / v0)^2 * (1 + (k - 1) e^(-d / 2 steps)), at most 1
+/// with p0 lens.lost_step_probability, v the speed and v0 the motor's own in full steps a second, k
+/// lens.lost_step_stop_factor and d the full steps to the nearer stop.
+double lost_step_probability(const LensSettings& lens, double full_steps_per_s);
+
 class LensMotor {
 public:
     static constexpr std::size_t queue_limit = 16;
+
+    /// The seed says which steps are lost.
+    explicit LensMotor(std::uint64_t seed = 1) : seed_(seed) {}
 
     /// Makes all steps that are due. Lens position and backlash in `lens` follow.
     void advance_to(Microseconds now, LensSettings& lens);
@@ -44,6 +67,9 @@ public:
     /// The driver's own count of full steps from the left end, which knows nothing of backlash and lost steps.
     double counted_position() const { return counted_; }
 
+    /// Which way the lens itself moved last; nothing before its first movement.
+    std::optional<Side> lens_moved_last() const { return lens_moved_last_; }
+
     /// Drops everything that is queued; the lens stays where it is.
     void stop() { queue_.clear(); }
 
@@ -51,17 +77,25 @@ private:
     struct Running {
         LensMove move;
         Microseconds period = 0;
+        Backlash backlash;           // as it is when the move is ordered
         Microseconds next_step = 0;  // time of the next step; of a waiting move: not yet known
         int done = 0;
     };
 
     bool is_done(const Running& running, const LensSettings& lens) const;
+    bool is_lost(const Running& running, const LensSettings& lens) const;
     void make_step(Running& running, LensSettings& lens);
+    void turn_lens(const Running& running, LensSettings& lens);
     void take_next(Microseconds from, const LensSettings& lens);
 
     std::deque<Running> queue_;
     Microseconds step_period_ = 0;
     double counted_ = 0;
+    std::uint64_t seed_;
+    std::int64_t steps_made_ = 0;
+    std::int64_t reversals_ = 0;
+    std::optional<Side> turned_last_;  // the motor
+    std::optional<Side> lens_moved_last_;
 };
 
 /// Moves the motor by `motor_steps` full steps (of either size) to a side: backlash first, then the lens,

@@ -25,6 +25,9 @@ enum class Stream : std::uint64_t {
     tof_outliers,
     tof_missing,
     tof_frame_jitter,
+    lens_steps,
+    gravity_spikes,
+    knocks,
 };
 
 class Noise {

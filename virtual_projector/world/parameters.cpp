@@ -1,5 +1,6 @@
 #include "virtual_projector/world/parameters.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -142,10 +143,33 @@ const std::vector<Parameter> table = {
      VP_FIELD(lens.speed_steps_per_s)},
     {"lens.sharpness_width_tmr", "TMR", 85, 1, 10000, fraction, "lens error at which sharpness is 0.37",
      VP_FIELD(lens.sharpness_width_tmr)},
-    {"lens.hot_drift_tmr", "TMR", -20, -500, 500, fraction, "best focus moves so far from 46 to 58 C",
+    {"lens.hot_drift_tmr", "TMR", -20, -500, 500, fraction, "best focus moves so far as the lens gets hot",
      VP_FIELD(lens.hot_drift_tmr)},
-    {"lens.cold_drift_tmr", "TMR", 8, -500, 500, fraction, "best focus moves so far from 42 down to 28 C",
+    {"lens.cold_drift_tmr", "TMR", 8, -500, 500, fraction, "best focus moves so far as the lens gets cold",
      VP_FIELD(lens.cold_drift_tmr)},
+    {"lens.hot_from_c", "C", 46, -20, 120, fraction, "the hot drift begins here", VP_FIELD(lens.hot_from_c)},
+    {"lens.hot_until_c", "C", 58, -20, 120, fraction, "and is complete here; not above its begin: at once",
+     VP_FIELD(lens.hot_until_c)},
+    {"lens.cold_from_c", "C", 42, -20, 120, fraction, "the cold drift begins here", VP_FIELD(lens.cold_from_c)},
+    {"lens.cold_until_c", "C", 28, -20, 120, fraction, "and is complete here; not below its begin: at once",
+     VP_FIELD(lens.cold_until_c)},
+    {"lens.barrel_c", "C", 45, -20, 120, fraction, "temperature of the lens barrel now",
+     VP_FIELD(lens.barrel_c)},
+    {"lens.barrel_time_constant_s", "s", 0, 0, 3600, fraction,
+     "the barrel follows the LED in this time; 0: at once", VP_FIELD(lens.barrel_time_constant_s)},
+    {"lens.barrel_reference_c", "C", 44, -20, 120, fraction, "barrel at which the two below make no difference",
+     VP_FIELD(lens.barrel_reference_c)},
+    {"lens.barrel_drift_tmr_per_c", "TMR/C", 0, -20, 20, fraction,
+     "best focus moves so far for each degree above it", VP_FIELD(lens.barrel_drift_tmr_per_c)},
+    {"lens.backlash_per_c", "1/C", 0, -0.05, 0.05, fraction,
+     "share by which backlash grows for each degree above it", VP_FIELD(lens.backlash_per_c)},
+    {"lens.backlash_growth_steps", "steps", 0, 0, 10, fraction,
+     "backlash grows so far in 1000 reversals of the motor", VP_FIELD(lens.backlash_growth_steps)},
+    {"lens.lost_step_probability", "", 0, 0, 0.05, fraction,
+     "of a full step to be lost at the motor's own speed, far from a stop",
+     VP_FIELD(lens.lost_step_probability)},
+    {"lens.lost_step_stop_factor", "", 4, 1, 100, fraction, "so many times as likely at a stop",
+     VP_FIELD(lens.lost_step_stop_factor)},
     {"lens.stuck", "", 0, 0, 1, whole, "1: the motor turns and the lens stays", VP_FIELD(lens.stuck)},
     {"lens.reversed", "", 0, 0, 1, whole, "1: the motor is wired the wrong way round", VP_FIELD(lens.reversed)},
     {"lens.slip", "", 0, 0, 1, fraction, "part of each step that is lost", VP_FIELD(lens.slip)},
@@ -169,6 +193,10 @@ const std::vector<Parameter> table = {
      VP_FIELD(tmr.noise_sigma)},
     {"tmr.bus_error", "", 0, 0, 1, whole, "1: the sensor's bus is broken, it reads 32767",
      VP_FIELD(tmr.bus_error)},
+    {"tmr.nonlinearity", "", 0, 0, 0.02, fraction, "largest deviation as a share of the whole travel's reading",
+     VP_FIELD(tmr.nonlinearity)},
+    {"tmr.hysteresis", "TMR", 0, 0, 100, fraction, "between readings after moves to either side",
+     VP_FIELD(tmr.hysteresis)},
 
     {"tof.range_mm", "mm", 4000, 100, 20000, fraction, "a zone beyond it is not measured",
      VP_FIELD(tof.range_mm)},
@@ -253,6 +281,31 @@ const std::vector<Parameter> table = {
      VP_FIELD(gravity.period_ms)},
     {"gravity.error_code", "", 0, 0, 255, whole, "what the gravity sensor's error node says",
      VP_FIELD(gravity.error_code)},
+    {"gravity.bias_drift_mg_per_c", "mg/C", 0, -1, 1, fraction,
+     "bias of each axis for each degree of the case above 25 C", VP_FIELD(gravity.bias_drift_mg_per_c)},
+    {"gravity.mount_pitch_deg", "deg", 0, -10, 10, fraction, "sensor looks so far above the optical axis",
+     VP_FIELD(gravity.mount_pitch_deg)},
+    {"gravity.mount_roll_deg", "deg", 0, -10, 10, fraction,
+     "sensor is turned so far about the optical axis, right side up", VP_FIELD(gravity.mount_roll_deg)},
+    {"gravity.fan_vibration_mg", "mg", 0, 0, 500, fraction, "amplitude of the fan's vibration along each axis",
+     VP_FIELD(gravity.fan_vibration_mg)},
+    {"gravity.fan_hz", "Hz", 67, 1, 1000, fraction, "turns of the fan in a second", VP_FIELD(gravity.fan_hz)},
+    {"gravity.fan_harmonics", "", 1, 1, 10, whole,
+     "so many harmonics, the k-th 1/k as strong; 1: the turn alone", VP_FIELD(gravity.fan_harmonics)},
+    {"gravity.spike_probability", "", 0, 0, 0.05, fraction, "of a sample to be hit by a spike",
+     VP_FIELD(gravity.spike_probability)},
+    {"gravity.spike_mg", "mg", 500, 0, 8000, fraction, "size of a spike, on one axis, up or down",
+     VP_FIELD(gravity.spike_mg)},
+
+    {"hand.knocks_per_h", "1/h", 0, 0, 3600, fraction, "knocks that the unit gets by chance",
+     VP_FIELD(hand.knocks_per_h)},
+    {"hand.knock_g", "g", 0.03, 0, 2, fraction, "strength of these", VP_FIELD(hand.knock_g)},
+    {"hand.table_sink_deg_per_h", "deg/h", 0, -60, 60, fraction,
+     "the table sinks: the optical axis rises so fast while nobody holds the unit",
+     VP_FIELD(hand.table_sink_deg_per_h)},
+
+    {"wear.reversals", "", 0, 0, 1e9, whole, "changes of the motor's direction before the run",
+     VP_FIELD(lens.reversals_before)},
 
     {"unit.calibrated", "", 1, 0, 1, whole, "0: the permanent record is blank", VP_FIELD(unit.calibrated)},
     {"unit.gsensor_flag", "", 1, 0, 9, whole, "gravity sensor's flag in the record; 1: calibrated",
@@ -309,6 +362,16 @@ std::string out_of_range_text(const Parameter& parameter, const std::string& val
     return std::string(parameter.name) + " cannot be " + value + ": it takes " + range_text(parameter);
 }
 
+// The parts of the names before the dot, in the table's order.
+std::vector<std::string_view> areas() {
+    std::vector<std::string_view> found;
+    for (const Parameter& parameter : table) {
+        const std::string_view area = parameter.name.substr(0, parameter.name.find('.'));
+        if (std::find(found.begin(), found.end(), area) == found.end()) found.push_back(area);
+    }
+    return found;
+}
+
 }  // namespace
 
 double Parameter::get(const Settings& settings) const {
@@ -330,10 +393,7 @@ std::string unknown_parameter(std::string_view name) {
             dot != std::string_view::npos && parameter.name.substr(0, dot + 1) == name.substr(0, dot + 1);
         if (same_area) known.push_back(parameter.name);
     }
-    return known.empty() ? text +
-                               "; the areas are pose, wall, room, heat, led, lens, picture, tmr, tof, gravity, "
-                               "unit, board"
-                         : text + "; there are " + join(known);
+    return text + (known.empty() ? "; the areas are " + join(areas()) : "; there are " + join(known));
 }
 
 const Parameter* find_parameter(std::string_view name) {

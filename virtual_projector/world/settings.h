@@ -83,6 +83,19 @@ struct LensSettings {
     double sharpness_width_tmr = 0;
     double hot_drift_tmr = 0;
     double cold_drift_tmr = 0;
+    double hot_from_c = 0;
+    double hot_until_c = 0;
+    double cold_from_c = 0;
+    double cold_until_c = 0;
+    double barrel_c = 0;
+    double barrel_time_constant_s = 0;
+    double barrel_reference_c = 0;
+    double barrel_drift_tmr_per_c = 0;
+    double backlash_per_c = 0;
+    double backlash_growth_steps = 0;
+    double reversals_before = 0;
+    double lost_step_probability = 0;
+    double lost_step_stop_factor = 1;
     double stuck = 0;
     double reversed = 0;
     double slip = 0;
@@ -101,6 +114,8 @@ struct TmrSettings {
     double polarity = 1;
     double noise_sigma = 0;
     double bus_error = 0;
+    double nonlinearity = 0;
+    double hysteresis = 0;
 };
 
 struct TofSettings {
@@ -147,6 +162,20 @@ struct GravitySettings {
     double noise_sigma = 0;
     double period_ms = 0;
     double error_code = 0;
+    double bias_drift_mg_per_c = 0;
+    double mount_pitch_deg = 0;
+    double mount_roll_deg = 0;
+    double fan_vibration_mg = 0;
+    double fan_hz = 0;
+    double fan_harmonics = 0;
+    double spike_probability = 0;
+    double spike_mg = 0;
+};
+
+struct HandSettings {
+    double knocks_per_h = 0;
+    double knock_g = 0;
+    double table_sink_deg_per_h = 0;
 };
 
 struct UnitSettings {
@@ -183,6 +212,7 @@ struct Settings {
     TmrSettings tmr;
     TofSettings tof;
     GravitySettings gravity;
+    HandSettings hand;
     UnitSettings unit;
     BoardSettings board;
 };

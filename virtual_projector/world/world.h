@@ -24,6 +24,7 @@
 #include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/lens.h"
+#include "virtual_projector/world/lens_heat.h"
 #include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/parameters.h"
 #include "virtual_projector/world/picture.h"
@@ -121,22 +122,33 @@ public:
     Truth truth() const;
 
 private:
-    struct HeatCourse {  // the LED goes from one temperature to another, slower and slower
+    struct HeatCourse {  // the LED goes from one temperature to another, slower and slower, the barrel after it
         Microseconds start = 0;
         double from_c = 0;
+        double barrel_from_c = 0;
     };
 
+    HeatPath heat_path() const;
+    HeatCycles heat_cycles_now() const;
+    void set_heat(std::string_view name, double value, const HeatCycles& cycles);
     void restart_heat();
     double led_at(Microseconds time) const;
+    double barrel_at(Microseconds time) const;
 
     std::uint64_t seed_;
     std::uint64_t unit_seed_ = 1;
     Microseconds now_ = 0;
     Settings settings_;
     HeatCourse heat_;
+    HeatCycles heat_cycles_{0};
     LensMotor motor_;
     Hand hand_;
-    Pose pose_;  // as it really is; the settings hold the pose that is meant
+    double sunk_deg() const;
+    void keep_sunk();
+
+    Pose pose_;       // as it really is; the settings hold the pose that is meant
+    Pose firm_pose_;  // the meant one without what the table has sunk since the last change
+    Microseconds sinks_from_ = 0;
     Vec3 hand_acceleration_g_;
     Display display_;
     std::vector<KeyEvent> keys_;

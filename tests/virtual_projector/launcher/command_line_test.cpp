@@ -351,10 +351,7 @@ TEST(VirtualProjectorCommand, RefusesATraceDetailThatItDoesNotKnow) {
 
 TEST(VirtualProjectorCommand, RefusesASettingThatIsNone) {
     expect_mistake({"--set", "lens.backlash_state"}, "--set lens.backlash_state: expected NAME=VALUE");
-    expect_mistake(
-        {"--set", "depth=1"},
-        "--set depth=1: unknown parameter 'depth'; the areas are pose, wall, room, heat, led, lens, tmr, "
-        "tof, gravity, unit, board");
+    expect_mistake({"--set", "depth=1"}, "--set depth=1: " + vp::unknown_parameter("depth"));
     expect_mistake({"--set", "lens.play=1"}, "--set lens.play=1: lens.play is called lens.backlash_state now");
     expect_mistake({"--set", "wall.colour=1"},
                    "--set wall.colour=1: unknown parameter 'wall.colour'; there are wall.lean_deg, "

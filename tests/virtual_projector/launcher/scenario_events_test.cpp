@@ -125,6 +125,13 @@ TEST_F(ScenarioEventsTest, AGestureEndsAtItsPoseAndKeepsTheRestOfTheOldOne) {
     EXPECT_EQ(world.truth().pose.yaw_deg, 4);
 }
 
+TEST_F(ScenarioEventsTest, ABumpIsAsHardAsItSays) {
+    happen(R"({"set": {"gravity.noise_sigma": 0},
+               "events": [{"at_s": 1, "gesture": "bump", "strength_g": 0.2, "for_s": 0.4}]})");
+    go_on_to(1.1);
+    EXPECT_NEAR(world.gravity_now()[0], world.get("gravity.offset_x") - 200, 1e-6);
+}
+
 TEST_F(ScenarioEventsTest, ZonesAreBlockedForTheirTime) {
     happen(R"({"events": [{"at_s": 1, "block": ["tr", "bl"], "distance_mm": 600, "for_s": 3}]})");
     go_on_to(1);

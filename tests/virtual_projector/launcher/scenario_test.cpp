@@ -90,6 +90,11 @@ TEST(AScenarioEvent, TakesAGesturesUsualTimeWhenItSaysNone) {
     EXPECT_EQ(gesture.duration, vp::usual_duration(vp::GestureKind::shake));
 }
 
+TEST(AScenarioEvent, MayBeABumpOfAStrength) {
+    EXPECT_EQ(only_action<vp::GestureEvent>(R"("gesture": "bump", "strength_g": 0.02)").strength_g, 0.02);
+    EXPECT_EQ(only_action<vp::GestureEvent>(R"("gesture": "bump")").strength_g, vp::usual_bump_g);
+}
+
 TEST(AScenarioEvent, MayBlockZonesForAWhileOrForGood) {
     const auto a_while =
         only_action<vp::BlockEvent>(R"("block": ["tr", "bl"], "distance_mm": 600, "for_s": 3)");
@@ -260,7 +265,7 @@ TEST(AMistakeInAScenarioEvent, IsAMemberOfAnotherKindOfEvent) {
     EXPECT_EQ(mistake_in_event(R"("set": {}, "for_s": 1)"),
               "file: $.events[0].for_s: expected one of at_s, what, set");
     EXPECT_EQ(mistake_in_event(R"("gesture": "shake", "value": 1)"),
-              "file: $.events[0].value: expected one of at_s, what, gesture, to, for_s");
+              "file: $.events[0].value: expected one of at_s, what, gesture, to, for_s, strength_g");
     EXPECT_EQ(mistake_in_event(R"("block": ["tr"], "distance_mm": 1, "to": {})"),
               "file: $.events[0].to: expected one of at_s, what, block, distance_mm, for_s");
     EXPECT_EQ(mistake_in_event(R"("key": 1, "set_down": 1)"),
@@ -274,7 +279,7 @@ TEST(AMistakeInAScenarioEvent, IsAMemberOfAnotherKindOfEvent) {
 TEST(AMistakeInAScenarioEvent, IsAGestureThatNobodyMakes) {
     EXPECT_EQ(mistake_in_event(R"("gesture": "throw")"),
               "file: $.events[0].gesture: expected one of pick_up, carry, set_down, tilt, shake, slow_shake, "
-              "turn_over, hang, found \"throw\"");
+              "turn_over, hang, bump, slide, found \"throw\"");
     EXPECT_EQ(mistake_in_event(R"("gesture": "carry", "to": {"height_mm": 1})"),
               "file: $.events[0].to[\"height_mm\"]: unknown parameter 'pose.height_mm'; there are "
               "pose.distance_mm, pose.pitch_deg, pose.yaw_deg, pose.roll_deg, pose.mounting");

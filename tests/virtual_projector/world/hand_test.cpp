@@ -296,6 +296,33 @@ TEST_F(HandTest, IsTheSameForTheSameSeed) {
     EXPECT_NE(felt_at(0.5).x, other.state_at(microseconds(0.5), on_table).acceleration_g.x);
 }
 
+TEST_F(HandTest, ABumpIsAKnockOfItsStrengthAndLeavesTheUnitInItsPlace) {
+    hand.begin(0, on_table, {GestureKind::bump, microseconds(0.06), elsewhere, 0.04});
+    struct {
+        double time_s;
+        double part;
+    } const table[] = {{0.005, 0.5}, {0.015, 1}, {0.03, 0}, {0.045, -1}, {0.06, 0}, {1, 0}};
+    for (const auto& [time_s, part] : table) {
+        EXPECT_NEAR(felt_at(time_s).x, 0.04 * part, 1e-9) << time_s;
+        EXPECT_EQ(felt_at(time_s).z, 0) << time_s;
+        EXPECT_EQ(pose_at(time_s).pitch_deg, on_table.pitch_deg) << time_s;
+        EXPECT_EQ(pose_at(time_s).distance_mm, on_table.distance_mm) << time_s;
+    }
+    EXPECT_FALSE(hand.holds());
+}
+
+TEST_F(HandTest, ASlideGoesEvenlyAndIsNotFelt) {
+    begin(GestureKind::slide, 20, {1200, 4, 10, 0, 0});
+    for (const double time_s : {2.0, 5.0, 15.0}) {
+        const double part = time_s / 20;
+        EXPECT_NEAR(pose_at(time_s).distance_mm, 2000 - 800 * part, 1e-9) << time_s;
+        EXPECT_NEAR(pose_at(time_s).pitch_deg, 4 * part, 1e-9) << time_s;
+        EXPECT_NEAR(pose_at(time_s).yaw_deg, 10 * part, 1e-9) << time_s;
+    }
+    EXPECT_EQ(pose_at(20).distance_mm, 1200);
+    EXPECT_EQ(largest_felt(0, 21), 0);
+}
+
 TEST(Gestures, AreFoundByName) {
     for (const std::string_view name : gesture_names()) {
         const std::optional<GestureKind> kind = gesture_named(name);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "virtual_projector/world/parameters.h"
 
 namespace vp {
@@ -153,6 +155,126 @@ TEST_F(Lens, SlippingLosesPartOfEachStep) {
     lens.slip = 0.25;
     turn_motor(lens, Side::right, 4);
     EXPECT_DOUBLE_EQ(lens.position_steps, 23);
+}
+
+TEST_F(Lens, BacklashGrowsWithTheBarrelsTemperature) {
+    lens.backlash_per_c = 0.01;
+    lens.barrel_reference_c = 44;
+    struct {
+        double barrel_c;
+        double left;
+        double right;
+    } const table[] = {{44, 3, 2}, {64, 3.6, 2.4}, {24, 2.4, 1.6}, {-60, 0, 0}};
+    for (const auto& [barrel_c, left, right] : table) {
+        lens.barrel_c = barrel_c;
+        EXPECT_NEAR(backlash_of(lens, 0).left, left, 1e-12) << barrel_c;
+        EXPECT_NEAR(backlash_of(lens, 0).right, right, 1e-12) << barrel_c;
+    }
+}
+
+TEST_F(Lens, AWarmBacklashIsFeltByTheNextMove) {
+    lens.backlash_per_c = 0.025;
+    lens.barrel_reference_c = 44;
+    lens.barrel_c = 84;  // twice the backlash
+    move(0, Side::left, 7);
+    motor.advance_to(7 * step_us, lens);
+    EXPECT_DOUBLE_EQ(lens.position_steps, 19);
+}
+
+TEST_F(Lens, BacklashGrowsWithReversals) {
+    lens.backlash_growth_steps = 0.5;
+    EXPECT_DOUBLE_EQ(backlash_of(lens, 0).left, 3);
+    EXPECT_DOUBLE_EQ(backlash_of(lens, 3000).left, 4.5);
+    EXPECT_DOUBLE_EQ(backlash_of(lens, 3000).right, 3.5);
+}
+
+TEST_F(Lens, ReversalsOfTheRunAddToThoseBefore) {
+    lens.backlash_growth_steps = 10;
+    lens.reversals_before = 90;
+    Microseconds now = 0;
+    for (int i = 0; i < 11; ++i) {  // 10 reversals, the last move to the right
+        move(now, i % 2 == 0 ? Side::right : Side::left, 1);
+        now += step_us;
+        motor.advance_to(now, lens);
+    }
+    lens.position_steps = 20;
+    lens.backlash_state = 1;
+    move(now, Side::left, 5);  // 3 and 100 * 10 / 1000 steps of backlash
+    motor.advance_to(now + 5 * step_us, lens);
+    EXPECT_NEAR(lens.position_steps, 19, 1e-9);
+}
+
+TEST_F(Lens, LosesStepsMoreOftenAtSpeedAndNearTheStops) {
+    lens.lost_step_probability = 0.01;
+    lens.lost_step_stop_factor = 5;
+    struct {
+        double position;
+        double speed;
+        double probability;
+    } const table[] = {{21, 250, 0.01 * (1 + 4 * std::exp(-10.5))},
+                       {21, 125, 0.0025 * (1 + 4 * std::exp(-10.5))},
+                       {21, 500, 0.04 * (1 + 4 * std::exp(-10.5))},
+                       {0, 250, 0.05},
+                       {42, 250, 0.05},
+                       {2, 250, 0.01 * (1 + 4 * std::exp(-1))},
+                       {0, 2500, 1}};
+    for (const auto& [position, speed, probability] : table) {
+        lens.position_steps = position;
+        EXPECT_NEAR(lost_step_probability(lens, speed), probability, 1e-12) << position << " " << speed;
+    }
+}
+
+// Half steps at the same rate go half as fast, so a quarter as many are lost.
+TEST_F(Lens, LosesAsManyStepsAsItsProbabilitySays) {
+    struct {
+        double size;
+        double expected;
+    } const table[] = {{1, 0.05}, {0.5, 0.0125}};
+    constexpr int steps = 20000;
+    for (const auto& [size, expected] : table) {
+        LensSettings far = lens;
+        far.travel_steps = 100000;
+        far.position_steps = 40000;
+        far.lost_step_probability = 0.05;
+        LensMotor driven(7);
+        ASSERT_TRUE(driven.add(0, {Side::right, steps, size, false}, far));
+        driven.advance_to(steps * step_us, far);
+        const double made = (far.position_steps - 40000) / size;
+        EXPECT_NEAR(1 - made / steps, expected, 4 * std::sqrt(expected / steps));
+        EXPECT_EQ(driven.counted_position(), steps * size);
+    }
+}
+
+TEST_F(Lens, LosesTheSameStepsForTheSameSeedHoweverOftenItIsLookedAt) {
+    lens.travel_steps = 1000;
+    lens.lost_step_probability = 0.05;
+    LensSettings often = lens;
+    LensSettings other = lens;
+    LensMotor once(7);
+    LensMotor watched(7);
+    LensMotor another(8);
+    const LensMove run{Side::right, 900, 1, false};
+    ASSERT_TRUE(once.add(0, run, lens) && watched.add(0, run, often) && another.add(0, run, other));
+    for (Microseconds t = 0; t <= 900 * step_us; t += 1700) watched.advance_to(t, often);
+    watched.advance_to(900 * step_us, often);
+    once.advance_to(900 * step_us, lens);
+    another.advance_to(900 * step_us, other);
+    EXPECT_EQ(often.position_steps, lens.position_steps);
+    EXPECT_LT(lens.position_steps, 20 + 900);
+    EXPECT_NE(other.position_steps, lens.position_steps);
+}
+
+TEST_F(Lens, KnowsWhichWayTheLensMovedLast) {
+    EXPECT_FALSE(motor.lens_moved_last().has_value());
+    move(0, Side::right, 1);
+    motor.advance_to(step_us, lens);
+    EXPECT_EQ(motor.lens_moved_last(), Side::right);
+    move(step_us, Side::left, 3);  // backlash only
+    motor.advance_to(4 * step_us, lens);
+    EXPECT_EQ(motor.lens_moved_last(), Side::right);
+    move(4 * step_us, Side::left, 1);
+    motor.advance_to(5 * step_us, lens);
+    EXPECT_EQ(motor.lens_moved_last(), Side::left);
 }
 
 }  // namespace

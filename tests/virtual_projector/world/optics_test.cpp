@@ -60,6 +60,30 @@ TEST_F(Optics, DriftsLeftWhenHotAndRightWhenCold) {
     EXPECT_NEAR(heat_drift_tmr(s.lens, 20), 8, 1e-9);
 }
 
+TEST_F(Optics, DriftsBetweenTheTemperaturesThatAreSet) {
+    s.lens.hot_from_c = 40;
+    s.lens.hot_until_c = 60;
+    s.lens.cold_from_c = 30;
+    s.lens.cold_until_c = 10;
+    struct {
+        double led_c;
+        double drift_tmr;
+    } const table[] = {{5, 8}, {20, 4}, {25, 2}, {30, 0}, {40, 0}, {45, -5}, {55, -15}, {60, -20}, {70, -20}};
+    for (const auto& [led_c, drift_tmr] : table) {
+        EXPECT_NEAR(heat_drift_tmr(s.lens, led_c), drift_tmr, 1e-12) << led_c;
+    }
+}
+
+TEST_F(Optics, ADriftWhoseEndIsItsBeginIsAJump) {
+    s.lens.hot_until_c = s.lens.hot_from_c;
+    s.lens.cold_until_c = s.lens.cold_from_c;
+    struct {
+        double led_c;
+        double drift_tmr;
+    } const table[] = {{41.9, 8}, {42, 0}, {46, 0}, {46.1, -20}};
+    for (const auto& [led_c, drift_tmr] : table) EXPECT_EQ(heat_drift_tmr(s.lens, led_c), drift_tmr) << led_c;
+}
+
 // Steps of 10 at 51 C and 20 at 56 C follow the drift closely enough for a sharp picture.
 TEST_F(Optics, TwoStepsOfCorrectionKeepAHotLensSharp) {
     for (double led_c = 40; led_c <= 70; led_c += 0.5) {
@@ -77,6 +101,20 @@ TEST_F(Optics, TheTablesScaleRisesToTheRightForEitherPolarity) {
     s.tmr.offset = 10;
     EXPECT_NEAR(ideal_tmr(s.tmr, s.tmr.zero_steps), -10, 1e-9);
     EXPECT_GT(ideal_tmr(s.tmr, 20), ideal_tmr(s.tmr, 19));
+}
+
+TEST_F(Optics, TheBarrelMovesTheBestFocusForEachDegreeFromItsReference) {
+    s.lens.hot_drift_tmr = s.lens.cold_drift_tmr = 0;
+    s.lens.barrel_drift_tmr_per_c = -1.5;
+    s.lens.barrel_reference_c = 44;
+    struct {
+        double barrel_c;
+        double drift_tmr;
+    } const table[] = {{44, 0}, {54, -15}, {24, 30}};
+    for (const auto& [barrel_c, drift_tmr] : table) {
+        EXPECT_NEAR(heat_drift_tmr(s.lens, barrel_c), drift_tmr, 1e-12) << barrel_c;
+        EXPECT_NEAR((best(1500, barrel_c) - best(1500, 44)) * s.tmr.slope_per_step, drift_tmr, 1e-9);
+    }
 }
 
 }  // namespace

@@ -66,10 +66,9 @@ TEST(Parameters, UnknownOnesNameTheirNeighbours) {
     Settings settings = standard_settings();
     EXPECT_EQ(set_parameter(settings, "wall.colour", 1),
               "unknown parameter 'wall.colour'; there are wall.lean_deg, wall.reflectivity");
-    EXPECT_EQ(
-        set_parameter(settings, "colour", 1),
-        "unknown parameter 'colour'; the areas are pose, wall, room, heat, led, lens, tmr, tof, gravity, unit, "
-        "board");
+    EXPECT_EQ(set_parameter(settings, "colour", 1),
+              "unknown parameter 'colour'; the areas are pose, wall, room, heat, led, lens, picture, tmr, tof, "
+              "gravity, hand, wear, unit, board");
 }
 
 TEST(Parameters, OfAnEarlierNameAreRefusedWithTheNewOne) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/world/vibration.h"
+
 namespace vp {
 namespace {
 
@@ -188,6 +190,112 @@ TEST_F(WorldTest, TheTruthKnowsFocusAndPicture) {
     EXPECT_NEAR(truth.picture.worst_side_deg(), 5.448, 0.001);
     EXPECT_GE(truth.sharpness, 0.98);
     EXPECT_EQ(truth.hdmi_turn_deg, 0);
+}
+
+TEST_F(WorldTest, WithoutATimeConstantTheBarrelIsTheLed) {
+    set("led.temperature_c", 25);
+    set("led.rise_c", 35);
+    for (const double time_s : {10.0, 300.0, 900.0}) {
+        world.advance_to(microseconds(time_s));
+        EXPECT_EQ(world.get("lens.barrel_c"), world.get("led.temperature_c"));
+    }
+}
+
+TEST_F(WorldTest, TheBarrelWarmsAfterTheLedAndTheFocusDriftsWithIt) {
+    set("led.temperature_c", 25);
+    set("led.rise_c", 35);
+    set("lens.barrel_time_constant_s", 900);
+    set("lens.hot_drift_tmr", 0);
+    set("lens.cold_drift_tmr", 0);
+    const double cold_focus = world.truth().best_focus_tmr;
+    set("lens.barrel_drift_tmr_per_c", -1);
+    set("lens.barrel_reference_c", 25);
+    world.advance_to(microseconds(600));
+    const double barrel_c = world.get("lens.barrel_c");
+    EXPECT_NEAR(barrel_c, barrel_after({25, 60, 240, 25, 900}, 600), 1e-9);
+    EXPECT_LT(barrel_c, world.get("led.temperature_c") - 5);
+    EXPECT_NEAR(world.truth().best_focus_tmr - cold_focus, -(barrel_c - 25), 1e-9);
+}
+
+TEST_F(WorldTest, AnLedThatIsSetDuringTheRunLeavesTheBarrelBehind) {
+    set("lens.barrel_time_constant_s", 600);
+    world.advance_to(microseconds(1));
+    set("led.temperature_c", 65);
+    EXPECT_EQ(world.get("lens.barrel_c"), 45);
+    world.advance_to(microseconds(601));
+    EXPECT_NEAR(world.get("lens.barrel_c"), 65 - 20 * std::exp(-1), 1e-9);
+}
+
+TEST_F(WorldTest, TheBarrelsWarmingDoesNotDependOnHowOftenItIsLookedAt) {
+    World often(1);
+    for (World* w : {&world, &often}) {
+        w->set("led.temperature_c", 25);
+        w->set("lens.barrel_time_constant_s", 400);
+        w->set("led.rise_c", 35);
+    }
+    for (int s = 1; s <= 300; ++s) often.advance_to(microseconds(s));
+    world.advance_to(microseconds(300));
+    EXPECT_EQ(often.get("lens.barrel_c"), world.get("lens.barrel_c"));
+}
+
+TEST_F(WorldTest, TheTmrReadingLagsByTheSideTheLensCameFrom) {
+    set("tmr.noise_sigma", 0);
+    set("tmr.hysteresis", 8);
+    set("lens.left_backlash_steps", 0);
+    set("lens.right_backlash_steps", 0);
+    EXPECT_EQ(world.tmr_reading(), 6 - 4);  // the backlash stands to the right
+    ASSERT_TRUE(world.move_lens({Side::right, 1, 1, false}));
+    ASSERT_TRUE(world.move_lens({Side::left, 1, 1, false}));
+    world.advance_to(8000);
+    EXPECT_EQ(world.settings().lens.position_steps, 18);
+    EXPECT_EQ(world.tmr_reading(), 6 + 4);
+}
+
+TEST_F(WorldTest, ATableSinksEvenlyWhileNobodyHoldsTheUnit) {
+    set("hand.table_sink_deg_per_h", 2);
+    set("pose.pitch_deg", 3);
+    world.advance_to(microseconds(1800));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 4, 1e-12);
+    EXPECT_NEAR(world.get("pose.pitch_deg"), 4, 1e-12);
+    world.begin({GestureKind::bump, microseconds(0.06), {}});
+    world.advance_to(microseconds(3600) + 60000);
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 5, 1e-12);
+    set("hand.table_sink_deg_per_h", 0);
+    world.advance_to(microseconds(7200));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 5, 1e-12);
+    set("hand.table_sink_deg_per_h", 2);
+    world.begin({GestureKind::pick_up, microseconds(1), {}});
+    world.advance_to(microseconds(9000));
+    EXPECT_NEAR(world.get("pose.pitch_deg"), 5, 1e-12);
+    set("pose.pitch_deg", 0);
+    world.advance_to(microseconds(9000 + 900));
+    EXPECT_NEAR(world.truth().pose.pitch_deg, 0.5, 1e-12);
+}
+
+TEST_F(WorldTest, SinkingDoesNotDependOnHowOftenItIsLookedAt) {
+    World often(1);
+    for (World* w : {&world, &often}) w->set("hand.table_sink_deg_per_h", 0.7);
+    for (int s = 1; s <= 1000; ++s) often.advance_to(microseconds(s));
+    world.advance_to(microseconds(1000));
+    EXPECT_EQ(often.truth().pose.pitch_deg, world.truth().pose.pitch_deg);
+}
+
+TEST_F(WorldTest, KnocksByChanceAreFeltAndPass) {
+    set("gravity.noise_sigma", 0);
+    const auto still = world.gravity_now();
+    set("hand.knocks_per_h", 3600);
+    set("hand.knock_g", 0.1);
+    world.advance_to(microseconds(1) + knock_duration / 4);
+    EXPECT_NEAR(world.gravity_now()[0], still[0] - 100, 1e-6);
+    world.advance_to(microseconds(1) + knock_duration);
+    EXPECT_EQ(world.gravity_now(), still);
+}
+
+TEST_F(WorldTest, TheGravitySensorIsAsWarmAsTheBarrel) {
+    set("gravity.noise_sigma", 0);
+    const auto before = world.gravity_now();
+    set("gravity.bias_drift_mg_per_c", 1);
+    EXPECT_NEAR(world.gravity_now()[1], before[1] + 20, 1e-9);
 }
 
 }  // namespace

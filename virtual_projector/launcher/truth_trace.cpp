@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/truth_trace.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "virtual_projector/trace/records.h"
@@ -13,6 +14,12 @@ constexpr std::int64_t longest_silence_us = 60000000;
 double rounded(double value) {
     constexpr double scale = 1000;
     return std::round(value * scale) / scale + 0.0;  // + 0.0: no negative zero
+}
+
+// A length that may be infinite, which a trace cannot hold.
+double length_mm(double length) {
+    constexpr double nothing_there = -1;
+    return std::isfinite(length) ? rounded(length) : nothing_there;
 }
 
 bool changes_lens_or_picture(const CallRecord& record) {
@@ -48,6 +55,8 @@ TruthRecord record_of(const Truth& truth) {
     record.blur_px = rounded(truth.blur.middle_px);
     record.blur_corner_px = rounded(truth.blur.corner_px);
     record.light_used = rounded(truth.light_used);
+    record.axis_mm = length_mm(truth.axis_mm);
+    std::transform(truth.zones_mm.begin(), truth.zones_mm.end(), record.zones_mm.begin(), length_mm);
     for (std::size_t i = 0; i < record.outline_mm.size(); ++i) {
         const PictureCorner& corner = truth.picture.corners.at(i);
         record.outline_mm.at(i) = {rounded(corner.x_mm), rounded(corner.z_mm)};

@@ -73,6 +73,8 @@ struct TruthRecord {
     double blur_corner_px = 0;
     double light_used = 1;
     Outline outline_mm{};  // all 0: not on the wall
+    double axis_mm = 0;
+    std::array<double, 4> zones_mm{};  // -1: nothing there
 
     /// Calls visit(key, pointer to the member) for each member, in the order in which they stand in a record.
     template <typename Visit>
@@ -112,6 +114,8 @@ struct TruthRecord {
         visit("blur_corner_px", &TruthRecord::blur_corner_px);
         visit("light_used", &TruthRecord::light_used);
         visit("outline_mm", &TruthRecord::outline_mm);
+        visit("axis_mm", &TruthRecord::axis_mm);
+        visit("zones_mm", &TruthRecord::zones_mm);
     }
 };
 

@@ -19,6 +19,7 @@ namespace vp {
 constexpr int pixel_rows = 6;
 constexpr int pixel_columns = 10;
 constexpr int pixel_count = pixel_rows * pixel_columns;
+constexpr int four_zone_mode = 0;
 constexpr int eight_zone_mode = 1;
 
 /// A line of sight, in degrees from the sensor's axis.

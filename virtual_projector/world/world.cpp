@@ -165,7 +165,9 @@ int World::tmr_reading() const {
     return std::clamp(static_cast<int>(std::lround(noisy)), -tmr_limit, tmr_limit);
 }
 
-TofScene World::tof_scene() const { return {pose_, settings_.wall, settings_.tof, seed_, unit_seed_, settings_.room, now_}; }
+TofScene World::tof_scene() const {
+    return {pose_, settings_.wall, settings_.tof, seed_, unit_seed_, settings_.room, now_};
+}
 
 std::array<double, 3> World::gravity_now() const {
     const Vec3 knocked{chance_knock_g(settings_.hand, seed_, now_), 0, 0};
@@ -192,6 +194,10 @@ Truth World::truth() const {
     truth.picture = picture_shape(pose_, s.wall, s.picture, display_);
     truth.blur = picture_blur(s, pose_.distance_mm, truth.picture);
     truth.light_used = light_used(display_);
+    const TofScene scene = tof_scene();
+    truth.axis_mm = true_axis_distance_mm(scene);
+    const std::vector<double> zones = true_zone_distances(scene, four_zone_mode);
+    std::copy(zones.begin(), zones.end(), truth.zones_mm.begin());
     truth.hdmi_turn_deg = hdmi_picture_turn_deg(pose_, display_);
     truth.menu_turn_deg = menu_turn_deg(pose_, display_);
     return truth;

@@ -48,7 +48,10 @@ struct Truth {
     Display display;
     PictureShape picture;
     Blur blur;
-    double light_used = 0;  // the share of the panel's pixels that the corrected picture keeps
+    double axis_mm = 0;                   // along the optical axis to the first thing in its way
+    std::array<double, 4> zones_mm = {};  // what a faultless ToF sensor's four zones would say: top right,
+                                          // bottom right, top left, bottom left; infinite: nothing there
+    double light_used = 0;                // the share of the panel's pixels that the corrected picture keeps
     int hdmi_turn_deg = 0;
     int menu_turn_deg = 0;
 };

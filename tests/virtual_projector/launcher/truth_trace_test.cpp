@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,15 @@ TEST(TheTruthAsJson, IsRoundedSoThatTheLastBitsMakeNoDifference) {
     EXPECT_EQ(json["sharpness"].dump(), "0.988");
     EXPECT_EQ(json["lens_error_tmr"].dump(), "0.0");
     EXPECT_EQ(json["lens_tmr"].dump(), "0.333");
+}
+
+TEST(TheTruthAsJson, SaysMinusOneWhereNothingIsThere) {
+    vp::Truth truth;
+    truth.axis_mm = std::numeric_limits<double>::infinity();
+    truth.zones_mm = {1500, truth.axis_mm, 1499.9996, truth.axis_mm};
+    const nlohmann::ordered_json json = json_of(vp::record_of(truth));
+    EXPECT_EQ(json["axis_mm"].dump(), "-1.0");
+    EXPECT_EQ(json["zones_mm"].dump(), "[1500.0,-1.0,1500.0,-1.0]");
 }
 
 }  // namespace

@@ -192,6 +192,25 @@ TEST_F(WorldTest, TheTruthKnowsFocusAndPicture) {
     EXPECT_EQ(truth.hdmi_turn_deg, 0);
 }
 
+// Tilted up by p the upper rays (12 degrees above the axis) are longer than the lower ones by the closed form of a
+// plane: 1 / (1 - tan 12 tan p) of the axis.
+TEST_F(WorldTest, TheTruthKnowsWhatTheToFSensorShouldSay) {
+    ASSERT_EQ(world.set("pose.pitch_deg", 10), "");
+    const double t = std::tan(radians(12)) * std::tan(radians(10));
+    Truth truth = world.truth();
+    EXPECT_NEAR(truth.axis_mm, 1500, 1e-9);
+    EXPECT_NEAR(truth.zones_mm[0], 1500 / (1 - t), 1e-6);
+    EXPECT_NEAR(truth.zones_mm[1], 1500 / (1 + t), 1e-6);
+    EXPECT_NEAR(truth.zones_mm[2], truth.zones_mm[0], 1e-9);
+    ASSERT_EQ(world.set("tof.blocked_tl_mm", 700), "");
+    EXPECT_NEAR(world.truth().zones_mm[2], 700, 1e-9);
+}
+
+TEST_F(WorldTest, TheTruthKnowsHowMuchLightIsUsed) {
+    world.display().top_width = 1148;
+    EXPECT_NEAR(world.truth().light_used, (1148 + 1280) / 2560.0, 1e-12);
+}
+
 TEST_F(WorldTest, WithoutATimeConstantTheBarrelIsTheLed) {
     set("led.temperature_c", 25);
     set("led.rise_c", 35);

@@ -22,6 +22,9 @@ enum class Stream : std::uint64_t {
     pixel_pattern,
     unit_spread,
     serial_number,
+    bench_depth,
+    bench_camera,
+    bench_level,
 };
 
 class Noise {

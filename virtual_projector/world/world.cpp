@@ -5,7 +5,6 @@
 
 #include "virtual_projector/world/noise.h"
 #include "virtual_projector/world/optics.h"
-#include "virtual_projector/world/unit_record.h"
 
 namespace vp {
 namespace {
@@ -55,8 +54,6 @@ double World::get(std::string_view name) const {
     const Parameter* parameter = find_parameter(name);
     return parameter == nullptr ? 0 : parameter->get(settings_);
 }
-
-void World::draw_unit(std::uint64_t unit_seed) { vp::draw_unit(settings_, unit_seed); }
 
 void World::restart_heat() { heat_ = {now_, settings_.heat.led_c}; }
 

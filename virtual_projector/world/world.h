@@ -62,6 +62,9 @@ public:
 
     std::uint64_t seed() const { return seed_; }
 
+    /// The seed of the unit before the wall; that of the standard unit is 1.
+    std::uint64_t unit_seed() const { return unit_seed_; }
+
     // --- Time --------------------------------------------------------------------------------------
     /// Works out what has become of everything at `now`. A time in the past changes nothing.
     void advance_to(Microseconds now);
@@ -76,8 +79,8 @@ public:
     /// The value of a parameter now; of one that there is none of: 0.
     double get(std::string_view name) const;
 
-    /// Makes this the unit of that seed (see draw_unit).
-    void draw_unit(std::uint64_t unit_seed);
+    /// What chance left in the making of the unit follows this seed.
+    void set_unit_seed(std::uint64_t unit_seed) { unit_seed_ = unit_seed; }
 
     // --- Hand and keys -----------------------------------------------------------------------------
     void begin(const Gesture& gesture);
@@ -124,6 +127,7 @@ private:
     double led_at(Microseconds time) const;
 
     std::uint64_t seed_;
+    std::uint64_t unit_seed_ = 1;
     Microseconds now_ = 0;
     Settings settings_;
     HeatCourse heat_;

@@ -1,11 +1,11 @@
 # shellcheck shell=bash
 # Completion of virtual-projector's command line for bash: to be sourced, or put where bash looks for completions.
 
-_virtual_projector_options='-h --help --version --scenario --seed --set --trace --trace-detail --flash --summary
-  --exact-stacks --limit --real-limit --outside --real-time --preempt --schedule --record-schedule --story
+_virtual_projector_options='-h --help --version --scenario --seed --world --unit-seed --unit --set --print-settings
+  --trace --trace-detail --flash --summary --exact-stacks --limit --real-limit --outside --real-time --preempt --schedule --record-schedule --story
   --library-log --emulator --debug --valgrind --perf --strace --tool-options'
-_virtual_projector_with_value=' --scenario --seed --set --trace --trace-detail --flash --summary --limit --real-limit
-  --outside --preempt --schedule --record-schedule --library-log --emulator --tool-options '
+_virtual_projector_with_value=' --scenario --seed --world --unit-seed --unit --set --trace --trace-detail --flash --summary
+  --limit --real-limit --outside --preempt --schedule --record-schedule --library-log --emulator --tool-options '
 
 # Adds those of the given words that begin like the one that is typed.
 _virtual_projector_offer() {
@@ -21,6 +21,8 @@ _virtual_projector_parameters() {
 _virtual_projector_value() {
   case $1 in
     --scenario) _virtual_projector_offer -f -X '!*.json'; _virtual_projector_offer -d ;;
+    --world) _virtual_projector_offer -W 'laboratory living-room'; _virtual_projector_offer -f -X '!*.json' ;;
+    --unit) _virtual_projector_offer -W 'standard'; _virtual_projector_offer -f -X '!*.json' ;;
     --trace | --flash | --summary | --record-schedule | --library-log) _virtual_projector_offer -f ;;
     --outside) _virtual_projector_offer -W 'wait skip' ;;
     --trace-detail) _virtual_projector_offer -W 'events changes calls' ;;

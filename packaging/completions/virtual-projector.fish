@@ -10,6 +10,10 @@ complete -c virtual-projector -s h -l help -d 'Print options, scenario format an
 complete -c virtual-projector -l version -d 'Print version and commit'
 complete -c virtual-projector -l scenario -r -k -a '(__fish_complete_suffix .json)' -d 'What the unit and the room are like, and what happens'
 complete -c virtual-projector -l seed -x -d 'Seed of noise and of ties between threads'
+complete -c virtual-projector -l world -r -k -a 'laboratory living-room (__fish_complete_suffix .json)' -d 'What the room is like'
+complete -c virtual-projector -l unit-seed -x -d 'Draw a unit\'s manufacturing spread by this seed'
+complete -c virtual-projector -l unit -r -k -a 'standard (__fish_complete_suffix .json)' -d 'The spread that it is drawn from'
+complete -c virtual-projector -l print-settings -d 'Print every parameter and where its value comes from'
 complete -c virtual-projector -l set -x -a '(__virtual_projector_parameters)' -d 'Set a parameter after the scenario\'s'
 complete -c virtual-projector -l trace -r -d 'Write what happened, one JSON record a line'
 complete -c virtual-projector -l trace-detail -x -a 'events changes calls' -d 'How much is traced'
@@ -33,6 +37,6 @@ complete -c virtual-projector -l strace -d 'Show the system calls by strace'
 complete -c virtual-projector -l tool-options -x -d 'More words for the command of gdb, valgrind, perf or strace'
 
 # What stands after the options and their values is the program's.
-set -l with_value --scenario --seed --set --trace --trace-detail --flash --summary --limit --real-limit \
-    --outside --preempt --schedule --record-schedule --library-log --emulator --tool-options
+set -l with_value --scenario --seed --world --unit-seed --unit --set --trace --trace-detail --flash --summary \
+    --limit --real-limit --outside --preempt --schedule --record-schedule --library-log --emulator --tool-options
 complete -c virtual-projector -x -a "(__fish_complete_subcommand -- $with_value)" -d Program

@@ -13,11 +13,23 @@ _virtual_projector_schedules() {
   _alternative 'policy:policy:(random pct:)' 'recording:recorded schedule:_files'
 }
 
+_virtual_projector_worlds() {
+  _alternative 'world:world:(laboratory living-room)' 'file:world file:_files -g "*.json"'
+}
+
+_virtual_projector_units() {
+  _alternative 'unit:unit:(standard)' 'file:unit file:_files -g "*.json"'
+}
+
 _arguments -S \
   '(- *)'{-h,--help}'[print options, scenario format and parameters]' \
   '(- *)--version[print version and commit]' \
   '--scenario=[what the unit and the room are like, and what happens]:scenario:_files -g "*.json"' \
   '--seed=[seed of noise and of ties between threads]:number' \
+  '--world=[what the room is like]:world:_virtual_projector_worlds' \
+  '--unit-seed=[draw a unit'\''s manufacturing spread by this seed]:number' \
+  '--unit=[the spread that it is drawn from]:unit:_virtual_projector_units' \
+  '--print-settings[print every parameter and where its value comes from]' \
   '*--set=[set a parameter after the scenario'\''s]:parameter:_virtual_projector_parameters' \
   '--trace=[write what happened, one JSON record a line]:file:_files' \
   '--trace-detail=[how much is traced]:level:(events changes calls)' \

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -11,7 +13,9 @@
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/launcher/truth_trace.h"
+#include "virtual_projector/launcher/unit_file.h"
 #include "virtual_projector/storykit/launched_program.h"
+#include "virtual_projector/trace/records.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -126,10 +130,47 @@ TEST(ThePageOnScenarios, HasEveryOptionOfTheCommandAndNoOther) {
     EXPECT_EQ(all_matches(page(), R"(\n\| (?:`-h`, )?`(--[a-z-]+))"), options);
 }
 
-TEST(ThePageOnScenarios, ShowsScenariosThatCanBeRead) {
+TEST(ThePageOnScenarios, ShowsScenariosAndUnitsThatCanBeRead) {
     const std::set<std::string> examples = all_matches(page(), "```json\n([^`]*)```");
     EXPECT_FALSE(examples.empty());
-    for (const std::string& example : examples) EXPECT_EQ(complaint_about(example), "nothing");
+    for (const std::string& example : examples) {
+        const bool is_unit = example.find("\"draw\"") != std::string::npos;
+        if (is_unit)
+            EXPECT_FALSE(vp::parse_unit_file(example, "the page").empty());
+        else
+            EXPECT_EQ(complaint_about(example), "nothing");
+    }
+}
+
+TEST(ThePageOnScenarios, HasEveryWorld) {
+    std::set<std::string> worlds;
+    for (const auto& entry : std::filesystem::directory_iterator(storykit::project_file("worlds")))
+        worlds.insert(entry.path().stem().string());
+    const std::string section = page().substr(page().find("\n## Worlds\n"), page().find("\n## Units\n"));
+    for (const std::string& world : worlds)
+        EXPECT_NE(section.find("\n| `" + world + "` | "), std::string::npos) << world;
+    EXPECT_GE(worlds.size(), 2U);
+}
+
+TEST(ThePageOnScenarios, HasEveryDistributionOfAUnit) {
+    std::string complaint;
+    try {
+        vp::parse_unit_file(R"({"draw": {"tmr.offset": {"distribution": "x"}}})", "file");
+    } catch (const vp::LocatedError& error) {
+        complaint = error.what();
+    }
+    const std::string names = complaint.substr(complaint.find("one of "), complaint.find(", found"));
+    for (const std::string& name : all_matches(names.substr(7), R"((\w+),)"))
+        EXPECT_TRUE(stands_there("\n| `" + name + "` | ")) << name;
+}
+
+TEST(ThePageOnScenarios, HasEveryMemberOfARun) {
+    vp::RunRecord run;
+    run.unit_seed = 1;
+    run.scenario_digest = "digest";
+    run.settings = {{"tmr.offset", 1, "world"}};
+    for (const auto& member : vp::run_line(run).at("run").items())
+        EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
 }
 
 TEST(ThePageOnScenarios, HasEveryMemberOfATruth) {

@@ -6,13 +6,16 @@ LC_ALL=C
 export LC_ALL
 place=$1 library_folder=$2 build_type=$3 sources=$4
 list=$(dirname "$0")/contents.txt
-stories=usr/share/virtual-projector/scenarios
+data=usr/share/virtual-projector
+stories=$data/scenarios
 documents=usr/share/doc/libovrafocus-dev
 
 {
     sed -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"
     # Every story there is.
     (cd "$sources/scenarios" && find . -name '*.json' -o -name '*.host') | sed "s,^\.,virtual-projector $stories,"
+    # Every world and unit.
+    (cd "$sources" && find worlds units -name '*.json') | sed "s,^,virtual-projector $data/,"
     # Every document and example, and the reference host as one more example.
     (cd "$sources" && {
         find docs -name '*.md'

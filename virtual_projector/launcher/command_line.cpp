@@ -78,10 +78,21 @@ void describe_run(CLI::App& app, CommandLine& line) {
                    "seed of noise and of ties between threads (scenario's own, else 1)")
         ->check(CLI::Range(std::uint64_t{0}, max_seed).description(""))
         ->type_name("N");
+    app.add_option("--world", line.run.world, "what the room is like (scenario's own, else laboratory)")
+        ->type_name("NAME|FILE");
+    app.add_option("--unit-seed", line.run.unit_seed,
+                   "draw a unit's manufacturing spread by this seed (scenario's own, else the standard unit)")
+        ->check(CLI::Range(std::uint64_t{0}, max_seed).description(""))
+        ->type_name("N");
+    app.add_option("--unit", line.run.unit, "the spread that it is drawn from (scenario's own, else standard)")
+        ->type_name("NAME|FILE");
     app.add_option("--set", line.settings, "set a parameter after the scenario's; may be repeated")
         ->type_name("NAME=VALUE")
         ->expected(1)
         ->take_all();
+    app.add_flag("--print-settings", line.print_settings,
+                 "print every parameter's value at the start and where it comes from, and exit; without "
+                 "PROGRAM, too");
     app.add_option("--trace", line.run.trace,
                    "write what happened, one JSON record a line; - is standard output, for --summary too")
         ->type_name("FILE");
@@ -217,7 +228,7 @@ void parse(CLI::App& app, CommandLine& line, int argc, char** argv) {
     const bool is_programs_own = !line.program.command.empty() || own_end == argv + argc;
     line.program.command.insert(line.program.command.end(), is_programs_own ? own_end : own_end + 1,
                                 argv + argc);
-    if (line.program.command.empty())
+    if (line.program.command.empty() && !line.print_settings)
         throw std::runtime_error(std::string("expected a program to run: ") + usage);
     line.program.emulator = words_of(line.emulator);
     line.program.tool_options = CLI::detail::split_up(line.tool_options);
@@ -234,6 +245,8 @@ std::string wrap_lines(const std::string& text, std::size_t width) {
 
 std::optional<CommandLine> parse_command_line(int argc, char** argv) {
     CommandLine line;
+    line.run.version = OVRA_VERSION;
+    line.run.commit = OVRA_COMMIT;
     CLI::App app;
     describe(app, line);
     try {

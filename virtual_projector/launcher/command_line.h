@@ -14,6 +14,7 @@ namespace vp {
 struct CommandLine {
     RunOptions run;
     std::vector<std::string> settings;  // NAME=VALUE
+    bool print_settings = false;        // in place of a run; there may be no program then
     bool story = false;
     std::string library_log;
     std::string emulator;

@@ -5,6 +5,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -104,6 +105,14 @@ std::string interpreter_of(const std::string& path) {
 }
 
 }  // namespace
+
+std::string own_folder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    if (length <= 0) return ".";
+    const std::string own(path, static_cast<std::size_t>(length));
+    return own.substr(0, own.rfind('/'));
+}
 
 std::string file_of_command(const std::string& command) {
     const char* const folders = std::getenv("PATH");

@@ -6,6 +6,9 @@
 
 namespace vp {
 
+/// The folder that the running program's file stands in.
+std::string own_folder();
+
 /// The file that execvp() would run for this command: itself where it has a slash, else the first of its name
 /// in the folders of PATH. The command where there is none.
 std::string file_of_command(const std::string& command);

@@ -14,9 +14,11 @@
 
 #include "virtual_projector/files/output_file.h"
 #include "virtual_projector/launcher/command_line.h"
+#include "virtual_projector/launcher/data_files.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_files.h"
 #include "virtual_projector/launcher/run_schedule.h"
+#include "virtual_projector/launcher/run_settings.h"
 #include "virtual_projector/launcher/run_state.h"
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/report/story.h"
@@ -66,7 +68,7 @@ std::string check_story(const vp::CommandLine& line) {
 }
 
 // Everything that can be wrong is found before the program starts, and files are touched last.
-std::string check(vp::CommandLine& line, std::string& title) {
+std::string check(vp::CommandLine& line, vp::Scenario& scenario) {
     for (const std::string& setting : line.settings) {
         const std::string mistake = take_setting(setting, line.run.parameters);
         if (!mistake.empty()) return "--set " + setting + ": " + mistake;
@@ -74,8 +76,10 @@ std::string check(vp::CommandLine& line, std::string& title) {
     for (const std::string& mistake : {check_schedule(line.run), check_story(line)}) {
         if (!mistake.empty()) return mistake;
     }
-    if (!line.run.scenario.empty()) title = vp::read_scenario(line.run.scenario).story;
-    return vp::check_files(line);
+    if (!line.run.scenario.empty()) scenario = vp::read_scenario(line.run.scenario);
+    vp::find_world_and_unit(line.run, scenario);
+    (void)vp::make_world(line.run, scenario);
+    return line.print_settings ? "" : vp::check_files(line);
 }
 
 // Files that nobody asked to keep.
@@ -126,6 +130,13 @@ int run_with_story(vp::CommandLine& line, const std::string& title, const std::s
     return code;
 }
 
+int print_settings(const vp::RunOptions& run, const vp::Scenario& scenario) {
+    const vp::RunSettings start = vp::make_world(run, scenario);
+    const std::string text = vp::format_settings(vp::run_record(run, scenario, start.settings), start.settings);
+    const bool is_written = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    return is_written ? 0 : exit_incomplete;
+}
+
 int run(vp::CommandLine& line, const std::string& title) {
     const std::string preload = vp::find_preload_library();
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
@@ -141,9 +152,10 @@ int main(int argc, char** argv) {
     try {
         std::optional<vp::CommandLine> line = vp::parse_command_line(argc, argv);
         if (!line) return 0;
-        std::string title;  // the scenario's
-        const std::string mistake = check(*line, title);
-        return mistake.empty() ? run(*line, title) : complain(mistake);
+        vp::Scenario scenario;
+        const std::string mistake = check(*line, scenario);
+        if (!mistake.empty()) return complain(mistake);
+        return line->print_settings ? print_settings(line->run, scenario) : run(*line, scenario.story);
     } catch (const std::exception& error) {
         return complain(error.what());
     }

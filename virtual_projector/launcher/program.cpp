@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -29,14 +28,6 @@ constexpr int signal_base = 128;
 // What the machine ends a run with: from a run that is stuck to one that has reached its real limit.
 constexpr int stuck_exit_code = 120;
 constexpr int real_limit_exit_code = 122;
-
-std::string own_directory() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    if (length <= 0) return ".";
-    const std::string own(path, static_cast<std::size_t>(length));
-    return own.substr(0, own.rfind('/'));
-}
 
 std::string with_others_to_preload(const std::string& library) {
     const char* const others = std::getenv("LD_PRELOAD");
@@ -235,7 +226,7 @@ bool is_cut_off(int status) {
 }  // namespace
 
 std::string find_preload_library() {
-    const std::string own = own_directory();
+    const std::string own = own_folder();
     for (const std::string& folder : {own, own + "/" + installed_preload_folder}) {
         const std::string candidate = folder + "/" + preload_name;
         if (access(candidate.c_str(), R_OK) == 0) return candidate;

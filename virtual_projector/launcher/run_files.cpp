@@ -38,7 +38,8 @@ std::vector<NamedFile> outputs_of(const RunOptions& run) {
 std::vector<NamedFile> inputs_of(const CommandLine& line) {
     std::vector<NamedFile> inputs = {{"PROGRAM", file_of_command(line.program.command[0])}};
     for (const NamedFile& input :
-         {NamedFile{"--scenario", line.run.scenario},
+         {NamedFile{"--scenario", line.run.scenario}, NamedFile{"--world", line.run.world},
+          NamedFile{"--unit", line.run.unit},
           NamedFile{"--schedule", is_schedule_file(line.run.schedule) ? line.run.schedule : ""},
           NamedFile{"--library-log", line.library_log}}) {
         if (!input.path.empty()) inputs.push_back(input);
@@ -170,8 +171,8 @@ std::string check_files(const CommandLine& line) try {
 }
 
 void make_files_absolute(RunOptions& run) {
-    for (std::string* const path :
-         {&run.scenario, &run.trace, &run.summary, &run.flash, &run.record_schedule, &run.schedule}) {
+    for (std::string* const path : {&run.scenario, &run.world, &run.unit, &run.trace, &run.summary, &run.flash,
+                                    &run.record_schedule, &run.schedule}) {
         const bool is_file = path != &run.schedule || is_schedule_file(*path);
         if (!path->empty() && *path != standard_output && is_file) *path = fs::absolute(*path).string();
     }

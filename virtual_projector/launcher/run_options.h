@@ -17,8 +17,11 @@ constexpr const char* run_options_variable = "VIRTUAL_PROJECTOR_RUN";
 struct RunOptions {
     std::string scenario;  // file; empty: the standard unit 1.5 m before the wall, and nothing happens
     std::optional<std::uint64_t> seed;
-    ParameterValues parameters;  // set after the scenario's own
-    std::string trace;           // file; empty: none
+    std::string world;                       // file; empty: the laboratory
+    std::string unit;                        // file of the spread that units are drawn from; empty: none
+    std::optional<std::uint64_t> unit_seed;  // before the scenario's
+    ParameterValues parameters;              // set after the scenario's own
+    std::string trace;                       // file; empty: none
     TraceDetail trace_detail = TraceDetail::calls;
     std::string summary;        // file for the run's figures; empty: none
     std::string flash;          // file that keeps the permanent record from run to run; empty: memory
@@ -33,6 +36,8 @@ struct RunOptions {
     std::string state;                // see run_state.h; empty: the run is this process's alone
     bool plain_stacks = false;        // the stacks are not measured
     bool under_tool = false;          // a debugger or the like starts the program
+    std::string version;              // the launcher's own, for the trace
+    std::string commit;
 };
 
 std::string to_text(const RunOptions& options);
@@ -43,6 +48,10 @@ std::string tof_memory_file(const std::string& flash);
 
 /// The seed that counts: the command line's, else the scenario's, else 1.
 std::uint64_t seed_of(const RunOptions& options, const Scenario& scenario);
+
+/// The unit's seed that counts: the command line's, else the scenario's, else 1 where a spread is named; none:
+/// the standard unit.
+std::optional<std::uint64_t> unit_seed_of(const RunOptions& options, const Scenario& scenario);
 
 }  // namespace vp
 

@@ -2,16 +2,18 @@
 
 #include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
 
 #include "virtual_projector/launcher/located_json.h"
+#include "virtual_projector/launcher/parameter_files.h"
 #include "virtual_projector/launcher/strict_json.h"
+#include "virtual_projector/world/fnv1a.h"
 #include "virtual_projector/world/parameters.h"
 
 namespace vp {
@@ -43,22 +45,6 @@ int read_errno(const LocatedJson& json) {
 }
 
 Microseconds read_seconds(const LocatedJson& json) { return microseconds(json.number(0, longest_s)); }
-
-void read_parameter(const std::string& name, const LocatedJson& json, ParameterValues& values) {
-    const Parameter* const parameter = find_parameter(name);
-    if (parameter == nullptr) throw LocatedError(json.place() + ": " + unknown_parameter(name));
-    const double value = json.number(parameter->min, parameter->max);
-    if (parameter->whole && value != static_cast<double>(static_cast<std::int64_t>(value))) {
-        json.fail("a whole number");
-    }
-    values.emplace_back(name, value);
-}
-
-ParameterValues read_parameters(const LocatedJson& json) {
-    ParameterValues values;
-    for (const auto& [name, value] : json.members()) read_parameter(name, value, values);
-    return values;
-}
 
 // Members of the pose without their "pose." prefix.
 ParameterValues read_pose(const LocatedJson& json) {
@@ -153,6 +139,12 @@ Action read_action(const LocatedJson& json) {
     return ClearFaults{};
 }
 
+// Of a file that is looked for when the run begins.
+std::string read_name(const LocatedJson& json) {
+    if (json.text().empty()) json.fail("a name or a file");
+    return json.text();
+}
+
 ScenarioEvent read_event(const LocatedJson& json) {
     ScenarioEvent event;
     event.at = read_seconds(json.member("at_s"));
@@ -162,7 +154,7 @@ ScenarioEvent read_event(const LocatedJson& json) {
 }
 
 Scenario read_document(const LocatedJson& json) {
-    json.allow_members({"story", "seed", "unit_seed", "set", "faults", "events"});
+    json.allow_members({"story", "seed", "unit_seed", "unit", "world", "set", "faults", "events"});
     Scenario scenario;
     if (json.has("story")) scenario.story = json.member("story").text();
     if (json.has("seed"))
@@ -170,6 +162,8 @@ Scenario read_document(const LocatedJson& json) {
     if (json.has("unit_seed")) {
         scenario.unit_seed = static_cast<std::uint64_t>(json.member("unit_seed").whole_number(0, any_seed));
     }
+    if (json.has("unit")) scenario.unit = read_name(json.member("unit"));
+    if (json.has("world")) scenario.world = read_name(json.member("world"));
     if (json.has("set")) scenario.parameters = read_parameters(json.member("set"));
     if (json.has("faults")) {
         for (const LocatedJson& fault : json.member("faults").elements())
@@ -182,30 +176,6 @@ Scenario read_document(const LocatedJson& json) {
     return scenario;
 }
 
-// Far more than any has: an event takes a hundred bytes or so.
-constexpr std::uintmax_t max_scenario_bytes = std::uintmax_t{16} * 1024 * 1024;
-
-// A folder can be opened; only reading tells.
-std::string contents_of(const std::string& path) {
-    std::error_code none;
-    const auto status = std::filesystem::status(path, none);
-    const bool has_size = std::filesystem::is_regular_file(status);
-    if (std::filesystem::exists(status) && !std::filesystem::is_directory(status) &&
-        (!has_size || std::filesystem::file_size(path, none) > max_scenario_bytes)) {
-        throw LocatedError(path + ": $: expected a scenario file of at most " +
-                           std::to_string(max_scenario_bytes) + " bytes, found " +
-                           (has_size ? std::to_string(std::filesystem::file_size(path, none))
-                                     : std::string("something without a size")));
-    }
-    try {
-        std::ifstream file(path);
-        if (file) return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    } catch (const std::ios_base::failure&) {
-        // errno tells why, as it does of a file that cannot be opened.
-    }
-    throw LocatedError(path + ": $: expected a readable scenario file, found: " + std::strerror(errno));
-}
-
 }  // namespace
 
 const char* scenario_format() {
@@ -213,6 +183,8 @@ const char* scenario_format() {
   "story": TEXT             what it is about, in one line
   "seed": N                 as --seed
   "unit_seed": N            draws a unit's manufacturing spread; the standard unit without it
+  "unit": NAME              the spread that it is drawn from, as --unit
+  "world": NAME             what the room is like, as --world
   "set": {NAME: VALUE}      parameters at the start
   "faults": [FAULT]         from the start
   "events": [EVENT]         each an object with "at_s": SECONDS, perhaps "what": TEXT, and one of
@@ -229,11 +201,23 @@ A FAULT hits calls by "operation" (open, read, write, ioctl, close, call, pthrea
 )";
 }
 
-Scenario parse_scenario(const std::string& text, const std::string& name) {
-    const nlohmann::ordered_json document = parse_strictly(text, name);
-    return read_document(LocatedJson(document, name + ": $"));
+std::string digest_of(const std::string& text) {
+    char digest[40];
+    std::snprintf(digest, sizeof digest, "fnv1a64:%016" PRIx64, fnv1a64(text));
+    return digest;
 }
 
-Scenario read_scenario(const std::string& path) { return parse_scenario(contents_of(path), path); }
+Scenario parse_scenario(const std::string& text, const std::string& name) {
+    const nlohmann::ordered_json document = parse_strictly(text, name);
+    Scenario scenario = read_document(LocatedJson(document, name + ": $"));
+    scenario.digest = digest_of(text);
+    return scenario;
+}
+
+Scenario read_scenario(const std::string& path) {
+    Scenario scenario = parse_scenario(read_input_file(path, "scenario"), path);
+    scenario.folder = std::filesystem::path(path).parent_path().string();
+    return scenario;
+}
 
 }  // namespace vp

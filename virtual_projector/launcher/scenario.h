@@ -5,19 +5,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/microseconds.h"
-#include "virtual_projector/world/settings.h"
+#include "virtual_projector/world/parameters.h"
 
 namespace vp {
-
-/// Parameters by name, in their order.
-using ParameterValues = std::vector<std::pair<std::string, double>>;
 
 /// Parameters that change at once.
 struct SetEvent {
@@ -57,6 +53,10 @@ struct Scenario {
     std::string story;  // one line
     std::optional<std::uint64_t> seed;
     std::optional<std::uint64_t> unit_seed;  // draws a unit's manufacturing spread
+    std::string unit;                        // name or file of the spread; empty: the standard one
+    std::string world;                       // name or file; empty: the laboratory
+    std::string folder;                      // where the files that it names are looked for
+    std::string digest;                      // of its text, "fnv1a64:" and 16 hexadecimal digits
     ParameterValues parameters;
     std::vector<FaultRule> faults;
     std::vector<ScenarioEvent> events;
@@ -64,6 +64,9 @@ struct Scenario {
 
 /// What may stand in a scenario file, for people who write one.
 const char* scenario_format();
+
+/// The digest of a file's text, "fnv1a64:" and 16 hexadecimal digits.
+std::string digest_of(const std::string& text);
 
 /// Reads a scenario file. Throws LocatedError with one line that names the file, the place in it and what
 /// was expected there.

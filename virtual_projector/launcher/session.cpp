@@ -26,6 +26,7 @@
 #include "virtual_projector/launcher/run_ends.h"
 #include "virtual_projector/launcher/run_progress.h"
 #include "virtual_projector/launcher/run_schedule.h"
+#include "virtual_projector/launcher/run_settings.h"
 #include "virtual_projector/launcher/run_summary.h"
 #include "virtual_projector/launcher/scenario_events.h"
 #include "virtual_projector/launcher/truth_trace.h"
@@ -54,14 +55,6 @@ std::unique_ptr<JsonTrace> make_trace(const RunOptions& options) {
     std::unique_ptr<JsonTrace> trace = JsonTrace::to_file(options.trace, options.trace_detail);
     if (trace == nullptr) throw std::runtime_error(options.trace + ": " + std::strerror(errno));
     return trace;
-}
-
-World make_world(const RunOptions& options, const Scenario& scenario) {
-    World world(seed_of(options, scenario));
-    if (scenario.unit_seed) world.draw_unit(*scenario.unit_seed);
-    for (const auto& [name, value] : scenario.parameters) world.set(name, value);
-    for (const auto& [name, value] : options.parameters) world.set(name, value);
-    return world;
 }
 
 // In virtual time only one of the program's threads runs at a time, and the turn passes several times as fast
@@ -113,12 +106,14 @@ struct Session::Parts {
         : options(given),
           account(state),
           scenario(given.scenario.empty() ? Scenario{} : read_scenario(given.scenario)),
-          world(make_world(given, scenario)),
+          start(make_world(given, scenario)),
+          world(start.world),
           run_clock(make_clock(given, world.seed())),
           clock(run_clock.clock.get()),
           board(world, *clock, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
+        if (file_trace) file_trace->record_run(run_record(given, scenario, start.settings));
         if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
         summary = std::make_unique<RunSummary>(given.summary, *clock, *machine);
@@ -185,7 +180,8 @@ struct Session::Parts {
     RunOptions options;
     FileAccount account;
     Scenario scenario;
-    World world;
+    RunSettings start;
+    World& world;
     RunClock run_clock;
     Clock* clock;
     Board board;

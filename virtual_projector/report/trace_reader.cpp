@@ -17,6 +17,7 @@ class Reader {
 public:
     void take(const json& line) {
         const std::int64_t t_us = line.value(record_key::t_us, std::int64_t{0});
+        if (line.contains(record_key::run)) contents_.run = run_from(line.at(record_key::run));
         if (line.contains(record_key::truth))
             contents_.truths.push_back({truth_from(line.at(record_key::truth)), t_us});
         if (line.contains(record_key::event))

@@ -38,6 +38,7 @@ struct LibraryCallAt {
 };
 
 struct TraceContents {
+    RunRecord run;
     std::vector<TruthAt> truths;
     std::vector<LensMoveAt> lens_moves;
     std::vector<EventAt> events;

@@ -52,6 +52,8 @@ void JsonTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& st
     write_line(truth_line(t_us, state));
 }
 
+void JsonTrace::record_run(const RunRecord& run) { write_line(run_line(run)); }
+
 void JsonTrace::record_event(std::int64_t t_us, std::string_view what) { write_line(event_line(t_us, what)); }
 
 void JsonTrace::write_line(const nlohmann::ordered_json& line) {

@@ -33,6 +33,7 @@ public:
 
     void record(const CallRecord& record) override;
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
+    void record_run(const RunRecord& run) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 
     /// Ends the file; what is recorded later is lost. False when some of the lines could not be written.

@@ -76,6 +76,22 @@ ordered_json line_at(std::int64_t t_us) {
     return line;
 }
 
+ordered_json json_of(const RunRecord& run) {
+    ordered_json json;
+    json["format"] = run.format;
+    json["version"] = run.version;
+    json["commit"] = run.commit;
+    json["seed"] = run.seed;
+    if (run.unit_seed) json["unit_seed"] = *run.unit_seed;
+    json["unit"] = run.unit;
+    json["world"] = run.world;
+    if (!run.scenario_digest.empty()) json["scenario"] = run.scenario_digest;
+    json["settings"] = ordered_json::object();
+    for (const auto& [name, value, source] : run.settings)
+        json["settings"][name] = {{"value", value}, {"from", source}};
+    return json;
+}
+
 }  // namespace
 
 ordered_json json_of(const CallRecord& record) {
@@ -109,6 +125,12 @@ ordered_json truth_line(std::int64_t t_us, const ordered_json& truth) {
     return line;
 }
 
+ordered_json run_line(const RunRecord& run) {
+    ordered_json line = line_at(0);
+    line[record_key::run] = json_of(run);
+    return line;
+}
+
 ordered_json event_line(std::int64_t t_us, std::string_view what) {
     ordered_json line = line_at(t_us);
     line[record_key::event] = what;
@@ -129,6 +151,22 @@ TruthRecord truth_from(const nlohmann::json& truth) {
     TruthRecord record;
     TruthRecord::for_each_member(
         [&](const char* key, auto member) { record.*member = truth.value(key, record.*member); });
+    return record;
+}
+
+RunRecord run_from(const nlohmann::json& run) {
+    RunRecord record;
+    record.format = run.value("format", 0);
+    record.version = run.value("version", "");
+    record.commit = run.value("commit", "");
+    record.seed = run.value("seed", std::uint64_t{1});
+    if (run.contains("unit_seed")) record.unit_seed = run.at("unit_seed").get<std::uint64_t>();
+    record.unit = run.value("unit", "");
+    record.world = run.value("world", "");
+    record.scenario_digest = run.value("scenario", "");
+    if (!run.contains("settings")) return record;
+    for (const auto& [name, setting] : run.at("settings").items())
+        record.settings.push_back({name, setting.value("value", 0.0), setting.value("from", "")});
     return record;
 }
 

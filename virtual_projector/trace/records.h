@@ -1,5 +1,6 @@
 // The records of a trace, one JSON object on each line: what they hold, for those who write and who read them.
 //
+//     {"t_us":0,"run":{"format":1,"version":"0.1.0","commit":"29d69e93c1","seed":1,"world":"laboratory",...}}
 //     {"t_us":20000,"thread":2,"name":"keystonefocus_thread","call":"open","path":"/sys/class/motor/stop",
 //      "flags":"O_RDONLY","result":0}
 //     {"t_us":20000,...,"call":"read","path":"/sys/class/motor/stop","count":20,"result":2,"data":"1\n"}
@@ -9,16 +10,18 @@
 //     {"t_us":22000,"truth":{"sharpness":0.98}}
 //
 // (each on one line). Keys stand in this order always; those that say nothing are left out. Bytes that are no
-// text stand as "hex" in place of "data". Nothing in it depends on addresses, descriptors or the kernel's
-// numbers of threads, so the same run gives the same file, byte for byte.
+// text stand as "hex" in place of "data". The run stands first and once. Nothing in it depends on addresses,
+// descriptors or the kernel's numbers of threads, so the same run gives the same file, byte for byte.
 #ifndef VIRTUAL_PROJECTOR_TRACE_RECORDS_H
 #define VIRTUAL_PROJECTOR_TRACE_RECORDS_H
 
 #include <array>
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "virtual_projector/trace/trace_sink.h"
 
@@ -41,7 +44,29 @@ constexpr const char* data = "data";
 constexpr const char* hex = "hex";
 constexpr const char* event = "event";
 constexpr const char* truth = "truth";
+constexpr const char* run = "run";
 }  // namespace record_key
+
+/// What a run was made of. The records of another format differ from those described here.
+struct RunRecord {
+    static constexpr int current_format = 1;
+
+    struct Setting {
+        std::string name;
+        double value = 0;
+        std::string source;  // "world", "unit", "scenario" or "command line"
+    };
+
+    int format = current_format;
+    std::string version;  // of the virtual projector
+    std::string commit;
+    std::uint64_t seed = 1;
+    std::optional<std::uint64_t> unit_seed;  // none: the standard unit
+    std::string unit;                        // name of the spread that units are drawn from
+    std::string world;                       // its name
+    std::string scenario_digest;             // empty: no scenario
+    std::vector<Setting> settings;           // at the start, those that are not at their default
+};
 
 /// The corners of the picture on the wall, [x, z] each: top left, top right, bottom right, bottom left.
 using Outline = std::array<std::array<double, 2>, 4>;
@@ -135,11 +160,13 @@ struct CallLine {
 nlohmann::ordered_json json_of(const CallRecord& record);
 nlohmann::ordered_json json_of(const TruthRecord& truth);  // the value of "truth"
 nlohmann::ordered_json truth_line(std::int64_t t_us, const nlohmann::ordered_json& truth);
+nlohmann::ordered_json run_line(const RunRecord& run);
 nlohmann::ordered_json event_line(std::int64_t t_us, std::string_view what);
 
 /// The same read back; members that are missing have their defaults.
 CallLine call_line_from(const nlohmann::json& line);
 TruthRecord truth_from(const nlohmann::json& truth);
+RunRecord run_from(const nlohmann::json& run);
 
 }  // namespace vp
 

@@ -21,6 +21,8 @@ struct CallRecord {
     std::string_view data;      // the bytes that moved
 };
 
+struct RunRecord;
+
 class TraceSink {
 public:
     virtual ~TraceSink() = default;
@@ -30,6 +32,9 @@ public:
 
     /// The true state of the simulated world at this time, for those sinks that keep it.
     virtual void record_truth(std::int64_t /*t_us*/, const nlohmann::ordered_json& /*state*/) {}
+
+    /// What the run is made of, before everything else.
+    virtual void record_run(const RunRecord& /*run*/) {}
 
     /// A thing that happened to the board by itself (a scenario's event), in words.
     virtual void record_event(std::int64_t /*t_us*/, std::string_view /*what*/) {}

@@ -28,6 +28,9 @@ enum class Stream : std::uint64_t {
     lens_steps,
     gravity_spikes,
     knocks,
+    bench_depth,
+    bench_camera,
+    bench_level,
 };
 
 class Noise {

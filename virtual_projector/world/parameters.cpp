@@ -321,6 +321,16 @@ const std::vector<Parameter> table = {
      VP_FIELD(unit.tof_factory_data)},
     {"unit.serial", "", 1, 0, 999999, whole, "running number in the serial numbers", VP_FIELD(unit.serial)},
 
+    {"bench.depth_mm_sigma", "mm", 0, 0, 50, fraction, "standard deviation of the factory's target distance",
+     VP_FIELD(bench.depth_mm_sigma)},
+    {"bench.camera_tmr_sigma", "TMR", 0, 0, 100, fraction,
+     "and of the place that its camera finds sharpest; above 0 the motor goes there in whole steps",
+     VP_FIELD(bench.camera_tmr_sigma)},
+    {"bench.level_deg_sigma", "deg", 0, 0, 5, fraction, "and of how level its jig holds a unit",
+     VP_FIELD(bench.level_deg_sigma)},
+    {"bench.holds_unit", "", 0, 0, 1, whole, "1: the unit stands on the bench, and its pose has these errors",
+     VP_FIELD(bench.holds_unit)},
+
     {"board.has_tof", "", 1, 0, 1, whole, "0: no nds01 ToF device", VP_FIELD(board.has_tof)},
     {"board.has_zone_grid", "", 1, 0, 1, whole, "0: no generic ranging driver", VP_FIELD(board.has_zone_grid)},
     {"board.has_gravity_sensor", "", 1, 0, 1, whole, "0: no gravity sensor",

@@ -5,11 +5,15 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/world/settings.h"
 
 namespace vp {
+
+/// Parameters by name, in their order.
+using ParameterValues = std::vector<std::pair<std::string, double>>;
 
 /// One parameter. `whole` parameters take whole numbers only.
 struct Parameter {

@@ -188,6 +188,13 @@ struct UnitSettings {
     double serial = 0;
 };
 
+struct BenchSettings {
+    double depth_mm_sigma = 0;
+    double camera_tmr_sigma = 0;
+    double level_deg_sigma = 0;
+    double holds_unit = 0;
+};
+
 struct BoardSettings {
     double has_tof = 0;
     double has_zone_grid = 0;
@@ -214,6 +221,7 @@ struct Settings {
     GravitySettings gravity;
     HandSettings hand;
     UnitSettings unit;
+    BenchSettings bench;
     BoardSettings board;
 };
 

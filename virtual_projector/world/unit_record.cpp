@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "virtual_projector/world/noise.h"
+#include "virtual_projector/world/gravity.h"
 #include "virtual_projector/world/optics.h"
 
 namespace vp {
@@ -32,8 +32,16 @@ constexpr std::size_t curve_points = 13;  // the last of them, nearest distance 
 constexpr int curve_header_number = 13;   // the numbers before them: how many points follow, then zeros
 constexpr int two_to_16 = 65536;
 
-std::array<int, measured_places> sweep(const Settings& settings) {
-    const double reference = best_focus_steps(settings.lens, settings.tmr, reference_mm, bench_led_c);
+// Where the bench's lens stands when its camera finds the target's picture sharpest.
+double reference_steps(const Settings& settings, const BenchErrors& bench) {
+    const double true_mm = reference_mm + bench.depth_mm;
+    const double best = best_focus_steps(settings.lens, settings.tmr, true_mm, bench_led_c);
+    const double found = best + bench.camera_tmr / settings.tmr.slope_per_step;
+    return bench.whole_steps ? std::round(found) : found;
+}
+
+std::array<int, measured_places> sweep(const Settings& settings, const BenchErrors& bench) {
+    const double reference = reference_steps(settings, bench);
     std::array<int, measured_places> measured{};
     for (int i = 0; i < measured_places; ++i) {
         const double position = reference + (i - reference_place);
@@ -55,14 +63,10 @@ std::string serial(const char* prefix, double number) {
 
 std::uint8_t digit(double flag) { return static_cast<std::uint8_t>('0' + static_cast<int>(flag)); }
 
-double between(const Noise& noise, int lane, double min, double max) {
-    return min + (max - min) * noise.uniform(0, lane);
-}
-
 }  // namespace
 
-std::array<int, 30> lens_table(const Settings& settings) {
-    const std::array<int, measured_places> measured = sweep(settings);
+std::array<int, 30> lens_table(const Settings& settings, const BenchErrors& bench) {
+    const std::array<int, measured_places> measured = sweep(settings, bench);
     std::array<int, 30> table{};
     for (std::size_t place = 0; place < places; ++place) {
         const int lower = measured.at(place / 2);
@@ -77,21 +81,24 @@ std::array<int, 30> lens_table(const Settings& settings) {
     return table;
 }
 
-std::string lens_table_text(const Settings& settings) {
+std::string lens_table_text(const Settings& settings, const BenchErrors& bench) {
     std::string text;
-    for (const int number : lens_table(settings)) text += (text.empty() ? "" : ",") + std::to_string(number);
+    for (const int number : lens_table(settings, bench))
+        text += (text.empty() ? "" : ",") + std::to_string(number);
     return text;
 }
 
-std::string gravity_offsets_text(const Settings& settings) {
-    const GravitySettings& gravity = settings.gravity;
-    return std::to_string(std::lround(gravity.offset_x)) + "," + std::to_string(std::lround(gravity.offset_y)) +
-           "," + std::to_string(std::lround(gravity.offset_z));
+std::string gravity_offsets_text(const Settings& settings, const BenchErrors& bench) {
+    GravitySettings quiet = settings.gravity;  // the bench takes the mean of many samples
+    quiet.noise_sigma = 0;
+    const std::array<double, 3> read = gravity_sample(quiet, pose_on_bench({}, bench), {}, 0, 0);
+    return std::to_string(std::lround(read[0])) + "," + std::to_string(std::lround(read[1])) + "," +
+           std::to_string(std::lround(read[2] - quiet.units_per_g));
 }
 
 // The points are the sensor's own readings, its polarity left in, as 16-bit numbers.
-std::string elepn_curve_text(const Settings& settings) {
-    const std::array<int, 30> table = lens_table(settings);
+std::string elepn_curve_text(const Settings& settings, const BenchErrors& bench) {
+    const std::array<int, 30> table = lens_table(settings, bench);
     std::array<int, curve_numbers> numbers{};
     numbers.front() = curve_header_number;
     for (std::size_t point = 0; point < curve_points; ++point) {
@@ -110,32 +117,17 @@ Record blank_record() {
     return record;
 }
 
-Record factory_record(const Settings& settings) {
+Record factory_record(const Settings& settings, const BenchErrors& bench) {
     if (settings.unit.calibrated == 0) return blank_record();
     Record record{};
-    put_text(record, lens_text_at, lens_table_text(settings));
-    put_text(record, gravity_text_at, gravity_offsets_text(settings));
+    put_text(record, lens_text_at, lens_table_text(settings, bench));
+    put_text(record, gravity_text_at, gravity_offsets_text(settings, bench));
     put_text(record, device_serial_at, serial("VP", settings.unit.serial));
     put_text(record, board_serial_at, serial("VPMB", settings.unit.serial));
     record.at(gsensor_flag_at) = digit(settings.unit.gsensor_flag);
     record.at(tof_flag_at) = digit(settings.unit.tof_flag);
     record.at(tmr_flag_at) = digit(settings.unit.tmr_flag);
     return record;
-}
-
-void draw_unit(Settings& settings, std::uint64_t seed) {
-    const Noise noise(seed, Stream::unit_spread);
-    settings.tmr.polarity = noise.uniform(0, 0) < 0.5 ? -1 : 1;
-    settings.tmr.offset = std::round(between(noise, 1, -30, 30));
-    settings.tmr.slope_per_step = between(noise, 2, 17.6, 18.4);
-    settings.lens.left_backlash_steps = std::round(between(noise, 3, 1, 4));
-    settings.lens.right_backlash_steps = std::round(between(noise, 4, 1, 4));
-    settings.lens.infinity_steps = between(noise, 5, 11, 13);
-    settings.tof.true_offset_mm = between(noise, 6, -40, 40);
-    settings.gravity.offset_x = std::round(between(noise, 7, -60, 60));
-    settings.gravity.offset_y = std::round(between(noise, 8, -60, 60));
-    settings.gravity.offset_z = std::round(between(noise, 9, -60, 60));
-    settings.unit.serial = static_cast<double>(seed % 1000000);
 }
 
 }  // namespace vp

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "virtual_projector/world/bench.h"
 #include "virtual_projector/world/settings.h"
 
 namespace vp {
@@ -13,24 +14,21 @@ namespace vp {
 constexpr std::size_t record_size = 227;
 using Record = std::array<std::uint8_t, record_size>;
 
-/// The record that the factory wrote into this unit, calibrated for its own lens and sensors; blank (all
-/// 0xFF) when unit.calibrated is 0.
-Record factory_record(const Settings& settings);
+/// The record that the factory wrote into this unit, calibrated for its own lens and sensors on a bench with
+/// these errors; blank (all 0xFF) when unit.calibrated is 0.
+Record factory_record(const Settings& settings, const BenchErrors& bench = {});
 Record blank_record();
 
 /// The 30 numbers of the lens table: 25 places, left limit, right limit, polarity, left and right backlash.
-std::array<int, 30> lens_table(const Settings& settings);
-std::string lens_table_text(const Settings& settings);
+std::array<int, 30> lens_table(const Settings& settings, const BenchErrors& bench = {});
+std::string lens_table_text(const Settings& settings, const BenchErrors& bench = {});
 
-/// The gravity sensor's offsets, "x,y,z" in driver units.
-std::string gravity_offsets_text(const Settings& settings);
+/// The gravity sensor's offsets, "x,y,z" in driver units: what it reads on the bench, less what a faultless one
+/// would read that is level.
+std::string gravity_offsets_text(const Settings& settings, const BenchErrors& bench = {});
 
 /// The light engine's published focus curve: 20 numbers and a newline.
-std::string elepn_curve_text(const Settings& settings);
-
-/// Draws the manufacturing spread of one unit: polarity, offset and slope of the TMR sensor, backlash, lens
-/// mount, offsets of the ToF and gravity sensors. The same seed is the same unit.
-void draw_unit(Settings& settings, std::uint64_t seed);
+std::string elepn_curve_text(const Settings& settings, const BenchErrors& bench = {});
 
 }  // namespace vp
 

@@ -6,7 +6,6 @@
 #include "virtual_projector/world/lens_sensor.h"
 #include "virtual_projector/world/noise.h"
 #include "virtual_projector/world/optics.h"
-#include "virtual_projector/world/unit_record.h"
 #include "virtual_projector/world/vibration.h"
 
 namespace vp {
@@ -76,11 +75,6 @@ std::string World::set(std::string_view name, double value) {
 double World::get(std::string_view name) const {
     const Parameter* parameter = find_parameter(name);
     return parameter == nullptr ? 0 : parameter->get(settings_);
-}
-
-void World::draw_unit(std::uint64_t unit_seed) {
-    unit_seed_ = unit_seed;
-    vp::draw_unit(settings_, unit_seed);
 }
 
 // At the start the barrel is as warm as the LED unless it is set after it; later it has its own way there.

@@ -86,8 +86,8 @@ public:
     /// The value of a parameter now; of one that there is none of: 0.
     double get(std::string_view name) const;
 
-    /// Makes this the unit of that seed (see draw_unit).
-    void draw_unit(std::uint64_t unit_seed);
+    /// What chance left in the making of the unit follows this seed.
+    void set_unit_seed(std::uint64_t unit_seed) { unit_seed_ = unit_seed; }
 
     // --- Hand and keys -----------------------------------------------------------------------------
     void begin(const Gesture& gesture);

@@ -178,6 +178,10 @@ TEST(VirtualProjectorCommand, HelpNamesEveryOptionAndEveryParameter) {
                                "--perf",
                                "--strace",
                                "--tool-options WORDS",
+                               "--world NAME|FILE",
+                               "--unit-seed N",
+                               "--unit NAME|FILE",
+                               "--print-settings",
                                "--version",
                                "--real-time",
                                "--preempt P",
@@ -255,8 +259,8 @@ TEST(VirtualProjectorCommand, HelpSaysInWordsWhatExcludesWhat) {
 TEST(VirtualProjectorCommand, HelpDescribesScenarioFiles) {
     const std::string help = launch({launcher, "--help"}).words;
     for (const char* member :
-         {"\"story\"", "\"seed\"", "\"unit_seed\"", "\"set\"", "\"faults\"", "\"events\"", "\"at_s\"",
-          "\"gesture\"", "\"block\"", "\"key\"", "\"fault\"", "\"clear_faults\""}) {
+         {"\"story\"", "\"seed\"", "\"unit_seed\"", "\"unit\"", "\"world\"", "\"set\"", "\"faults\"",
+          "\"events\"", "\"at_s\"", "\"gesture\"", "\"block\"", "\"key\"", "\"fault\"", "\"clear_faults\""}) {
         EXPECT_NE(help.find(member), std::string::npos) << member;
     }
     for (const std::string_view gesture : vp::gesture_names())
@@ -411,6 +415,81 @@ TEST(VirtualProjectorCommand, NamesTheFileThePlaceAndTheExpectationOfAMistakeInA
                    scenario + ": $.events[0].at_s: expected a number from 0 to 864000, found \"soon\"");
 }
 
+// --- Worlds and units ----------------------------------------------------------------------------------
+
+// The line of a parameter, without its blanks.
+std::string printed(const std::vector<std::string>& options, const std::string& parameter) {
+    std::vector<std::string> command = {launcher, "--print-settings"};
+    command.insert(command.end(), options.begin(), options.end());
+    const Finished finished = launch(command);
+    EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
+    const std::size_t begin = finished.words.find("\n  " + parameter + " ");
+    if (begin == std::string::npos) return "";
+    return one_line(finished.words.substr(begin + 3, finished.words.find('\n', begin + 1) - begin - 3));
+}
+
+TEST(VirtualProjectorCommand, PrintsTheSettingsOfAWorldByItsNameOrFileAndRunsNothing) {
+    EXPECT_EQ(printed({}, "bench.camera_tmr_sigma"), "bench.camera_tmr_sigma 0 TMR default");
+    EXPECT_EQ(printed({"--world", "laboratory"}, "bench.camera_tmr_sigma"),
+              "bench.camera_tmr_sigma 0 TMR default");
+    EXPECT_EQ(printed({"--world", "living-room"}, "bench.camera_tmr_sigma"),
+              "bench.camera_tmr_sigma 3 TMR world");
+    EXPECT_EQ(printed({"--world", project_file("worlds/living-room.json")}, "bench.camera_tmr_sigma"),
+              "bench.camera_tmr_sigma 3 TMR world");
+    const Finished with_program = launch_projector({"--print-settings"}, {odd_program, "arguments", "it ran"});
+    EXPECT_EQ(with_program.words.find("it ran"), std::string::npos);
+    EXPECT_EQ(with_program.exit_code, 0);
+}
+
+TEST(VirtualProjectorCommand, TakesWorldAndUnitFromTheScenarioAndRatherFromTheCommandLine) {
+    const ScratchFolder folder;
+    const std::string scenario = folder.file("scenario.json");
+    write_file(scenario, R"({"world": "./cave.json", "unit": "./one.json", "unit_seed": 7})");
+    write_file(folder.file("cave.json"), R"({"set": {"wall.reflectivity": 0.2}})");
+    write_file(folder.file("one.json"),
+               R"({"draw": {"tmr.offset": {"distribution": "choice", "values": [11]}}})");
+    EXPECT_EQ(printed({"--scenario", scenario}, "wall.reflectivity"), "wall.reflectivity 0.2 world");
+    EXPECT_EQ(printed({"--scenario", scenario}, "tmr.offset"), "tmr.offset 11 TMR unit");
+    EXPECT_EQ(printed({"--scenario", scenario}, "unit.serial"), "unit.serial 7 unit");
+    const std::vector<std::string> own = {"--scenario", scenario,   "--world",     "laboratory",
+                                          "--unit",     "standard", "--unit-seed", "8"};
+    EXPECT_EQ(printed(own, "wall.reflectivity"), "wall.reflectivity 0.8 default");
+    EXPECT_EQ(printed(own, "lens.stuck"), "lens.stuck 0 default");
+    EXPECT_EQ(printed(own, "unit.serial"), "unit.serial 8 unit");
+}
+
+TEST(VirtualProjectorCommand, RefusesAWorldOrUnitThatThereIsNot) {
+    const ScratchFolder folder;
+    expect_mistake({"--world", "moon"}, "--world: expected laboratory, living-room, or a file, found moon");
+    expect_mistake({"--unit", "moon"}, "--unit: expected standard, or a file, found moon");
+    expect_mistake({"--world", "/nowhere/file"},
+                   "/nowhere/file: $: expected a readable world file, found: No such file or directory");
+    const std::string scenario = folder.file("scenario.json");
+    write_file(scenario, R"({"world": "moon"})");
+    expect_mistake({"--scenario", scenario},
+                   scenario + ": $.world: expected laboratory, living-room, or a file, found moon");
+    write_file(folder.file("unit.json"), R"({"draw": {"tmr.offset": {"distribution": "normal"}}})");
+    expect_mistake({"--unit", folder.file("unit.json")},
+                   folder.file("unit.json") +
+                       ": $.draw[\"tmr.offset\"]: expected an object with \"mean\", found "
+                       "{\"distribution\":\"normal\"}");
+}
+
+TEST(VirtualProjectorCommand, TellsInTheTracesFirstRecordWhatTheRunIsMadeOf) {
+    const ScratchFolder folder;
+    const std::string trace = folder.file("trace");
+    launch_projector(
+        {"--world", "living-room", "--unit-seed", "4", "--set", "pose.pitch_deg=12", "--trace", trace},
+        {odd_program, "arguments", "it ran"});
+    const std::string first = contents_of(trace).substr(0, contents_of(trace).find('\n'));
+    for (const char* member :
+         {R"({"t_us":0,"run":{"format":1,"version":")", R"("seed":1,"unit_seed":4,"unit":"standard",)",
+          R"("world":"living-room",)", R"("pose.pitch_deg":{"value":12.0,"from":"command line"})",
+          R"("unit.serial":{"value":4.0,"from":"unit"})"}) {
+        EXPECT_NE(first.find(member), std::string::npos) << first;
+    }
+}
+
 TEST(VirtualProjectorCommand, WritesATraceOfTheDetailThatIsAskedFor) {
     const ScratchFolder folder;
     const auto lines_with = [&folder](const std::string& detail, const std::string& call) {
@@ -531,7 +610,9 @@ TEST(VirtualProjectorCommand, BeginsTheTraceOnTheWallClockWithTheScenariosFirstE
                                   R"({"t_us":0,"event":"key 29"})"
                                   "\n"
                                   R"({"t_us":0,"truth")";
-    EXPECT_EQ(contents_of(folder.file("trace")).substr(0, beginning.size()), beginning);
+    const std::string trace = contents_of(folder.file("trace"));
+    EXPECT_EQ(trace.substr(trace.find('\n') + 1, beginning.size()),
+              beginning);  // after what the run is made of
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ TEST(ARunsFiles, MayBeDevices) {
 TEST(ARunsFiles, MayBeStandardOutput) {
     const Finished finished = launch_projector({"--trace", "-", "--trace-detail", "events", "--summary", "-"},
                                                {odd_program, "arguments", "the program"});
-    EXPECT_EQ(finished.words.rfind(R"({"t_us":0,"truth")", 0), 0U) << finished.words;
+    EXPECT_EQ(finished.words.rfind(R"({"t_us":0,"run")", 0), 0U) << finished.words;
     EXPECT_NE(finished.words.find("[the program]\n"), std::string::npos);
     EXPECT_NE(finished.words.find("\n{\"simulated_us\":0,"), std::string::npos);
     EXPECT_FALSE(is_there("-"));

@@ -11,6 +11,11 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     RunOptions given;
     given.scenario = "a \"scenario\"\n";
     given.seed = 18446744073709551615U;
+    given.world = "world";
+    given.unit = "unit";
+    given.unit_seed = 9;
+    given.version = "1.2.3";
+    given.commit = "abc";
     given.parameters = {{"pose.pitch_deg", 12.1}, {"pose.pitch_deg", -0.1}};
     given.trace = "trace";
     given.trace_detail = vp::TraceDetail::changes;
@@ -30,6 +35,11 @@ TEST(RunOptions, SurviveTheirWayIntoTheProgram) {
     const RunOptions taken = vp::run_options_from(vp::to_text(given));
     EXPECT_EQ(taken.scenario, given.scenario);
     EXPECT_EQ(taken.seed, given.seed);
+    EXPECT_EQ(taken.world, given.world);
+    EXPECT_EQ(taken.unit, given.unit);
+    EXPECT_EQ(taken.unit_seed, given.unit_seed);
+    EXPECT_EQ(taken.version, given.version);
+    EXPECT_EQ(taken.commit, given.commit);
     EXPECT_EQ(taken.parameters, given.parameters);
     EXPECT_EQ(taken.trace, given.trace);
     EXPECT_EQ(taken.trace_detail, given.trace_detail);
@@ -60,6 +70,18 @@ TEST(TheSeedThatCounts, IsTheCommandLinesThenTheScenariosThenOne) {
     EXPECT_EQ(vp::seed_of(options, scenario), 5U);
     options.seed = 0;
     EXPECT_EQ(vp::seed_of(options, scenario), 0U);
+}
+
+TEST(TheUnitsSeedThatCounts, IsTheCommandLinesThenTheScenariosThenOneWhereASpreadIsNamed) {
+    RunOptions options;
+    Scenario scenario;
+    EXPECT_FALSE(vp::unit_seed_of(options, scenario).has_value());
+    options.unit = "file";
+    EXPECT_EQ(vp::unit_seed_of(options, scenario), 1U);
+    scenario.unit_seed = 5;
+    EXPECT_EQ(vp::unit_seed_of(options, scenario), 5U);
+    options.unit_seed = 0;
+    EXPECT_EQ(vp::unit_seed_of(options, scenario), 0U);
 }
 
 TEST(TheToFSensorsMemory, StandsBesideThePermanentRecord) {

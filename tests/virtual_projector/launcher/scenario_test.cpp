@@ -47,9 +47,26 @@ TEST(AScenario, MayBeEmpty) {
     EXPECT_EQ(scenario.story, "");
     EXPECT_FALSE(scenario.seed.has_value());
     EXPECT_FALSE(scenario.unit_seed.has_value());
+    EXPECT_EQ(scenario.unit, "");
+    EXPECT_EQ(scenario.world, "");
     EXPECT_TRUE(scenario.parameters.empty());
     EXPECT_TRUE(scenario.faults.empty());
     EXPECT_TRUE(scenario.events.empty());
+}
+
+TEST(AScenario, NamesItsWorldAndItsUnitsSpread) {
+    const Scenario scenario = parse(R"({"world": "living-room", "unit": "./better.json"})");
+    EXPECT_EQ(scenario.world, "living-room");
+    EXPECT_EQ(scenario.unit, "./better.json");
+    EXPECT_EQ(mistake_in(R"({"world": ""})"), "file: $.world: expected a name or a file, found \"\"");
+    EXPECT_EQ(mistake_in(R"({"unit": 3})"), "file: $.unit: expected a text, found 3");
+}
+
+TEST(AScenario, HasTheDigestOfItsText) {
+    EXPECT_EQ(vp::digest_of(""), "fnv1a64:cbf29ce484222325");
+    EXPECT_EQ(vp::digest_of("foobar"), "fnv1a64:85944171f73967e8");
+    EXPECT_EQ(parse("{}").digest, vp::digest_of("{}"));
+    EXPECT_NE(parse("{}").digest, parse("{ }").digest);
 }
 
 TEST(AScenario, HasAStoryTwoSeedsAndParametersInTheirOrder) {
@@ -146,13 +163,14 @@ TEST(AMistakeInAScenario, ThatIsNoJsonNamesItsLine) {
 }
 
 TEST(AMistakeInAScenario, IsAnythingButAnObject) {
-    EXPECT_EQ(mistake_in("[1]"),
-              "file: $: expected an object with story, seed, unit_seed, set, faults, events, found [1]");
+    EXPECT_EQ(
+        mistake_in("[1]"),
+        "file: $: expected an object with story, seed, unit_seed, unit, world, set, faults, events, found [1]");
 }
 
 TEST(AMistakeInAScenario, IsAMemberThatItDoesNotHave) {
     EXPECT_EQ(mistake_in(R"({"sed": 1})"),
-              "file: $.sed: expected one of story, seed, unit_seed, set, faults, events");
+              "file: $.sed: expected one of story, seed, unit_seed, unit, world, set, faults, events");
 }
 
 TEST(AMistakeInAScenario, IsAValueOfTheWrongKind) {
@@ -181,12 +199,12 @@ TEST(AMistakeInAScenario, IsShownInWholeCharacters) {
 
 TEST(AMistakeInAScenario, IsShownOnOneLineWhateverAMemberIsCalled) {
     EXPECT_EQ(mistake_in(R"({"a\nb": 1})"),
-              "file: $.a?b: expected one of story, seed, unit_seed, set, faults, events");
+              "file: $.a?b: expected one of story, seed, unit_seed, unit, world, set, faults, events");
     EXPECT_EQ(mistake_in(R"({"a\nb": 1, "a\nb": 2})"), "file: $.a?b: expected once, found again");
     EXPECT_EQ(mistake_in(R"({"": 1, "": 2})"), "file: $[\"\"]: expected once, found again");
-    EXPECT_EQ(
-        mistake_in("{\"" + std::string(1000, 'x') + "\": 1}"),
-        "file: $." + std::string(40, 'x') + "...: expected one of story, seed, unit_seed, set, faults, events");
+    EXPECT_EQ(mistake_in("{\"" + std::string(1000, 'x') + "\": 1}"),
+              "file: $." + std::string(40, 'x') +
+                  "...: expected one of story, seed, unit_seed, unit, world, set, faults, events");
     const std::string parameter = "file: $.set[\"?\"]: unknown parameter '?'; the areas are";
     EXPECT_EQ(mistake_in(R"({"set": {"\n": 1}})").substr(0, parameter.size()), parameter);
 }

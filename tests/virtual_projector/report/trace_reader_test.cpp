@@ -44,6 +44,18 @@ TEST(ATrace, HoldsTheTruth) {
     EXPECT_EQ(truth.menu_turn_deg, 90);
 }
 
+TEST(ATrace, HoldsWhatTheRunIsMadeOf) {
+    const vp::TraceContents trace =
+        read(R"({"t_us":0,"run":{"format":1,"version":"0.1.0","commit":"abc","seed":7,"unit":"standard",)"
+             R"("world":"living-room","settings":{"pose.pitch_deg":{"value":12.0,"from":"scenario"}}}})"
+             "\n");
+    EXPECT_EQ(trace.run.version, "0.1.0");
+    EXPECT_EQ(trace.run.seed, 7U);
+    EXPECT_EQ(trace.run.world, "living-room");
+    ASSERT_EQ(trace.run.settings.size(), 1U);
+    EXPECT_EQ(trace.run.settings[0].source, "scenario");
+}
+
 TEST(ATrace, HoldsLensMovesWithTheirSideAndStepSize) {
     const vp::TraceContents trace = read(motor_write("pulse", "2") + motor_write("left", "11") +
                                          motor_write("pulse", "1") + motor_write("right", "1"));

@@ -29,6 +29,31 @@ TEST(JsonOfACall, HasItsKeysInAFixedOrder) {
               R"({"t_us":20,"thread":2,"name":"worker","call":"call","path":"usb_eth_config","result":0})");
 }
 
+TEST(JsonOfARun, ComesBackAsItWas) {
+    vp::RunRecord run;
+    run.version = "0.1.0";
+    run.commit = "abc";
+    run.seed = 7;
+    run.unit_seed = 8;
+    run.unit = "standard";
+    run.world = "laboratory";
+    run.scenario_digest = "fnv1a64:0";
+    run.settings = {{"pose.pitch_deg", 12, "scenario"}};
+    const std::string line = run_line(run).dump();
+    EXPECT_EQ(line, R"({"t_us":0,"run":{"format":1,"version":"0.1.0","commit":"abc","seed":7,"unit_seed":8,)"
+                    R"("unit":"standard","world":"laboratory","scenario":"fnv1a64:0",)"
+                    R"("settings":{"pose.pitch_deg":{"value":12.0,"from":"scenario"}}}})");
+    const vp::RunRecord back = vp::run_from(nlohmann::json::parse(line).at("run"));
+    EXPECT_EQ(run_line(back).dump(), line);
+}
+
+TEST(JsonOfARun, LeavesOutASeedOfTheStandardUnitAndAScenarioThatThereIsNot) {
+    const std::string line = run_line(vp::RunRecord{}).dump();
+    EXPECT_EQ(line.find("unit_seed"), std::string::npos);
+    EXPECT_EQ(line.find("scenario"), std::string::npos);
+    EXPECT_FALSE(vp::run_from(nlohmann::json::parse(line).at("run")).unit_seed.has_value());
+}
+
 TEST(JsonOfACall, NamesTheErrorOfAFailure) {
     EXPECT_EQ(json_of(call("ioctl", "/dev/nds01", 0x4004a203, -EIO)).dump(),
               R"({"t_us":20,"thread":2,"name":"worker","call":"ioctl","path":"/dev/nds01",)"

@@ -68,7 +68,7 @@ TEST(Parameters, UnknownOnesNameTheirNeighbours) {
               "unknown parameter 'wall.colour'; there are wall.lean_deg, wall.reflectivity");
     EXPECT_EQ(set_parameter(settings, "colour", 1),
               "unknown parameter 'colour'; the areas are pose, wall, room, heat, led, lens, picture, tmr, tof, "
-              "gravity, hand, wear, unit, board");
+              "gravity, hand, wear, unit, bench, board");
 }
 
 TEST(Parameters, OfAnEarlierNameAreRefusedWithTheNewOne) {

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <numeric>
 #include <sstream>
 #include <vector>
 
@@ -107,100 +105,50 @@ TEST_F(UnitRecord, TheCurveHasTheSensorsOwnPolarity) {
     EXPECT_EQ(nearest, -(lens_table(s)[24] + 8));
 }
 
-TEST_F(UnitRecord, UnitsDifferBySeedAndStayWithinReason) {
-    Settings first = s;
-    Settings again = s;
-    Settings second = s;
-    draw_unit(first, 1);
-    draw_unit(again, 1);
-    draw_unit(second, 2);
-    EXPECT_EQ(lens_table_text(first), lens_table_text(again));
-    EXPECT_NE(lens_table_text(first), lens_table_text(second));
-    for (std::uint64_t seed = 0; seed < 200; ++seed) {
-        Settings unit = s;
-        draw_unit(unit, seed);
-        EXPECT_LE(lens_table_text(unit).size(), 149u);
-        EXPECT_EQ(std::abs(unit.tmr.polarity), 1);
-        for (const Parameter& parameter : parameters()) {
-            EXPECT_GE(parameter.get(unit), parameter.min) << parameter.name;
-            EXPECT_LE(parameter.get(unit), parameter.max) << parameter.name;
-        }
+// --- On a bench with errors ------------------------------------------------------------------------------
+
+TEST_F(UnitRecord, OfAFaultlessBenchIsThatWithoutOne) {
+    EXPECT_EQ(factory_record(s, bench_errors(s.bench, 7)), factory_record(s));
+}
+
+TEST_F(UnitRecord, TakesTheTableFromWhereTheCameraFindsThePictureSharpest) {
+    const struct {
+        double camera_tmr;
+        bool whole_steps;
+        int shift_tmr;  // of all places
+    } table[] = {
+        {0, false, 0}, {5, false, 5},  {-5, false, -5},  {0, true, 0},
+        {8, true, 0},  {10, true, 18}, {-10, true, -18},
+    };
+    for (const auto& [camera_tmr, whole_steps, shift_tmr] : table) {
+        BenchErrors bench;
+        bench.camera_tmr = camera_tmr;
+        bench.whole_steps = whole_steps;
+        for (std::size_t place = 0; place < 25; ++place)
+            EXPECT_EQ(lens_table(s, bench)[place], lens_table(s)[place] + shift_tmr) << camera_tmr;
     }
 }
 
-struct DrawnProperty {
-    const char* name;
-    double min;
-    double max;
-    bool is_whole;
-};
-
-constexpr DrawnProperty drawn_properties[] = {
-    {"tmr.polarity", -1, 1, true},
-    {"tmr.offset", -30, 30, true},
-    {"tmr.slope_per_step", 17.6, 18.4, false},
-    {"lens.left_backlash_steps", 1, 4, true},
-    {"lens.right_backlash_steps", 1, 4, true},
-    {"lens.infinity_steps", 11, 13, false},
-    {"tof.true_offset_mm", -40, 40, false},
-    {"gravity.offset_x", -60, 60, true},
-    {"gravity.offset_y", -60, 60, true},
-    {"gravity.offset_z", -60, 60, true},
-};
-
-// One number a unit for each property.
-std::vector<std::vector<double>> draw_units(std::uint64_t units) {
-    std::vector<std::vector<double>> drawn(std::size(drawn_properties));
-    for (std::uint64_t seed = 0; seed < units; ++seed) {
-        Settings unit = standard_settings();
-        draw_unit(unit, seed);
-        for (std::size_t i = 0; i < drawn.size(); ++i) {
-            drawn[i].push_back(find_parameter(drawn_properties[i].name)->get(unit));
-        }
-    }
-    return drawn;
+TEST_F(UnitRecord, FindsTheNearestWholeStepOfALensMountBetweenTwo) {
+    s.lens.infinity_steps = 12.4;
+    BenchErrors bench;
+    bench.whole_steps = true;
+    EXPECT_EQ(lens_table(s, bench)[4], lens_table(standard_settings())[4]);
 }
 
-// 1: the one tells the other; 0: they have nothing to do with each other.
-double correlation(const std::vector<double>& a, const std::vector<double>& b) {
-    const auto count = static_cast<double>(a.size());
-    const double mean_a = std::accumulate(a.begin(), a.end(), 0.0) / count;
-    const double mean_b = std::accumulate(b.begin(), b.end(), 0.0) / count;
-    double aa = 0;
-    double bb = 0;
-    double ab = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        aa += (a[i] - mean_a) * (a[i] - mean_a);
-        bb += (b[i] - mean_b) * (b[i] - mean_b);
-        ab += (a[i] - mean_a) * (b[i] - mean_b);
-    }
-    return ab / std::sqrt(aa * bb);
-}
-
-TEST_F(UnitRecord, DrawnPropertiesTakeTheirWholeRange) {
-    const std::vector<std::vector<double>> drawn = draw_units(2000);
-    for (std::size_t i = 0; i < drawn.size(); ++i) {
-        const DrawnProperty& property = drawn_properties[i];
-        const auto [min, max] = std::minmax_element(drawn[i].begin(), drawn[i].end());
-        const double margin = property.is_whole ? 0 : 0.01 * (property.max - property.min);
-        EXPECT_GE(*min, property.min) << property.name;
-        EXPECT_LE(*min, property.min + margin) << property.name;
-        EXPECT_LE(*max, property.max) << property.name;
-        EXPECT_GE(*max, property.max - margin) << property.name;
-        const bool all_whole = std::all_of(drawn[i].begin(), drawn[i].end(),
-                                           [](double number) { return number == std::floor(number); });
-        EXPECT_EQ(all_whole, property.is_whole) << property.name;
-    }
-}
-
-TEST_F(UnitRecord, DrawnPropertiesHaveNothingToDoWithEachOther) {
-    const std::vector<std::vector<double>> drawn = draw_units(2000);
-    for (std::size_t i = 0; i < drawn.size(); ++i) {
-        for (std::size_t j = 0; j < i; ++j) {
-            EXPECT_NEAR(correlation(drawn[i], drawn[j]), 0, 0.12)
-                << drawn_properties[i].name << " and " << drawn_properties[j].name;
-        }
-    }
+// Tipped by a small angle the sensor reads g times its sine on the axis that it is tipped about.
+TEST_F(UnitRecord, TakesTheJigsTiltForAnOffsetOfTheGravitySensor) {
+    BenchErrors bench;
+    bench.pitch_deg = 1;
+    EXPECT_EQ(gravity_offsets_text(s, bench).substr(0, 3), "12,");
+    const std::vector<int> pitched = numbers_of(gravity_offsets_text(s, bench));
+    EXPECT_EQ(std::abs(pitched[1] - -7), 17);  // 1000 sin 1 degree = 17.45
+    EXPECT_EQ(pitched[2], 30);
+    bench = {};
+    bench.roll_deg = 1;
+    const std::vector<int> rolled = numbers_of(gravity_offsets_text(s, bench));
+    EXPECT_EQ(std::abs(rolled[0] - 12), 17);
+    EXPECT_EQ(rolled[1], -7);
 }
 
 }  // namespace

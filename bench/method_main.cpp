@@ -41,6 +41,7 @@ MethodOutcome run(const bench::Effect& effect, const Words& pose, std::size_t nu
                      "--seed",  std::to_string(number + 1)};
     options.insert(options.end(), pose.begin(), pose.end());
     options.insert(options.end(), effect.options.begin(), effect.options.end());
+    if (effect.draws_units) options.insert(options.end(), {"--unit-seed", std::to_string(number + 1)});
     Words program = {storykit::host_program, "--library-log", folder.file("log"), "init", "akaf", "wait idle"};
     program.insert(program.end(), effect.then.begin(), effect.then.end());
     const storykit::Finished finished = storykit::launch_projector(options, program);

@@ -35,6 +35,7 @@ struct Effect {
     std::string value;  // as a reader says it: "2 %"; empty: none
     std::vector<std::string> options;
     std::vector<std::string> then;  // what the host does when the run is over: "wait 3600s"
+    bool draws_units = false;       // another unit for each pose
 };
 
 /// The laboratory, each effect at its usual and at its extreme value, and the living room.

@@ -13,7 +13,7 @@ constexpr double mm_per_um = 0.001;
 double blur_px(const Settings& settings, double axial_mm) {
     const LensSettings& lens = settings.lens;
     const double f = lens.focal_length_mm;
-    const double best = best_focus_steps(lens, settings.tmr, axial_mm, settings.heat.led_c);
+    const double best = best_focus_steps(lens, settings.tmr, axial_mm, settings.lens.barrel_c);
     const double error_mm = std::abs(lens.position_steps - best) * lens.step_um * mm_per_um;
     const double image_mm = f * axial_mm / (axial_mm - f);
     const double pixel_mm = f / settings.picture.throw_ratio / panel_width;

@@ -15,9 +15,9 @@ constexpr double distance_mm = 1500;
 // A unit whose lens stands so many TMR units to the right of its best place.
 Settings defocused(double error_tmr) {
     Settings settings = standard_settings();
-    settings.heat.led_c = 44;
+    settings.lens.barrel_c = 44;
     settings.lens.position_steps =
-        best_focus_steps(settings.lens, settings.tmr, distance_mm, settings.heat.led_c) +
+        best_focus_steps(settings.lens, settings.tmr, distance_mm, settings.lens.barrel_c) +
         error_tmr / settings.tmr.slope_per_step;
     return settings;
 }

@@ -4,6 +4,7 @@
 #include "tests/virtual_projector/devices/board_fixture.h"
 #include "virtual_projector/devices/nds01_commands.h"
 #include "virtual_projector/world/tof_calibration.h"
+#include "virtual_projector/world/tof_frames.h"
 
 namespace vp {
 namespace {
@@ -98,6 +99,19 @@ TEST_F(Nds01Test, LetsTheCallerWaitForAFrameItHasNotHad) {
     const auto second = frame(*file);
     EXPECT_EQ(now, 33334);
     EXPECT_NE(std::memcmp(first.data(), second.data(), sizeof first), 0);
+}
+
+TEST_F(Nds01Test, LetsTheCallerWaitForAFrameThatIsLate) {
+    set("tof.frame_jitter_ms", 10);
+    start();
+    const auto file = open(device);
+    for (int number = 0; number < 20; ++number) {
+        const Microseconds ready = tof_frame_time({30, 10, world.seed()}, number);
+        std::array<Zone, 8> zones{};
+        EXPECT_EQ(file->request(get_frame, zones.data()).until, ready) << number;
+        frame(*file);
+        EXPECT_EQ(now, ready) << number;
+    }
 }
 
 TEST_F(Nds01Test, GivesAFreshFrameToEachDescriptor) {

@@ -131,6 +131,23 @@ TEST_F(RoomTest, ABoxOnLegsLeavesTheWallBelowItInView) {
     EXPECT_NEAR(met({0, 1, -0.2}).length, 2000, 1e-9);
 }
 
+TEST_F(RoomTest, EverythingIsSeenFromWhereTheRayBegins) {
+    const Vec3 origin{100, 400, 50};
+    const Vec3 ahead{0, 1, 0};
+    EXPECT_NEAR(first_met(room, origin, ahead).length, 1600, 1e-9);
+    room.settings.bow_mm_per_m = 50;
+    EXPECT_NEAR(first_met(room, origin, ahead).length, 1600 - 0.5, 1e-9);
+    room.settings.corner_mm = 800;
+    EXPECT_NEAR(first_met(room, origin, {1, 0, 0}).length, 700, 1e-9);
+    room.settings.person1 = {100, 1200, 400, 1700, 0.4, 0, 0};
+    EXPECT_NEAR(first_met(room, origin, ahead).length, 600, 1e-9);
+    room.settings.box1 = {100, 900, 50, 100, 790, 0, 0.3};
+    EXPECT_EQ(first_met(room, origin, ahead).reflectivity, 0.4) << "it ends 10 mm below the ray";
+    room.settings.box1.height_mm = 810;
+    EXPECT_NEAR(first_met(room, origin, ahead).length, 500, 1e-9);
+    EXPECT_NEAR(first_met(room, {100, 1100, 50}, ahead).length, 900 - 0.5, 1e-9) << "all that is behind it";
+}
+
 TEST_F(RoomTest, TheNearestOfAllThingsIsMet) {
     room.settings.box1 = {0, 1000, 400, 200, 2000, 0, 0.3};
     room.settings.box2 = {0, 700, 100, 100, 2000, 0, 0.6};

@@ -67,16 +67,15 @@ TEST(TofRange, ShrinksWithTheSignal) {
         {0.01, 1, 0, 4000 * std::sqrt(0.0125)},
         {0.8, 0.25, 0, 2000},
         {1, 1, 0, 4000},
-        // d sqrt(1 + E d^2) = 4 with E = 3, in metres: d^2 = (sqrt(1 + 4 * 3 * 16) - 1) / 6
+        // d sqrt(1 + 3 d^2) = 4 in metres: d^2 = (sqrt(1 + 4 * 3 * 16) - 1) / 6
         {0.8, 1, 30, 1000 * std::sqrt((std::sqrt(193.0) - 1) / 6)},
     };
-    for (const auto& [reflectivity, cosine, ambient_klx, range_mm] : table) {
-        const auto is_in_range = [&](double distance) {
-            const double weakness = signal_weakness({distance, reflectivity, cosine}, ambient_klx);
-            return is_within_tof_range(tof, distance, weakness);
-        };
-        EXPECT_TRUE(is_in_range(range_mm - 0.1)) << range_mm;
-        EXPECT_FALSE(is_in_range(range_mm + 0.1)) << range_mm;
+    for (const auto& row : table) {
+        for (const double beyond_mm : {-0.1, 0.1}) {
+            const double distance = row.range_mm + beyond_mm;
+            const double weakness = signal_weakness({distance, row.reflectivity, row.cosine}, row.ambient_klx);
+            EXPECT_EQ(is_within_tof_range(tof, distance, weakness), beyond_mm < 0) << row.range_mm;
+        }
     }
 }
 

@@ -195,6 +195,25 @@ TEST_F(Tof, APixelLooksWhereItsZoneDoes) {
     }
 }
 
+TEST_F(Tof, ItsRaysAreThoseOfItsSettings) {
+    scene.tof.zone_row_angle_deg = 20;
+    scene.tof.zone_column_angle_deg = 28;
+    EXPECT_NEAR(zone_ray(scene.tof, 0, 0).right_deg, 14, 1e-12);
+    EXPECT_NEAR(zone_ray(scene.tof, 0, 0).up_deg, 10, 1e-12);
+    EXPECT_NEAR(zone_ray(scene.tof, 0, 3).right_deg, -14, 1e-12);
+    EXPECT_NEAR(zone_ray(scene.tof, 0, 3).up_deg, -10, 1e-12);
+    const std::array<double, 4> columns = {21, 7, -7, -21};
+    for (std::size_t zone = 0; zone < 8; ++zone) {
+        EXPECT_NEAR(zone_ray(scene.tof, 1, zone).right_deg, columns.at(zone / 2), 1e-12) << zone;
+    }
+    scene.tof.pixel_pitch_right_deg = 4;
+    scene.tof.pixel_pitch_up_deg = 5;
+    EXPECT_NEAR(pixel_ray(scene.tof, 0, 0).right_deg, -18, 1e-12);
+    EXPECT_NEAR(pixel_ray(scene.tof, 0, 0).up_deg, 12.5, 1e-12);
+    EXPECT_NEAR(pixel_ray(scene.tof, 5, 9).right_deg, 18, 1e-12);
+    EXPECT_NEAR(pixel_ray(scene.tof, 5, 9).up_deg, -12.5, 1e-12);
+}
+
 TEST_F(Tof, PixelsShowEachItsOwnTrueOffset) {
     without_noise();
     const PixelOffsets offsets = calibrated();

@@ -112,6 +112,20 @@ TEST_F(WorldTest, ADrawnUnitTakesItsSensorsErrorsIntoEveryRun) {
     EXPECT_EQ(World(2).unit_seed(), World(1).unit_seed());
 }
 
+TEST_F(WorldTest, SomebodyWalksThroughTheRoomAsTimePasses) {
+    set("room.person1_width_mm", 400);
+    set("room.person1_side_mm", -1000);
+    set("room.person1_mm_per_s", 500);
+    set("room.person1_start_s", 1);
+    const auto seen_at = [&](double time_s) {
+        world.advance_to(microseconds(time_s));
+        return true_axis_distance_mm(world.tof_scene());
+    };
+    EXPECT_NEAR(seen_at(1), 1500, 1e-9);
+    EXPECT_NEAR(seen_at(3), 800, 1e-9);
+    EXPECT_NEAR(seen_at(5), 1500, 1e-9);
+}
+
 TEST_F(WorldTest, ALedTemperatureThatIsSetStays) {
     set("led.temperature_c", 56);
     world.advance_to(microseconds(3600));

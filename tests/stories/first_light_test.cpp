@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "virtual_projector/storykit/story_run.h"
@@ -129,6 +130,26 @@ TEST(TheDemo, IsAtMostFortyLinesAltogether) {
     EXPECT_NE(demo.words.find("\n  chosen: lens place 2, for 1500 mm, nearest; it stands at place 24"),
               std::string::npos);
     EXPECT_NE(demo.words.find("\nSimulated time 0.350 s, real time "), std::string::npos);
+}
+
+// --- Wear ----------------------------------------------------------------------------------------------
+
+TEST(TheWearOfARun, StandsInSummaryAndTrace) {
+    const StoryResult result = first_light().run();
+    const nlohmann::json wear = result.summary().at("wear");
+    EXPECT_EQ(wear.at("run").at("full_steps"), 14);
+    EXPECT_EQ(wear.at("run").at("orders"), 3);
+    EXPECT_EQ(wear.at("run").at("width_writes"), 13);
+    EXPECT_EQ(wear.at("run").at("record_writes"), 0);
+    EXPECT_EQ(wear.at("run"), wear.at("total"));
+}
+
+TEST(TheWearOfARun, GoesOnFromTheTotalsThatAreSet) {
+    const nlohmann::json wear =
+        first_light().set("wear.full_steps=100").set("wear.motor_on_s=2.5").run().summary().at("wear");
+    EXPECT_EQ(wear.at("run").at("full_steps"), 14);
+    EXPECT_EQ(wear.at("total").at("full_steps"), 114);
+    EXPECT_NEAR(wear.at("total").at("motor_on_s").get<double>(), 2.556, 1e-9);
 }
 
 // --- The permanent record from run to run --------------------------------------------------------------

@@ -93,6 +93,7 @@ private:
         const auto record = fetch<Widths>(argument);
         if (record.enable > 1 || !is_width(record.top) || !is_width(record.bottom))
             return Answer::error(EINVAL);
+        world.count_width_write();
         driver_->top = record.top;
         driver_->bottom = record.bottom;
         if (record.enable == 1) {

@@ -51,12 +51,13 @@ long Flash::read(std::uint32_t handle, std::uint32_t area, std::uint32_t offset,
 
 long Flash::write(std::uint32_t handle, std::uint32_t area, std::uint32_t offset, const std::uint8_t* data,
                   std::uint32_t size) {
-    return board_.with_world([&](World&) -> long {
+    return board_.with_world([&](World& world) -> long {
         const long status = check(handle, area);
         if (status < 0) return status;
         Memory& memory = board_.flash();
         if (!memory.write(offset, data, size)) return -EINVAL;
         board_.save_later(memory);
+        world.count_record_write();
         return 0;
     });
 }

@@ -2,10 +2,12 @@
 
 #include <malloc.h>
 
-#include <nlohmann/json.hpp>
+#include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "virtual_projector/files/output_file.h"
+#include "virtual_projector/trace/records.h"
 
 namespace vp {
 namespace {
@@ -24,7 +26,28 @@ nlohmann::ordered_json json_of(const std::vector<StackUse>& stacks) {
     return json;
 }
 
+nlohmann::ordered_json json_of(const Wear& wear) {
+    constexpr double scale = 1000;
+    nlohmann::ordered_json json;
+    for (const WearFigure& figure : wear_figures()) {
+        const double value = wear.*figure.member;
+        if (figure.whole) {
+            json[std::string(figure.name)] = static_cast<std::int64_t>(value);
+        } else {
+            json[std::string(figure.name)] = std::round(value * scale) / scale;
+        }
+    }
+    return json;
+}
+
 }  // namespace
+
+nlohmann::ordered_json json_of(const WearAccount& wear) {
+    nlohmann::ordered_json json;
+    json[record_key::run] = json_of(wear.run);
+    json[record_key::total] = json_of(wear.total);
+    return json;
+}
 
 RunSummary::RunSummary(std::string file, Clock& clock, Machine& machine)
     : started_(std::chrono::steady_clock::now()),
@@ -39,7 +62,7 @@ void RunSummary::time_is(Microseconds now) {
     next_holding_ = now + holding_interval;
 }
 
-bool RunSummary::write() const {
+bool RunSummary::write(const WearAccount& wear) const {
     if (file_.empty()) return true;
     const auto real = std::chrono::steady_clock::now() - started_;
     nlohmann::ordered_json summary;
@@ -57,6 +80,7 @@ bool RunSummary::write() const {
             {{"t_us", holding.time}, {"heap_bytes", holding.heap_bytes}, {"open_nodes", holding.open_nodes}});
     }
     summary["open_nodes"] = machine_.files().open_paths();
+    summary["wear"] = json_of(wear);
     const std::string text = summary.dump() + "\n";
     return write_output(file_, text.data(), text.size());
 }

@@ -4,13 +4,18 @@
 
 #include <chrono>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/world/wear.h"
 
 namespace vp {
+
+/// The wear as it stands in a summary and in a trace: of the run and in total, with three decimals.
+nlohmann::ordered_json json_of(const WearAccount& wear);
 
 class RunSummary {
 public:
@@ -21,7 +26,7 @@ public:
     void time_is(Microseconds now);
 
     /// False when not all of the file could be written.
-    bool write() const;
+    bool write(const WearAccount& wear) const;
 
 private:
     struct Holding {

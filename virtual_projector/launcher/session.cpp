@@ -129,6 +129,10 @@ struct Session::Parts {
         return board.with_world([](World& now) { return now.truth(); });
     }
 
+    WearAccount wear() {
+        return board.with_world([](const World& now) { return now.wear(); });
+    }
+
     void connect_board() {
         build_board(board, nodes);
         boardlibs::Installation installation;
@@ -229,12 +233,13 @@ void Session::finish() {
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);
         parts_->trace->record_now(parts_->clock->now());
+        parts_->file_trace->record_wear(parts_->clock->now(), json_of(parts_->wear()));
     }
     parts_->progress.finish();
     FileAccount& account = parts_->account;
     const RunOptions& options = parts_->options;
     if (parts_->file_trace) account.note(RunFile::trace, options.trace, parts_->file_trace->finish());
-    account.note(RunFile::summary, options.summary, parts_->summary->write());
+    account.note(RunFile::summary, options.summary, parts_->summary->write(parts_->wear()));
     const std::string misfit = parts_->clock->scheduler().end_schedule();
     if (misfit == options.record_schedule + incomplete_file)
         account.note(RunFile::schedule, options.record_schedule, false);

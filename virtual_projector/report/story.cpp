@@ -132,6 +132,17 @@ std::string format_start(const TruthAt& before) {
                 before.distance_mm, before.pitch_deg, before.led_c);
 }
 
+// Of the run alone: what was before it is no part of its story.
+std::vector<std::string> format_wear(const TraceContents& trace) {
+    if (!trace.wear) return {};
+    const Wear& wear = trace.wear->run;
+    return {text("Wear: %.0f full and %.0f half steps, %.0f orders, %.0f reversals, %.0f heat cycles,",
+                 wear.full_steps, wear.half_steps, wear.orders, wear.reversals, wear.heat_cycles),
+            text("  %.2f mm, motor on %.1f s, %.0f at a stop, %.0f lost; %.0f record, %.0f width writes.",
+                 wear.travel_mm, wear.motor_on_s, wear.end_stop_steps, wear.lost_steps, wear.record_writes,
+                 wear.width_writes)};
+}
+
 std::string format_times(const std::string& summary_path) {
     std::ifstream file(summary_path);
     const nlohmann::json summary = nlohmann::json::parse(file, nullptr, false);
@@ -155,6 +166,7 @@ std::vector<std::string> format_story(const StorySources& sources) {
     append(story, format_turns(trace));
     if (!sources.library_log.empty()) story.push_back(format_toasts(log));
     append(story, format_outcome(trace.truths.front(), trace.truths.back()));
+    append(story, format_wear(trace));
     story.push_back(format_times(sources.summary));
     return story;
 }

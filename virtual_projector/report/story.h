@@ -15,7 +15,7 @@ struct StorySources {
     std::string summary;      // file with the run's times
 };
 
-/// At most 36 lines: long lists are cut in their middle.
+/// At most 38 lines: long lists are cut in their middle.
 std::vector<std::string> format_story(const StorySources& sources);
 
 }  // namespace vp

@@ -13,6 +13,13 @@ using nlohmann::json;
 
 const std::string motor = "/sys/class/motor/";
 
+Wear wear_from(const json& figures) {
+    Wear wear;
+    for (const WearFigure& figure : wear_figures())
+        wear.*figure.member = figures.value(std::string(figure.name), 0.0);
+    return wear;
+}
+
 class Reader {
 public:
     void take(const json& line) {
@@ -22,11 +29,16 @@ public:
             contents_.truths.push_back({truth_from(line.at(record_key::truth)), t_us});
         if (line.contains(record_key::event))
             contents_.events.push_back({t_us, line.at(record_key::event).get<std::string>()});
+        if (line.contains(record_key::wear)) take_wear(line.at(record_key::wear));
         if (line.contains(record_key::call)) take_call(t_us, call_line_from(line));
     }
     TraceContents contents() && { return std::move(contents_); }
 
 private:
+    void take_wear(const json& wear) {
+        contents_.wear =
+            WearAccount{wear_from(wear.at(record_key::run)), wear_from(wear.at(record_key::total))};
+    }
     void take_call(std::int64_t t_us, const CallLine& line) {
         if (line.call == "call") contents_.library_calls.push_back({t_us, line.path, line.result});
         if (line.result < 0) {

@@ -3,11 +3,13 @@
 #define VIRTUAL_PROJECTOR_REPORT_TRACE_READER_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "virtual_projector/trace/records.h"
 #include "virtual_projector/world/side.h"
+#include "virtual_projector/world/wear.h"
 
 namespace vp {
 
@@ -43,7 +45,8 @@ struct TraceContents {
     std::vector<LensMoveAt> lens_moves;
     std::vector<EventAt> events;
     std::vector<LibraryCallAt> library_calls;
-    std::vector<EventAt> failures;  // calls on nodes that failed
+    std::vector<EventAt> failures;    // calls on nodes that failed
+    std::optional<WearAccount> wear;  // of a run that came to its end
 };
 
 /// Reads a trace file. Lines that are no records are passed over; a file that cannot be read is empty.

@@ -56,6 +56,10 @@ void JsonTrace::record_run(const RunRecord& run) { write_line(run_line(run)); }
 
 void JsonTrace::record_event(std::int64_t t_us, std::string_view what) { write_line(event_line(t_us, what)); }
 
+void JsonTrace::record_wear(std::int64_t t_us, const nlohmann::ordered_json& wear) {
+    write_line(wear_line(t_us, wear));
+}
+
 void JsonTrace::write_line(const nlohmann::ordered_json& line) {
     constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
     const std::string text = line.dump(-1, ' ', false, replace) + "\n";

@@ -131,6 +131,12 @@ ordered_json run_line(const RunRecord& run) {
     return line;
 }
 
+ordered_json wear_line(std::int64_t t_us, const ordered_json& wear) {
+    ordered_json line = line_at(t_us);
+    line[record_key::wear] = wear;
+    return line;
+}
+
 ordered_json event_line(std::int64_t t_us, std::string_view what) {
     ordered_json line = line_at(t_us);
     line[record_key::event] = what;

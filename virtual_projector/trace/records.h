@@ -8,6 +8,7 @@
 //     {"t_us":21000,...,"call":"sleep","us":1000,"result":0}
 //     {"t_us":22000,"event":"tilt to 12 degrees"}
 //     {"t_us":22000,"truth":{"sharpness":0.98}}
+//     {"t_us":23000,"wear":{"run":{"full_steps":12},"total":{"full_steps":12}}}
 //
 // (each on one line). Keys stand in this order always; those that say nothing are left out. Bytes that are no
 // text stand as "hex" in place of "data". The run stands first and once. Nothing in it depends on addresses,
@@ -44,7 +45,9 @@ constexpr const char* data = "data";
 constexpr const char* hex = "hex";
 constexpr const char* event = "event";
 constexpr const char* truth = "truth";
-constexpr const char* run = "run";
+constexpr const char* run = "run";      // the first record; of wear: the run's own
+constexpr const char* wear = "wear";    // the last record
+constexpr const char* total = "total";  // of wear: with what was before the run
 }  // namespace record_key
 
 /// What a run was made of. The records of another format differ from those described here.
@@ -161,6 +164,7 @@ nlohmann::ordered_json json_of(const CallRecord& record);
 nlohmann::ordered_json json_of(const TruthRecord& truth);  // the value of "truth"
 nlohmann::ordered_json truth_line(std::int64_t t_us, const nlohmann::ordered_json& truth);
 nlohmann::ordered_json run_line(const RunRecord& run);
+nlohmann::ordered_json wear_line(std::int64_t t_us, const nlohmann::ordered_json& wear);
 nlohmann::ordered_json event_line(std::int64_t t_us, std::string_view what);
 
 /// The same read back; members that are missing have their defaults.

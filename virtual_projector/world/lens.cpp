@@ -12,6 +12,7 @@ constexpr double tiny_steps = 1e-9;  // less than any real travel: sums of step 
 
 constexpr double stop_reach_steps = 2;  // how far from a stop the nut begins to run hard
 constexpr double reversals_of_growth = 1000;
+constexpr double um_per_mm = 1000;
 
 // The state of the backlash counts from 0 (taken up to the left) to 1 (taken up to the right), whatever each
 // way costs. Returns the motor steps that are left over for the lens.
@@ -33,12 +34,23 @@ bool is_at_end(const LensSettings& lens, Side side) {
                               : lens.position_steps >= lens.travel_steps - tiny_steps;
 }
 
-void turn(LensSettings& lens, const Backlash& backlash, Side side, double motor_steps) {
-    if (lens.stuck != 0) return;
+// What has become of a turn of the motor.
+struct Turned {
+    double lens_steps = 0;  // to the right
+    double slipped_steps = 0;
+    bool against_stop = false;
+};
+
+Turned turn(LensSettings& lens, const Backlash& backlash, Side side, double motor_steps) {
+    if (lens.stuck != 0) return {};
     const Side driven = lens.reversed != 0 ? opposite(side) : side;
-    const double steps = take_up_backlash(lens, backlash, driven, motor_steps) * (1 - lens.slip);
-    const double moved = lens.position_steps + (driven == Side::left ? -steps : steps);
+    const double driving = take_up_backlash(lens, backlash, driven, motor_steps);
+    const double steps = driving * (1 - lens.slip);
+    const double before = lens.position_steps;
+    const double moved = before + (driven == Side::left ? -steps : steps);
     lens.position_steps = std::clamp(moved, 0.0, lens.travel_steps);
+    return {lens.position_steps - before, driving * lens.slip,
+            std::abs(moved - lens.position_steps) > tiny_steps};
 }
 
 }  // namespace
@@ -58,14 +70,15 @@ double lost_step_probability(const LensSettings& lens, double full_steps_per_s) 
 }
 
 void turn_motor(LensSettings& lens, Side side, double motor_steps) {
-    turn(lens, backlash_of(lens, lens.reversals_before), side, motor_steps);
+    turn(lens, backlash_of(lens, 0), side, motor_steps);
 }
 
 bool LensMotor::add(Microseconds now, const LensMove& move, const LensSettings& lens) {
     if (queue_.size() >= queue_limit) return false;
     if (move.count <= 0) return true;
     const Microseconds own_period = microseconds(1 / lens.speed_steps_per_s);
-    const Backlash backlash = backlash_of(lens, lens.reversals_before + static_cast<double>(reversals_));
+    const Backlash backlash = backlash_of(lens, reversals_before_ + wear_.reversals);
+    ++wear_.orders;
     queue_.push_back({move, step_period_ > 0 ? step_period_ : own_period, backlash, 0, 0});
     if (queue_.size() == 1) take_next(now, lens);
     return true;
@@ -90,16 +103,28 @@ bool LensMotor::is_lost(const Running& running, const LensSettings& lens) const 
 }
 
 void LensMotor::turn_lens(const Running& running, LensSettings& lens) {
-    const double before = lens.position_steps;
-    turn(lens, running.backlash, running.move.side, running.move.step_size);
-    if (lens.position_steps == before) return;
-    lens_moved_last_ = lens.position_steps < before ? Side::left : Side::right;
+    const Turned turned = turn(lens, running.backlash, running.move.side, running.move.step_size);
+    wear_.lost_steps += turned.slipped_steps;
+    if (turned.against_stop) ++wear_.end_stop_steps;
+    if (turned.lens_steps == 0) return;
+    wear_.travel_mm += std::abs(turned.lens_steps) * lens.step_um / um_per_mm;
+    lens_moved_last_ = turned.lens_steps < 0 ? Side::left : Side::right;
+}
+
+void LensMotor::count_step(const Running& running) {
+    ++(running.move.step_size < 1 ? wear_.half_steps : wear_.full_steps);
+    wear_.motor_on_s += seconds(running.period);
+    if (turned_last_ && *turned_last_ != running.move.side) ++wear_.reversals;
+    turned_last_ = running.move.side;
 }
 
 void LensMotor::make_step(Running& running, LensSettings& lens) {
-    if (turned_last_ && *turned_last_ != running.move.side) ++reversals_;
-    turned_last_ = running.move.side;
-    if (!is_lost(running, lens)) turn_lens(running, lens);
+    count_step(running);
+    if (is_lost(running, lens)) {
+        wear_.lost_steps += running.move.step_size;
+    } else {
+        turn_lens(running, lens);
+    }
     ++steps_made_;
     ++running.done;
     counted_ += running.move.side == Side::left ? -running.move.step_size : running.move.step_size;

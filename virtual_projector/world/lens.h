@@ -70,6 +70,12 @@ public:
     /// Which way the lens itself moved last; nothing before its first movement.
     std::optional<Side> lens_moved_last() const { return lens_moved_last_; }
 
+    /// Those before the run, which have widened the backlash too.
+    void set_reversals_before(double reversals) { reversals_before_ = reversals; }
+
+    /// What the motor and the lens have done since the motor was made.
+    const Wear& wear() const { return wear_; }
+
     /// Drops everything that is queued; the lens stays where it is.
     void stop() { queue_.clear(); }
 
@@ -86,6 +92,7 @@ private:
     bool is_lost(const Running& running, const LensSettings& lens) const;
     void make_step(Running& running, LensSettings& lens);
     void turn_lens(const Running& running, LensSettings& lens);
+    void count_step(const Running& running);
     void take_next(Microseconds from, const LensSettings& lens);
 
     std::deque<Running> queue_;
@@ -93,13 +100,14 @@ private:
     double counted_ = 0;
     std::uint64_t seed_;
     std::int64_t steps_made_ = 0;
-    std::int64_t reversals_ = 0;
+    double reversals_before_ = 0;
+    Wear wear_;
     std::optional<Side> turned_last_;  // the motor
     std::optional<Side> lens_moved_last_;
 };
 
-/// Moves the motor by `motor_steps` full steps (of either size) to a side: backlash first, then the lens,
-/// up to its end stops.
+/// Moves a motor that has never turned by `motor_steps` full steps (of either size) to a side: backlash first,
+/// then the lens, up to its end stops.
 void turn_motor(LensSettings& lens, Side side, double motor_steps);
 
 }  // namespace vp

@@ -93,7 +93,6 @@ struct LensSettings {
     double barrel_drift_tmr_per_c = 0;
     double backlash_per_c = 0;
     double backlash_growth_steps = 0;
-    double reversals_before = 0;
     double lost_step_probability = 0;
     double lost_step_stop_factor = 1;
     double stuck = 0;
@@ -178,6 +177,21 @@ struct HandSettings {
     double table_sink_deg_per_h = 0;
 };
 
+// Of the time before the run; see wear.h.
+struct Wear {
+    double full_steps = 0;
+    double half_steps = 0;
+    double orders = 0;
+    double reversals = 0;
+    double travel_mm = 0;
+    double end_stop_steps = 0;
+    double lost_steps = 0;
+    double heat_cycles = 0;
+    double record_writes = 0;
+    double width_writes = 0;
+    double motor_on_s = 0;
+};
+
 struct UnitSettings {
     double calibrated = 0;
     double gsensor_flag = 0;
@@ -220,6 +234,7 @@ struct Settings {
     TofSettings tof;
     GravitySettings gravity;
     HandSettings hand;
+    Wear wear;
     UnitSettings unit;
     BenchSettings bench;
     BoardSettings board;

@@ -136,7 +136,10 @@ void World::keep_sunk() {
 
 void World::key(std::uint16_t code, std::int32_t value) { keys_.push_back({now_, code, value}); }
 
-bool World::move_lens(const LensMove& move) { return motor_.add(now_, move, settings_.lens); }
+bool World::move_lens(const LensMove& move) {
+    motor_.set_reversals_before(settings_.wear.reversals);
+    return motor_.add(now_, move, settings_.lens);
+}
 
 Microseconds World::lens_finish_time() const { return motor_.finish_time(now_, settings_.lens); }
 
@@ -170,6 +173,12 @@ std::array<double, 3> World::gravity_now() const {
 }
 
 int World::led_reading_c() const { return static_cast<int>(std::lround(settings_.heat.led_c)); }
+
+WearAccount World::wear() const {
+    Wear run = motor_.wear() + writes_;
+    run.heat_cycles = heat_cycles_now().count();
+    return {run, settings_.wear + run};
+}
 
 Truth World::truth() const {
     Truth truth;

@@ -31,6 +31,7 @@
 #include "virtual_projector/world/settings.h"
 #include "virtual_projector/world/tof.h"
 #include "virtual_projector/world/wall.h"
+#include "virtual_projector/world/wear.h"
 
 namespace vp {
 
@@ -122,6 +123,11 @@ public:
     Display& display() { return display_; }
     const Display& display() const { return display_; }
 
+    // --- Wear --------------------------------------------------------------------------------------
+    void count_record_write() { ++writes_.record_writes; }
+    void count_width_write() { ++writes_.width_writes; }
+    WearAccount wear() const;
+
     Truth truth() const;
 
 private:
@@ -152,6 +158,7 @@ private:
     Pose pose_;       // as it really is; the settings hold the pose that is meant
     Pose firm_pose_;  // the meant one without what the table has sunk since the last change
     Microseconds sinks_from_ = 0;
+    Wear writes_;  // of this run
     Vec3 hand_acceleration_g_;
     Display display_;
     std::vector<KeyEvent> keys_;

@@ -59,6 +59,14 @@ TEST_F(DisplayTest, TransformsTheRectangleToWhatTheTrapezoidCovers) {
     EXPECT_EQ(transformed(), (std::array<std::uint16_t, 10>{1, 0, 0, 0, 1280, 720, 90, 0, 1100, 720}));
 }
 
+TEST_F(DisplayTest, CountsTheWidthsThatItTakesShownOrNot) {
+    EXPECT_EQ(send(1148, 1280, 1), 0);
+    EXPECT_EQ(send(1148, 1280, 0), 0);
+    EXPECT_EQ(send(0, 1280, 1), -EINVAL);
+    transformed();
+    EXPECT_EQ(world.wear().run.width_writes, 2);
+}
+
 TEST_F(DisplayTest, RefusesARectangleBeyondThePanel) {
     std::array<std::uint16_t, 10> record{1, 0, 1, 0, 1280, 720, 0, 0, 0, 0};
     EXPECT_EQ(open(path)->request(transform, record.data()).result, -EINVAL);

@@ -40,6 +40,16 @@ TEST_F(FlashTest, TakesARecordManyTimes) {
     }
 }
 
+TEST_F(FlashTest, CountsTheWritesOfTheRecord) {
+    Record record{};
+    EXPECT_EQ(flash.write(handle, 2, 0, record.data(), record_size), 0);
+    EXPECT_EQ(flash.write(handle, 2, 0, record.data(), record_size), 0);
+    EXPECT_EQ(flash.write(handle, 2, 228, record.data(), 1), -EINVAL);
+    EXPECT_EQ(flash.write(handle, 1, 0, record.data(), 1), -EINVAL);
+    EXPECT_EQ(world.wear().run.record_writes, 2);
+    EXPECT_EQ(world.wear().run.width_writes, 0);
+}
+
 TEST_F(FlashTest, RefusesOtherAreasAndWhatLiesBeyondItsEnd) {
     Record record{};
     EXPECT_EQ(flash.read(handle, 1, 0, record.data(), record_size), -EINVAL);

@@ -126,8 +126,8 @@ TEST_F(ScenarioEventsTest, AGestureEndsAtItsPoseAndKeepsTheRestOfTheOldOne) {
 }
 
 TEST_F(ScenarioEventsTest, ABumpIsAsHardAsItSays) {
-    happen(R"({"set": {"gravity.noise_sigma": 0},
-               "events": [{"at_s": 1, "gesture": "bump", "strength_g": 0.2, "for_s": 0.4}]})");
+    happen(R"({"events": [{"at_s": 0, "set": {"gravity.noise_sigma": 0}},
+                          {"at_s": 1, "gesture": "bump", "strength_g": 0.2, "for_s": 0.4}]})");
     go_on_to(1.1);
     EXPECT_NEAR(world.gravity_now()[0], world.get("gravity.offset_x") - 200, 1e-6);
 }

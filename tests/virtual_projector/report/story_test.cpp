@@ -98,7 +98,7 @@ TEST_F(StoryTest, CountsTheToasts) {
     EXPECT_EQ(story[4], "Toasts sent to the host: 1.");
 }
 
-TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
+TEST_F(StoryTest, IsNeverLongerThan38LinesAndKeepsBeginningAndEndOfLongLists) {
     std::string trace = before;
     std::string log;
     for (int i = 0; i < 100; ++i) {
@@ -106,13 +106,28 @@ TEST_F(StoryTest, IsNeverLongerThan36LinesAndKeepsBeginningAndEndOfLongLists) {
         log += "[ovra_focus]  avgDist = " + std::to_string(i) + "\n";
     }
     const std::vector<std::string> story = story_of(trace + after, log);
-    EXPECT_LE(story.size(), 36U);
+    EXPECT_LE(story.size(), 38U);
     EXPECT_EQ(story[3], "  their mean in range is 0 mm");
     EXPECT_EQ(story[8], "  ... and 91 more ...");
     EXPECT_EQ(story[12], "  their mean in range is 99 mm");
     EXPECT_EQ(story[14], "     0.000 s  event 0");
     EXPECT_EQ(story[18], "  ... and 93 more ...");
     EXPECT_EQ(story[22], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
+}
+
+TEST_F(StoryTest, SumsUpTheWearOfTheRunWithinTheWidthOfAPage) {
+    constexpr const char* wear =
+        R"({"t_us":500000,"wear":{"run":{"full_steps":12345,"half_steps":2345,"orders":1234,"reversals":321,)"
+        R"("travel_mm":123.456,"end_stop_steps":12,"lost_steps":3,"heat_cycles":2,"record_writes":1,)"
+        R"("width_writes":345,"motor_on_s":98.76},"total":{"full_steps":99999}}})"
+        "\n";
+    std::vector<std::string> story = story_of(std::string(before) + after + wear);
+    story.pop_back();
+    const std::string second = story.back();
+    story.pop_back();
+    EXPECT_EQ(story.back(), "Wear: 12345 full and 2345 half steps, 1234 orders, 321 reversals, 2 heat cycles,");
+    EXPECT_EQ(second, "  123.46 mm, motor on 98.8 s, 12 at a stop, 3 lost; 1 record, 345 width writes.");
+    for (const std::string& line : {story.back(), second}) EXPECT_LE(line.size(), 80U) << line;
 }
 
 TEST_F(StoryTest, SaysThatATraceWithoutRecordsIsEmpty) {

@@ -56,6 +56,19 @@ TEST(ATrace, HoldsWhatTheRunIsMadeOf) {
     EXPECT_EQ(trace.run.settings[0].source, "scenario");
 }
 
+TEST(ATrace, HoldsTheWearOfTheRunAndInTotal) {
+    const vp::TraceContents trace = read(
+        R"({"t_us":9,"wear":{"run":{"full_steps":4,"travel_mm":0.02},"total":{"full_steps":10,"heat_cycles":2}}})"
+        "\n");
+    ASSERT_TRUE(trace.wear.has_value());
+    EXPECT_EQ(trace.wear->run.full_steps, 4);
+    EXPECT_EQ(trace.wear->run.travel_mm, 0.02);
+    EXPECT_EQ(trace.wear->run.heat_cycles, 0);
+    EXPECT_EQ(trace.wear->total.full_steps, 10);
+    EXPECT_EQ(trace.wear->total.heat_cycles, 2);
+    EXPECT_FALSE(read(R"({"t_us":9,"event":"x"})").wear.has_value());
+}
+
 TEST(ATrace, HoldsLensMovesWithTheirSideAndStepSize) {
     const vp::TraceContents trace = read(motor_write("pulse", "2") + motor_write("left", "11") +
                                          motor_write("pulse", "1") + motor_write("right", "1"));

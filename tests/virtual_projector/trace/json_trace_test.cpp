@@ -62,6 +62,15 @@ TEST_F(JsonTraceFile, HoldsChangesAndFailuresOnly) {
 
 TEST_F(JsonTraceFile, HoldsEventsOnly) { EXPECT_EQ(written(TraceDetail::events), event_lines); }
 
+TEST_F(JsonTraceFile, HoldsTheWearAtEveryLevelOfDetail) {
+    for (const TraceDetail detail : {TraceDetail::events, TraceDetail::changes, TraceDetail::calls}) {
+        const auto trace = JsonTrace::to_file(path, detail);
+        trace->record_wear(50, {{"run", {{"orders", 3}}}});
+        EXPECT_TRUE(trace->finish());
+        EXPECT_EQ(contents_of(path), "{\"t_us\":50,\"wear\":{\"run\":{\"orders\":3}}}\n");
+    }
+}
+
 TEST_F(JsonTraceFile, CannotBeMadeWhereNoFileCanBe) {
     errno = 0;
     EXPECT_EQ(JsonTrace::to_file("/nowhere/trace.jsonl", TraceDetail::calls), nullptr);

@@ -190,7 +190,7 @@ TEST_F(Lens, BacklashGrowsWithReversals) {
 
 TEST_F(Lens, ReversalsOfTheRunAddToThoseBefore) {
     lens.backlash_growth_steps = 10;
-    lens.reversals_before = 90;
+    motor.set_reversals_before(90);
     Microseconds now = 0;
     for (int i = 0; i < 11; ++i) {  // 10 reversals, the last move to the right
         move(now, i % 2 == 0 ? Side::right : Side::left, 1);
@@ -275,6 +275,57 @@ TEST_F(Lens, KnowsWhichWayTheLensMovedLast) {
     move(4 * step_us, Side::left, 1);
     motor.advance_to(5 * step_us, lens);
     EXPECT_EQ(motor.lens_moved_last(), Side::left);
+}
+
+TEST_F(Lens, CountsStepsOrdersReversalsTravelAndTime) {
+    move(0, Side::right, 3);      // 3 steps of 5 um
+    move(0, Side::left, 4);       // 3 of them backlash
+    move(0, Side::left, 2, 0.5);  // 1 step
+    move(0, Side::right, 0);      // no order
+    move(0, Side::right, 3);      // 2 of them backlash
+    motor.advance_to(12 * step_us, lens);
+    EXPECT_EQ(motor.wear().full_steps, 10);
+    EXPECT_EQ(motor.wear().half_steps, 2);
+    EXPECT_EQ(motor.wear().orders, 4);
+    EXPECT_EQ(motor.wear().reversals, 2);
+    EXPECT_NEAR(motor.wear().travel_mm, 6 * 0.005, 1e-12);
+    EXPECT_NEAR(motor.wear().motor_on_s, 12 * 0.004, 1e-12);
+    EXPECT_EQ(motor.wear().end_stop_steps, 0);
+    EXPECT_EQ(motor.wear().lost_steps, 0);
+}
+
+TEST_F(Lens, CountsStepsAgainstAStop) {
+    lens.position_steps = 40;
+    move(0, Side::right, 5);
+    move(0, Side::right, 3, 0.5);
+    motor.advance_to(8 * step_us, lens);
+    EXPECT_EQ(motor.wear().end_stop_steps, 6);
+    EXPECT_NEAR(motor.wear().travel_mm, 2 * 0.005, 1e-12);
+}
+
+TEST_F(Lens, CountsWhatSlipsAndWhatIsLost) {
+    lens.slip = 0.25;
+    move(0, Side::right, 4);
+    motor.advance_to(4 * step_us, lens);
+    EXPECT_NEAR(motor.wear().lost_steps, 1, 1e-12);
+    lens.slip = 0;
+    lens.lost_step_probability = 0.05;
+    lens.lost_step_stop_factor = 100;
+    lens.position_steps = 0;
+    lens.backlash_state = 0;
+    motor.set_step_period(2000);
+    move(4 * step_us, Side::left, 3);  // at a stop at twice the speed every step is lost
+    motor.advance_to(5 * step_us + 2000, lens);
+    EXPECT_NEAR(motor.wear().lost_steps, 4, 1e-12);
+    EXPECT_EQ(motor.wear().end_stop_steps, 0);
+}
+
+TEST_F(Lens, AReverseThatTheDriverMakesAheadIsNotCountedYet) {
+    move(0, Side::right, 1);
+    move(0, Side::left, 1);
+    static_cast<void>(motor.finish_time(0, lens));
+    EXPECT_EQ(motor.wear().reversals, 0);
+    EXPECT_EQ(motor.wear().full_steps, 0);
 }
 
 }  // namespace

@@ -331,5 +331,47 @@ TEST_F(WorldTest, TheGravitySensorIsAsWarmAsTheBarrel) {
     EXPECT_NEAR(world.gravity_now()[1], before[1] + 20, 1e-9);
 }
 
+TEST_F(WorldTest, CountsItsWearForTheRunAndWithWhatWasBefore) {
+    set("wear.reversals", 1000);
+    set("wear.heat_cycles", 7);
+    set("wear.travel_mm", 2.5);
+    set("led.temperature_c", 25);
+    set("led.rise_c", 35);
+    ASSERT_TRUE(world.move_lens({Side::right, 2, 1, false}));
+    ASSERT_TRUE(world.move_lens({Side::left, 2, 1, false}));
+    world.count_record_write();
+    world.count_width_write();
+    world.count_width_write();
+    world.advance_to(microseconds(600));
+    const WearAccount wear = world.wear();
+    EXPECT_EQ(wear.run.reversals, 1);
+    EXPECT_EQ(wear.total.reversals, 1001);
+    EXPECT_EQ(wear.run.heat_cycles, 1);
+    EXPECT_EQ(wear.total.heat_cycles, 8);
+    EXPECT_NEAR(wear.run.travel_mm, 0.01, 1e-12);
+    EXPECT_NEAR(wear.total.travel_mm, 2.51, 1e-12);
+    EXPECT_EQ(wear.run.full_steps, 4);
+    EXPECT_EQ(wear.run.orders, 2);
+    EXPECT_EQ(wear.run.record_writes, 1);
+    EXPECT_EQ(wear.run.width_writes, 2);
+}
+
+TEST_F(WorldTest, AUnitThatIsColdAtTheStartHasNotCooledDown) {
+    set("led.temperature_c", 20);
+    world.advance_to(microseconds(1));
+    set("led.temperature_c", 29);
+    EXPECT_EQ(world.wear().run.heat_cycles, 0);
+    set("led.temperature_c", 31);
+    EXPECT_EQ(world.wear().run.heat_cycles, 1);
+}
+
+TEST_F(WorldTest, ReversalsBeforeTheRunHaveWidenedTheBacklash) {
+    set("lens.backlash_growth_steps", 1);
+    set("wear.reversals", 2000);
+    ASSERT_TRUE(world.move_lens({Side::left, 6, 1, false}));  // 3 and 2 steps of backlash
+    world.advance_to(microseconds(1));
+    EXPECT_NEAR(world.settings().lens.position_steps, 17, 1e-9);
+}
+
 }  // namespace
 }  // namespace vp

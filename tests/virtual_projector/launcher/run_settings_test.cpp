@@ -60,8 +60,8 @@ TEST_F(TheSettingsOfARun, KeepWhatAnotherSettingChanged) {
     scenario.parameters = {{"led.temperature_c", 52}};
     const vp::RunSettings run = vp::make_world(options, scenario);
     for (const vp::Setting& setting : run.settings) {
-        const bool is_changed =
-            setting.parameter->name == "led.temperature_c" || setting.parameter->name == "led.rise_c";
+        const std::string_view name = setting.parameter->name;
+        const bool is_changed = name == "led.temperature_c" || name == "led.rise_c" || name == "lens.barrel_c";
         EXPECT_EQ(setting.source, is_changed ? vp::SettingSource::scenario : vp::SettingSource::standard)
             << setting.parameter->name;
     }

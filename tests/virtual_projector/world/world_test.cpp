@@ -104,8 +104,8 @@ TEST_F(WorldTest, ReadingOneSensorDoesNotChangeAnother) {
 
 TEST_F(WorldTest, ADrawnUnitTakesItsSensorsErrorsIntoEveryRun) {
     World again(2);
-    world.draw_unit(5);
-    again.draw_unit(5);
+    world.set_unit_seed(5);
+    again.set_unit_seed(5);
     EXPECT_EQ(world.tof_scene().unit_seed, 5u);
     EXPECT_EQ(true_pixel_offsets(world.settings().tof, world.unit_seed()),
               true_pixel_offsets(again.settings().tof, again.unit_seed()));

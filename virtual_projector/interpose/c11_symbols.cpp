@@ -52,9 +52,12 @@ struct Start {
     void* argument;
 };
 
+// Nothing is kept while the entry runs: it may end the thread, and where there are no tables for unwinding no
+// destructor is called.
 void* run(void* start) {
-    const std::unique_ptr<Start> started(static_cast<Start*>(start));
+    std::unique_ptr<Start> started(static_cast<Start*>(start));
     const Start own = *started;
+    started.reset();
     return reinterpret_cast<void*>(static_cast<std::intptr_t>(own.entry(own.argument)));
 }
 

@@ -29,6 +29,14 @@ bool is_ready(int descriptor, short events) {
     return real::poll(&one, 1, 0) != 0;
 }
 
+// Who reads what the program says decides nothing of the run as long as they are not long about it: it takes
+// the same course with words that go into a file.
+bool is_taken_soon(int descriptor) {
+    constexpr int patience_ms = 1000;
+    pollfd one = {descriptor, POLLOUT, 0};
+    return real::poll(&one, 1, patience_ms) > 0;
+}
+
 // What a pipe that takes anything takes at once.
 long write_piece(int descriptor, const char* bytes, std::size_t count) {
     const ssize_t written = real::write(descriptor, bytes, std::min(count, std::size_t{PIPE_BUF}));
@@ -107,6 +115,8 @@ std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds 
     clock_.scheduler().touch();
     if (is_nonblocking(descriptor)) return std::nullopt;  // the kernel says that it would wait
     const bool is_outside = descriptors_.may_lead_outside({{descriptor, events, 0}});
+    if (is_outside && events == POLLOUT && kinds_.leads_outside(descriptor) && is_taken_soon(descriptor))
+        return std::nullopt;
     bool has_waited = !is_outside;
     while (!has_waited || !is_ready(descriptor, events)) {
         has_waited = true;

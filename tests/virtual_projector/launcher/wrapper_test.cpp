@@ -73,6 +73,11 @@ TEST_F(AWrapper, ThatBecomesTheProgramChangesNothing) {
     EXPECT_TRUE(run({"sh", "-c", "exec " + words(host)}) == alone);
 }
 
+TEST_F(AWrapper, ThatReadsTheProgramsWordsChangesNothing) {
+    EXPECT_TRUE(run({"sh", "-c", words(host) + " | cat"}) == alone);
+    EXPECT_TRUE(run({"sh", "-c", words(host) + " 2>&1 | (sleep 0.3; cat)"}) == alone);
+}
+
 TEST_F(AWrapper, ThatStartsTheProgramChangesNothing) {
     const std::string starts = folder.file("starts.py");
     write_file(starts, "import subprocess, sys\nsys.exit(subprocess.run(sys.argv[1:]).returncode)\n");

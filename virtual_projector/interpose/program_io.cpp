@@ -323,24 +323,28 @@ std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int 
     clock_.scheduler().touch();
     std::uint64_t writes_seen = writes_;
     const auto look = [&]() -> long {
-        bool is_under_way = false;
-        bool is_missing = false;
-        for (int i = 0; i < count; ++i) {
-            if (requests[i] == nullptr) continue;
-            if (::aio_error(requests[i]) != EINPROGRESS) {
-                if (!all) return 0;
-                continue;
+        for (;;) {
+            bool is_one_over = false;
+            bool is_under_way = false;
+            std::vector<const aiocb*> missing;
+            for (const aiocb* const* next = requests; next != requests + count; ++next) {
+                if (*next == nullptr) continue;
+                if (::aio_error(*next) != EINPROGRESS) {
+                    is_one_over = true;
+                    continue;
+                }
+                missing.push_back(*next);
+                const short events = (*next)->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
+                is_under_way = is_under_way || is_ready((*next)->aio_fildes, events);
             }
-            is_missing = true;
-            const short events = requests[i]->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
-            is_under_way = is_under_way || is_ready(requests[i]->aio_fildes, events);
+            if (all ? missing.empty() : is_one_over) return 0;
+            // What was written since may be with the thread that carries the request out.
+            is_under_way = is_under_way || std::exchange(writes_seen, writes_) != writes_;
+            const timespec a_while = {0, aio_settling_ns};
+            if (!is_under_way ||
+                real::aio_suspend(missing.data(), static_cast<int>(missing.size()), &a_while) != 0)
+                return -EAGAIN;
         }
-        if (all && !is_missing) return 0;
-        // What was written since may be with the thread that carries the request out.
-        is_under_way = is_under_way || std::exchange(writes_seen, writes_) != writes_;
-        if (!is_under_way) return -EAGAIN;
-        const timespec a_while = {0, aio_settling_ns};
-        return real::aio_suspend(requests, count, &a_while) == 0 && !all ? 0 : -EAGAIN;
     };
     const Microseconds deadline =
         length == nullptr ? no_deadline : clock_.now() + ProgramTime::microseconds_of(*length);

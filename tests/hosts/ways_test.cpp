@@ -225,6 +225,7 @@ public:
         const bool fed = kind_ == "fed";
         const Outcome first = run_way(name_, {}, fed);
         expect_right(first, name_);
+        EXPECT_EQ(count_of("no longer deterministic", first.finished.complaints), 0);
         if (HasFailure()) return;
         const Outcome second = run_way(name_, {}, fed);
         expect_right(second, name_);

@@ -317,30 +317,49 @@ long ProgramIo::retry_beside_children(const char* what, const std::function<long
 
 // --- Asynchronous requests -------------------------------------------------------------------------------
 
+namespace {
+
+struct Requests {
+    std::vector<const aiocb*> missing;
+    bool is_one_over = false;
+    bool is_under_way = false;  // what one of the missing ones waits for is there
+};
+
+Requests state_of(const aiocb* const* requests, int count) {
+    Requests state;
+    for (const aiocb* const* next = requests; next != requests + count; ++next) {
+        if (*next == nullptr) continue;
+        if (::aio_error(*next) != EINPROGRESS) {
+            state.is_one_over = true;
+            continue;
+        }
+        state.missing.push_back(*next);
+        const short events = (*next)->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
+        state.is_under_way = state.is_under_way || is_ready((*next)->aio_fildes, events);
+    }
+    return state;
+}
+
+bool is_one_over_soon(const std::vector<const aiocb*>& requests) {
+    const timespec a_while = {0, aio_settling_ns};
+    return real::aio_suspend(requests.data(), static_cast<int>(requests.size()), &a_while) == 0;
+}
+
+}  // namespace
+
 std::optional<long> ProgramIo::await_requests(const aiocb* const* requests, int count, const timespec* length,
                                               bool all) {
     if (!clock_.is_virtual()) return std::nullopt;
     clock_.scheduler().touch();
     std::uint64_t writes_seen = writes_;
     const auto look = [&]() -> long {
-        bool is_under_way = false;
-        bool is_missing = false;
-        for (int i = 0; i < count; ++i) {
-            if (requests[i] == nullptr) continue;
-            if (::aio_error(requests[i]) != EINPROGRESS) {
-                if (!all) return 0;
-                continue;
-            }
-            is_missing = true;
-            const short events = requests[i]->aio_lio_opcode == LIO_WRITE ? POLLOUT : POLLIN;
-            is_under_way = is_under_way || is_ready(requests[i]->aio_fildes, events);
+        for (;;) {
+            const Requests now = state_of(requests, count);
+            if (all ? now.missing.empty() : now.is_one_over) return 0;
+            // What was written since may be with the thread that carries the request out.
+            const bool is_under_way = now.is_under_way || std::exchange(writes_seen, writes_) != writes_;
+            if (!is_under_way || !is_one_over_soon(now.missing)) return -EAGAIN;
         }
-        if (all && !is_missing) return 0;
-        // What was written since may be with the thread that carries the request out.
-        is_under_way = is_under_way || std::exchange(writes_seen, writes_) != writes_;
-        if (!is_under_way) return -EAGAIN;
-        const timespec a_while = {0, aio_settling_ns};
-        return real::aio_suspend(requests, count, &a_while) == 0 && !all ? 0 : -EAGAIN;
     };
     const Microseconds deadline =
         length == nullptr ? no_deadline : clock_.now() + ProgramTime::microseconds_of(*length);

@@ -1,6 +1,7 @@
 #include "virtual_projector/launcher/session.h"
 
 #include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -79,10 +80,11 @@ std::vector<int> made_since(const std::vector<int>& before) {
     return made;
 }
 
-// Whether who reads standard input may have to wait for it in virtual time.
+// Whether who reads standard input may have to wait for it in virtual time: unless it is a file. A program that
+// is given nothing to read may put a pipe of its own in that place.
 bool may_wait(Machine& machine) {
-    const DescriptorKind kind = machine.kinds().kind_of(STDIN_FILENO);
-    return machine.is_virtual() && kind != DescriptorKind::never_waits && kind != DescriptorKind::unknown;
+    struct stat status {};
+    return machine.is_virtual() && ::fstat(STDIN_FILENO, &status) == 0 && !S_ISREG(status.st_mode);
 }
 
 // Keeps account of which of the run's files are complete, and says once of each that it is not.

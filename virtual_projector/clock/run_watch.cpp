@@ -15,7 +15,6 @@ namespace vp {
 namespace {
 
 constexpr double look_interval_s = 0.05;
-constexpr double longest_without_call_s = 2;
 
 // A signal that the program hardly has use for; from here on nothing of it runs any more. Emulators of other
 // processors have no higher one.

@@ -22,6 +22,9 @@ namespace vp {
 
 class RunWatch {
 public:
+    /// A thread that makes no call for so many real seconds loses its turn.
+    static constexpr int longest_without_call_s = 2;
+
     struct Handlers {
         /// A thread has lost its turn.
         std::function<void(const ScheduledThread& thread)> turn_lost;

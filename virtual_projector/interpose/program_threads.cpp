@@ -228,6 +228,7 @@ void ProgramThreads::begin(ProgramThread& thread, const void* frame) {
 // With the turn gone nothing may be touched any more.
 void ProgramThreads::end(ProgramThread& thread) {
     const ReentrancyGuard guard;
+    clock_.scheduler().enter_call();  // its turn may have been taken away: then it ends when it has it again
     call_begins();
     {
         const WorldLock lock(clock_);

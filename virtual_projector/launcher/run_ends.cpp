@@ -109,9 +109,9 @@ void RunEnds::real_limit_reached() {
 void RunEnds::turn_lost(const ScheduledThread& thread) {
     if (std::exchange(has_lost_turn_, true)) return;
     std::fprintf(stderr,
-                 "virtual-projector: thread %d %s has made no call for 2 real seconds and has lost its turn; "
+                 "virtual-projector: thread %d %s has made no call for %d real seconds and has lost its turn; "
                  "this run is no longer deterministic\n",
-                 thread.number, thread.title().c_str());
+                 thread.number, thread.title().c_str(), RunWatch::longest_without_call_s);
 }
 
 }  // namespace vp

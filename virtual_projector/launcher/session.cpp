@@ -143,12 +143,14 @@ struct Session::Parts {
         installation.called = [this](std::string_view function, long result) {
             machine->recorder().record_library_call(function, result);
             machine->threads().call_ends();
+            clock->scheduler().leave_call();
         };
         boardlibs::install(std::move(installation));
     }
 
     // The stand-ins run on the stack of the thread that calls them, as the machine's answers do.
     FaultEffect begin_library_call(std::string_view function) {
+        take_turn();
         machine->threads().call_begins();
         FaultEffect effect;
         {
@@ -157,6 +159,12 @@ struct Session::Parts {
         }
         if (effect.delay_us > 0) clock->sleep_until(clock->now() + effect.delay_us);
         return effect;
+    }
+
+    // A thread that has computed for too long has lost it, and may touch nothing before it has it again.
+    void take_turn() {
+        const ReentrancyGuard guard;
+        if (clock->scheduler().knows_current_thread()) clock->scheduler().enter_call();
     }
 
     void schedule_events() {
@@ -229,6 +237,7 @@ Session::Session(const RunOptions& options, RunState* state) {
 }
 
 void Session::finish() {
+    parts_->take_turn();
     if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
     parts_->machine->uninstall();

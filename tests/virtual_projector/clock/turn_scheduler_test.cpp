@@ -350,6 +350,15 @@ struct TakenTurn : ::testing::Test {
     void await_nobody_runs() const {
         while (crew.scheduler.running() != nullptr) std::this_thread::yield();
     }
+    // On a thread of its own; what computes may end when nobody runs any more.
+    std::thread take_turn_until_nobody_runs(ScheduledThread& busy) {
+        return std::thread([this, &busy] {
+            await_computing();
+            EXPECT_TRUE(crew.scheduler.take_turn_away(busy));
+            await_nobody_runs();
+            may_end = true;
+        });
+    }
     void make_call() {
         crew.scheduler.enter_call();
         crew.say("call");
@@ -430,12 +439,7 @@ TEST_F(TakenTurn, CanBeTakenInAHandlerThatRunsInsideACall) {
         crew.say("resumed");
         crew.scheduler.leave_call();
     });
-    std::thread watcher([&] {
-        await_computing();
-        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
-        await_nobody_runs();
-        may_end = true;
-    });
+    std::thread watcher = take_turn_until_nobody_runs(*busy);
     EXPECT_EQ(crew.scheduler.wait_for_end(busy, no_deadline), WaitEnd::woken);
     watcher.join();
     EXPECT_EQ(crew.said, Lines{"0 resumed"});
@@ -468,12 +472,7 @@ TEST_F(TakenTurn, ComesBackWhenNobodyElseCanRun) {
         compute();
         make_call();
     });
-    std::thread watcher([&] {
-        await_computing();
-        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
-        await_nobody_runs();
-        may_end = true;
-    });
+    std::thread watcher = take_turn_until_nobody_runs(*busy);
     EXPECT_EQ(crew.scheduler.wait_for_end(busy, no_deadline), WaitEnd::woken);
     watcher.join();
     EXPECT_EQ(crew.said, Lines{"30 call"});
@@ -489,12 +488,7 @@ TEST_F(TakenTurn, ComesBackAfterTheLastOfTheOthersHasEnded) {
         crew.scheduler.leave_call();
     });
     crew.start("last", [&] { crew.sleep(40); });
-    std::thread watcher([&] {
-        await_computing();
-        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
-        await_nobody_runs();
-        may_end = true;
-    });
+    std::thread watcher = take_turn_until_nobody_runs(*busy);
     EXPECT_EQ(crew.scheduler.wait({Wait::Kind::condition, &object, ""}, no_deadline), WaitEnd::woken);
     watcher.join();
     EXPECT_EQ(crew.clock.now(), 40);
@@ -516,12 +510,7 @@ TEST_F(TakenTurn, OnceBackIsGivenAndTakenAsBefore) {
         make_call();
         work("busy", 3);
     });
-    std::thread watcher([&] {
-        await_computing();
-        EXPECT_TRUE(crew.scheduler.take_turn_away(*busy));
-        await_nobody_runs();
-        may_end = true;
-    });
+    std::thread watcher = take_turn_until_nobody_runs(*busy);
     crew.start("other", [&] {
         int object = 0;
         crew.scheduler.wait({Wait::Kind::join, busy, ""}, 1);

@@ -240,6 +240,18 @@ TEST_F(ARun, GivesTurnsAsBeforeToAThreadThatHasComeBack) {
     EXPECT_EQ(simulated_us(), 31 * second_us);
 }
 
+// Whatever it does next: end, call the board, end the program.
+TEST_F(ARun, LetsNoThreadActAgainBeforeItHasItsTurnBack) {
+    for (const char* const next : {"compute, thread ends", "compute, board call", "compute, exit"}) {
+        const Finished finished = run({}, {next});
+        EXPECT_EQ(finished.exit_code, 0) << next;
+        EXPECT_EQ(finished.words, "in its turn\n") << next;
+        EXPECT_EQ(count_of("no longer deterministic", finished.complaints), 1) << next;
+        EXPECT_GE(simulated_us(), 30 * second_us) << next;
+        expect_nothing_left();
+    }
+}
+
 // --- Signals ---------------------------------------------------------------------------------------------
 
 TEST_F(ARun, EndedByItsOwnAlarmHasCompleteFiles) {

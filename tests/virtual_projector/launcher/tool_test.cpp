@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 #include <vector>
@@ -48,6 +50,43 @@ TEST_F(FirstLight, StopsAtABreakpointInTheLibraryAndGoesOnAsIfItHadNot) {
         EXPECT_NE(finished.words.find(thread), std::string::npos) << thread;
     EXPECT_EQ(finished.exit_code, 0);
     EXPECT_GT(alone.size(), 10000U);
+    EXPECT_TRUE(take_trace() == alone);
+}
+
+// The launch configuration of docs/hosts.md, whose paths are those of another build.
+nlohmann::json launch_configuration() {
+    const std::string page = contents_of(project_file("docs/hosts.md"));
+    const std::string fence = "```json\n";
+    const std::size_t begin = page.find(fence) + fence.size();
+    return nlohmann::json::parse(page.substr(begin, page.find("```", begin) - begin))
+        .at("configurations")
+        .at(0);
+}
+
+std::string of_this_build(const std::string& word) {
+    const std::string folder = "${workspaceFolder}/";
+    if (word.rfind(folder, 0) != 0) return word;
+    if (std::filesystem::path(word).filename() == "ovrafocus-host") return host_program;
+    return project_file(word.substr(folder.size()));
+}
+
+TEST_F(FirstLight, IsDebuggedFromTheLauncherOnAsAnIdeDoes) {
+    const nlohmann::json configuration = launch_configuration();
+    std::vector<std::string> words = {storykit::launcher, "--trace", trace};
+    for (const std::string word : configuration.at("args")) words.push_back(of_this_build(word));
+    EXPECT_EQ(storykit::launch_own(words).exit_code, 0);
+    const std::string alone = take_trace();
+    std::vector<std::string> command = {"gdb", "-batch"};
+    for (const nlohmann::json& setup : configuration.at("setupCommands"))
+        command.insert(command.end(), {"-ex", setup.at("text")});
+    for (const char* const step : {"break varnel_thread_autofocus", "run", "backtrace", "delete", "continue"})
+        command.insert(command.end(), {"-ex", step});
+    command.emplace_back("--args");
+    command.insert(command.end(), words.begin(), words.end());
+    const Finished finished = storykit::launch_own(command);
+    EXPECT_TRUE(std::regex_search(finished.words, std::regex("#0 +(0x[0-9a-f]+ in )?varnel_thread_autofocus")))
+        << finished.words << finished.complaints;
+    EXPECT_GT(alone.size(), 1000U);
     EXPECT_TRUE(take_trace() == alone);
 }
 

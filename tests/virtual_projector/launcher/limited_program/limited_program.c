@@ -1,5 +1,6 @@
 /* A host that comes to no end by itself, in the one way it is told to. In C, with static functions only:
    nothing but the program's own symbols says where it stands. */
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <stdio.h>
@@ -161,6 +162,77 @@ static int compute_and_take_turns(void) {
     return 0;
 }
 
+/* Long for the others, and less than what costs a thread its turn. True: something was set meanwhile. */
+static int compute_and_watch(const volatile int* variable) {
+    volatile int i;
+    int seen = 0;
+    for (i = 0; i < 30000000; ++i) seen |= *variable;
+    return seen;
+}
+
+static volatile int has_ended;
+static volatile int is_done;
+static int exits_after_computing;
+
+static void note_end(void* unused) {
+    (void)unused;
+    has_ended = 1;
+}
+
+static void* compute_and_end(void* key) {
+    pthread_setspecific(*(pthread_key_t*)key, key);
+    compute();
+    return NULL;
+}
+
+static void* compute_and_call_board(void* unused) {
+    int (*const call)(void) = (int (*)(void))dlsym(RTLD_DEFAULT, "usb_eth_config");
+    compute();
+    (void)call();
+    has_ended = 1;
+    return unused;
+}
+
+/* Whether the thread, whose turn is gone, goes on while this one has it. */
+static int have_turn_beside(void* (*entry)(void*), void* argument) {
+    int came_early;
+    pthread_t thread;
+    pthread_create(&thread, NULL, entry, argument);
+    sleep(30);
+    flag = 1;
+    came_early = compute_and_watch(&has_ended);
+    pthread_join(thread, NULL);
+    printf("%s\n", came_early ? "without its turn" : "in its turn");
+    return 0;
+}
+
+static int have_turn_beside_end(void) {
+    pthread_key_t key;
+    pthread_key_create(&key, note_end);
+    return have_turn_beside(compute_and_end, &key);
+}
+
+static void* set_flag_and_compute(void* unused) {
+    sleep(30);
+    flag = 1;
+    (void)compute_and_watch(&flag);
+    is_done = 1;
+    return unused;
+}
+
+/* When all that belongs to the run has come to its end. */
+__attribute__((destructor)) static void tell_whether_done(void) {
+    if (exits_after_computing) printf("%s\n", is_done ? "in its turn" : "without its turn");
+}
+
+static int compute_and_exit(void) {
+    pthread_t setter;
+    pthread_create(&setter, NULL, set_flag_and_compute, NULL);
+    exits_after_computing = 1;
+    compute();
+    return 0;
+}
+
 static int end_by_alarm(void) {
     alarm(3);
     pause();
@@ -179,6 +251,9 @@ int main(int argc, char** argv) {
     if (strcmp(what, "library, kernel") == 0) return block_beside_library();
     if (strcmp(what, "compute until set") == 0) return compute_until_set();
     if (strcmp(what, "compute and take turns") == 0) return compute_and_take_turns();
+    if (strcmp(what, "compute, thread ends") == 0) return have_turn_beside_end();
+    if (strcmp(what, "compute, board call") == 0) return have_turn_beside(compute_and_call_board, NULL);
+    if (strcmp(what, "compute, exit") == 0) return compute_and_exit();
     if (strcmp(what, "alarm") == 0) return end_by_alarm();
     return 99;
 }

@@ -12,7 +12,6 @@
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/scenario.h"
-#include "virtual_projector/launcher/truth_trace.h"
 #include "virtual_projector/launcher/unit_file.h"
 #include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/trace/records.h"
@@ -174,7 +173,7 @@ TEST(ThePageOnScenarios, HasEveryMemberOfARun) {
 }
 
 TEST(ThePageOnScenarios, HasEveryMemberOfATruth) {
-    const nlohmann::ordered_json truth = vp::json_of(vp::Truth{});
+    const nlohmann::ordered_json truth = vp::json_of(vp::TruthRecord{});
     for (const auto& member : truth.items()) {
         EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
     }

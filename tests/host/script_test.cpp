@@ -34,6 +34,33 @@ TEST_F(ScriptTest, PassesOverEmptyLinesAndRemarks) {
     EXPECT_EQ(board.log(), "");
 }
 
+TEST_F(ScriptTest, TakesWhatTheEnvironmentSays) {
+    setenv("SCRIPT_TEST_WAIT", "2s", 1);
+    unsetenv("SCRIPT_TEST_OTHER");
+    EXPECT_EQ(script("wait ${SCRIPT_TEST_WAIT}\nwait ${SCRIPT_TEST_WAIT:-1h}\nwait ${SCRIPT_TEST_OTHER:-1s}\n"
+                     "# ${SCRIPT_TEST_OTHER}\n"),
+              host::exit_success);
+    EXPECT_EQ(board.log(), "");
+    EXPECT_EQ(board.now_us(), 5000000);
+    setenv("SCRIPT_TEST_WAIT", "", 1);
+    EXPECT_EQ(script("wait 1${SCRIPT_TEST_WAIT:-h}s${SCRIPT_TEST_WAIT}\n"), host::exit_success);
+    EXPECT_EQ(board.now_us(), 6000000);
+}
+
+TEST_F(ScriptTest, StopsAtAValueThatTheEnvironmentDoesNotHave) {
+    unsetenv("SCRIPT_TEST_OTHER");
+    EXPECT_EQ(script("wait ${SCRIPT_TEST_OTHER}\n"), host::exit_usage);
+    EXPECT_EQ(board.log(),
+              "SCRIPT_TEST_OTHER is not set; expected it in the environment, or ${SCRIPT_TEST_OTHER:-VALUE}\n"
+              "name.host:1: stopped at 'wait ${SCRIPT_TEST_OTHER}'\n");
+    EXPECT_EQ(script("wait ${1s}\n"), host::exit_usage);
+    EXPECT_EQ(board.log(),
+              "'${1s}' is no variable; expected ${NAME} or ${NAME:-VALUE}\n"
+              "name.host:1: stopped at 'wait ${1s}'\n");
+    EXPECT_EQ(script("wait ${SOON\n"), host::exit_usage);
+    EXPECT_EQ(board.log(), "'${SOON' has no end; expected a '}'\nname.host:1: stopped at 'wait ${SOON'\n");
+}
+
 TEST_F(ScriptTest, StopsAtAnUnknownCommandAndSaysWhere) {
     EXPECT_EQ(script("# first\n\nfocus now\nwait 1h\n"), host::exit_usage);
     EXPECT_EQ(board.log(),

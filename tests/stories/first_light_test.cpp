@@ -133,6 +133,18 @@ TEST(TheDemo, IsAtMostFortyLinesAltogether) {
     EXPECT_NE(demo.words.find("\nSimulated time 0.350 s, real time "), std::string::npos);
 }
 
+// --- What is left of a run ------------------------------------------------------------------------------
+
+TEST(TheTruthAtTheEnd, StandsInTheSummaryAsInTheTrace) {
+    const StoryResult result = first_light().run();
+    const nlohmann::json truth = result.summary().at("truth");
+    EXPECT_NE(result.trace_text.rfind("\"truth\":" + vp::json_of(result.at_the_end()).dump() + "}\n"),
+              std::string::npos);
+    EXPECT_EQ(truth, nlohmann::json(vp::json_of(result.at_the_end())));
+    EXPECT_LT(truth.at("blur_px"), 1);
+    EXPECT_GT(truth.at("light_used"), 0.5);
+}
+
 // --- Wear ----------------------------------------------------------------------------------------------
 
 TEST(TheWearOfARun, StandsInSummaryAndTrace) {

@@ -23,6 +23,7 @@ constexpr unsigned frame_pause_ms = 2;
 constexpr int min_depth_mm = 100;
 constexpr int max_depth_mm = 4000;
 constexpr double max_offset_mm = 300;  // more, and the target does not stand where it is said to
+constexpr int max_outlier_mm = 100;  // a reading that lies farther from its pixel's median is left out
 constexpr int pixel_bytes = 240;
 
 struct FreeMemory {
@@ -35,14 +36,34 @@ Function* platform_function(const PlatformTable& platform, nds_platform_slot slo
     return reinterpret_cast<Function*>(platform.at(slot));
 }
 
-PixelTable table_of(const std::array<double, pixel_count>& distances,
-                    const std::array<double, pixel_count>& signals, int depth_mm) {
-    PixelTable table{};
-    for (std::size_t pixel = 0; pixel < table.size(); ++pixel) {
-        const double offset = distances.at(pixel) / calibration_frames - depth_mm;
-        table.at(pixel) = {static_cast<std::int16_t>(std::lround(offset)),
-                           static_cast<std::uint16_t>(std::lround(signals.at(pixel) / calibration_frames))};
+int median_distance(std::vector<PixelReading> readings) {
+    const auto middle = readings.begin() + static_cast<std::ptrdiff_t>(readings.size() / 2);
+    std::nth_element(readings.begin(), middle, readings.end(), [](const PixelReading& a, const PixelReading& b) {
+        return a.distance_mm < b.distance_mm;
+    });
+    return middle->distance_mm;
+}
+
+// The means of what is no outlier.
+PixelCalibration calibration_of(const std::vector<PixelReading>& readings, int depth_mm) {
+    const int median = median_distance(readings);
+    double distances = 0;
+    double signals = 0;
+    int kept = 0;
+    for (const PixelReading& reading : readings) {
+        if (std::abs(reading.distance_mm - median) > max_outlier_mm) continue;
+        distances += reading.distance_mm;
+        signals += reading.signal;
+        ++kept;
     }
+    return {static_cast<std::int16_t>(std::lround(distances / kept - depth_mm)),
+            static_cast<std::uint16_t>(std::lround(signals / kept))};
+}
+
+PixelTable table_of(const PixelReadings& readings, int depth_mm) {
+    PixelTable table{};
+    std::transform(readings.begin(), readings.end(), table.begin(),
+                   [depth_mm](const auto& pixel) { return calibration_of(pixel, depth_mm); });
     return table;
 }
 
@@ -123,28 +144,25 @@ void IspLibrary::wait_ms(unsigned duration_ms) const {
     if (is_registered_) platform_function<nds_delay>(platform_, NDS_DELAY_MS)(nullptr, duration_ms);
 }
 
-bool IspLibrary::add_frame(void* context, PixelSums& distances, PixelSums& signals) const {
+bool IspLibrary::add_frame(void* context, PixelReadings& readings) const {
     std::uint16_t* memory = nullptr;
     const int size = setup_.get_pixels(context, &memory);
     const std::unique_ptr<std::uint16_t, FreeMemory> pixels(memory);
     if (size != pixel_bytes || memory == nullptr) return false;
-    for (std::size_t pixel = 0; pixel < distances.size(); ++pixel) {
-        distances.at(pixel) += memory[pixel];
-        signals.at(pixel) += memory[pixel_count + pixel];
-    }
+    for (std::size_t pixel = 0; pixel < readings.size(); ++pixel)
+        readings.at(pixel).push_back({memory[pixel], memory[pixel_count + pixel]});
     return true;
 }
 
 // The target is flat and squarely faced, so every pixel should measure its depth.
 bool IspLibrary::measure_pixels(void* context) {
     if (!is_calibrating_) return false;
-    PixelSums distances{};
-    PixelSums signals{};
+    PixelReadings readings;
     for (int frame = 0; frame < calibration_frames; ++frame) {
         if (frame > 0) wait_ms(frame_pause_ms);
-        if (!add_frame(context, distances, signals)) return false;
+        if (!add_frame(context, readings)) return false;
     }
-    const PixelTable table = table_of(distances, signals, depth_mm_);
+    const PixelTable table = table_of(readings, depth_mm_);
     if (!is_believable(table)) return false;
     measured_ = table;
     return true;

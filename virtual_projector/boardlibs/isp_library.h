@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "platform/nds_isp.h"
 #include "virtual_projector/boardlibs/plane_fit.h"
@@ -18,6 +19,13 @@ using PlatformTable = std::array<void*, NDS_PLATFORM_SLOTS>;
 /// Hands out a buffer with the distances of all pixels and then their signals, 120 16-bit numbers, which the
 /// library frees; 240, or negative.
 using PixelCallback = int (*)(void* context, std::uint16_t** pixels);
+
+/// What one pixel said in one frame.
+struct PixelReading {
+    std::uint16_t distance_mm;
+    std::uint16_t signal;
+};
+using PixelReadings = std::array<std::vector<PixelReading>, pixel_count>;
 
 /// How a calibration is made; laid out as the user of the library hands it over.
 struct CalibrationSetup {
@@ -46,8 +54,7 @@ public:
     bool finish_calibration(std::uint8_t* generated) const;
 
 private:
-    using PixelSums = std::array<double, pixel_count>;
-    bool add_frame(void* context, PixelSums& distances, PixelSums& signals) const;
+    bool add_frame(void* context, PixelReadings& readings) const;
     void wait_ms(unsigned duration_ms) const;
 
     PlatformTable platform_{};

@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/run_settings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "virtual_projector/launcher/world_file.h"
 #include "virtual_projector/world/bench.h"
 #include "virtual_projector/world/text.h"
+#include "virtual_projector/world/unit_record.h"
 
 namespace vp {
 namespace {
@@ -90,6 +92,16 @@ RunSettings make_world(const RunOptions& options, const Scenario& scenario) {
     set_from(SettingSource::command_line, options.parameters, run);
     if (run.world.settings().bench.holds_unit != 0) put_on_bench(run.world);
     return run;
+}
+
+std::vector<std::pair<std::string, std::string>> bench_variables(const World& world) {
+    const Settings& settings = world.settings();
+    if (settings.bench.holds_unit == 0) return {};
+    const BenchErrors errors = bench_errors(settings.bench, world.unit_seed());
+    std::string offsets = gravity_offsets_text(settings, errors);
+    std::replace(offsets.begin(), offsets.end(), ',', ' ');
+    return {{"BENCH_GRAVITY_OFFSETS", offsets},
+            {"BENCH_SHARPEST_TMR", std::to_string(sharpest_tmr(settings, errors))}};
 }
 
 RunRecord run_record(const RunOptions& options, const Scenario& scenario,

@@ -3,6 +3,7 @@
 #define VIRTUAL_PROJECTOR_LAUNCHER_RUN_SETTINGS_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/launcher/run_options.h"
@@ -30,6 +31,10 @@ struct RunSettings {
 
 /// Reads the world's and the unit's file. Throws LocatedError with one line when one is wrong.
 RunSettings make_world(const RunOptions& options, const Scenario& scenario);
+
+/// What a unit's factory bench hands to its scripts, as names and values of the environment; nothing for a unit that
+/// does not stand on it.
+std::vector<std::pair<std::string, std::string>> bench_variables(const World& world);
 
 /// The first record of a trace.
 RunRecord run_record(const RunOptions& options, const Scenario& scenario, const std::vector<Setting>& settings);

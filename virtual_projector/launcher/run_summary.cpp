@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "virtual_projector/files/output_file.h"
-#include "virtual_projector/trace/records.h"
 
 namespace vp {
 namespace {
@@ -62,7 +61,7 @@ void RunSummary::time_is(Microseconds now) {
     next_holding_ = now + holding_interval;
 }
 
-bool RunSummary::write(const WearAccount& wear) const {
+bool RunSummary::write(const TruthRecord& truth, const WearAccount& wear) const {
     if (file_.empty()) return true;
     const auto real = std::chrono::steady_clock::now() - started_;
     nlohmann::ordered_json summary;
@@ -80,6 +79,7 @@ bool RunSummary::write(const WearAccount& wear) const {
             {{"t_us", holding.time}, {"heap_bytes", holding.heap_bytes}, {"open_nodes", holding.open_nodes}});
     }
     summary["open_nodes"] = machine_.files().open_paths();
+    summary[record_key::truth] = json_of(truth);
     summary["wear"] = json_of(wear);
     const std::string text = summary.dump() + "\n";
     return write_output(file_, text.data(), text.size());

@@ -1,4 +1,5 @@
-// The figures of a run: its times, its turns, how deep its stacks went, and whether what it holds grows.
+// The figures of a run: its times, its turns, how deep its stacks went, whether what it holds grows, and what is
+// so in the end.
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
 
@@ -10,6 +11,7 @@
 
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/interpose/machine.h"
+#include "virtual_projector/trace/records.h"
 #include "virtual_projector/world/wear.h"
 
 namespace vp {
@@ -26,7 +28,7 @@ public:
     void time_is(Microseconds now);
 
     /// False when not all of the file could be written.
-    bool write(const WearAccount& wear) const;
+    bool write(const TruthRecord& truth, const WearAccount& wear) const;
 
 private:
     struct Holding {

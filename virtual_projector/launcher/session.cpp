@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <set>
@@ -215,6 +216,7 @@ Session::Session(const RunOptions& options, RunState* state) {
     if (!options.real_time) stay_on_this_processor();
     const std::vector<int> programs_own = open_descriptors();
     parts_ = std::make_unique<Parts>(options, state);
+    for (const auto& [name, value] : bench_variables(parts_->world)) setenv(name.c_str(), value.c_str(), 0);
     if (state != nullptr) state->set_begun();
     parts_->connect_board();
     {
@@ -250,7 +252,7 @@ void Session::finish() {
     FileAccount& account = parts_->account;
     const RunOptions& options = parts_->options;
     if (parts_->file_trace) account.note(RunFile::trace, options.trace, parts_->file_trace->finish());
-    account.note(RunFile::summary, options.summary, parts_->summary->write(parts_->wear()));
+    account.note(RunFile::summary, options.summary, parts_->summary->write(record_of(parts_->truth()), parts_->wear()));
     const std::string misfit = parts_->clock->scheduler().end_schedule();
     if (misfit == options.record_schedule + incomplete_file)
         account.note(RunFile::schedule, options.record_schedule, false);

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "virtual_projector/world/gravity.h"
+#include "virtual_projector/world/lens_sensor.h"
 #include "virtual_projector/world/optics.h"
 
 namespace vp {
@@ -94,6 +95,12 @@ std::string gravity_offsets_text(const Settings& settings, const BenchErrors& be
     const std::array<double, 3> read = gravity_sample(quiet, pose_on_bench({}, bench), {}, 0, 0);
     return std::to_string(std::lround(read[0])) + "," + std::to_string(std::lround(read[1])) + "," +
            std::to_string(std::lround(read[2] - quiet.units_per_g));
+}
+
+int sharpest_tmr(const Settings& settings, const BenchErrors& bench) {
+    const double place = reference_steps(settings, bench);
+    const double reading = clean_reading(settings.tmr, settings.lens, place, Side::right);
+    return static_cast<int>(std::lround(settings.tmr.polarity < 0 ? -reading : reading));
 }
 
 // The points are the sensor's own readings, its polarity left in, as 16-bit numbers.

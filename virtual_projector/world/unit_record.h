@@ -27,6 +27,10 @@ std::string lens_table_text(const Settings& settings, const BenchErrors& bench =
 /// would read that is level.
 std::string gravity_offsets_text(const Settings& settings, const BenchErrors& bench = {});
 
+/// Where the bench's camera finds the target's picture sharpest, in the sensor's readings with the polarity taken
+/// out, when the lens comes from the left.
+int sharpest_tmr(const Settings& settings, const BenchErrors& bench = {});
+
 /// The light engine's published focus curve: 20 numbers and a newline.
 std::string elepn_curve_text(const Settings& settings, const BenchErrors& bench = {});
 

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/launcher/world_file.h"
@@ -101,6 +104,23 @@ TEST_F(TheSettingsOfARun, MoveOnlyAUnitThatStandsOnTheBench) {
     // What was set is what the bench believes.
     EXPECT_EQ(run.settings.front().parameter->name, "pose.distance_mm");
     EXPECT_EQ(run.settings.front().value, 1000);
+}
+
+using Variables = std::vector<std::pair<std::string, std::string>>;
+
+TEST_F(TheSettingsOfARun, TellScriptsWhatTheBenchMeasured) {
+    EXPECT_EQ(vp::bench_variables(vp::make_world(options, scenario).world), Variables());
+    scenario.parameters = {{"bench.holds_unit", 1}, {"tmr.polarity", -1}, {"tmr.offset", -6}};
+    EXPECT_EQ(vp::bench_variables(vp::make_world(options, scenario).world),
+              (Variables{{"BENCH_GRAVITY_OFFSETS", "12 -7 30"}, {"BENCH_SHARPEST_TMR", "-48"}}));
+    // The bench goes in whole steps of 18 TMR.
+    options.parameters = {{"bench.camera_tmr_sigma", 60}, {"gravity.offset_x", -20}};
+    const Variables other = vp::bench_variables(vp::make_world(options, scenario).world);
+    EXPECT_EQ(other.at(0).second, "-20 -7 30");
+    const double camera_tmr =
+        vp::bench_errors(vp::make_world(options, scenario).world.settings().bench, 1).camera_tmr;
+    EXPECT_GT(std::abs(camera_tmr), 9);
+    EXPECT_EQ(other.at(1).second, std::to_string(-48 + 18 * std::lround(camera_tmr / 18)));
 }
 
 TEST_F(TheSettingsOfARun, StandInTheTraceWhereTheyAreNotAtTheirDefault) {

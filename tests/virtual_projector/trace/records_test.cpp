@@ -103,12 +103,21 @@ TEST(ACallThatIsReadBack, HasDefaultsForWhatIsMissing) {
 }
 
 // Every member has a value of its own, so that none can be taken for another.
+struct Numbering {
+    void fill(bool& /*member*/) { ++number; }
+    void fill(int& member) { member = number++; }
+    void fill(double& member) { member = number++; }
+    template <typename Element, std::size_t size>
+    void fill(std::array<Element, size>& member) {
+        for (Element& element : member) fill(element);
+    }
+    int number = 1;
+};
+
 TruthRecord distinct_truth() {
     TruthRecord truth;
-    int number = 1;
-    TruthRecord::for_each_member(truth, [&number](const char*, auto& member) {
-        member = static_cast<std::decay_t<decltype(member)>>(number++);
-    });
+    Numbering numbering;
+    TruthRecord::for_each_member([&](const char*, auto member) { numbering.fill(truth.*member); });
     truth.on_wall = false;
     return truth;
 }
@@ -118,7 +127,21 @@ TEST(JsonOfTheTruth, HasItsKeysInAFixedOrder) {
               R"({"distance_mm":1.0,"pitch_deg":2.0,"yaw_deg":3.0,"roll_deg":4.0,"mounting":5.0,"led_c":6.0,)"
               R"("lens_tmr":7.0,"lens_error_tmr":8.0,"sharpness":9.0,"top_width":10,"bottom_width":11,)"
               R"("left_side_deg":12.0,"right_side_deg":13.0,"edge_difference":14.0,"on_wall":false,)"
-              R"("hdmi_turn_deg":16,"menu_turn_deg":17})");
+              R"("hdmi_turn_deg":16,"menu_turn_deg":17,"top_edge_deg":18.0,"bottom_edge_deg":19.0,)"
+              R"("worst_edge_deg":20.0,"side_difference":21.0,"blur_px":22.0,"blur_corner_px":23.0,)"
+              R"("light_used":24.0,"outline_mm":[[25.0,26.0],[27.0,28.0],[29.0,30.0],[31.0,32.0]],)"
+              R"("axis_mm":33.0,"zones_mm":[34.0,35.0,36.0,37.0]})");
+}
+
+// Only with a cause is a record written.
+TEST(TwoTruths, TellTheSameWhenOnlyAConsequenceDiffers) {
+    const TruthRecord truth = distinct_truth();
+    TruthRecord other = truth;
+    other.blur_px += 0.001;
+    other.zones_mm[0] += 1;
+    EXPECT_TRUE(tell_the_same(truth, other));
+    other.sharpness += 0.001;
+    EXPECT_FALSE(tell_the_same(truth, other));
 }
 
 TEST(ATruthThatIsReadBack, IsTheOneThatWasWritten) {

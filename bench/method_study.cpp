@@ -128,6 +128,17 @@ void print_row(std::FILE* out, const MethodRow& row) {
                  static_cast<int>(row.outcomes.size()));
 }
 
+void print_story_row(std::FILE* out, const StoryRow& row) {
+    const auto share = [&](auto is) {
+        return 100.0 * count(row.outcomes, is) / static_cast<double>(row.outcomes.size());
+    };
+    std::fprintf(out, "| %-26s | %5zu | %3.0f %% | %4.0f %% | %2.0f %% | %7d | %8zu |\n", row.story.c_str(),
+                 row.outcomes.size(), share([](const MethodOutcome& o) { return o.is_sharp(); }),
+                 share([](const MethodOutcome& o) { return o.is_square(); }),
+                 share([](const MethodOutcome& o) { return o.is_within_limits(); }),
+                 count(row.outcomes, [](const MethodOutcome& o) { return o.is_escape(); }), row.bad_ends.size());
+}
+
 }  // namespace
 
 bool MethodOutcome::is_sharp() const { return lens_error_tmr <= lens_limit_tmr && blur_px <= blur_limit_px; }
@@ -176,20 +187,14 @@ void print_story_table(std::FILE* out, const std::vector<StoryRow>& rows) {
         out,
         "| %-26s | Units | Sharp | Square | Both | Escapes | Bad ends |\n|---|---:|---:|---:|---:|---:|---:|\n",
         "Story");
+    StoryRow all{"all", {}, {}};
     for (const StoryRow& row : rows) {
-        const auto share = [&](auto is) {
-            return 100.0 * count(row.outcomes, is) / static_cast<double>(row.outcomes.size());
-        };
-        std::fprintf(out, "| %-26s | %5zu | %3.0f %% | %4.0f %% | %2.0f %% | %7d | %8zu |\n", row.story.c_str(),
-                     row.outcomes.size(), share([](const MethodOutcome& o) { return o.is_sharp(); }),
-                     share([](const MethodOutcome& o) { return o.is_square(); }),
-                     share([](const MethodOutcome& o) { return o.is_within_limits(); }),
-                     count(row.outcomes, [](const MethodOutcome& o) { return o.is_escape(); }),
-                     row.bad_ends.size());
+        all.outcomes.insert(all.outcomes.end(), row.outcomes.begin(), row.outcomes.end());
+        all.bad_ends.insert(all.bad_ends.end(), row.bad_ends.begin(), row.bad_ends.end());
+        print_story_row(out, row);
     }
-    for (const StoryRow& row : rows) {
-        for (const std::string& end : row.bad_ends) std::fprintf(out, "bad end: %s\n", end.c_str());
-    }
+    print_story_row(out, all);
+    for (const std::string& end : all.bad_ends) std::fprintf(out, "bad end: %s\n", end.c_str());
 }
 
 void print_method_table(std::FILE* out, const std::vector<MethodRow>& rows) {

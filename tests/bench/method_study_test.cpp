@@ -50,15 +50,41 @@ TEST(MethodEffects, BeginWithTheLaboratoryAndAreAllDifferent) {
     for (const bench::Effect& effect : effects) EXPECT_TRUE(seen.insert(effect.name + effect.value).second);
 }
 
-TEST(MethodTable, HasARowForEachEffect) {
+// What a function prints.
+template <typename Print>
+std::string printed(Print print) {
     char* text = nullptr;
     std::size_t size = 0;
     std::FILE* const out = open_memstream(&text, &size);
-    bench::print_method_table(out, {{{"an effect", "2 %", {}, {}},
-                                     {{30, 1.5, 0.1, true}, {10, 0.5, 0.2, true}, {40, 2, 0.3, false}}}});
+    print(out);
     std::fclose(out);
-    const std::string table(text, size);
+    const std::string all(text, size);
     std::free(text);
+    return all;
+}
+
+TEST(StoryTable, HasARowForEachStoryAndOneForAllAndNamesEveryBadEnd) {
+    const std::string table = printed([](std::FILE* out) {
+        bench::print_story_table(out, {{"one", {good, {30, 1.5, 0.1, true}}, {}},
+                                       {"another", {{0, 0, 0.6, true}, {30, 1, 1, false}}, {"another: 120"}}});
+    });
+    EXPECT_EQ(table.substr(table.find("| one")),
+              "| one                        |     2 |  50 % |  100 % | 50 % |       1 |        0 |\n"
+              "| another                    |     2 |  50 % |    0 % |  0 % |       1 |        1 |\n"
+              "| all                        |     4 |  50 % |   50 % | 25 % |       2 |        1 |\n"
+              "bad end: another: 120\n");
+}
+
+TEST(BadEnds, AreThoseThatNoHostAsksFor) {
+    for (const int code : {2, 120, 121, 122, 123, 127, 139}) EXPECT_TRUE(bench::is_bad_end(code)) << code;
+    for (const int code : {0, 1, 3}) EXPECT_FALSE(bench::is_bad_end(code)) << code;
+}
+
+TEST(MethodTable, HasARowForEachEffect) {
+    const std::string table = printed([](std::FILE* out) {
+        bench::print_method_table(out, {{{"an effect", "2 %", {}, {}},
+                                         {{30, 1.5, 0.1, true}, {10, 0.5, 0.2, true}, {40, 2, 0.3, false}}}});
+    });
     EXPECT_EQ(table.substr(table.find("| an effect")),
               "| an effect                          | 2 %       |  30.0 |   40.0 |  1.50 |  2.00 |  0.20 |  "
               "0.30 |    "

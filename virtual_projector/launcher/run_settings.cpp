@@ -15,9 +15,6 @@
 namespace vp {
 namespace {
 
-constexpr const char* standard_world = "laboratory";
-constexpr const char* standard_unit = "standard";
-
 std::string name_of(const std::string& file, const char* otherwise) {
     return file.empty() ? otherwise : std::filesystem::path(file).stem().string();
 }
@@ -111,8 +108,8 @@ RunRecord run_record(const RunOptions& options, const Scenario& scenario,
     run.commit = options.commit;
     run.seed = seed_of(options, scenario);
     run.unit_seed = unit_seed_of(options, scenario);
-    run.unit = name_of(run.unit_seed ? options.unit : "", standard_unit);
-    run.world = name_of(options.world, standard_world);
+    run.unit = name_of(run.unit_seed ? options.unit : "", RunRecord::standard_unit);
+    run.world = name_of(options.world, RunRecord::standard_world);
     run.scenario_digest = scenario.digest;
     for (const auto& [parameter, value, source] : settings) {
         if (value != parameter->standard)

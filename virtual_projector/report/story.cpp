@@ -132,6 +132,15 @@ std::string format_start(const TruthAt& before) {
                 before.distance_mm, before.pitch_deg, before.led_c);
 }
 
+// Unless it is the standard unit in the laboratory.
+std::vector<std::string> format_place(const RunRecord& run) {
+    const bool is_elsewhere = !run.world.empty() && run.world != RunRecord::standard_world;
+    if (!is_elsewhere && !run.unit_seed) return {};
+    std::string line = "World: " + (is_elsewhere ? run.world : RunRecord::standard_world);
+    if (run.unit_seed) line += "; unit: " + std::to_string(*run.unit_seed) + " of " + run.unit;
+    return {line + "."};
+}
+
 // Of the run alone: what was before it is no part of its story.
 std::vector<std::string> format_wear(const TraceContents& trace) {
     if (!trace.wear) return {};
@@ -160,6 +169,7 @@ std::vector<std::string> format_story(const StorySources& sources) {
     const LibraryLog log = read_library_log(sources.library_log);
     std::vector<std::string> story;
     if (!sources.title.empty()) story.push_back(sources.title);
+    append(story, format_place(trace.run));
     story.push_back(format_start(trace.truths.front()));
     append(story, format_decisions(log));
     append(story, format_moves(trace));

@@ -53,6 +53,8 @@ constexpr const char* total = "total";  // of wear: with what was before the run
 /// What a run was made of. The records of another format differ from those described here.
 struct RunRecord {
     static constexpr int current_format = 1;
+    static constexpr const char* standard_world = "laboratory";
+    static constexpr const char* standard_unit = "standard";
 
     struct Setting {
         std::string name;

@@ -68,6 +68,19 @@ TEST_F(StoryTest, ShowsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
               }));
 }
 
+TEST_F(StoryTest, NamesTheWorldAndTheUnitThatAreNotTheStandardOnes) {
+    const auto second_line = [this](const std::string& run) {
+        return story_of("{\"t_us\":0,\"run\":{\"format\":1," + run + "}}\n" + before)[1];
+    };
+    const std::string start = "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.";
+    EXPECT_EQ(second_line(R"("world":"laboratory","unit":"standard")"), start);
+    EXPECT_EQ(second_line(R"("world":"living-room","unit":"standard")"), "World: living-room.");
+    EXPECT_EQ(second_line(R"("world":"living-room","unit":"standard","unit_seed":3)"),
+              "World: living-room; unit: 3 of standard.");
+    EXPECT_EQ(second_line(R"("world":"laboratory","unit":"exact","unit_seed":7)"),
+              "World: laboratory; unit: 7 of exact.");
+}
+
 TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
     sources.title.clear();
     sources.library_log.clear();

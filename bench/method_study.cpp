@@ -33,7 +33,7 @@ void add_pose_and_wall(std::vector<Effect>& effects) {
     add(effects, "wall that leans over", "wall.lean_deg", "deg", {"2", "8"});
     add(effects, "bowed wall", "room.bow_mm_per_m", "mm/m", {"2", "20"});
     add(effects, "second wall, at 1 m", "tof.multipath_percent", "%", {"1", "5"}, {"room.corner_mm=1000"});
-    add(effects, "somebody at 1 m, so far beside", "room.person1_side_mm", "mm", {"400", "100"},
+    add(effects, "somebody at 1 m, so far beside", "room.person1_side_mm", "mm", {"600", "400"},
         {"room.person1_along_mm=1000", "room.person1_width_mm=400"});
 }
 

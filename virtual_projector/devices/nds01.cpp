@@ -43,7 +43,7 @@ public:
     std::size_t request_size(std::uint32_t number) const override {
         if (number != get_frame) return 0;
         return board_.with_world(
-            [this](World&) { return zone_count(static_cast<int>(chip_->point_mode)) * sizeof(ZoneRecord); });
+            [](World& world) { return zone_count(world.tof_point_mode()) * sizeof(ZoneRecord); });
     }
 
 private:
@@ -70,7 +70,7 @@ Answer show_ranging(const World& world, const Memory& memory, const Nds01Chip& c
     if (!chip.is_ranging()) return Answer::error(EAGAIN);
     const std::vector<ZoneReading> zones = chip.zones(world, memory);
     std::string qualities;
-    for (const std::size_t corner : corner_zones(static_cast<int>(chip.point_mode))) {
+    for (const std::size_t corner : corner_zones(world.tof_point_mode())) {
         text += std::to_string(zones.at(corner).distance_mm) + ",";
         qualities += (qualities.empty() ? "" : ",") + std::to_string(zones.at(corner).quality);
     }
@@ -107,7 +107,11 @@ public:
                         return 0;
                     }));
         folder_.add_setting("fps", 0, max_frames_per_s, field(&Nds01Chip::frames_per_s));
-        folder_.add_setting("point_mode", 0, max_point_mode, field(&Nds01Chip::point_mode));
+        folder_.add("point_mode", show_number([](World& world) { return world.tof_point_mode(); }),
+                    store_number(0, max_point_mode, [](World& world, long mode) -> long {
+                        world.set_tof_point_mode(static_cast<int>(mode));
+                        return 0;
+                    }));
     }
 
     void add_readings() {

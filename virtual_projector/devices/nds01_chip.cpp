@@ -85,7 +85,7 @@ Microseconds Nds01Chip::frame_time(const World& world, std::int64_t frame) const
 }
 
 std::vector<ZoneReading> Nds01Chip::zones(const World& world, const Memory& own_calibration) const {
-    return tof_zones(world.tof_scene(), static_cast<int>(point_mode),
+    return tof_zones(world.tof_scene(), world.tof_point_mode(),
                      corrections_of(own_calibration, driver_offset_mm_), latest_frame(world));
 }
 

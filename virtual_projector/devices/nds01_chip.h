@@ -22,7 +22,6 @@ public:
     // --- Attributes --------------------------------------------------------------------------------
     long running_state = 0;                    // 0 stopped, 1 ranging
     long frames_per_s = 30;                    // 0: as fast as the chip can
-    long point_mode = 0;                       // 0, 1 or 2
     long xshut = 1;                            // the shut-down pin: 0 cuts the chip's power
     std::string isp_config;                    // as last written
     std::string calibration_step;              // "step_1" to "step_3" of an offset calibration

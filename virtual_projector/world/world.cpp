@@ -199,8 +199,10 @@ Truth World::truth() const {
     truth.light_used = light_used(display_);
     const TofScene scene = tof_scene();
     truth.axis_mm = true_axis_distance_mm(scene);
-    const std::vector<double> zones = true_zone_distances(scene, four_zone_mode);
-    std::copy(zones.begin(), zones.end(), truth.zones_mm.begin());
+    const std::vector<double> zones = true_zone_distances(scene, tof_point_mode_);
+    const std::array<std::size_t, 4> corners = corner_zones(tof_point_mode_);
+    std::transform(corners.begin(), corners.end(), truth.zones_mm.begin(),
+                   [&zones](std::size_t corner) { return zones.at(corner); });
     truth.hdmi_turn_deg = hdmi_picture_turn_deg(pose_, display_);
     truth.menu_turn_deg = menu_turn_deg(pose_, display_);
     return truth;

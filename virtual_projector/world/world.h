@@ -50,8 +50,8 @@ struct Truth {
     PictureShape picture;
     Blur blur;
     double axis_mm = 0;                   // along the optical axis to the first thing in its way
-    std::array<double, 4> zones_mm = {};  // what a faultless ToF sensor's four zones would say: top right,
-                                          // bottom right, top left, bottom left; infinite: nothing there
+    std::array<double, 4> zones_mm = {};  // what a faultless ToF sensor would say in the corners of its zones: top
+                                          // right, bottom right, top left, bottom left; infinite: nothing there
     double light_used = 0;                // the share of the panel's pixels that the corrected picture keeps
     int hdmi_turn_deg = 0;
     int menu_turn_deg = 0;
@@ -112,6 +112,9 @@ public:
 
     // --- Other sensors -----------------------------------------------------------------------------
     TofScene tof_scene() const;
+    /// Into how many zones the ToF sensor parts its view: eight in mode 1, else four.
+    int tof_point_mode() const { return tof_point_mode_; }
+    void set_tof_point_mode(int mode) { tof_point_mode_ = mode; }
 
     /// The bare gravity sensor's sample now, in driver units.
     std::array<double, 3> gravity_now() const;
@@ -161,6 +164,7 @@ private:
     Wear writes_;  // of this run
     Vec3 hand_acceleration_g_;
     Display display_;
+    int tof_point_mode_ = four_zone_mode;
     std::vector<KeyEvent> keys_;
 };
 

@@ -220,6 +220,20 @@ TEST_F(WorldTest, TheTruthKnowsWhatTheToFSensorShouldSay) {
     EXPECT_NEAR(world.truth().zones_mm[2], 700, 1e-9);
 }
 
+// In eight zones the outer columns look 18 degrees to the sides.
+TEST_F(WorldTest, TheTruthIsThatOfTheZonesWhichTheToFSensorHas) {
+    ASSERT_EQ(world.set("pose.yaw_deg", 10), "");
+    for (const auto& [mode, side_deg] : {std::pair{0, 12.0}, {1, 18.0}, {2, 12.0}}) {
+        world.set_tof_point_mode(mode);
+        const double t = std::tan(radians(side_deg)) * std::tan(radians(10));
+        const Truth truth = world.truth();
+        EXPECT_NEAR(truth.zones_mm[0], 1500 / (1 - t), 1e-6) << mode;
+        EXPECT_NEAR(truth.zones_mm[1], 1500 / (1 - t), 1e-6) << mode;
+        EXPECT_NEAR(truth.zones_mm[2], 1500 / (1 + t), 1e-6) << mode;
+        EXPECT_NEAR(truth.zones_mm[3], 1500 / (1 + t), 1e-6) << mode;
+    }
+}
+
 TEST_F(WorldTest, TheTruthKnowsHowMuchLightIsUsed) {
     world.display().top_width = 1148;
     EXPECT_NEAR(world.truth().light_used, (1148 + 1280) / 2560.0, 1e-12);

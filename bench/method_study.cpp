@@ -31,6 +31,7 @@ void add_pose_and_wall(std::vector<Effect>& effects) {
     add(effects, "turned to the wall", "pose.yaw_deg", "deg", {"5", "20"});
     add(effects, "rolled on its table", "pose.roll_deg", "deg", {"1", "5"});
     add(effects, "wall that leans over", "wall.lean_deg", "deg", {"2", "8"});
+    add(effects, "wall that leans over, at 450 mm", "wall.lean_deg", "deg", {"8"}, {"pose.distance_mm=450"});
     add(effects, "bowed wall", "room.bow_mm_per_m", "mm/m", {"2", "20"});
     add(effects, "second wall, at 1 m", "tof.multipath_percent", "%", {"1", "5"}, {"room.corner_mm=1000"});
     add(effects, "somebody at 1 m, so far beside", "room.person1_side_mm", "mm", {"600", "400"},

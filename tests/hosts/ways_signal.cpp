@@ -570,6 +570,27 @@ WAY(tgkill_to_a_sleeping_thread) {
     same("signals", signals_seen(SIGUSR1), 1);
 }
 
+WAY(syscall_tgkill_to_a_sleeping_thread) {
+    count_signal(SIGUSR1);
+    const auto self = static_cast<pid_t>(syscall(SYS_gettid));
+    const Later sender(
+        [=] { worked("tgkill", static_cast<int>(syscall(SYS_tgkill, getpid(), self, SIGUSR1))); });
+    takes_the_wait("pause", [] { failed_with("pause", pause(), EINTR); });
+    same("signals", signals_seen(SIGUSR1), 1);
+}
+
+WAY(syscall_kill_of_oneself) {
+    count_signal(SIGUSR1);
+    const Later sender([] { worked("kill", static_cast<int>(syscall(SYS_kill, getpid(), SIGUSR1))); });
+    takes_the_wait("pause", [] { failed_with("pause", pause(), EINTR); });
+    same("signals", signals_seen(SIGUSR1), 1);
+}
+
+WAY(tgkill_to_a_thread_that_there_is_not) {
+    failed_with("tgkill", tgkill(getpid(), 0x3fffffff, SIGUSR1), ESRCH);
+    sleep_ns(wait_ns());
+}
+
 WAY(pthread_kill_with_no_signal) {
     same("pthread_kill", pthread_kill(pthread_self(), 0), 0);
     sleep_ns(wait_ns());

@@ -41,8 +41,11 @@ struct ScheduledThread {
     Microseconds deadline = no_deadline;  // of the present wait
     WaitEnd end = WaitEnd::woken;         // of the last wait
     int calls_without_wait = 0;
-    bool only_serves = false;       // one of the library's own endless loops
-    std::string innermost;          // function of the program at work, in a table at the run's end
+    bool only_serves = false;            // one of the library's own endless loops
+    std::string innermost;               // function of the program at work, in a table at the run's end
+    std::atomic<bool> is_asked{false};   // the turn comes with the question where it is
+    std::atomic<bool> is_wanted{false};  // its answer still is
+    Turn answered;
     std::atomic<int> kernel_id{0};  // 0: it has not begun
     std::atomic<Place> place{Place::call};
     int call_depth = 0;  // of calls that the machine answers, one in the other

@@ -205,10 +205,13 @@ void TurnScheduler::hand_over(ScheduledThread& next) {
 // scheduler may be gone: whoever has got the turn may have ended the program.
 void TurnScheduler::await_turn(ScheduledThread& self) {
     self.turn.await();
-    while (self.scheduler->reporter_ != nullptr) {
-        const TurnScheduler& scheduler = *self.scheduler;
-        if (scheduler.stack_reader_) self.innermost = scheduler.stack_reader_();
-        scheduler.reporter_->give();
+    while (self.is_asked.exchange(false)) {
+        const StackReader& reader = self.scheduler->stack_reader_;
+        std::string place = reader ? reader() : "";
+        if (self.is_wanted.exchange(false)) {
+            self.innermost = std::move(place);
+            self.answered.give();
+        }
         self.turn.await();
     }
 }
@@ -283,17 +286,18 @@ void TurnScheduler::note_place(const ScheduledThread* thread, const std::string&
 }
 
 void TurnScheduler::ask_for_places() {
-    Turn own;
-    reporter_ = &own;
     for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
         const bool answers = (thread->state == State::waiting || thread->state == State::ready) &&
                              thread.get() != current && thread->kernel_id != 0;
         if (!answers) continue;
+        thread->is_wanted = true;
+        thread->is_asked = true;
         thread->turn.give();
         constexpr std::chrono::milliseconds longest_answer{1000};
-        (void)own.await_for(longest_answer);
+        if (thread->answered.await_for(longest_answer)) continue;
+        // Too late, or just now.
+        if (!thread->is_wanted.exchange(false)) thread->answered.await();
     }
-    reporter_ = nullptr;
     if (current != nullptr && current->scheduler == this && stack_reader_) current->innermost = stack_reader_();
 }
 

@@ -170,7 +170,6 @@ private:
     std::atomic<bool> ends_at_next_turn_{false};
     std::atomic<ScheduledThread*> running_{nullptr};
     StackReader stack_reader_;
-    Turn* reporter_ = nullptr;       // who asks for places
     Microseconds longest_idle_ = 0;  // 0: for ever
     Microseconds last_work_ = 0;     // when another than a servant had the turn, or something happened
 

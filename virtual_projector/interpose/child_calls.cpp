@@ -12,6 +12,7 @@
 namespace vp {
 
 void ChildCalls::note(pid_t child) {
+    if (!clock_.is_virtual()) return;
     children_.note(child);
     if (child > 0) descriptors_.note_child_start();
 }

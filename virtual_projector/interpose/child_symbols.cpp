@@ -77,7 +77,7 @@ int waitid(idtype_t type, id_t id, siginfo_t* info, int options) {
 int pidfd_open(pid_t process, unsigned flags) noexcept {
     const int descriptor = vp::made(real::pidfd_open(process, flags));
     if (descriptor >= 0) {
-        (void)ask_machine([&](Machine& m) {
+        (void)vp::ask_in_virtual_time([&](Machine& m) {
             m.kinds().note_child_descriptor(descriptor);
             return std::optional<long>();
         });

@@ -42,26 +42,6 @@ bool is_pipe_or_socket(const std::string& target) {
     return starts_with(target, "pipe:") || starts_with(target, "socket:");
 }
 
-DescriptorKind look_at(int descriptor) {
-    struct stat status {};
-    if (::fstat(descriptor, &status) != 0) return DescriptorKind::unknown;
-    switch (status.st_mode & S_IFMT) {
-        case S_IFREG:
-        case S_IFDIR:
-        case S_IFBLK:
-            return DescriptorKind::never_waits;
-        case S_IFIFO:
-            return DescriptorKind::pipe;
-        case S_IFSOCK:
-            return DescriptorKind::socket;
-        case S_IFCHR:
-            if (major(status.st_rdev) == memory_devices) return DescriptorKind::never_waits;
-            return ::isatty(descriptor) != 0 ? DescriptorKind::terminal : DescriptorKind::other;
-        default:
-            return DescriptorKind::other;
-    }
-}
-
 struct Address {
     sockaddr_storage bytes{};
     socklen_t length = sizeof bytes;
@@ -80,6 +60,26 @@ bool peer_address(int socket, Address& address) {
 }
 
 }  // namespace
+
+DescriptorKind DescriptorKinds::look_at(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) return DescriptorKind::unknown;
+    switch (status.st_mode & S_IFMT) {
+        case S_IFREG:
+        case S_IFDIR:
+        case S_IFBLK:
+            return DescriptorKind::never_waits;
+        case S_IFIFO:
+            return DescriptorKind::pipe;
+        case S_IFSOCK:
+            return DescriptorKind::socket;
+        case S_IFCHR:
+            if (major(status.st_rdev) == memory_devices) return DescriptorKind::never_waits;
+            return ::isatty(descriptor) != 0 ? DescriptorKind::terminal : DescriptorKind::other;
+        default:
+            return DescriptorKind::other;
+    }
+}
 
 std::vector<int> open_descriptors() { return descriptors_of("self"); }
 

@@ -29,6 +29,8 @@ public:
     void note_inherited();
 
     DescriptorKind kind_of(int descriptor);
+    /// What it is now; nothing is kept.
+    static DescriptorKind look_at(int descriptor);
     void forget(int descriptor);
     void forget_all();
 

@@ -51,7 +51,7 @@ int open_descriptor(const char* path, int flags, Real real) {
     if (ours) return static_cast<int>(with_errno(*ours));
     const int descriptor = made(real());
     if (descriptor >= 0 && vp::ProgramChance::is_source(path)) {
-        (void)ask_machine([&](Machine& m) {
+        (void)vp::ask_in_virtual_time([&](Machine& m) {
             m.chance().note_source(descriptor);
             return std::optional<long>();
         });
@@ -62,11 +62,12 @@ int open_descriptor(const char* path, int flags, Real real) {
 // True when a stream on it is one of ours: its reader may have to wait.
 bool is_streamed_here(int descriptor) {
     return ask_machine([&](Machine& m) {
-               const vp::DescriptorKind kind = m.kinds().kind_of(descriptor);
+               if (!m.is_virtual() && !m.files().is_boards(descriptor)) return std::optional<long>();
+               const vp::DescriptorKind kind =
+                   m.is_virtual() ? m.kinds().kind_of(descriptor) : vp::DescriptorKinds::look_at(descriptor);
                const bool may_wait =
                    kind != vp::DescriptorKind::never_waits && kind != vp::DescriptorKind::unknown;
-               return may_wait && (m.is_virtual() || m.files().is_boards(descriptor)) ? std::optional<long>(1)
-                                                                                      : std::nullopt;
+               return may_wait ? std::optional<long>(1) : std::nullopt;
            })
         .has_value();
 }
@@ -218,7 +219,7 @@ ssize_t read(int descriptor, void* buffer, size_t count) {
     return answer<ssize_t>(
         [&](Machine& m) {
             const auto node = m.files().read(descriptor, buffer, count);
-            if (node) return node;
+            if (node || !m.is_virtual()) return node;
             if (m.chance().is_source(descriptor)) return m.chance().fill(buffer, count);
             constexpr size_t counter = 8;  // less is refused at once
             if (count < counter && m.kinds().kind_of(descriptor) == vp::DescriptorKind::other)

@@ -78,7 +78,9 @@ void Machine::end_call() {
     clock_.scheduler().leave_call();
 }
 
+// On the wall clock descriptors wait by themselves, and threads run side by side: nothing is known of any.
 void Machine::forget_descriptor(int descriptor) {
+    if (!clock_.is_virtual()) return;
     kinds_.forget(descriptor);
     timers_.forget_descriptor(descriptor);
     chance_.forget(descriptor);
@@ -88,6 +90,7 @@ void Machine::copy_descriptor(int from, int to) {
     forget_descriptor(to);
     files_.forget(to);
     files_.copy(from, to);
+    if (!clock_.is_virtual()) return;
     timers_.copy_descriptor(from, to);
     chance_.copy(from, to);
 }

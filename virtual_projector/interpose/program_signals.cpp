@@ -67,7 +67,7 @@ void keep_for_thread(int kernel_id, const siginfo_t& info) {
     if (takes_record(info)) {
         (void)::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), kernel_id, info.si_signo, &copy);
     } else {
-        (void)::syscall(SYS_tgkill, ::getpid(), kernel_id, info.si_signo);
+        (void)real::tgkill(::getpid(), kernel_id, info.si_signo);
     }
 }
 
@@ -286,7 +286,7 @@ void ProgramSignals::end_by(int signal) {
     sigset_t only;
     ::sigemptyset(&only);
     ::sigaddset(&only, signal);
-    (void)::syscall(SYS_tgkill, ::getpid(), ::syscall(SYS_gettid), signal);
+    (void)real::tgkill(::getpid(), static_cast<pid_t>(::syscall(SYS_gettid)), signal);
     (void)real::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
 }
 
@@ -303,19 +303,27 @@ long ProgramSignals::kill(int signal, int code, const sigval& value) {
     return 0;
 }
 
+int ProgramSignals::kill_known(ThreadSignals& thread, int signal, const sigval* value) {
+    if (signal < 0 || signal >= _NSIG) return EINVAL;
+    if (signal == 0) return 0;
+    siginfo_t info{};
+    info.si_signo = signal;
+    info.si_code = value == nullptr ? SI_TKILL : SI_QUEUE;
+    info.si_pid = ::getpid();
+    info.si_uid = ::getuid();
+    if (value != nullptr) info.si_value = *value;
+    hand_to(thread, info);
+    return 0;
+}
+
+std::optional<long> ProgramSignals::kill_kernel_thread(int kernel_id, int signal) {
+    ThreadSignals* const thread = find(kernel_id);
+    return thread == nullptr ? std::nullopt : std::optional<long>(-kill_known(*thread, signal, nullptr));
+}
+
 int ProgramSignals::kill_thread(pthread_t thread, int signal, const sigval* value) {
     for (const auto& known : threads_) {
-        if (::pthread_equal(known->id, thread) == 0) continue;
-        if (signal < 0 || signal >= _NSIG) return EINVAL;
-        if (signal == 0) return 0;
-        siginfo_t info{};
-        info.si_signo = signal;
-        info.si_code = value == nullptr ? SI_TKILL : SI_QUEUE;
-        info.si_pid = ::getpid();
-        info.si_uid = ::getuid();
-        if (value != nullptr) info.si_value = *value;
-        hand_to(*known, info);
-        return 0;
+        if (::pthread_equal(known->id, thread) != 0) return kill_known(*known, signal, value);
     }
     return value == nullptr ? real::pthread_kill(thread, signal)
                             : real::pthread_sigqueue(thread, signal, *value);
@@ -390,7 +398,7 @@ bool ProgramSignals::raise_own() {
         const int depth = scheduler_.suspend_call();
         {
             const ProgramCallback callback;
-            (void)::syscall(SYS_tgkill, ::getpid(), thread.kernel_id, thread.raising.si_signo);
+            (void)real::tgkill(::getpid(), thread.kernel_id, thread.raising.si_signo);
         }
         scheduler_.resume_call(depth);
         thread.raising = {};

@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "virtual_projector/clock/thread_scheduler.h"
@@ -56,6 +57,7 @@ public:
     int set_mask(int how, const sigset_t* set, sigset_t* before);
     long kill(int signal, int code, const sigval& value);                // the process itself
     int kill_thread(pthread_t thread, int signal, const sigval* value);  // an errno; as pthread_kill
+    std::optional<long> kill_kernel_thread(int kernel_id, int signal);   // as tgkill; none: no thread of these
     void send(const siginfo_t& info);                                    // to the process
     void send_to(int kernel_id, const siginfo_t& info);                  // to a thread of it
     bool is_pending(const siginfo_t& info) const;  // sent, and not handled yet, as a timer's overrun asks
@@ -110,6 +112,7 @@ private:
     void end_by(int signal);
     void keep_for_process(const siginfo_t& info);
     void hand_to(ThreadSignals& thread, const siginfo_t& info);
+    int kill_known(ThreadSignals& thread, int signal, const sigval* value);
     ThreadSignals* find(int kernel_id) const;
     void watch_default_ends();
 

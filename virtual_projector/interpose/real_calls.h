@@ -136,6 +136,7 @@ inline Call<int(sem_t*)> sem_post{"sem_post"};
 inline Call<int(int, const struct sigaction*, struct sigaction*)> sigaction{"sigaction"};
 inline Call<int(int, const sigset_t*, sigset_t*)> pthread_sigmask{"pthread_sigmask"};
 inline Call<int(pthread_t, int)> pthread_kill{"pthread_kill"};
+inline Call<int(pid_t, pid_t, int)> tgkill{"tgkill"};
 inline Call<int(pthread_t, int, sigval)> pthread_sigqueue{"pthread_sigqueue"};
 inline Call<int(pid_t, int)> kill{"kill"};
 inline Call<int(pid_t, int, sigval)> sigqueue{"sigqueue"};

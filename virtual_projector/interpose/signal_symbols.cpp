@@ -122,6 +122,14 @@ int pthread_sigqueue(pthread_t thread, int number, const sigval value) noexcept 
     return result ? static_cast<int>(*result) : real::pthread_sigqueue(thread, number, value);
 }
 
+int tgkill(pid_t process, pid_t thread, int number) noexcept {
+    const auto result = ask_machine([&](Machine& m) {
+        return process == ::getpid() && m.signals() != nullptr ? m.signals()->kill_kernel_thread(thread, number)
+                                                               : std::nullopt;
+    });
+    return result ? static_cast<int>(vp::with_errno(*result)) : real::tgkill(process, thread, number);
+}
+
 int raise(int number) noexcept {
     const int failure = ::pthread_kill(::pthread_self(), number);
     if (failure == 0) return 0;

@@ -13,6 +13,7 @@
 
 namespace real = vp::real;
 using vp::answer;
+using vp::ask_in_virtual_time;
 using vp::ask_machine;
 using vp::Machine;
 using vp::made;
@@ -44,7 +45,7 @@ int socketpair(int family, int type, int protocol, int ends[2]) noexcept {
     if (result != 0) return result;
     (void)made(ends[0]);
     (void)made(ends[1]);
-    (void)ask_machine([&](Machine& m) {
+    (void)ask_in_virtual_time([&](Machine& m) {
         m.kinds().note_pair(ends[0], ends[1]);
         return std::optional<long>();
     });

@@ -202,6 +202,20 @@ std::optional<long> answer_for_waits(long call, const Arguments& a) {
     }
 }
 
+// Signals that a program sends itself.
+std::optional<long> answer_for_signals(long call, const Arguments& a) {
+    switch (call) {
+        case SYS_kill:
+            return ::kill(static_cast<pid_t>(a[0]), number(a[1]));
+        case SYS_tgkill:
+            return ::tgkill(static_cast<pid_t>(a[0]), static_cast<pid_t>(a[1]), number(a[2]));
+        case SYS_tkill:
+            return ::tgkill(::getpid(), static_cast<pid_t>(a[0]), number(a[1]));
+        default:
+            return std::nullopt;
+    }
+}
+
 // Sleeping, clocks and turns.
 std::optional<long> answer_for_time(long call, const Arguments& a) {
     switch (call) {
@@ -261,6 +275,7 @@ std::optional<long> answer(long call, const Arguments& a) {
     if (const auto result = answer_for_time(call, a)) return result;
     if (const auto result = answer_for_waits(call, a)) return result;
     if (const auto result = answer_for_files(call, a)) return result;
+    if (const auto result = answer_for_signals(call, a)) return result;
     return answer_for_long_times(call, a);
 }
 

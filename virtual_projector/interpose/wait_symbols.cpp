@@ -111,7 +111,7 @@ int epoll_create1(int flags) noexcept { return made(real::epoll_create1(flags));
 int epoll_ctl(int epoll, int operation, int descriptor, epoll_event* event) noexcept {
     const int result = real::epoll_ctl(epoll, operation, descriptor, event);
     if (result != 0) return result;
-    (void)vp::ask_machine([&](Machine& m) {
+    (void)vp::ask_in_virtual_time([&](Machine& m) {
         if (operation == EPOLL_CTL_ADD) m.kinds().add_member(epoll, descriptor);
         if (operation == EPOLL_CTL_DEL) m.kinds().remove_member(epoll, descriptor);
         return std::optional<long>();

@@ -2,9 +2,9 @@
 //   ovrafocus-method [--quick]          over many poses, with each effect of the world alone and with all of
 //   them;
 //                                       quick: a few poses
-//   ovrafocus-method stories [UNITS]    every story in the living room, with that many units (100); one:
-//   without the
-//                                       day, which takes long
+//   ovrafocus-method stories [UNITS]    every story in the living room, with that many units (100); with one
+//   unit
+//                                       without the day, which takes long
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <limits>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -32,7 +33,9 @@ using Words = std::vector<std::string>;
 constexpr std::size_t quick_step = 11;  // every so many poses; has no factor in common with the tilts
 
 MethodOutcome outcome_of(const vp::TruthAt& end, int exit_code) {
-    return {std::abs(end.lens_error_tmr), end.blur_px, end.worst_edge_deg, exit_code == 0};
+    constexpr double never_square = std::numeric_limits<double>::infinity();
+    return {std::abs(end.lens_error_tmr), end.blur_px, end.on_wall ? end.worst_edge_deg : never_square,
+            exit_code == 0};
 }
 
 MethodOutcome run(const bench::Effect& effect, const Words& pose, std::size_t number) {
@@ -42,7 +45,9 @@ MethodOutcome run(const bench::Effect& effect, const Words& pose, std::size_t nu
     options.insert(options.end(), pose.begin(), pose.end());
     options.insert(options.end(), effect.options.begin(), effect.options.end());
     if (effect.draws_units) options.insert(options.end(), {"--unit-seed", std::to_string(number + 1)});
-    Words program = {storykit::host_program, "--library-log", folder.file("log"), "init", "akaf", "wait idle"};
+    Words program = {storykit::host_program, "--library-log", folder.file("log"), "init"};
+    if (!effect.asks_at_once) program.emplace_back("wait 3s");
+    program.insert(program.end(), {"akaf", "wait idle"});
     program.insert(program.end(), effect.then.begin(), effect.then.end());
     const storykit::Finished finished = storykit::launch_projector(options, program);
     const vp::TraceContents trace = vp::read_trace(folder.file("trace"));
@@ -95,8 +100,10 @@ std::vector<std::vector<std::string>> all_stories() {
     return all;
 }
 
+constexpr double unknown = std::numeric_limits<double>::infinity();
+
 struct StoryEnd {
-    MethodOutcome outcome;
+    MethodOutcome outcome{unknown, unknown, unknown, false};
     std::string bad_end;  // empty: none
 };
 
@@ -109,8 +116,8 @@ StoryEnd run_story(const std::vector<std::string>& parts, std::size_t unit) {
         story.with(world);
         if (parts.size() > 1) story.with({"--flash", folder.file("flash")});
         const storykit::StoryResult result = story.run();
-        end.outcome = outcome_of(result.at_the_end(), result.exit_code);
-        if (!bench::is_bad_end(result.exit_code)) continue;
+        if (!result.trace.truths.empty()) end.outcome = outcome_of(result.at_the_end(), result.exit_code);
+        if (!bench::is_bad_end(result.exit_code) && !result.trace.truths.empty()) continue;
         end.bad_end = part + " --world living-room --unit-seed " + std::to_string(unit) + ": exit code " +
                       std::to_string(result.exit_code);
         return end;
@@ -143,8 +150,8 @@ int study_stories(std::size_t units) {
     return all_well ? 0 : 1;
 }
 
-std::vector<Words> poses(bool quick) {
-    const std::vector<Words> all = bench::method_poses();
+std::vector<Words> poses_of(const bench::Effect& effect, bool quick) {
+    const std::vector<Words> all = bench::method_poses(effect.is_near);
     if (!quick) return all;
     std::vector<Words> some;
     for (std::size_t i = 0; i < all.size(); i += quick_step) some.push_back(all[i]);
@@ -153,7 +160,8 @@ std::vector<Words> poses(bool quick) {
 
 int study_poses(bool quick) {
     std::vector<MethodRow> rows;
-    for (const bench::Effect& effect : bench::method_effects()) rows.push_back(run_all(effect, poses(quick)));
+    for (const bench::Effect& effect : bench::method_effects())
+        rows.push_back(run_all(effect, poses_of(effect, quick)));
     bench::print_method_table(stdout, rows);
     return 0;
 }

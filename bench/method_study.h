@@ -19,7 +19,7 @@ constexpr double edge_limit_deg = 0.5;
 struct MethodOutcome {
     double lens_error_tmr = 0;  // true, without sign
     double blur_px = 0;         // in the picture's middle
-    double worst_edge_deg = 0;  // of all four
+    double worst_edge_deg = 0;  // of all four; infinite when the picture is not on the wall
     bool told_success = false;  // to the host
 
     bool is_sharp() const;
@@ -36,13 +36,15 @@ struct Effect {
     std::vector<std::string> options;
     std::vector<std::string> then;  // what the host does when the run is over: "wait 3600s"
     bool draws_units = false;       // another unit for each pose
+    bool is_near = false;           // at 450 mm, where only the gravity sensor knows the tilt
+    bool asks_at_once = false;      // before the gravity sensor has found rest
 };
 
 /// The laboratory, each effect at its usual and at its extreme value, and the living room.
 std::vector<Effect> method_effects();
 
-/// Distances of 0.5 to 3 m by tilts of -20 to 20 degrees, as options.
-std::vector<std::vector<std::string>> method_poses();
+/// Distances of 0.5 to 3 m by tilts of -20 to 20 degrees, as options; the near ones are at 450 mm alone.
+std::vector<std::vector<std::string>> method_poses(bool near = false);
 
 /// The smallest of the values that at least this share (0 to 1) of them does not exceed.
 double percentile(std::vector<double> values, double share);

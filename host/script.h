@@ -20,8 +20,8 @@ constexpr int exit_output_lost = 3;
 /// succeeded.
 int run_commands(const std::vector<std::string>& lines);
 
-/// The same for a script, line by line. The first failing line is named with its place in `name`. A ${NAME} in a
-/// line is the environment's, a ${NAME:-VALUE} too, or VALUE where that is not set.
+/// The same for a script, line by line. The first failing line is named with its place in `name`. A ${NAME} in
+/// a line is the environment's, a ${NAME:-VALUE} too, or VALUE where that is not set.
 int run_script(std::istream& script, const std::string& name);
 
 /// The same for a person: a mistake is only told, and the next line is another try.

@@ -5,5 +5,5 @@
 set -eu
 table=$("$1" --quick)
 echo "$table"
-echo "$table" | grep -q '^| the laboratory .* 100 % | *0 of 4 |$'
-echo "$table" | grep -q '^| turned to the wall  *| 20 deg .* 0 % | *4 of 4 |$'
+echo "$table" | grep -q '^| the laboratory .* 100 % | *0 of  4 |$'
+echo "$table" | grep -q '^| turned to the wall  *| 20 deg .* 0 % | *4 of  4 |$'

@@ -43,6 +43,12 @@ TEST(MethodPoses, AreDistancesByTilts) {
               (std::vector<std::string>{"--set", "pose.distance_mm=500", "--set", "pose.pitch_deg=-20"}));
 }
 
+TEST(MethodPoses, AreTiltsAtOneDistanceWhereNearOnesAreWanted) {
+    const auto poses = bench::method_poses(true);
+    EXPECT_EQ(poses.size(), 7U);
+    for (const auto& pose : poses) EXPECT_EQ(pose[1], "pose.distance_mm=450");
+}
+
 TEST(MethodEffects, BeginWithTheLaboratoryAndAreAllDifferent) {
     const auto effects = bench::method_effects();
     EXPECT_TRUE(effects.front().options.empty());
@@ -69,9 +75,9 @@ TEST(StoryTable, HasARowForEachStoryAndOneForAllAndNamesEveryBadEnd) {
                                        {"another", {{0, 0, 0.6, true}, {30, 1, 1, false}}, {"another: 120"}}});
     });
     EXPECT_EQ(table.substr(table.find("| one")),
-              "| one                        |     2 |  50 % |  100 % | 50 % |       1 |        0 |\n"
-              "| another                    |     2 |  50 % |    0 % |  0 % |       1 |        1 |\n"
-              "| all                        |     4 |  50 % |   50 % | 25 % |       2 |        1 |\n"
+              "| one                        |     2 |  50 % |  100 % |  50 % |       1 |        0 |\n"
+              "| another                    |     2 |  50 % |    0 % |   0 % |       1 |        1 |\n"
+              "| all                        |     4 |  50 % |   50 % |  25 % |       2 |        1 |\n"
               "bad end: another: 120\n");
 }
 
@@ -88,7 +94,7 @@ TEST(MethodTable, HasARowForEachEffect) {
     EXPECT_EQ(table.substr(table.find("| an effect")),
               "| an effect                          | 2 %       |  30.0 |   40.0 |  1.50 |  2.00 |  0.20 |  "
               "0.30 |    "
-              "33 % |    1 of 3 |\n");
+              "33 % |    1 of  3 |\n");
 }
 
 }  // namespace

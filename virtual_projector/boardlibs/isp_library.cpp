@@ -23,7 +23,7 @@ constexpr unsigned frame_pause_ms = 2;
 constexpr int min_depth_mm = 100;
 constexpr int max_depth_mm = 4000;
 constexpr double max_offset_mm = 300;  // more, and the target does not stand where it is said to
-constexpr int max_outlier_mm = 100;  // a reading that lies farther from its pixel's median is left out
+constexpr int max_outlier_mm = 100;    // a reading that lies farther from its pixel's median is left out
 constexpr int pixel_bytes = 240;
 
 struct FreeMemory {
@@ -38,9 +38,9 @@ Function* platform_function(const PlatformTable& platform, nds_platform_slot slo
 
 int median_distance(std::vector<PixelReading> readings) {
     const auto middle = readings.begin() + static_cast<std::ptrdiff_t>(readings.size() / 2);
-    std::nth_element(readings.begin(), middle, readings.end(), [](const PixelReading& a, const PixelReading& b) {
-        return a.distance_mm < b.distance_mm;
-    });
+    std::nth_element(
+        readings.begin(), middle, readings.end(),
+        [](const PixelReading& a, const PixelReading& b) { return a.distance_mm < b.distance_mm; });
     return middle->distance_mm;
 }
 

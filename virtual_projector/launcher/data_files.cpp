@@ -37,7 +37,10 @@ std::string known_names(const std::string& kind) {
     std::sort(names.begin(), names.end());
     std::string text;
     for (const std::string& name : names) text += name + ", ";
-    return text;
+    if (!names.empty()) return text + "or a file";
+    for (const fs::path& folder : folders_of(kind))
+        text += (text.empty() ? "" : " or ") + fs::weakly_canonical(folder, none).string();
+    return "a file (there are no " + kind + " in " + text + ")";
 }
 
 // A text and where somebody wrote it.
@@ -54,8 +57,7 @@ std::string find_file(const std::string& kind, const Name& name) {
         const fs::path file = folder / (name.text + ending);
         if (fs::exists(file, none)) return fs::weakly_canonical(file, none).string();
     }
-    throw LocatedError(name.place + ": expected " + known_names(kind) + "or a file, found " +
-                       excerpt(name.text));
+    throw LocatedError(name.place + ": expected " + known_names(kind) + ", found " + excerpt(name.text));
 }
 
 }  // namespace

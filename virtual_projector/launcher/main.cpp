@@ -133,8 +133,9 @@ int run_with_story(vp::CommandLine& line, const std::string& title, const std::s
 int print_settings(const vp::RunOptions& run, const vp::Scenario& scenario) {
     const vp::RunSettings start = vp::make_world(run, scenario);
     const std::string text = vp::format_settings(vp::run_record(run, scenario, start.settings), start.settings);
-    const bool is_written = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-    return is_written ? 0 : exit_incomplete;
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+    std::fprintf(stderr, "virtual-projector: the settings could not be written: %s\n", std::strerror(errno));
+    return exit_incomplete;
 }
 
 int run(vp::CommandLine& line, const std::string& title) {

@@ -39,14 +39,19 @@ void set_from(SettingSource source, const ParameterValues& values, RunSettings& 
     }
 }
 
+void set_within_range(World& world, const char* name, double value) {
+    const Parameter& parameter = *find_parameter(name);
+    world.set(name, std::clamp(value, parameter.min, parameter.max));
+}
+
 // The pose that was set is the one that the bench believes in.
 void put_on_bench(World& world) {
     const Settings& settings = world.settings();
     const BenchErrors errors = bench_errors(settings.bench, world.unit_seed());
     const Pose pose = pose_on_bench(settings.pose, errors);
-    world.set("pose.distance_mm", pose.distance_mm);
-    world.set("pose.pitch_deg", pose.pitch_deg);
-    world.set("pose.roll_deg", pose.roll_deg);
+    set_within_range(world, "pose.distance_mm", pose.distance_mm);
+    set_within_range(world, "pose.pitch_deg", pose.pitch_deg);
+    set_within_range(world, "pose.roll_deg", pose.roll_deg);
 }
 
 std::vector<Setting> standard_list(const World& world) {
@@ -111,10 +116,8 @@ RunRecord run_record(const RunOptions& options, const Scenario& scenario,
     run.unit = name_of(run.unit_seed ? options.unit : "", RunRecord::standard_unit);
     run.world = name_of(options.world, RunRecord::standard_world);
     run.scenario_digest = scenario.digest;
-    for (const auto& [parameter, value, source] : settings) {
-        if (value != parameter->standard)
-            run.settings.push_back({std::string(parameter->name), value, source_name(source)});
-    }
+    for (const auto& [parameter, value, source] : settings)
+        run.settings.push_back({std::string(parameter->name), value, source_name(source)});
     return run;
 }
 

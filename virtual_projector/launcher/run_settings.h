@@ -32,8 +32,8 @@ struct RunSettings {
 /// Reads the world's and the unit's file. Throws LocatedError with one line when one is wrong.
 RunSettings make_world(const RunOptions& options, const Scenario& scenario);
 
-/// What a unit's factory bench hands to its scripts, as names and values of the environment; nothing for a unit that
-/// does not stand on it.
+/// What a unit's factory bench hands to its scripts, as names and values of the environment; nothing for a unit
+/// that does not stand on it.
 std::vector<std::pair<std::string, std::string>> bench_variables(const World& world);
 
 /// The first record of a trace.

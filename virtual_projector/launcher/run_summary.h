@@ -1,5 +1,5 @@
-// The figures of a run: its times, its turns, how deep its stacks went, whether what it holds grows, and what is
-// so in the end.
+// The figures of a run: its times, its turns, how deep its stacks went, whether what it holds grows, and what
+// is so in the end.
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_RUN_SUMMARY_H
 

@@ -245,14 +245,15 @@ void Session::finish() {
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);
-        parts_->trace->record_now(parts_->clock->now());
         parts_->file_trace->record_wear(parts_->clock->now(), json_of(parts_->wear()));
+        parts_->trace->record_now(parts_->clock->now());
     }
     parts_->progress.finish();
     FileAccount& account = parts_->account;
     const RunOptions& options = parts_->options;
     if (parts_->file_trace) account.note(RunFile::trace, options.trace, parts_->file_trace->finish());
-    account.note(RunFile::summary, options.summary, parts_->summary->write(record_of(parts_->truth()), parts_->wear()));
+    account.note(RunFile::summary, options.summary,
+                 parts_->summary->write(record_of(parts_->truth()), parts_->wear()));
     const std::string misfit = parts_->clock->scheduler().end_schedule();
     if (misfit == options.record_schedule + incomplete_file)
         account.note(RunFile::schedule, options.record_schedule, false);

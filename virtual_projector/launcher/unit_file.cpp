@@ -1,6 +1,8 @@
 #include "virtual_projector/launcher/unit_file.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "virtual_projector/launcher/located_json.h"
@@ -71,6 +73,7 @@ Spread read_log_normal(const Parameter& parameter, const LocatedJson& json) {
     spread.sigma = json.member("sigma").number(0, max_log_sigma);
     read_bounds(parameter, json, spread);
     spread.centre = json.member("median").number(spread.min, spread.max);
+    if (spread.centre <= 0) json.member("median").fail("a number above 0");
     read_factor(json, spread);
     read_whole(parameter, json, spread);
     return spread;
@@ -105,8 +108,17 @@ Spread read_choice(const Parameter& parameter, const LocatedJson& json) {
     return spread;
 }
 
+// Where a unit stands and who calibrates it is not the unit's; its serial number is its seed's.
+bool is_of_unit(const std::string& name) {
+    constexpr const char* others[] = {"pose.", "wall.", "room.", "hand.", "bench.", "unit.serial"};
+    return std::none_of(std::begin(others), std::end(others),
+                        [&name](const char* other) { return name.rfind(other, 0) == 0; });
+}
+
 Spread read_spread(const std::string& name, const LocatedJson& json) {
     const Parameter& parameter = parameter_at(name, json);
+    if (!is_of_unit(name))
+        json.fail("a parameter of a unit: none of pose, wall, room, hand, bench, no unit.serial");
     const std::string kind =
         json.member("distribution").one_of({"normal", "truncated_normal", "log_normal", "uniform", "choice"});
     Spread spread = kind == "normal"             ? read_normal(parameter, json)

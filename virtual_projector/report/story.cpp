@@ -96,11 +96,21 @@ std::vector<std::string> format_turns(const TraceContents& trace) {
     return {words + "."};
 }
 
-std::string pair(double first, double second) { return text("%.2f/%.2f", first, second); }
+// Of a picture that does not meet the wall with all its corners there is nothing to say.
+std::string angles(const TruthAt& truth, double first, double second) {
+    return truth.on_wall ? text("%.2f/%.2f", first, second) : "not on wall";
+}
 
-std::string blur(const TruthAt& truth) { return text("%.1f/%.1f", truth.blur_px, truth.blur_corner_px); }
+std::string blur(const TruthAt& truth) {
+    return truth.on_wall ? text("%.1f/%.1f", truth.blur_px, truth.blur_corner_px)
+                         : text("%.1f/-", truth.blur_px);
+}
 
-std::string sides(const TruthAt& truth) { return pair(truth.left_side_deg, truth.right_side_deg); }
+std::string sides(const TruthAt& truth) { return angles(truth, truth.left_side_deg, truth.right_side_deg); }
+
+std::string level_edges(const TruthAt& truth) {
+    return angles(truth, truth.top_edge_deg, truth.bottom_edge_deg);
+}
 
 std::string percent(double share) { return text("%.1f", 100 * share); }
 
@@ -117,8 +127,7 @@ std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& af
         row("lens error (TMR units)", text("%.1f", before.lens_error_tmr), text("%.1f", after.lens_error_tmr)),
         row("blur, middle/corner (pixels)", blur(before), blur(after)),
         row("left/right side from upright (deg)", sides(before), sides(after)),
-        row("top/bottom edge from level (deg)", pair(before.top_edge_deg, before.bottom_edge_deg),
-            pair(after.top_edge_deg, after.bottom_edge_deg)),
+        row("top/bottom edge from level (deg)", level_edges(before), level_edges(after)),
         row("edges top/bottom (pixels)", edges(before), edges(after)),
         row("light used (% of the panel)", percent(before.light_used), percent(after.light_used))};
     if (before.hdmi_turn_deg != 0 || after.hdmi_turn_deg != 0) {

@@ -36,7 +36,7 @@ public:
     void record_run(const RunRecord& run) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 
-    /// What the unit has worn out by: the last record.
+    /// What the unit has worn out by: the record before the last truth.
     void record_wear(std::int64_t t_us, const nlohmann::ordered_json& wear);
 
     /// Ends the file; what is recorded later is lost. False when some of the lines could not be written.

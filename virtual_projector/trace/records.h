@@ -46,7 +46,7 @@ constexpr const char* hex = "hex";
 constexpr const char* event = "event";
 constexpr const char* truth = "truth";
 constexpr const char* run = "run";      // the first record; of wear: the run's own
-constexpr const char* wear = "wear";    // the last record
+constexpr const char* wear = "wear";    // shortly before the end
 constexpr const char* total = "total";  // of wear: with what was before the run
 }  // namespace record_key
 
@@ -59,7 +59,7 @@ struct RunRecord {
     struct Setting {
         std::string name;
         double value = 0;
-        std::string source;  // "world", "unit", "scenario" or "command line"
+        std::string source;  // "default", "world", "unit", "scenario" or "command line"
     };
 
     int format = current_format;
@@ -132,6 +132,8 @@ struct TruthRecord {
         visit("on_wall", &TruthRecord::on_wall);
         visit("hdmi_turn_deg", &TruthRecord::hdmi_turn_deg);
         visit("menu_turn_deg", &TruthRecord::menu_turn_deg);
+        visit("light_used", &TruthRecord::light_used);
+        visit("axis_mm", &TruthRecord::axis_mm);
     }
     /// And for those that follow from them: a last digit of theirs alone is no news.
     template <typename Visit>
@@ -140,11 +142,9 @@ struct TruthRecord {
         visit("bottom_edge_deg", &TruthRecord::bottom_edge_deg);
         visit("worst_edge_deg", &TruthRecord::worst_edge_deg);
         visit("side_difference", &TruthRecord::side_difference);
+        visit("outline_mm", &TruthRecord::outline_mm);
         visit("blur_px", &TruthRecord::blur_px);
         visit("blur_corner_px", &TruthRecord::blur_corner_px);
-        visit("light_used", &TruthRecord::light_used);
-        visit("outline_mm", &TruthRecord::outline_mm);
-        visit("axis_mm", &TruthRecord::axis_mm);
         visit("zones_mm", &TruthRecord::zones_mm);
     }
 };

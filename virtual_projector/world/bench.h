@@ -1,11 +1,11 @@
 // The factory bench, which has errors of its own: what it writes into a unit is what it measured.
 //
-//     depth     the target stands so much farther than the bench believes: e = depth_mm_sigma z, whole
-//     millimetres camera    the place that it finds sharpest is so much too far to the right: e =
-//     camera_tmr_sigma z; the
-//               bench's motor goes to it in whole steps
-//     level     the unit is tipped so far when the bench believes it level, in pitch and in roll:
-//               e = level_deg_sigma z each
+//     depth    the target stands so much farther than the bench believes:
+//              e = depth_mm_sigma z, in whole millimetres
+//     camera   the place that it finds sharpest is so much too far to the right:
+//              e = camera_tmr_sigma z; the bench's motor goes to it in whole steps
+//     level    the unit is tipped so far when the bench believes it level, in pitch and in roll:
+//              e = level_deg_sigma z each
 //
 // z is normal, of variance 1 and never beyond 6, and follows the unit's seed: a unit is calibrated once. A
 // sigma of 0 is a faultless bench, which also finds the best place between two steps.

@@ -15,7 +15,7 @@ double blur_px(const Settings& settings, double axial_mm) {
     const double f = lens.focal_length_mm;
     const double best = best_focus_steps(lens, settings.tmr, axial_mm, settings.lens.barrel_c);
     const double error_mm = std::abs(lens.position_steps - best) * lens.step_um * mm_per_um;
-    const double image_mm = f * axial_mm / (axial_mm - f);
+    const double image_mm = std::abs(f * axial_mm / (axial_mm - f));  // nearer than f it lies before the lens
     const double pixel_mm = f / settings.picture.throw_ratio / panel_width;
     return error_mm * f / (lens.f_number * image_mm) / pixel_mm;
 }

@@ -23,7 +23,7 @@ std::int64_t gravity_sample_index(const GravitySettings& gravity, Microseconds t
 /// (data sheets of such sensors state a drift of 0.1 to 1 mg per degree).
 std::array<double, 3> gravity_sample(const GravitySettings& gravity, const Pose& pose,
                                      const Vec3& acceleration_g, std::uint64_t seed, std::int64_t index,
-                                     double case_c = 25);
+                                     double case_c);
 
 }  // namespace vp
 

@@ -1,7 +1,6 @@
 // How the lens barrel follows the LED's temperature, and how often it has been warm and cold.
 //
-// Both are bodies of one time constant: the LED goes from L0 to its final temperature F, the barrel after the
-// LED,
+// Both are bodies of one time constant: the LED goes from L0 to its final temperature F, the barrel after it:
 //     L(t) = F + (L0 - F) e^(-t/tau)                          tau:  the LED's time constant, s
 //     dB/dt = (L - B) / taub                                  taub: the barrel's, s
 //     B(t) = F + (L0 - F) tau / (tau - taub) (e^(-t/tau) - e^(-t/taub)) + (B0 - F) e^(-t/taub)

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "virtual_projector/world/wall.h"
+
 namespace vp {
 namespace {
 
@@ -38,7 +40,8 @@ Meeting meet_main_wall(const Room& room, const Vec3& origin, const Vec3& directi
     const double b = dot(normal, direction) + 2 * bow * from_point.x * direction.x;
     const double c = dot(normal, from_point) + bow * from_point.x * from_point.x;
     const double discriminant = b * b - 4 * a * c;
-    if (c >= 0 || discriminant < 0) return {};
+    const bool is_ahead = dot(normal, room.wall_point) > parallel * length_of(room.wall_point);
+    if (!is_ahead || c >= 0 || discriminant < 0) return {};
     const double divisor = b + std::sqrt(discriminant);
     if (divisor <= 0) return {};
 
@@ -47,6 +50,7 @@ Meeting meet_main_wall(const Room& room, const Vec3& origin, const Vec3& directi
     const Vec3 point = origin + met.length * direction;
     const Vec3 slope = normal + Vec3{2 * bow * (point.x - room.wall_point.x), 0, 0};
     met.cosine = dot(slope, direction) / (length_of(slope) * length_of(direction));
+    if (met.cosine <= parallel) return {};
     met.reflectivity = room.wall.reflectivity;
     if (is_in_spot(room.settings.spot, point)) mirror_light_away(room.settings.spot, met);
     return met;
@@ -71,7 +75,7 @@ bool find_side_wall(const Room& room, SideWall& side) {
 Meeting meet_side_wall(const SideWall& side, double reflectivity, const Vec3& origin, const Vec3& direction) {
     const double beyond = dot(side.normal, origin - side.corner);
     const double along = dot(side.normal, direction);
-    if (beyond >= 0 || along <= 0) return {};
+    if (beyond >= 0 || along <= parallel * length_of(direction)) return {};
     Meeting met;
     met.length = -beyond / along;
     met.cosine = along / length_of(direction);

@@ -10,14 +10,12 @@
 // - A second, upright wall meets it `corner_mm` to the right (negative: to the left) of the projector, with the
 //   angle `corner_deg` between the two as the room has it. It is not seen by a projector that stands beyond it.
 // - Boxes are upright and square to the main wall: their front is `along_mm` ahead, their middle `side_mm` to
-// the
-//   right, their foot `foot_mm` above the floor.
-// - People are upright cylinders without a top. Until `start_s` they stand, then they walk to the right
-// (negative
-//   speed: to the left).
+//   the right, their foot `foot_mm` above the floor.
+// - People are upright cylinders without a top. Until `start_s` they stand, then they walk to the right, at a
+//   negative speed to the left.
 // - The glossy spot is an upright rectangle of the main wall that mirrors a part of the light (`gloss`) away
-// and
-//   lets the rest seem farther by what the mirrored part has to go besides.
+//   and lets the rest seem farther by what the mirrored part has to go besides.
+// Floor and ceiling are met by no ray.
 #ifndef VIRTUAL_PROJECTOR_WORLD_ROOM_H
 #define VIRTUAL_PROJECTOR_WORLD_ROOM_H
 

@@ -41,19 +41,24 @@ double reference_steps(const Settings& settings, const BenchErrors& bench) {
     return bench.whole_steps ? std::round(found) : found;
 }
 
+// What the library reads there when the lens has come from the left, polarity taken out.
+int measured_at(const Settings& settings, double position) {
+    const double reading = clean_reading(settings.tmr, settings.lens, position, Side::right);
+    return static_cast<int>(std::lround(settings.tmr.polarity < 0 ? -reading : reading));
+}
+
 std::array<int, measured_places> sweep(const Settings& settings, const BenchErrors& bench) {
     const double reference = reference_steps(settings, bench);
     std::array<int, measured_places> measured{};
-    for (int i = 0; i < measured_places; ++i) {
-        const double position = reference + (i - reference_place);
-        measured.at(static_cast<std::size_t>(i)) =
-            static_cast<int>(std::lround(ideal_tmr(settings.tmr, position)));
-    }
+    for (int i = 0; i < measured_places; ++i)
+        measured.at(static_cast<std::size_t>(i)) = measured_at(settings, reference + (i - reference_place));
     return measured;
 }
 
-void put_text(Record& record, std::size_t at, const std::string& text) {
-    std::copy(text.begin(), text.end(), record.begin() + static_cast<std::ptrdiff_t>(at));
+// What does not fit into the field and leaves a byte 0 at its end is cut off.
+void put_text(Record& record, std::size_t at, std::size_t field_size, const std::string& text) {
+    const std::size_t length = std::min(text.size(), field_size - 1);
+    std::copy_n(text.begin(), length, record.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
 std::string serial(const char* prefix, double number) {
@@ -90,17 +95,18 @@ std::string lens_table_text(const Settings& settings, const BenchErrors& bench) 
 }
 
 std::string gravity_offsets_text(const Settings& settings, const BenchErrors& bench) {
-    GravitySettings quiet = settings.gravity;  // the bench takes the mean of many samples
+    // The mean of many samples: what swings about 0 is gone, and a tilting table's fan stands still.
+    GravitySettings quiet = settings.gravity;
     quiet.noise_sigma = 0;
-    const std::array<double, 3> read = gravity_sample(quiet, pose_on_bench({}, bench), {}, 0, 0);
+    quiet.fan_vibration_mg = 0;
+    quiet.spike_probability = 0;
+    const std::array<double, 3> read = gravity_sample(quiet, pose_on_bench({}, bench), {}, 0, 0, bench_led_c);
     return std::to_string(std::lround(read[0])) + "," + std::to_string(std::lround(read[1])) + "," +
            std::to_string(std::lround(read[2] - quiet.units_per_g));
 }
 
 int sharpest_tmr(const Settings& settings, const BenchErrors& bench) {
-    const double place = reference_steps(settings, bench);
-    const double reading = clean_reading(settings.tmr, settings.lens, place, Side::right);
-    return static_cast<int>(std::lround(settings.tmr.polarity < 0 ? -reading : reading));
+    return measured_at(settings, reference_steps(settings, bench));
 }
 
 // The points are the sensor's own readings, its polarity left in, as 16-bit numbers.
@@ -127,10 +133,11 @@ Record blank_record() {
 Record factory_record(const Settings& settings, const BenchErrors& bench) {
     if (settings.unit.calibrated == 0) return blank_record();
     Record record{};
-    put_text(record, lens_text_at, lens_table_text(settings, bench));
-    put_text(record, gravity_text_at, gravity_offsets_text(settings, bench));
-    put_text(record, device_serial_at, serial("VP", settings.unit.serial));
-    put_text(record, board_serial_at, serial("VPMB", settings.unit.serial));
+    put_text(record, lens_text_at, gravity_text_at - lens_text_at, lens_table_text(settings, bench));
+    put_text(record, gravity_text_at, device_serial_at - gravity_text_at,
+             gravity_offsets_text(settings, bench));
+    put_text(record, device_serial_at, board_serial_at - device_serial_at, serial("VP", settings.unit.serial));
+    put_text(record, board_serial_at, gsensor_flag_at - board_serial_at, serial("VPMB", settings.unit.serial));
     record.at(gsensor_flag_at) = digit(settings.unit.gsensor_flag);
     record.at(tof_flag_at) = digit(settings.unit.tof_flag);
     record.at(tmr_flag_at) = digit(settings.unit.tmr_flag);

@@ -15,7 +15,8 @@ constexpr std::size_t record_size = 227;
 using Record = std::array<std::uint8_t, record_size>;
 
 /// The record that the factory wrote into this unit, calibrated for its own lens and sensors on a bench with
-/// these errors; blank (all 0xFF) when unit.calibrated is 0.
+/// these errors; blank (all 0xFF) when unit.calibrated is 0. A lens table of more than 149 characters is cut
+/// off.
 Record factory_record(const Settings& settings, const BenchErrors& bench = {});
 Record blank_record();
 
@@ -27,8 +28,8 @@ std::string lens_table_text(const Settings& settings, const BenchErrors& bench =
 /// would read that is level.
 std::string gravity_offsets_text(const Settings& settings, const BenchErrors& bench = {});
 
-/// Where the bench's camera finds the target's picture sharpest, in the sensor's readings with the polarity taken
-/// out, when the lens comes from the left.
+/// Where the bench's camera finds the target's picture sharpest, in the sensor's readings with the polarity
+/// taken out, when the lens comes from the left.
 int sharpest_tmr(const Settings& settings, const BenchErrors& bench = {});
 
 /// The light engine's published focus curve: 20 numbers and a newline.

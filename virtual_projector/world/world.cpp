@@ -11,6 +11,8 @@
 namespace vp {
 namespace {
 
+constexpr double upright_deg = 90;
+
 constexpr int tmr_limit = 2000;  // the sensor's range
 constexpr int broken_bus_reading = 32767;
 constexpr double half_step = 0.5;
@@ -48,7 +50,8 @@ void World::advance_to(Microseconds now) {
     settings_.pose = hand.meant;
     pose_ = hand.pose;
     if (settings_.hand.table_sink_deg_per_h != 0) {
-        const double sunk = sunk_deg();
+        const double rests_at = settings_.pose.pitch_deg;  // it sinks no farther than upright
+        const double sunk = std::clamp(rests_at + sunk_deg(), -upright_deg, upright_deg) - rests_at;
         settings_.pose.pitch_deg += sunk;
         pose_.pitch_deg += sunk;
     }
@@ -77,12 +80,17 @@ double World::get(std::string_view name) const {
     return parameter == nullptr ? 0 : parameter->get(settings_);
 }
 
-// At the start the barrel is as warm as the LED unless it is set after it; later it has its own way there.
+// At the start the barrel is as warm as the LED unless it has been set, in whatever order; later it has its own
+// way there.
 void World::set_heat(std::string_view name, double value, const HeatCycles& cycles) {
     const bool is_led = name == "led.temperature_c";
     LensSettings& lens = settings_.lens;
     if (is_led) settings_.heat.led_rise_c = value - settings_.heat.ambient_c;
-    if (lens.barrel_time_constant_s == 0 || (is_led && now_ == 0)) lens.barrel_c = settings_.heat.led_c;
+    if (name == "lens.barrel_c" && now_ == 0) barrel_at_start_c_ = value;
+    if (lens.barrel_time_constant_s == 0)
+        lens.barrel_c = settings_.heat.led_c;
+    else if (now_ == 0)
+        lens.barrel_c = barrel_at_start_c_.value_or(settings_.heat.led_c);
     heat_cycles_ = now_ == 0 ? HeatCycles(lens.barrel_c) : cycles;
     heat_cycles_.reach(lens.barrel_c);
     restart_heat();

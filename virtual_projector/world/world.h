@@ -16,6 +16,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,10 +50,11 @@ struct Truth {
     Display display;
     PictureShape picture;
     Blur blur;
-    double axis_mm = 0;                   // along the optical axis to the first thing in its way
-    std::array<double, 4> zones_mm = {};  // what a faultless ToF sensor would say in the corners of its zones: top
-                                          // right, bottom right, top left, bottom left; infinite: nothing there
-    double light_used = 0;                // the share of the panel's pixels that the corrected picture keeps
+    double axis_mm = 0;  // along the optical axis to the first thing in its way
+    std::array<double, 4> zones_mm =
+        {};                 // what a faultless ToF sensor would say in the corners of its zones: top
+                            // right, bottom right, top left, bottom left; infinite: nothing there
+    double light_used = 0;  // the share of the panel's pixels that the corrected picture keeps
     int hdmi_turn_deg = 0;
     int menu_turn_deg = 0;
 };
@@ -163,6 +165,7 @@ private:
     Microseconds sinks_from_ = 0;
     Wear writes_;  // of this run
     Vec3 hand_acceleration_g_;
+    std::optional<double> barrel_at_start_c_;  // as it was set
     Display display_;
     int tof_point_mode_ = four_zone_mode;
     std::vector<KeyEvent> keys_;

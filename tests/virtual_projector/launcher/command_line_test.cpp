@@ -461,7 +461,7 @@ TEST(VirtualProjectorCommand, TakesWorldAndUnitFromTheScenarioAndRatherFromTheCo
 TEST(VirtualProjectorCommand, RefusesAWorldOrUnitThatThereIsNot) {
     const ScratchFolder folder;
     expect_mistake({"--world", "moon"}, "--world: expected laboratory, living-room, or a file, found moon");
-    expect_mistake({"--unit", "moon"}, "--unit: expected standard, or a file, found moon");
+    expect_mistake({"--unit", "moon"}, "--unit: expected exact, standard, or a file, found moon");
     expect_mistake({"--world", "/nowhere/file"},
                    "/nowhere/file: $: expected a readable world file, found: No such file or directory");
     const std::string scenario = folder.file("scenario.json");

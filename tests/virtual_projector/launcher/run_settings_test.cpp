@@ -123,7 +123,7 @@ TEST_F(TheSettingsOfARun, TellScriptsWhatTheBenchMeasured) {
     EXPECT_EQ(other.at(1).second, std::to_string(-48 + 18 * std::lround(camera_tmr / 18)));
 }
 
-TEST_F(TheSettingsOfARun, StandInTheTraceWhereTheyAreNotAtTheirDefault) {
+TEST_F(TheSettingsOfARun, AllStandInTheTrace) {
     options.version = "1.2.3";
     options.commit = "abc";
     options.seed = 5;
@@ -138,10 +138,23 @@ TEST_F(TheSettingsOfARun, StandInTheTraceWhereTheyAreNotAtTheirDefault) {
     EXPECT_EQ(run.unit, "standard");
     EXPECT_EQ(run.world, "laboratory");
     EXPECT_EQ(run.scenario_digest, "fnv1a64:0");
-    ASSERT_EQ(run.settings.size(), 1U);
-    EXPECT_EQ(run.settings[0].name, "pose.pitch_deg");
-    EXPECT_EQ(run.settings[0].value, 12);
-    EXPECT_EQ(run.settings[0].source, "command line");
+    ASSERT_EQ(run.settings.size(), vp::parameters().size());
+    EXPECT_EQ(run.settings[0].name, "pose.distance_mm");
+    EXPECT_EQ(run.settings[0].value, 1500);
+    EXPECT_EQ(run.settings[0].source, "default");
+    EXPECT_EQ(run.settings[1].name, "pose.pitch_deg");
+    EXPECT_EQ(run.settings[1].value, 12);
+    EXPECT_EQ(run.settings[1].source, "command line");
+}
+
+TEST_F(TheSettingsOfARun, KeepAUnitOnTheBenchWithinTheParametersRange) {
+    options.parameters = {{"bench.holds_unit", 1}, {"bench.depth_mm_sigma", 50}, {"pose.distance_mm", 100}};
+    for (options.unit_seed = 1; *options.unit_seed <= 12; ++*options.unit_seed) {
+        options.unit = project_file("units/exact.json");
+        const vp::RunSettings run = vp::make_world(options, scenario);
+        const vp::BenchErrors errors = vp::bench_errors(run.world.settings().bench, *options.unit_seed);
+        EXPECT_EQ(run.world.get("pose.distance_mm"), std::max(100.0, 100 + errors.depth_mm));
+    }
 }
 
 TEST_F(TheSettingsOfARun, ArePrintedOneALineInEightyColumns) {

@@ -9,13 +9,15 @@
 namespace vp {
 namespace {
 
+constexpr double reference_c = 25;  // where the bias drift is none
+
 struct Gravity : ::testing::Test {
     GravitySettings gravity = standard_settings().gravity;
 
     std::array<double, 3> clean(const Pose& pose, const Vec3& acceleration = {}) const {
         GravitySettings perfect = gravity;
         perfect.noise_sigma = perfect.offset_x = perfect.offset_y = perfect.offset_z = 0;
-        return gravity_sample(perfect, pose, acceleration, 1, 0);
+        return gravity_sample(perfect, pose, acceleration, 1, 0, reference_c);
     }
 };
 
@@ -58,14 +60,14 @@ TEST_F(Gravity, AddsItsOwnOffsetsAndNoise) {
     std::array<double, 3> sums{};
     constexpr int samples = 2000;
     for (int i = 0; i < samples; ++i) {
-        const std::array<double, 3> sample = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i);
+        const std::array<double, 3> sample = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i, reference_c);
         for (std::size_t axis = 0; axis < 3; ++axis) sums[axis] += sample[axis] / samples;
     }
     EXPECT_NEAR(sums[0], 12, 0.2);
     EXPECT_NEAR(sums[1], -7, 0.2);
     EXPECT_NEAR(sums[2], 1030, 0.2);
-    EXPECT_NE(gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 0),
-              gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 1));
+    EXPECT_NE(gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 0, reference_c),
+              gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, 1, reference_c));
 }
 
 TEST_F(Gravity, TheNoiseOfEachAxisIsItsOwn) {
@@ -74,7 +76,7 @@ TEST_F(Gravity, TheNoiseOfEachAxisIsItsOwn) {
     std::array<double, 3> products{};
     constexpr int samples = 4000;
     for (int i = 0; i < samples; ++i) {
-        std::array<double, 3> noise = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i);
+        std::array<double, 3> noise = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i, reference_c);
         noise[2] -= gravity.units_per_g;
         for (std::size_t axis = 0; axis < 3; ++axis) {
             squares[axis] += noise[axis] * noise[axis];
@@ -134,7 +136,8 @@ TEST_F(Gravity, TheFanShakesEachAxisAtItsOwnPhase) {
     GravitySettings perfect = gravity;
     perfect.noise_sigma = perfect.offset_x = perfect.offset_y = perfect.offset_z = 0;
     for (int index = 0; index < 8; ++index) {
-        const std::array<double, 3> sample = gravity_sample(perfect, {1500, 0, 0, 0, 0}, {}, 1, index);
+        const std::array<double, 3> sample =
+            gravity_sample(perfect, {1500, 0, 0, 0, 0}, {}, 1, index, reference_c);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const double wave = std::sin(2 * pi * (0.25 * index + phase[axis]));
             EXPECT_NEAR(sample[axis], rest[axis] + sign[axis] * 20 * wave, 1e-6) << index << " " << axis;
@@ -150,7 +153,7 @@ TEST_F(Gravity, SpikesHitAsManySamplesAsTheirProbabilitySaysUpAndDownOnEveryAxis
     int up[3] = {};
     int down[3] = {};
     for (int i = 0; i < samples; ++i) {
-        std::array<double, 3> sample = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i);
+        std::array<double, 3> sample = gravity_sample(gravity, {1500, 0, 0, 0, 0}, {}, 1, i, reference_c);
         sample[2] -= 1000;
         int hit = 0;
         for (std::size_t axis = 0; axis < 3; ++axis) {

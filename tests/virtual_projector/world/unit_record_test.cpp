@@ -7,6 +7,7 @@
 #include <sstream>
 #include <vector>
 
+#include "virtual_projector/world/lens_sensor.h"
 #include "virtual_projector/world/optics.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -137,18 +138,53 @@ TEST_F(UnitRecord, FindsTheNearestWholeStepOfALensMountBetweenTwo) {
 }
 
 // Tipped by a small angle the sensor reads g times its sine on the axis that it is tipped about.
+// A lens sensor that is far out gives numbers of many digits.
+TEST_F(UnitRecord, CutsATableOffThatIsTooLongForIt) {
+    s.tmr.slope_per_step = 1000;
+    s.tmr.zero_steps = 1000;
+    s.lens.infinity_steps = -100;
+    const std::string table = lens_table_text(s);
+    ASSERT_GT(table.size(), 200U);
+    const Record record = factory_record(s);
+    EXPECT_EQ(text_at(record, 0), table.substr(0, 149));
+    EXPECT_EQ(text_at(record, 150), gravity_offsets_text(s));
+}
+
 TEST_F(UnitRecord, TakesTheJigsTiltForAnOffsetOfTheGravitySensor) {
     BenchErrors bench;
     bench.pitch_deg = 1;
     EXPECT_EQ(gravity_offsets_text(s, bench).substr(0, 3), "12,");
     const std::vector<int> pitched = numbers_of(gravity_offsets_text(s, bench));
-    EXPECT_EQ(std::abs(pitched[1] - -7), 17);  // 1000 sin 1 degree = 17.45
+    // With the lens up by a degree the sensor's back axis feels 1000 sin 1 degree = 17.45 less.
+    EXPECT_EQ(pitched[1], -7 - 17);
     EXPECT_EQ(pitched[2], 30);
     bench = {};
     bench.roll_deg = 1;
     const std::vector<int> rolled = numbers_of(gravity_offsets_text(s, bench));
-    EXPECT_EQ(std::abs(rolled[0] - 12), 17);
+    EXPECT_EQ(rolled[0], 12 - 17);
     EXPECT_EQ(rolled[1], -7);
+}
+
+// The mean of many samples, with the LED at 44 C.
+TEST_F(UnitRecord, HasNoFanAndNoSpikesInTheGravityOffsetsButTheWarmBenchsDrift) {
+    s.gravity.fan_vibration_mg = 500;
+    s.gravity.spike_probability = 1;
+    s.gravity.noise_sigma = 100;
+    EXPECT_EQ(gravity_offsets_text(s), "12,-7,30");
+    s.gravity.bias_drift_mg_per_c = 1;
+    EXPECT_EQ(gravity_offsets_text(s), "31,12,49");
+}
+
+// The library reads a bent scale, and finds it by its readings.
+TEST_F(UnitRecord, HasTheReadingsOfABentScaleInTheTable) {
+    s.tmr.nonlinearity = 0.02;
+    s.tmr.hysteresis = 10;
+    const std::array<int, 30> table = lens_table(s);
+    const double reference = best_focus_steps(s.lens, s.tmr, 1000, 44);
+    const double bend = nonlinearity_tmr(s.tmr, s.lens, reference);
+    EXPECT_GT(std::abs(bend), 5);
+    EXPECT_EQ(table[4], std::lround(ideal_tmr(s.tmr, reference) + bend - 5));
+    EXPECT_EQ(table[4], sharpest_tmr(s));
 }
 
 }  // namespace

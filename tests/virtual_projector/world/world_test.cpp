@@ -206,8 +206,8 @@ TEST_F(WorldTest, TheTruthKnowsFocusAndPicture) {
     EXPECT_EQ(truth.hdmi_turn_deg, 0);
 }
 
-// Tilted up by p the upper rays (12 degrees above the axis) are longer than the lower ones by the closed form of a
-// plane: 1 / (1 - tan 12 tan p) of the axis.
+// Tilted up by p the upper rays (12 degrees above the axis) are longer than the lower ones by the closed form
+// of a plane: 1 / (1 - tan 12 tan p) of the axis.
 TEST_F(WorldTest, TheTruthKnowsWhatTheToFSensorShouldSay) {
     ASSERT_EQ(world.set("pose.pitch_deg", 10), "");
     const double t = std::tan(radians(12)) * std::tan(radians(10));
@@ -218,6 +218,13 @@ TEST_F(WorldTest, TheTruthKnowsWhatTheToFSensorShouldSay) {
     EXPECT_NEAR(truth.zones_mm[2], truth.zones_mm[0], 1e-9);
     ASSERT_EQ(world.set("tof.blocked_tl_mm", 700), "");
     EXPECT_NEAR(world.truth().zones_mm[2], 700, 1e-9);
+}
+
+TEST_F(WorldTest, TheBarrelsTemperatureIsTakenInWhateverOrderItIsSet) {
+    ASSERT_EQ(world.set("lens.barrel_c", 20), "");
+    ASSERT_EQ(world.set("lens.barrel_time_constant_s", 600), "");
+    ASSERT_EQ(world.set("led.temperature_c", 50), "");
+    EXPECT_EQ(world.get("lens.barrel_c"), 20);
 }
 
 // In eight zones the outer columns look 18 degrees to the sides.

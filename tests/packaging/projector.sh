@@ -21,7 +21,7 @@ focus_with() {
     project "$2/root/usr/bin/virtual-projector" --scenario "$stories/first-light.json" \
         --trace "$1.trace" --trace-detail events -- "$1" >"$1.words" 2>&1 || { tail "$1.words"; return 1; }
     grep -x 'the run has ended' "$1.words" || { tail "$1.words"; return 1; }
-    sed -n '1p;$p' "$1.trace" | sed -n 's/.*\("sharpness":[0-9.]*\).*/\1/p' | {
+    sed -n 's/.*\("sharpness":[0-9.]*\).*/\1/p' "$1.trace" | sed -n '1p;$p' | {
         IFS=: read -r _ before
         IFS=: read -r _ after
         echo "sharpness $before before, $after after"

@@ -16,7 +16,7 @@ namespace vp {
 namespace {
 
 constexpr std::size_t max_decisions = 10;
-constexpr std::size_t max_moves = 9;
+constexpr std::size_t max_moves = 7;
 constexpr std::size_t max_turns = 4;
 
 __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {

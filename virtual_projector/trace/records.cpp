@@ -109,13 +109,14 @@ ordered_json json_of(const CallRecord& record) {
 
 bool tell_the_same(const TruthRecord& a, const TruthRecord& b) {
     bool same = true;
-    TruthRecord::for_each_cause([&](const char*, auto member) { same = same && a.*member == b.*member; });
+    TruthRecord::for_each_member(
+        [&](const char*, auto member, bool cause) { same = same && (!cause || a.*member == b.*member); });
     return same;
 }
 
 ordered_json json_of(const TruthRecord& truth) {
     ordered_json json;
-    TruthRecord::for_each_member([&](const char* key, auto member) { json[key] = truth.*member; });
+    TruthRecord::for_each_member([&](const char* key, auto member, bool) { json[key] = truth.*member; });
     return json;
 }
 
@@ -156,7 +157,7 @@ CallLine call_line_from(const nlohmann::json& line) {
 TruthRecord truth_from(const nlohmann::json& truth) {
     TruthRecord record;
     TruthRecord::for_each_member(
-        [&](const char* key, auto member) { record.*member = truth.value(key, record.*member); });
+        [&](const char* key, auto member, bool) { record.*member = truth.value(key, record.*member); });
     return record;
 }
 

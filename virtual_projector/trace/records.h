@@ -106,46 +106,48 @@ struct TruthRecord {
     double axis_mm = 0;
     std::array<double, 4> zones_mm{};  // -1: nothing there
 
-    /// Calls visit(key, pointer to the member) for each member, in the order in which they stand in a record.
+    /// Calls visit(key, pointer to the member, cause) for each member, in the order in which they stand in a
+    /// record. A change of a cause is a reason to write a record; of what follows from them, a last digit alone
+    /// is no news.
     template <typename Visit>
     static void for_each_member(Visit&& visit) {
-        for_each_cause(visit);
-        for_each_consequence(visit);
+        for_each_of_the_unit(visit);
+        for_each_of_the_picture(visit);
     }
-    /// The same for those of which a change is a reason to write a record.
+
+private:
     template <typename Visit>
-    static void for_each_cause(Visit&& visit) {
-        visit("distance_mm", &TruthRecord::distance_mm);
-        visit("pitch_deg", &TruthRecord::pitch_deg);
-        visit("yaw_deg", &TruthRecord::yaw_deg);
-        visit("roll_deg", &TruthRecord::roll_deg);
-        visit("mounting", &TruthRecord::mounting);
-        visit("led_c", &TruthRecord::led_c);
-        visit("lens_tmr", &TruthRecord::lens_tmr);
-        visit("lens_error_tmr", &TruthRecord::lens_error_tmr);
-        visit("sharpness", &TruthRecord::sharpness);
-        visit("top_width", &TruthRecord::top_width);
-        visit("bottom_width", &TruthRecord::bottom_width);
-        visit("left_side_deg", &TruthRecord::left_side_deg);
-        visit("right_side_deg", &TruthRecord::right_side_deg);
-        visit("edge_difference", &TruthRecord::edge_difference);
-        visit("on_wall", &TruthRecord::on_wall);
-        visit("hdmi_turn_deg", &TruthRecord::hdmi_turn_deg);
-        visit("menu_turn_deg", &TruthRecord::menu_turn_deg);
-        visit("light_used", &TruthRecord::light_used);
-        visit("axis_mm", &TruthRecord::axis_mm);
+    static void for_each_of_the_unit(Visit&& visit) {
+        visit("distance_mm", &TruthRecord::distance_mm, true);
+        visit("pitch_deg", &TruthRecord::pitch_deg, true);
+        visit("yaw_deg", &TruthRecord::yaw_deg, true);
+        visit("roll_deg", &TruthRecord::roll_deg, true);
+        visit("mounting", &TruthRecord::mounting, true);
+        visit("led_c", &TruthRecord::led_c, true);
+        visit("lens_tmr", &TruthRecord::lens_tmr, true);
+        visit("lens_error_tmr", &TruthRecord::lens_error_tmr, true);
+        visit("sharpness", &TruthRecord::sharpness, true);
+        visit("top_width", &TruthRecord::top_width, true);
+        visit("bottom_width", &TruthRecord::bottom_width, true);
     }
-    /// And for those that follow from them: a last digit of theirs alone is no news.
     template <typename Visit>
-    static void for_each_consequence(Visit&& visit) {
-        visit("top_edge_deg", &TruthRecord::top_edge_deg);
-        visit("bottom_edge_deg", &TruthRecord::bottom_edge_deg);
-        visit("worst_edge_deg", &TruthRecord::worst_edge_deg);
-        visit("side_difference", &TruthRecord::side_difference);
-        visit("outline_mm", &TruthRecord::outline_mm);
-        visit("blur_px", &TruthRecord::blur_px);
-        visit("blur_corner_px", &TruthRecord::blur_corner_px);
-        visit("zones_mm", &TruthRecord::zones_mm);
+    static void for_each_of_the_picture(Visit&& visit) {
+        visit("left_side_deg", &TruthRecord::left_side_deg, true);
+        visit("right_side_deg", &TruthRecord::right_side_deg, true);
+        visit("edge_difference", &TruthRecord::edge_difference, true);
+        visit("on_wall", &TruthRecord::on_wall, true);
+        visit("hdmi_turn_deg", &TruthRecord::hdmi_turn_deg, true);
+        visit("menu_turn_deg", &TruthRecord::menu_turn_deg, true);
+        visit("top_edge_deg", &TruthRecord::top_edge_deg, false);
+        visit("bottom_edge_deg", &TruthRecord::bottom_edge_deg, false);
+        visit("worst_edge_deg", &TruthRecord::worst_edge_deg, false);
+        visit("side_difference", &TruthRecord::side_difference, false);
+        visit("blur_px", &TruthRecord::blur_px, false);
+        visit("blur_corner_px", &TruthRecord::blur_corner_px, false);
+        visit("light_used", &TruthRecord::light_used, true);
+        visit("outline_mm", &TruthRecord::outline_mm, false);
+        visit("axis_mm", &TruthRecord::axis_mm, true);
+        visit("zones_mm", &TruthRecord::zones_mm, false);
     }
 };
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "virtual_projector/world/wall.h"
-
 namespace vp {
 namespace {
 
 constexpr double square_mm_per_square_m = 1e6;
+// A ray whose angle to a plane has no larger sine never meets it: of a right angle's cosine no more is left.
+constexpr double parallel = 1e-9;
 constexpr double min_upright = 1e-6;  // of the main wall's normal: less, and it is a ceiling without corners
 
 double length_of(const Vec3& v) { return std::sqrt(dot(v, v)); }

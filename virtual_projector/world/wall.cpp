@@ -1,6 +1,5 @@
 #include "virtual_projector/world/wall.h"
 
-#include <cmath>
 #include <limits>
 
 namespace vp {
@@ -40,8 +39,7 @@ double axial_distance_mm(const Vec3& direction, double distance_mm, double ray_x
 // The wall passes through (0, distance, 0) and is at right angles to `direction`.
 double ray_length_to_wall(const Vec3& direction, double distance_mm, const Vec3& ray) {
     const double along = dot(direction, ray);
-    if (along <= parallel * std::sqrt(dot(ray, ray)) || direction.y <= parallel)
-        return std::numeric_limits<double>::infinity();
+    if (along <= 0 || direction.y <= 0) return std::numeric_limits<double>::infinity();
     return distance_mm * direction.y / along;
 }
 

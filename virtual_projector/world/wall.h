@@ -7,9 +7,6 @@
 
 namespace vp {
 
-/// A ray whose angle to a plane has no larger sine never meets it: more is not left of a right angle's cosine.
-constexpr double parallel = 1e-9;
-
 /// The unit's axes in the room. Mounting and roll turn it about its optical axis (right side up), pitch
 /// raises the axis, yaw turns it to the right.
 Orientation unit_orientation(const Pose& pose);

@@ -69,9 +69,8 @@ TEST(AUnitFile, IsRefusedWithThePlaceOfItsMistake) {
         const char* members;
         const char* mistake;
     } table[] = {
-        {"pose.pitch_deg", R"("distribution": "uniform", "min": 0, "max": 1)",
-         ": expected a parameter of a unit: none of pose, wall, room, hand, bench, no unit.serial, found "
-         "{\"distribution\":\"uniform\",\"min\":0,\"max\":1}"},
+        {"pose.pitch_deg", "",
+         ": expected a parameter of a unit: none of pose, wall, room, hand, bench, no unit.serial, found {}"},
         {"tof.noise_mm", R"("distribution": "log_normal", "median": 0, "sigma": 1)",
          ".median: expected a number above 0, found 0"},
         {"lens.step_um", "", ": expected an object with \"distribution\", found {}"},

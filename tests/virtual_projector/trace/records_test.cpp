@@ -117,7 +117,7 @@ struct Numbering {
 TruthRecord distinct_truth() {
     TruthRecord truth;
     Numbering numbering;
-    TruthRecord::for_each_member([&](const char*, auto member) { numbering.fill(truth.*member); });
+    TruthRecord::for_each_member([&](const char*, auto member, bool) { numbering.fill(truth.*member); });
     truth.on_wall = false;
     return truth;
 }

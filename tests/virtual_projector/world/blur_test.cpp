@@ -44,6 +44,21 @@ TEST(Blur, GrowsWithTheErrorOfTheLens) {
     }
 }
 
+// Nearer than the focal length there is no image behind the lens; the cone that seems to come from before it is
+// cut all the same, the wider the nearer it is.
+TEST(Blur, GoesOnGrowingNearerThanTheFocalLength) {
+    Settings settings = defocused(0);
+    settings.lens.focal_length_mm = 50;
+    PictureShape shape = shape_of(settings, 0);
+    for (PictureCorner& corner : shape.corners) corner.axial_mm = 40;
+    const double v = 50.0 * 40 / (40 - 50);
+    const double best = settings.lens.infinity_steps + 1000 * (v - 50) / settings.lens.step_um;
+    const double error_mm = std::abs(settings.lens.position_steps - best) * settings.lens.step_um / 1000;
+    const double pixel_mm = 50 / settings.picture.throw_ratio / panel_width;
+    EXPECT_NEAR(picture_blur(settings, distance_mm, shape).corner_px, error_mm * 50 / (2 * 200) / pixel_mm,
+                1e-6);
+}
+
 TEST(Blur, ShrinksWithTheOpening) {
     Settings settings = defocused(36);
     const double open = blur_of(settings).middle_px;

@@ -48,6 +48,17 @@ TEST_F(RoomTest, AWallSquarelyFacedIsAsFarAsTheCosineMakesIt) {
     EXPECT_TRUE(std::isinf(met({0, -1, 0}).length));
 }
 
+// Pointed straight up, of the cosine of a right angle 6e-17 are left, which is no way to the wall.
+TEST_F(RoomTest, AWallAlongTheAxisIsNeverMet) {
+    const Orientation unit = unit_orientation({2000, 90, 0, 0, 0});
+    room.wall_point = 2000 * unit.forward;
+    for (const double bow : {0.0, 1.0}) {
+        room.settings.bow_mm_per_m = bow;
+        for (const Vec3& ray : {Vec3{0, 1, 0}, {0, 1, 0.2}, {0, 1, -0.2}, {0.3, 1, 0}})
+            EXPECT_TRUE(std::isinf(met(unit.to_room(ray)).length));
+    }
+}
+
 TEST_F(RoomTest, LengthsCountTheDirectionsOwnLength) {
     EXPECT_NEAR(met({0, 4, 3}).length, 500, 1e-9);
     EXPECT_NEAR(met({0, 0.8, 0.6}).length, 2500, 1e-9);

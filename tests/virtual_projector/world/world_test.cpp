@@ -305,6 +305,14 @@ TEST_F(WorldTest, TheTmrReadingLagsByTheSideTheLensCameFrom) {
     EXPECT_EQ(world.tmr_reading(), 6 + 4);
 }
 
+TEST_F(WorldTest, ATableSinksNoFartherThanUpright) {
+    set("pose.pitch_deg", 80);
+    set("hand.table_sink_deg_per_h", 60);
+    world.advance_to(3600 * microseconds_per_second);
+    EXPECT_EQ(world.get("pose.pitch_deg"), 90);
+    EXPECT_EQ(world.truth().pose.pitch_deg, 90);
+}
+
 TEST_F(WorldTest, ATableSinksEvenlyWhileNobodyHoldsTheUnit) {
     set("hand.table_sink_deg_per_h", 2);
     set("pose.pitch_deg", 3);

@@ -16,8 +16,9 @@ namespace vp {
 namespace {
 
 constexpr std::size_t max_decisions = 10;
-constexpr std::size_t max_moves = 7;
+constexpr std::size_t max_moves = 6;
 constexpr std::size_t max_turns = 4;
+constexpr std::size_t page_width = 80;
 
 __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
     char line[240];
@@ -112,12 +113,20 @@ std::string level_edges(const TruthAt& truth) {
     return angles(truth, truth.top_edge_deg, truth.bottom_edge_deg);
 }
 
-std::string percent(double share) { return text("%.1f", 100 * share); }
+std::string worst_edge(const TruthAt& truth) {
+    constexpr double percent = 100;
+    return truth.on_wall ? text("%.2f/%.1f", truth.worst_edge_deg, percent * truth.side_difference)
+                         : "not on wall";
+}
 
-std::string edges(const TruthAt& truth) { return text("%d/%d", truth.top_width, truth.bottom_width); }
+// The widths of the panel's edges, and the share of its light that is left.
+std::string edges(const TruthAt& truth) {
+    constexpr double percent = 100;
+    return text("%d/%d %.0f%%", truth.top_width, truth.bottom_width, percent * truth.light_used);
+}
 
 std::string row(const char* what, const std::string& before, const std::string& after) {
-    return text("%-34s %12s %12s", what, before.c_str(), after.c_str());
+    return text("%-34s %14s %14s", what, before.c_str(), after.c_str());
 }
 
 std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& after) {
@@ -128,12 +137,24 @@ std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& af
         row("blur, middle/corner (pixels)", blur(before), blur(after)),
         row("left/right side from upright (deg)", sides(before), sides(after)),
         row("top/bottom edge from level (deg)", level_edges(before), level_edges(after)),
-        row("edges top/bottom (pixels)", edges(before), edges(after)),
-        row("light used (% of the panel)", percent(before.light_used), percent(after.light_used))};
+        row("worst edge (deg), sides differ (%)", worst_edge(before), worst_edge(after)),
+        row("edges top/bottom (px), light used", edges(before), edges(after))};
     if (before.hdmi_turn_deg != 0 || after.hdmi_turn_deg != 0) {
         rows.push_back(row("picture", turn_in_words(before.hdmi_turn_deg), turn_in_words(after.hdmi_turn_deg)));
     }
     return rows;
+}
+
+std::string length(double mm) { return mm < 0 ? "none" : text("%.0f", mm); }
+
+// Where the picture is, and what the sensors should say.
+std::vector<std::string> format_places(const TruthAt& after) {
+    std::string outline;
+    for (const auto& [x_mm, z_mm] : after.outline_mm) outline += text(" %.0f,%.0f", x_mm, z_mm);
+    const auto& zones = after.zones_mm;
+    return {"Outline on the wall (mm, x,z):" + (after.on_wall ? outline : " none") + ".",
+            "True distances (mm): axis " + length(after.axis_mm) + "; zones right " + length(zones[0]) + ", " +
+                length(zones[1]) + ", left " + length(zones[2]) + ", " + length(zones[3]) + "."};
 }
 
 std::string format_start(const TruthAt& before) {
@@ -150,15 +171,38 @@ std::vector<std::string> format_place(const RunRecord& run) {
     return {line + "."};
 }
 
+void append_count(std::vector<std::string>& counts, double count, const char* what) {
+    if (count != 0) counts.push_back(text("%.0f %s%s", count, what, count == 1 ? "" : "s"));
+}
+
 // Of the run alone: what was before it is no part of its story.
+std::vector<std::string> wear_of(const Wear& wear) {
+    std::vector<std::string> counts;
+    append_count(counts, wear.full_steps, "full step");
+    append_count(counts, wear.half_steps, "half step");
+    append_count(counts, wear.orders, "order");
+    append_count(counts, wear.reversals, "reversal");
+    if (wear.travel_mm != 0) counts.push_back(text("%.2f mm", wear.travel_mm));
+    if (wear.motor_on_s != 0) counts.push_back(text("motor on %.1f s", wear.motor_on_s));
+    append_count(counts, wear.end_stop_steps, "end stop step");
+    append_count(counts, wear.lost_steps, "lost step");
+    append_count(counts, wear.heat_cycles, "heat cycle");
+    append_count(counts, wear.record_writes, "record write");
+    append_count(counts, wear.width_writes, "width write");
+    return counts;
+}
+
 std::vector<std::string> format_wear(const TraceContents& trace) {
     if (!trace.wear) return {};
-    const Wear& wear = trace.wear->run;
-    return {text("Wear: %.0f full and %.0f half steps, %.0f orders, %.0f reversals, %.0f heat cycles,",
-                 wear.full_steps, wear.half_steps, wear.orders, wear.reversals, wear.heat_cycles),
-            text("  %.2f mm, motor on %.1f s, %.0f at a stop, %.0f lost; %.0f record, %.0f width writes.",
-                 wear.travel_mm, wear.motor_on_s, wear.end_stop_steps, wear.lost_steps, wear.record_writes,
-                 wear.width_writes)};
+    std::vector<std::string> lines = {"Wear:"};
+    std::vector<std::string> counts = wear_of(trace.wear->run);
+    if (counts.empty()) counts.emplace_back("none");
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const std::string piece = " " + counts[i] + (i + 1 < counts.size() ? "," : ".");
+        if (lines.back().size() + piece.size() > page_width) lines.emplace_back(" ");
+        lines.back() += piece;
+    }
+    return lines;
 }
 
 std::string format_times(const std::string& summary_path) {
@@ -185,6 +229,7 @@ std::vector<std::string> format_story(const StorySources& sources) {
     append(story, format_turns(trace));
     if (!sources.library_log.empty()) story.push_back(format_toasts(log));
     append(story, format_outcome(trace.truths.front(), trace.truths.back()));
+    append(story, format_places(trace.truths.back()));
     append(story, format_wear(trace));
     story.push_back(format_times(sources.summary));
     return story;

@@ -20,6 +20,8 @@ constexpr const char* after =
     R"({"t_us":400000,"truth":{"distance_mm":1500.0,"pitch_deg":12.0,"led_c":45.0,"lens_error_tmr":-0.1,)"
     R"("sharpness":1.0,"top_width":1148,"bottom_width":1280,"left_side_deg":-0.04,"right_side_deg":0.04,)"
     R"("top_edge_deg":0.1,"bottom_edge_deg":-0.1,"blur_corner_px":0.6,"light_used":0.948,)"
+    R"("worst_edge_deg":0.1,"side_difference":-0.0213,"axis_mm":1500.4,"zones_mm":[1571.2,1435.1,-1,1436],)"
+    R"("outline_mm":[[-653.2,731],[653,731],[652,-63.4],[-652,-63]],)"
     R"("hdmi_turn_deg":180}})"
     "\n";
 
@@ -55,15 +57,17 @@ TEST_F(StoryTest, ShowsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
                   "     0.400 s  picture: top 1148, bottom 1280 pixels wide",
                   "The viewer sees the picture upright, from 0.400 s upside down.",
                   "Toasts sent to the host: none.",
-                  "                                         before        after",
-                  "sharpness (0 to 1)                        0.004        1.000",
-                  "lens error (TMR units)                    197.9         -0.1",
-                  "blur, middle/corner (pixels)           9.9/12.1      0.0/0.6",
-                  "left/right side from upright (deg)   -5.45/5.45   -0.04/0.04",
-                  "top/bottom edge from level (deg)     0.50/-0.50   0.10/-0.10",
-                  "edges top/bottom (pixels)             1280/1280    1148/1280",
-                  "light used (% of the panel)               100.0         94.8",
-                  "picture                                 upright  upside down",
+                  "                                           before          after",
+                  "sharpness (0 to 1)                          0.004          1.000",
+                  "lens error (TMR units)                      197.9           -0.1",
+                  "blur, middle/corner (pixels)             9.9/12.1        0.0/0.6",
+                  "left/right side from upright (deg)     -5.45/5.45     -0.04/0.04",
+                  "top/bottom edge from level (deg)       0.50/-0.50     0.10/-0.10",
+                  "worst edge (deg), sides differ (%)       0.00/0.0      0.10/-2.1",
+                  "edges top/bottom (px), light used  1280/1280 100%  1148/1280 95%",
+                  "picture                                   upright    upside down",
+                  "Outline on the wall (mm, x,z): -653,731 653,731 652,-63 -652,-63.",
+                  "True distances (mm): axis 1500; zones right 1571, 1435, left none, 1436.",
                   "Simulated time 0.350 s, real time 0.009 s.",
               }));
 }
@@ -85,10 +89,23 @@ TEST_F(StoryTest, LeavesOutWhatThereIsNot) {
     sources.title.clear();
     sources.library_log.clear();
     const std::vector<std::string> story = story_of(before);
-    ASSERT_EQ(story.size(), 10U);
+    ASSERT_EQ(story.size(), 12U);
     EXPECT_EQ(story[0], "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.");
-    EXPECT_EQ(story[1], "                                         before        after");
-    EXPECT_EQ(story[8], "light used (% of the panel)               100.0        100.0");
+    EXPECT_EQ(story[1], "                                           before          after");
+    EXPECT_EQ(story[8], "edges top/bottom (px), light used  1280/1280 100% 1280/1280 100%");
+}
+
+TEST_F(StoryTest, SaysNothingOfAPictureThatIsNotOnTheWall) {
+    const std::vector<std::string> story =
+        story_of(R"({"t_us":0,"truth":{"on_wall":false,"blur_px":3.6,"axis_mm":-1}})"
+                 "\n");
+    const auto has = [&story](const char* line) {
+        return std::find(story.begin(), story.end(), line) != story.end();
+    };
+    EXPECT_TRUE(has("blur, middle/corner (pixels)                3.6/-          3.6/-"));
+    EXPECT_TRUE(has("worst edge (deg), sides differ (%)    not on wall    not on wall"));
+    EXPECT_TRUE(has("Outline on the wall (mm, x,z): none."));
+    EXPECT_TRUE(has("True distances (mm): axis none; zones right 0, 0, left 0, 0."));
 }
 
 TEST_F(StoryTest, ShowsTheFirstTurnsOfThePictureAndCountsTheRest) {
@@ -124,8 +141,8 @@ TEST_F(StoryTest, IsNeverLongerThan38LinesAndKeepsBeginningAndEndOfLongLists) {
     EXPECT_EQ(story[8], "  ... and 91 more ...");
     EXPECT_EQ(story[12], "  their mean in range is 99 mm");
     EXPECT_EQ(story[14], "     0.000 s  event 0");
-    EXPECT_EQ(story[17], "  ... and 95 more ...");
-    EXPECT_EQ(story[20], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
+    EXPECT_EQ(story[17], "  ... and 96 more ...");
+    EXPECT_EQ(story[19], "     0.400 s  picture: top 1148, bottom 1280 pixels wide");
 }
 
 TEST_F(StoryTest, SumsUpTheWearOfTheRunWithinTheWidthOfAPage) {
@@ -138,9 +155,12 @@ TEST_F(StoryTest, SumsUpTheWearOfTheRunWithinTheWidthOfAPage) {
     story.pop_back();
     const std::string second = story.back();
     story.pop_back();
-    EXPECT_EQ(story.back(), "Wear: 12345 full and 2345 half steps, 1234 orders, 321 reversals, 2 heat cycles,");
-    EXPECT_EQ(second, "  123.46 mm, motor on 98.8 s, 12 at a stop, 3 lost; 1 record, 345 width writes.");
-    for (const std::string& line : {story.back(), second}) EXPECT_LE(line.size(), 80U) << line;
+    const std::string first = story.back();
+    story.pop_back();
+    EXPECT_EQ(story.back(), "Wear: 12345 full steps, 2345 half steps, 1234 orders, 321 reversals, 123.46 mm,");
+    EXPECT_EQ(first, "  motor on 98.8 s, 12 end stop steps, 3 lost steps, 2 heat cycles,");
+    EXPECT_EQ(second, "  1 record write, 345 width writes.");
+    for (const std::string& line : {story.back(), first, second}) EXPECT_LE(line.size(), 80U) << line;
 }
 
 TEST_F(StoryTest, SaysThatATraceWithoutRecordsIsEmpty) {

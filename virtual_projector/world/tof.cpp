@@ -95,11 +95,19 @@ double weakness_of(const TofScene& scene, const Meeting& met, double distance_mm
     return signal_weakness({distance_mm, met.reflectivity, met.cosine}, scene.room.ambient_klx);
 }
 
+// How dark it is decides on the range in any case; slope and daylight, and how little a sensor has to spare,
+// where the signal is followed.
+bool is_seen(const TofScene& scene, const Meeting& met, double distance_mm, double weakness) {
+    const bool is_followed = scene.tof.follows_signal != 0;
+    constexpr double reserve = 2;  // an ideal sensor would see a white wall in the dark twice as far
+    const double of_the_dark = signal_weakness({distance_mm, met.reflectivity, 1}, 0) / reserve;
+    return std::isfinite(weakness) &&
+           is_within_tof_range(scene.tof, distance_mm, is_followed ? weakness : of_the_dark);
+}
+
 ZoneReading reading(const TofScene& scene, const Meeting& met, double true_mm, double error_mm, double noise) {
     const double weakness = weakness_of(scene, met, true_mm);
-    if (!std::isfinite(weakness) || !is_within_tof_range(scene.tof, true_mm, weakness)) {
-        return nothing_measured();
-    }
+    if (!is_seen(scene, met, true_mm, weakness)) return nothing_measured();
     const double sigma = tof_noise_mm(scene.tof, true_mm, weakness);
     const double measured =
         std::clamp(true_mm + error_mm + sigma * noise, 0.0, static_cast<double>(no_distance_mm));

@@ -27,8 +27,7 @@ double tof_noise_mm(const TofSettings& tof, double distance_mm, double weakness)
 }
 
 bool is_within_tof_range(const TofSettings& tof, double distance_mm, double weakness) {
-    if (!(distance_mm <= tof.range_mm)) return false;
-    return tof.follows_signal == 0 || distance_mm * weakness <= tof.range_mm;
+    return distance_mm <= tof.range_mm && distance_mm * weakness <= tof.range_mm;
 }
 
 }  // namespace vp

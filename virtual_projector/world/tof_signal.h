@@ -33,8 +33,8 @@ double signal_weakness(const Target& target, double ambient_klx);
 /// the signal is followed), and independent of them tof.noise_share * d * (d / 1 m) * weakness.
 double tof_noise_mm(const TofSettings& tof, double distance_mm, double weakness);
 
-/// Whether the sensor measures at all: nearer than tof.range_mm, and where the signal is followed no weaker
-/// than a white wall there in the dark: d * weakness <= range.
+/// Whether the sensor measures at all: nearer than tof.range_mm, and no weaker than a white wall there in the
+/// dark: d * weakness <= range.
 bool is_within_tof_range(const TofSettings& tof, double distance_mm, double weakness);
 
 }  // namespace vp

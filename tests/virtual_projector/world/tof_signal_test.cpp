@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "virtual_projector/world/parameters.h"
 
@@ -46,16 +47,16 @@ TEST(TofNoise, HasAShareOfTheDistanceThatGrowsWithTheDistanceItself) {
     EXPECT_NEAR(tof_noise_mm(tof, 2000, 1), 50, 1e-12) << "independent of the other";
 }
 
-TEST(TofRange, EndsAtItsDistanceWhateverTheSignalUnlessItIsFollowed) {
-    TofSettings tof = standard_settings().tof;
-    EXPECT_TRUE(is_within_tof_range(tof, 4000, 8));
+TEST(TofRange, EndsAtItsDistanceHoweverStrongTheSignal) {
+    const TofSettings tof = standard_settings().tof;
+    EXPECT_TRUE(is_within_tof_range(tof, 4000, 0.5));
     EXPECT_FALSE(is_within_tof_range(tof, 4001, 0.5));
+    EXPECT_FALSE(is_within_tof_range(tof, 100, std::numeric_limits<double>::infinity()));
 }
 
 // In the dark the range falls with the root of the reflectivity.
 TEST(TofRange, ShrinksWithTheSignal) {
-    TofSettings tof = standard_settings().tof;
-    tof.follows_signal = 1;
+    const TofSettings tof = standard_settings().tof;
     struct {
         double reflectivity;
         double cosine;

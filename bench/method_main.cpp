@@ -61,6 +61,7 @@ void for_all(std::size_t count, Work work) {
     std::atomic<std::size_t> next{0};
     std::vector<std::exception_ptr> failures(std::max(1U, std::thread::hardware_concurrency()));
     std::vector<std::thread> workers;
+    workers.reserve(failures.size());
     for (std::exception_ptr& failure : failures) {
         workers.emplace_back([&] {
             try {

@@ -122,7 +122,7 @@ int pthread_sigqueue(pthread_t thread, int number, const sigval value) noexcept 
     return result ? static_cast<int>(*result) : real::pthread_sigqueue(thread, number, value);
 }
 
-int tgkill(pid_t process, pid_t thread, int number) noexcept {
+int tgkill(pid_t process, pid_t thread, int number) {
     const auto result = ask_machine([&](Machine& m) {
         return process == ::getpid() && m.signals() != nullptr ? m.signals()->kill_kernel_thread(thread, number)
                                                                : std::nullopt;

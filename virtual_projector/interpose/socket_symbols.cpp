@@ -14,7 +14,6 @@
 namespace real = vp::real;
 using vp::answer;
 using vp::ask_in_virtual_time;
-using vp::ask_machine;
 using vp::Machine;
 using vp::made;
 

@@ -34,7 +34,7 @@ void add_spike(const GravitySettings& gravity, std::uint64_t seed, std::int64_t 
     if (noise.uniform(index, 0) >= gravity.spike_probability) return;
     const double size = gravity.spike_mg / mg_per_g * gravity.units_per_g;
     const std::uint64_t choice = noise.bits(index, 1);
-    sample.at(choice / 2 % sample.size()) += choice % 2 == 0 ? size : -size;
+    sample.at(static_cast<std::size_t>(choice / 2 % sample.size())) += choice % 2 == 0 ? size : -size;
 }
 
 // When the sensor took the sample, whoever reads it later.

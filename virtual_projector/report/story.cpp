@@ -119,14 +119,10 @@ std::string worst_edge(const TruthAt& truth) {
                          : "not on wall";
 }
 
-// The widths of the panel's edges, and the share of its light that is left.
-std::string edges(const TruthAt& truth) {
-    constexpr double percent = 100;
-    return text("%d/%d %.0f%%", truth.top_width, truth.bottom_width, percent * truth.light_used);
-}
+std::string edges(const TruthAt& truth) { return text("%d/%d", truth.top_width, truth.bottom_width); }
 
 std::string row(const char* what, const std::string& before, const std::string& after) {
-    return text("%-34s %14s %14s", what, before.c_str(), after.c_str());
+    return text("%-34s %12s %12s", what, before.c_str(), after.c_str());
 }
 
 std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& after) {
@@ -138,7 +134,7 @@ std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& af
         row("left/right side from upright (deg)", sides(before), sides(after)),
         row("top/bottom edge from level (deg)", level_edges(before), level_edges(after)),
         row("worst edge (deg), sides differ (%)", worst_edge(before), worst_edge(after)),
-        row("edges top/bottom (px), light used", edges(before), edges(after))};
+        row("edges top/bottom (pixels)", edges(before), edges(after))};
     if (before.hdmi_turn_deg != 0 || after.hdmi_turn_deg != 0) {
         rows.push_back(row("picture", turn_in_words(before.hdmi_turn_deg), turn_in_words(after.hdmi_turn_deg)));
     }
@@ -147,12 +143,14 @@ std::vector<std::string> format_outcome(const TruthAt& before, const TruthAt& af
 
 std::string length(double mm) { return mm < 0 ? "none" : text("%.0f", mm); }
 
-// Where the picture is, and what the sensors should say.
+// Where the picture is, what is left of its light, and what the sensors should say.
 std::vector<std::string> format_places(const TruthAt& after) {
+    constexpr double percent = 100;
     std::string outline;
     for (const auto& [x_mm, z_mm] : after.outline_mm) outline += text(" %.0f,%.0f", x_mm, z_mm);
     const auto& zones = after.zones_mm;
-    return {"Outline on the wall (mm, x,z):" + (after.on_wall ? outline : " none") + ".",
+    return {"Outline (mm, x,z):" + (after.on_wall ? outline : " not on wall") +
+                text("; light used: %.1f %%.", percent * after.light_used),
             "True distances (mm): axis " + length(after.axis_mm) + "; zones right " + length(zones[0]) + ", " +
                 length(zones[1]) + ", left " + length(zones[2]) + ", " + length(zones[3]) + "."};
 }

@@ -116,7 +116,6 @@ struct Session::Parts {
           board(world, *clock, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
-        if (file_trace) file_trace->record_run(run_record(given, scenario, start.settings));
         if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
         summary = std::make_unique<RunSummary>(given.summary, *clock, *machine);
@@ -184,6 +183,10 @@ struct Session::Parts {
         schedule(scenario, std::move(targets));
     }
 
+    void record_run() {
+        if (file_trace) file_trace->record_run(run_record(options, scenario, start.settings));
+    }
+
     void follow_time() {
         clock->on_advance([this](Microseconds now) {
             if (trace) trace->time_is(now);
@@ -223,6 +226,7 @@ Session::Session(const RunOptions& options, RunState* state) {
         // On the wall clock the scenario's first events happen on a thread of the clock's own, and time goes by
         // meanwhile: what follows it comes last, so that the trace begins with what is so at the start.
         const WorldLock lock(*parts_->clock);
+        parts_->record_run();
         parts_->schedule_events();
         if (parts_->trace) parts_->trace->record_now(0);
         parts_->follow_time();

@@ -88,9 +88,10 @@ struct ARunThatIsEnded : ::testing::Test {
         all.insert(all.end(), program.begin(), program.end());
         return all;
     }
-    // Until the program has begun: its trace has.
+    // Until the program has begun: its trace says what is so.
     void wait_for_trace() const {
-        for (int i = 0; i < 1000 && contents_of(trace + ".part").empty(); ++i)
+        const std::string beginning = trace + ".part";
+        for (int i = 0; i < 1000 && contents_of(beginning).find("\"truth\"") == std::string::npos; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     const ScratchFolder folder;

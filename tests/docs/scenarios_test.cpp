@@ -168,7 +168,8 @@ TEST(ThePageOnScenarios, HasEveryMemberOfARun) {
     run.unit_seed = 1;
     run.scenario_digest = "digest";
     run.settings = {{"tmr.offset", 1, "world"}};
-    for (const auto& member : vp::run_line(run).at("run").items())
+    const nlohmann::ordered_json line = vp::run_line(run);
+    for (const auto& member : line.at("run").items())
         EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
 }
 

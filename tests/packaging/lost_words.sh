@@ -7,6 +7,15 @@ launcher=$1 host=$2
 complaints=$(mktemp)
 trap 'rm -f "$complaints"' EXIT
 
+# The launcher's own, too.
+code=0
+project "$launcher" --print-settings >/dev/full 2>"$complaints" || code=$?
+if [ $code -ne 123 ] || ! grep -q '^virtual-projector: the settings could not be written: ' "$complaints"; then
+    echo "--print-settings ended with $code and said:"
+    cat "$complaints"
+    exit 1
+fi
+
 for command in help --help "fan 3"; do
     code=0
     project "$launcher" -- "$host" "$command" >/dev/full 2>"$complaints" || code=$?

@@ -108,6 +108,8 @@ void ProgramSignals::install(EndHandler at_end) {
     notes_read = notes_written.load();
     noted_descriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     for (int signal = 1; signal < _NSIG; ++signal) (void)real::sigaction(signal, nullptr, &actions_[signal]);
+    // Looked up now: a handler could not.
+    (void)real::tgkill(::getpid(), static_cast<pid_t>(::syscall(SYS_gettid)), 0);
     installed.store(this, std::memory_order_release);
     watch_default_ends();
 }

@@ -142,6 +142,9 @@ TEST(TwoTruths, TellTheSameWhenOnlyAConsequenceDiffers) {
     EXPECT_TRUE(tell_the_same(truth, other));
     other.sharpness += 0.001;
     EXPECT_FALSE(tell_the_same(truth, other));
+    other = truth;
+    other.axis_mm -= 800;  // somebody steps into the beam
+    EXPECT_FALSE(tell_the_same(truth, other));
 }
 
 TEST(ATruthThatIsReadBack, IsTheOneThatWasWritten) {

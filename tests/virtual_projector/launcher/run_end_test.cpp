@@ -65,7 +65,10 @@ private:
     [[noreturn]] void become(const std::vector<std::string>& command) const {
         dup2(input_[0], STDIN_FILENO);
         dup2(output_[1], STDOUT_FILENO);
-        for (const int each : {input_[0], input_[1], output_[0], output_[1]}) close(each);
+        // With a standard stream closed, an end of the pipes may have its number.
+        for (const int each : {input_[0], input_[1], output_[0], output_[1]}) {
+            if (each > STDERR_FILENO) close(each);
+        }
         setenv("TMPDIR", temporary_.c_str(), 1);
         std::vector<char*> words;
         for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
@@ -169,7 +172,7 @@ TEST_F(ARunThatIsEnded, TogetherWithItsLauncherLeavesNoProgram) {
 TEST_F(ARunThatIsEnded, ByItsWrapperGoesOnAsLongAsTheProgram) {
     const std::string program = std::string(odd_program) + " 'node and stdin' /sys/class/motor/stop";
     RunningCommand run(command({"sh", "-c",
-                                "exec 3<&0; " + program + " <&3 & until grep -q motor " + trace +
+                                "exec 3<&0; " + program + " <&3 & until grep -q class/motor " + trace +
                                     ".part; do :; done; kill -9 $$"}),
                        folder);
     run.wait_for_a_word();

@@ -15,6 +15,7 @@ export interface Curve {
   width?: number;      // pixels
   hidden?: boolean;    // at first
   note?: string;       // more than the label says, shown on pointing at it
+  quiet?: boolean;     // without an entry in the legend
 }
 
 /** A stretch of the scale that is set off, such as what a value may be. Either end may follow a signal. */
@@ -122,8 +123,9 @@ export class Plot {
   private legend(): HTMLElement {
     const { curves, unit } = this.options;
     const entries: Child[] = curves.map((curve, i) => {
-      const value = element("output", { class: "value" });
+      const value = element("span", { class: "value" });
       this.values.push(value);
+      if (curve.quiet) return null;
       const button = element("button", { type: "button", class: "key", "aria-pressed": String(!curve.hidden) },
         element("span", { class: `swatch ${curve.held === "moments" ? "dots" : curve.dash ? "dashes" : ""} ${curve.color}` }),
         curve.label);

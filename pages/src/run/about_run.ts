@@ -1,6 +1,6 @@
 // What the run was made of: settings, seeds, versions, and the command that repeats it; the story in words.
 import { element } from "../shared/dom";
-import { trimmed } from "../shared/format";
+import { counted, trimmed } from "../shared/format";
 import type { RunData, Setting } from "./data";
 
 function text_of(value: unknown): string {
@@ -26,24 +26,38 @@ function command_box(command: string): HTMLElement {
   return element("div", { class: "command-box" }, text, copy);
 }
 
+function settings_table(caption: string, settings: readonly Setting[]): HTMLElement {
+  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": `${caption}, scrolls` },
+    element("table", {},
+      element("caption", {}, caption),
+      element("thead", {}, element("tr", {}, ...["Setting", "Value", "From"].map((head) => element("th", { scope: "col" }, head)))),
+      element("tbody", {}, ...settings.map((setting) => element("tr", {},
+        element("td", {}, setting.name),
+        element("td", { class: "number" }, trimmed(setting.value, 6)),
+        element("td", {}, source_of(setting)))))));
+}
+
+function source_of(setting: Setting): string {
+  return setting.from ?? setting.source ?? "";
+}
+
 export function about_run(data: RunData): HTMLElement {
   const facts = Object.entries(data.run).filter(([name, value]) => name !== "settings" && value !== null && value !== "");
   const settings = settings_of(data.run);
+  const chosen = settings.filter((setting) => source_of(setting) !== "default");
+  const defaults = settings.filter((setting) => source_of(setting) === "default");
   return element("section", { class: "panel", "aria-labelledby": "about-title" },
     element("h2", { id: "about-title" }, "What the run was made of"),
     element("p", { class: "about" }, "This command repeats it:"), command_box(data.command),
     element("div", { class: "two" },
       element("dl", { class: "figures" }, ...facts.map(([name, value]) =>
         element("div", {}, element("dt", {}, name.replace(/_/g, " ")), element("dd", {}, text_of(value))))),
-      settings.length === 0 ? element("p", { class: "about" }, "Every setting was at its default.") :
-        element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Settings, scrolls" },
-          element("table", {},
-            element("caption", {}, "Settings that were not at their defaults"),
-            element("thead", {}, element("tr", {}, ...["Setting", "Value", "From"].map((head) => element("th", { scope: "col" }, head)))),
-            element("tbody", {}, ...settings.map((setting) => element("tr", {},
-              element("td", {}, setting.name),
-              element("td", { class: "number" }, trimmed(setting.value, 6)),
-              element("td", {}, setting.from ?? setting.source ?? ""))))))));
+      element("div", {},
+        chosen.length > 0 ? settings_table("Settings that were not at their defaults", chosen) :
+          element("p", { class: "about" }, "Every setting was at its default."),
+        defaults.length > 0 ? element("details", {},
+          element("summary", {}, `${counted(defaults.length, "setting")} at their defaults`),
+          settings_table("Settings at their defaults", defaults)) : null)));
 }
 
 export function story(data: RunData): HTMLElement | null {

@@ -8,6 +8,7 @@ import { style_of } from "./flags";
 import { Happenings } from "./happenings";
 import { Lanes } from "./lanes";
 import { Overview } from "./overview";
+import { other_signals } from "./other_signals";
 import { panels_of, type Panel } from "./panels";
 import { requests_table } from "./requests_table";
 import { PictureCard, ZonesCard } from "./side";
@@ -35,13 +36,13 @@ function build(data: RunData): void {
     element("p", { class: "about" }, "Simulated time passes only where a thread waits; what it does between takes none."),
     new Lanes(data, timeline).root);
   byId("page").replaceChildren(
-    summary(data),
+    summary(data), requests_table(data, timeline),
     element("div", { class: "sticky" }, toolbar.root, new Overview(data, timeline).root),
     element("main", { class: "layout" },
       element("div", { class: "side" },
         new PictureCard(data, timeline).root, new ZonesCard(data, timeline).root, happenings.root),
-      element("div", { class: "curves" }, ...panels_of(data).map((panel) => panel_element(panel, timeline, marks)), lanes),
-      element("div", { class: "below" }, requests_table(data, timeline), about_run(data), story(data))));
+      element("div", { class: "curves" }, ...panels_of(data).map((panel) => panel_element(panel, timeline, marks)), lanes, other_signals(data, timeline, marks)),
+      element("div", { class: "below" }, about_run(data), story(data))));
 }
 
 async function main(): Promise<void> {

@@ -37,7 +37,7 @@ function row(request: Request, timeline: Timeline): HTMLElement {
 export function requests_table(data: RunData, timeline: Timeline): HTMLElement {
   const heads = ["Asked at", "What", "By", "Took", "Outcome", "Blur, px", "Worst edge, °", "Afterwards"];
   if (data.requests.length === 0) return element("p", { class: "note" }, "Nothing was asked for in this run.");
-  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Requests, scrolls sideways" },
+  return element("div", { class: "requests", tabindex: 0, role: "region", "aria-label": "Requests, scrolls" },
     element("table", {},
       element("caption", {}, "Requests"),
       element("thead", {}, element("tr", {}, ...heads.map((head) => element("th", { scope: "col" }, head)))),

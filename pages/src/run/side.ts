@@ -23,7 +23,7 @@ export class PictureCard {
   readonly root: HTMLElement;
   private readonly drawing = new WallPicture();
   private readonly about = element("p", { class: "about" });
-  private readonly figures = element("dl", { class: "figures" });
+  private readonly figures = element("dl", { class: "figures inline" });
   private readonly truth: Map<string, Signal>;
 
   constructor(private readonly data: RunData, private readonly timeline: Timeline) {
@@ -59,7 +59,7 @@ export class PictureCard {
       blur_corners_px: corners,
     });
     const of = request ? `request ${request.n} (${request.kind})` : "the whole run";
-    const text = `Before and after ${of}. Seen facing the wall; spots show the blur, ten times as large.`;
+    const text = `Before and after ${of}. Spots: the blur, ten times as large, in px.`;
     if (this.about.textContent !== text) this.about.textContent = text;
     this.figures.replaceChildren(...this.rows());
   }
@@ -70,7 +70,7 @@ export class PictureCard {
     const worst = this.at("worst_edge_deg");
     const light = this.at("light_used");
     return [
-      figure("blur, middle / worst corner", `${quantity(this.at("blur_px"), "", 1)} / ${quantity(this.at("blur_corner_px"), "px", 1)}`),
+      figure("blur, middle / corner", `${quantity(this.at("blur_px"), "", 1)} / ${quantity(this.at("blur_corner_px"), "px", 1)}`),
       figure("worst edge", worst === null ? "–" : quantity(Math.abs(worst), "deg", 2)),
       figure("light used", light === null ? "–" : `${fixed(light * 100, 1)} %`),
     ];
@@ -100,7 +100,7 @@ export class ZonesCard {
   private show(): void {
     const { zones } = this.data;
     const at = last_at(zones.t, this.timeline.cursor);
-    this.age.textContent = at < 0 ? "Nothing has been sensed yet." : "Sensed, and how far from the true distance; facing the wall.";
+    this.age.textContent = at < 0 ? "Nothing has been sensed yet." : "Sensed, and how far from the true distance.";
     zone_names.forEach((name, zone) => this.show_zone(name, zone, at));
   }
 

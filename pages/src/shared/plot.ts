@@ -353,6 +353,7 @@ export class Plot {
     const ratio = uPlot.pxRatio;
     let drawn = -1;
     paint.save();
+    paint.setLineDash([]);
     paint.lineWidth = ratio;
     for (const mark of this.options.marks?.() ?? []) {
       if (mark.t < this.timeline.from) continue;

@@ -61,6 +61,13 @@ TruthRecord record_of(const Truth& truth) {
         const PictureCorner& corner = truth.picture.corners.at(i);
         record.outline_mm.at(i) = {rounded(corner.x_mm), rounded(corner.z_mm)};
     }
+    record.best_tmr = rounded(truth.best_focus_tmr);
+    record.lens_moving = truth.lens_is_moving;
+    record.backlash_state = rounded(truth.backlash_state);
+    record.barrel_c = rounded(truth.barrel_c);
+    record.drift_tmr = rounded(truth.drift_tmr);
+    record.wall_tilt_deg = rounded(truth.wall.tilt_deg);
+    record.wall_turn_deg = rounded(truth.wall.turn_deg);
     return record;
 }
 

@@ -21,6 +21,10 @@ public:
     TruthTrace(TraceSink& sink, std::function<Truth()> truth);
 
     void record(const CallRecord& record) override;
+    void record_callback(const CallbackRecord& record) override { sink_.record_callback(record); }
+    void record_return(const CallbackReturn& record) override { sink_.record_return(record); }
+    void record_state(const StateRecord& record) override { sink_.record_state(record); }
+    void record_log(const LogRecord& record) override { sink_.record_log(record); }
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
     void record_event(std::int64_t t_us, std::string_view what) override;
 

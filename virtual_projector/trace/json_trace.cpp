@@ -10,7 +10,9 @@
 namespace vp {
 namespace {
 
-constexpr std::array<std::string_view, 4> changing_calls = {"write", "ioctl", "call", "pthread_create"};
+constexpr std::array<std::string_view, 6> changing_calls = {"write",          "ioctl", "call",
+                                                            "pthread_create", "lock",  "unlock"};
+constexpr std::string_view toast = "toast";
 
 // The board encodes in a request's upper three bits which way its data go; 2 is to the program only, such as a
 // sample of a sensor.
@@ -22,7 +24,7 @@ bool only_reads(const CallRecord& record) {
 }
 
 bool belongs_to_changes(const CallRecord& record) {
-    if (record.result < 0) return true;
+    if (record.result < 0 || record.fault != 0) return true;
     if (only_reads(record)) return false;
     for (const std::string_view call : changing_calls) {
         if (record.call == call) return true;
@@ -47,6 +49,20 @@ void JsonTrace::record(const CallRecord& record) {
     if (detail_ == TraceDetail::changes && !belongs_to_changes(record)) return;
     write_line(json_of(record));
 }
+
+void JsonTrace::record_callback(const CallbackRecord& record) {
+    if (detail_ == TraceDetail::events && record.callback != toast) return;
+    write_line(json_of(record));
+}
+
+void JsonTrace::record_return(const CallbackReturn& record) {
+    if (detail_ == TraceDetail::events && record.callback != toast) return;
+    write_line(json_of(record));
+}
+
+void JsonTrace::record_state(const StateRecord& record) { write_line(json_of(record)); }
+
+void JsonTrace::record_log(const LogRecord& record) { write_line(json_of(record)); }
 
 void JsonTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
     write_line(truth_line(t_us, state));

@@ -14,9 +14,9 @@ namespace vp {
 
 /// How much is written; each level holds the one before it.
 enum class TraceDetail {
-    events,   // events and the world's truth
+    events,   // events, the world's truth, toasts, the library's state and its log
     changes,  // and calls that may change the board (write, ioctl that does not only read, call,
-              // pthread_create), and all failures
+              // pthread_create), all failures and what faults changed, locks and the other callbacks
     calls,    // and every other call
 };
 
@@ -32,6 +32,10 @@ public:
     void on_failure(std::function<void()> handler) { failure_handler_ = std::move(handler); }
 
     void record(const CallRecord& record) override;
+    void record_callback(const CallbackRecord& record) override;
+    void record_return(const CallbackReturn& record) override;
+    void record_state(const StateRecord& record) override;
+    void record_log(const LogRecord& record) override;
     void record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) override;
     void record_run(const RunRecord& run) override;
     void record_event(std::int64_t t_us, std::string_view what) override;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
@@ -38,11 +39,33 @@ std::string hexadecimal(std::string_view bytes) {
     return text;
 }
 
+int value_of_digit(char digit) {
+    if (digit >= '0' && digit <= '9') return digit - '0';
+    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+    return -1;
+}
+
+// Empty when it is no row of hexadecimal pairs.
+std::string bytes_of(const std::string& text) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+        const int high = value_of_digit(text[i]);
+        const int low = value_of_digit(text[i + 1]);
+        if (high < 0 || low < 0) return {};
+        bytes += static_cast<char>(high * 16 + low);
+    }
+    return bytes;
+}
+
 void add_argument(ordered_json& line, const CallRecord& record) {
     if (record.call == "open") line[record_key::flags] = open_flags_in_words(record.argument);
     if (record.call == "read" || record.call == "write") line[record_key::count] = record.argument;
     if (record.call == "ioctl") line[record_key::request] = request_text(record.argument);
+    if (!record.request_name.empty()) line[record_key::request_name] = record.request_name;
     if (record.call == "sleep") line[record_key::us] = record.argument;
+    if (record.call == "unlock") line[record_key::held_us] = record.argument;
+    if (record.arguments != nullptr) line[record_key::arguments] = *record.arguments;
+    if (record.took_us != 0) line[record_key::took_us] = record.took_us;
 }
 
 void add_error(ordered_json& line, long result) {
@@ -70,11 +93,36 @@ void add_data(ordered_json& line, const CallRecord& record) {
     }
 }
 
+void add_payload(ordered_json& line, const CallRecord& record) {
+    if (!record.given.empty()) line[record_key::given] = hexadecimal(record.given);
+    if (!record.returned.empty()) line[record_key::returned] = hexadecimal(record.returned);
+    if (record.outputs != nullptr) line[record_key::outputs] = *record.outputs;
+}
+
+void add_fault(ordered_json& line, const CallRecord& record) {
+    if (record.fault == 0) return;
+    line[record_key::fault] = {{record_key::fault_number, record.fault},
+                               {record_key::fault_did, record.fault_did}};
+}
+
 ordered_json line_at(std::int64_t t_us) {
     ordered_json line;
     line[record_key::t_us] = t_us;
     return line;
 }
+
+ordered_json line_of_thread(std::int64_t t_us, int thread, std::string_view name) {
+    ordered_json line = line_at(t_us);
+    if (thread != 0) line[record_key::thread] = thread;
+    if (!name.empty()) line[record_key::name] = name;
+    return line;
+}
+
+ordered_json line_at(const ThreadMoment& moment) {
+    return line_of_thread(moment.t_us, moment.thread, moment.thread_name);
+}
+
+std::string name_in(const nlohmann::json& line) { return line.value(record_key::name, ""); }
 
 ordered_json json_of(const RunRecord& run) {
     ordered_json json;
@@ -95,15 +143,45 @@ ordered_json json_of(const RunRecord& run) {
 }  // namespace
 
 ordered_json json_of(const CallRecord& record) {
-    ordered_json line = line_at(record.t_us);
-    if (record.thread != 0) line[record_key::thread] = record.thread;
-    if (!record.thread_name.empty()) line[record_key::name] = record.thread_name;
+    ordered_json line = line_of_thread(record.t_us, record.thread, record.thread_name);
     line[record_key::call] = record.call;
     if (!record.path.empty()) line[record_key::path] = record.path;
     add_argument(line, record);
     line[record_key::result] = record.result;
     add_error(line, record.result);
     add_data(line, record);
+    add_payload(line, record);
+    add_fault(line, record);
+    return line;
+}
+
+ordered_json json_of(const CallbackRecord& record) {
+    ordered_json line = line_at(record);
+    line[record_key::callback] = record.callback;
+    line[record_key::slot] = record.slot;
+    if (!record.arguments.empty()) line[record_key::arguments] = record.arguments;
+    if (!record.means.empty()) line[record_key::means] = record.means;
+    return line;
+}
+
+ordered_json json_of(const CallbackReturn& record) {
+    ordered_json line = line_at(record);
+    line[record_key::callback_return] = record.callback;
+    line[record_key::slot] = record.slot;
+    if (record.took_us != 0) line[record_key::took_us] = record.took_us;
+    if (record.result != nullptr) line[record_key::result] = *record.result;
+    return line;
+}
+
+ordered_json json_of(const StateRecord& record) {
+    ordered_json line = line_at(record);
+    line[record_key::state] = *record.values;
+    return line;
+}
+
+ordered_json json_of(const LogRecord& record) {
+    ordered_json line = line_at(record);
+    line[record_key::log] = record.text;
     return line;
 }
 
@@ -146,12 +224,68 @@ ordered_json event_line(std::int64_t t_us, std::string_view what) {
 
 CallLine call_line_from(const nlohmann::json& line) {
     CallLine call;
+    call.t_us = line.value(record_key::t_us, std::int64_t{0});
+    call.thread = line.value(record_key::thread, 0);
+    call.thread_name = name_in(line);
     call.call = line.at(record_key::call).get<std::string>();
     call.path = line.value(record_key::path, "");
+    call.us = line.value(call.call == "unlock" ? record_key::held_us : record_key::us, std::int64_t{0});
+    call.took_us = line.value(record_key::took_us, std::int64_t{0});
+    call.request =
+        static_cast<std::uint32_t>(std::strtoul(line.value(record_key::request, "0").c_str(), nullptr, 16));
+    call.request_name = line.value(record_key::request_name, "");
     call.result = line.value(record_key::result, 0L);
     call.error = line.value(record_key::error, "");
     call.data = line.value(record_key::data, "");
+    call.bytes = line.contains(record_key::hex) ? bytes_of(line.value(record_key::hex, "")) : call.data;
+    call.given = bytes_of(line.value(record_key::given, ""));
+    call.returned = bytes_of(line.value(record_key::returned, ""));
+    const auto fault = line.find(record_key::fault);
+    if (fault == line.end()) return call;
+    call.fault = fault->value(record_key::fault_number, 0);
+    call.fault_did = fault->value(record_key::fault_did, "");
     return call;
+}
+
+CallbackLine callback_line_from(const nlohmann::json& line) {
+    CallbackLine callback;
+    callback.t_us = line.value(record_key::t_us, std::int64_t{0});
+    callback.thread = line.value(record_key::thread, 0);
+    callback.thread_name = name_in(line);
+    callback.callback = line.at(record_key::callback).get<std::string>();
+    callback.slot = line.value(record_key::slot, 0);
+    callback.arguments = line.value(record_key::arguments, std::vector<std::int32_t>{});
+    callback.means = line.value(record_key::means, "");
+    return callback;
+}
+
+ReturnLine return_line_from(const nlohmann::json& line) {
+    ReturnLine end;
+    end.t_us = line.value(record_key::t_us, std::int64_t{0});
+    end.thread = line.value(record_key::thread, 0);
+    end.callback = line.at(record_key::callback_return).get<std::string>();
+    end.slot = line.value(record_key::slot, 0);
+    end.took_us = line.value(record_key::took_us, std::int64_t{0});
+    if (line.contains(record_key::result)) end.result = line.at(record_key::result).get<std::int32_t>();
+    return end;
+}
+
+StateLine state_line_from(const nlohmann::json& line) {
+    StateLine state;
+    state.t_us = line.value(record_key::t_us, std::int64_t{0});
+    state.thread = line.value(record_key::thread, 0);
+    for (const auto& [name, value] : line.at(record_key::state).items())
+        state.values.emplace_back(name, value.get<double>());
+    return state;
+}
+
+LogLine log_line_from(const nlohmann::json& line) {
+    LogLine log;
+    log.t_us = line.value(record_key::t_us, std::int64_t{0});
+    log.thread = line.value(record_key::thread, 0);
+    log.thread_name = name_in(line);
+    log.text = line.at(record_key::log).get<std::string>();
+    return log;
 }
 
 TruthRecord truth_from(const nlohmann::json& truth) {

@@ -201,6 +201,9 @@ Truth World::truth() const {
     truth.lens_error_tmr = truth.lens_tmr - truth.best_focus_tmr;
     truth.sharpness = sharpness(s.lens, truth.lens_error_tmr);
     truth.lens_is_moving = motor_.is_running();
+    truth.backlash_state = s.lens.backlash_state;
+    truth.barrel_c = s.lens.barrel_c;
+    truth.drift_tmr = heat_drift_tmr(s.lens, s.lens.barrel_c);
     truth.display = display_;
     truth.picture = picture_shape(pose_, s.wall, s.picture, display_);
     truth.blur = picture_blur(s, pose_.distance_mm, truth.picture);

@@ -47,6 +47,9 @@ struct Truth {
     double lens_error_tmr = 0;  // lens_tmr less best_focus_tmr: positive is too far to the right
     double sharpness = 0;       // 0 to 1
     bool lens_is_moving = false;
+    double backlash_state = 0;  // from 0, taken up to the left, to 1, taken up to the right
+    double barrel_c = 0;
+    double drift_tmr = 0;  // of the best focus, by the barrel's temperature
     Display display;
     PictureShape picture;
     Blur blur;

@@ -483,7 +483,7 @@ TEST(VirtualProjectorCommand, TellsInTheTracesFirstRecordWhatTheRunIsMadeOf) {
         {odd_program, "arguments", "it ran"});
     const std::string first = contents_of(trace).substr(0, contents_of(trace).find('\n'));
     for (const char* member :
-         {R"({"t_us":0,"run":{"format":1,"version":")", R"("seed":1,"unit_seed":4,"unit":"standard",)",
+         {R"({"t_us":0,"run":{"format":2,"version":")", R"("seed":1,"unit_seed":4,"unit":"standard",)",
           R"("world":"living-room",)", R"("pose.pitch_deg":{"value":12.0,"from":"command line"})",
           R"("unit.serial":{"value":4.0,"from":"unit"})"}) {
         EXPECT_NE(first.find(member), std::string::npos) << first;

@@ -130,7 +130,7 @@ TEST_F(TheSettingsOfARun, AllStandInTheTrace) {
     options.parameters = {{"pose.pitch_deg", 12}, {"tmr.offset", 6}};
     scenario.digest = "fnv1a64:0";
     const vp::RunRecord run = vp::run_record(options, scenario, vp::make_world(options, scenario).settings);
-    EXPECT_EQ(run.format, 1);
+    EXPECT_EQ(run.format, 2);
     EXPECT_EQ(run.version, "1.2.3");
     EXPECT_EQ(run.commit, "abc");
     EXPECT_EQ(run.seed, 5U);

@@ -74,7 +74,7 @@ TEST_F(StoryTest, ShowsTheStartTheDecisionsTheMovesTheOutcomeAndTheTimes) {
 
 TEST_F(StoryTest, NamesTheWorldAndTheUnitThatAreNotTheStandardOnes) {
     const auto second_line = [this](const std::string& run) {
-        return story_of("{\"t_us\":0,\"run\":{\"format\":1," + run + "}}\n" + before)[1];
+        return story_of("{\"t_us\":0,\"run\":{\"format\":2," + run + "}}\n" + before)[1];
     };
     const std::string start = "At the start: 1500 mm from the wall, tilted by 12.0 degrees, LED at 45 C.";
     EXPECT_EQ(second_line(R"("world":"laboratory","unit":"standard")"), start);

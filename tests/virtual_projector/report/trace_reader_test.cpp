@@ -46,7 +46,7 @@ TEST(ATrace, HoldsTheTruth) {
 
 TEST(ATrace, HoldsWhatTheRunIsMadeOf) {
     const vp::TraceContents trace =
-        read(R"({"t_us":0,"run":{"format":1,"version":"0.1.0","commit":"abc","seed":7,"unit":"standard",)"
+        read(R"({"t_us":0,"run":{"format":2,"version":"0.1.0","commit":"abc","seed":7,"unit":"standard",)"
              R"("world":"living-room","settings":{"pose.pitch_deg":{"value":12.0,"from":"scenario"}}}})"
              "\n");
     EXPECT_EQ(trace.run.version, "0.1.0");

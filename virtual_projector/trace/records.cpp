@@ -28,17 +28,6 @@ bool is_plain_text(std::string_view bytes) {
     return true;
 }
 
-std::string hexadecimal(std::string_view bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        text += digits[value >> 4];
-        text += digits[value & 15];
-    }
-    return text;
-}
-
 int value_of_digit(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
     if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
@@ -141,6 +130,17 @@ ordered_json json_of(const RunRecord& run) {
 }
 
 }  // namespace
+
+std::string hexadecimal(std::string_view bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += digits[value >> 4];
+        text += digits[value & 15];
+    }
+    return text;
+}
 
 ordered_json json_of(const CallRecord& record) {
     ordered_json line = line_of_thread(record.t_us, record.thread, record.thread_name);

@@ -252,6 +252,9 @@ struct LogLine {
     std::string text;
 };
 
+/// Bytes as they stand in a record: two digits each.
+std::string hexadecimal(std::string_view bytes);
+
 /// The objects that stand on the lines of a trace.
 nlohmann::ordered_json json_of(const CallRecord& record);
 nlohmann::ordered_json json_of(const CallbackRecord& record);

@@ -1,0 +1,4 @@
+// The live page.
+import { byId, element } from "../shared/dom";
+
+byId("page").replaceChildren(element("h1", {}, "Live projector"));

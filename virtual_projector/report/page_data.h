@@ -1,4 +1,4 @@
-// The data of a run's page: one JSON object, made while a trace's records pass by.
+// The data of a run's page: one JSON object.
 //
 //     {"format":1, "title":"…", "run":<the run record's>, "command":"virtual-projector …", "end_us":N,
 //      "signals":[{"name":"truth.lens_tmr","unit":"TMR","about":"…","t":[us…],"v":[number or null…]}, …],
@@ -19,40 +19,15 @@
 #ifndef VIRTUAL_PROJECTOR_REPORT_PAGE_DATA_H
 #define VIRTUAL_PROJECTOR_REPORT_PAGE_DATA_H
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "virtual_projector/report/trace_reader.h"
+#include "virtual_projector/report/run_data.h"
 
 namespace vp {
 
-class PageDataCollector : public TraceVisitor {
-public:
-    PageDataCollector();
-    ~PageDataCollector() override;
-
-    void take_run(const RunRecord& run) override;
-    void take_truth(const TruthAt& truth) override;
-    void take_event(const EventAt& event) override;
-    void take_wear(std::int64_t t_us, const WearAccount& wear) override;
-    void take_call(const CallAt& call) override;
-    void take_callback(const CallbackLine& callback) override;
-    void take_return(const ReturnLine& end) override;
-    void take_state(const StateLine& state) override;
-    void take_log(const LogLine& log) override;
-
-    /// The object as text, once the trace has ended.
-    std::string finish(const std::string& title, const std::vector<std::string>& story);
-
-private:
-    class Work;
-    std::unique_ptr<Work> work_;
-};
-
-/// The same of a trace file, "-" for standard input. Throws TraceError.
-std::string page_data_of(const std::string& trace_path, const std::string& title,
-                         const std::vector<std::string>& story);
+/// The object as text. `title` is the scenario's one line or what the run is to be called.
+std::string page_data(const RunData& run, const std::string& title, const std::vector<std::string>& story);
 
 }  // namespace vp
 

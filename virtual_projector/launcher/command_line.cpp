@@ -146,7 +146,12 @@ void describe_schedule(CLI::App& app, RunOptions& run) {
 
 void describe_story(CLI::App& app, CommandLine& line) {
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
-    app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
+    app.add_flag("--full", line.story_options.full, "with --story: everything, and nothing drawn together")
+        ->needs("--story");
+    app.add_flag("--log", line.story_options.log, "with --story: the library's own log lines in their places")
+        ->needs("--story");
+    app.add_option("--library-log", line.library_log,
+                   "where PROGRAM writes the library's log, for the story of a trace without it")
         ->type_name("FILE");
     app.add_option(
            "--emulator", line.emulator,

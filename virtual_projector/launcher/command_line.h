@@ -8,6 +8,7 @@
 
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_options.h"
+#include "virtual_projector/report/story.h"
 
 namespace vp {
 
@@ -16,6 +17,7 @@ struct CommandLine {
     std::vector<std::string> settings;  // NAME=VALUE
     bool print_settings = false;        // in place of a run; there may be no program then
     bool story = false;
+    StoryOptions story_options;
     std::string library_log;
     std::string emulator;
     std::string tool_options;

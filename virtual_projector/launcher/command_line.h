@@ -28,10 +28,6 @@ struct CommandLine {
 /// printed. Throws std::runtime_error with one line when they are wrong.
 std::optional<CommandLine> parse_command_line(int argc, char** argv);
 
-/// Each line cut at blanks into lines of at most `width` columns. What goes on stands below the place where the
-/// line's last column of words began.
-std::string wrap_lines(const std::string& text, std::size_t width);
-
 }  // namespace vp
 
 #endif

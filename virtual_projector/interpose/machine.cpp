@@ -25,7 +25,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       time_(clock, waits_, recorder_),
       polls_(clock, time_, waits_, signals_, descriptors_),
       threads_(clock, signals_, faults, recorder_),
-      locks_(clock.scheduler(), waits_, time_),
+      locks_(clock.scheduler(), waits_, time_, recorder_),
       timers_(clock, time_, signals_, threads_, kinds_),
       io_(clock, waits_, kinds_, descriptors_, children_, recorder_),
       chance_(clock),

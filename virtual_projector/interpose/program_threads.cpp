@@ -113,10 +113,13 @@ int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, 
 int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id,
                               const pthread_attr_t* attributes) {
     const WorldLock lock(clock_);
+    CallCourse course;
+    course.began_us = clock_.now();
     sweep();
     thread->owner = this;
     const std::string name = thread->identity.name;
-    int failure = faults_.effect_on("pthread_create", name).error_number;
+    course.effect = faults_.effect_on("pthread_create", name);
+    int failure = course.effect.error_number;
     if (failure == 0) {
         thread->identity.number = ++last_number_;
         failure = start(*thread, attributes);
@@ -125,7 +128,7 @@ int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* 
         *id = thread->id;
         threads_.push_back(std::move(thread));
     }
-    recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure);
+    recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure, course);
     return failure;
 }
 

@@ -102,6 +102,19 @@ private:
     std::set<RunFile> told_;
 };
 
+nlohmann::ordered_json json_of(const boardlibs::Bytes& bytes) { return hexadecimal(bytes.content); }
+template <typename Value>
+nlohmann::ordered_json json_of(const Value& value) {
+    return value;
+}
+
+nlohmann::ordered_json json_of(const boardlibs::Values& values) {
+    nlohmann::ordered_json json;
+    for (const auto& [name, value] : values)
+        json[name] = std::visit([](const auto& held) { return json_of(held); }, value);
+    return json;
+}
+
 }  // namespace
 
 struct Session::Parts {
@@ -140,12 +153,23 @@ struct Session::Parts {
         boardlibs::Installation installation;
         installation.board = &board;
         installation.fault = [this](std::string_view function) { return begin_library_call(function); };
-        installation.called = [this](std::string_view function, long result) {
-            machine->recorder().record_library_call(function, result);
+        installation.wants_values = trace != nullptr;
+        installation.now = [this] { return clock->now(); };
+        installation.called = [this](const boardlibs::CallDone& call) {
+            record_library_call(call);
             machine->threads().call_ends();
             clock->scheduler().leave_call();
         };
         boardlibs::install(std::move(installation));
+    }
+
+    void record_library_call(const boardlibs::CallDone& call) {
+        if (!machine->recorder().is_on()) return;
+        const nlohmann::ordered_json arguments = json_of(call.values.arguments);
+        const nlohmann::ordered_json outputs = json_of(call.values.outputs);
+        machine->recorder().record_library_call(
+            call.function, call.result, arguments.empty() ? nullptr : &arguments,
+            outputs.empty() ? nullptr : &outputs, {call.began_us, call.effect});
     }
 
     // The stand-ins run on the stack of the thread that calls them, as the machine's answers do.

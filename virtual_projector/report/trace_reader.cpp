@@ -49,32 +49,41 @@ std::int64_t time_of(const json& line) {
     return time;
 }
 
-// Shows the record to the visitor; false when it is none.
-bool show(const json& line, TraceVisitor& visitor) {
+// The members that name the kinds of records, the most frequent first. A callback's return and its wear have
+// members that name others, so the order matters: "run" is a member of wear.
+constexpr const char* kinds[] = {record_key::call,  record_key::truth,    record_key::log,
+                                 record_key::state, record_key::callback, record_key::callback_return,
+                                 record_key::event, record_key::wear,     record_key::run};
+
+// Null: of none.
+const char* kind_of(const json& record) {
+    for (const char* const kind : kinds) {
+        if (record.contains(kind)) return kind;
+    }
+    return nullptr;
+}
+
+void show_thread_record(const json& line, std::string_view kind, TraceVisitor& visitor) {
+    if (kind == record_key::call) visitor.take_call(call_from(line));
+    if (kind == record_key::log) visitor.take_log(log_line_from(line));
+    if (kind == record_key::state) visitor.take_state(state_line_from(line));
+    if (kind == record_key::callback) visitor.take_callback(callback_line_from(line));
+    if (kind == record_key::callback_return) visitor.take_return(return_line_from(line));
+}
+
+void show(const json& line, std::string_view kind, TraceVisitor& visitor) {
     const std::int64_t t_us = time_of(line);
-    const auto has = [&line](const char* key) { return line.contains(key); };
-    if (has(record_key::call)) {
-        visitor.take_call(call_from(line));
-    } else if (has(record_key::truth)) {
+    if (kind == record_key::truth) {
         visitor.take_truth({truth_from(line.at(record_key::truth)), t_us});
-    } else if (has(record_key::log)) {
-        visitor.take_log(log_line_from(line));
-    } else if (has(record_key::state)) {
-        visitor.take_state(state_line_from(line));
-    } else if (has(record_key::callback)) {
-        visitor.take_callback(callback_line_from(line));
-    } else if (has(record_key::callback_return)) {
-        visitor.take_return(return_line_from(line));
-    } else if (has(record_key::event)) {
+    } else if (kind == record_key::event) {
         visitor.take_event({t_us, line.at(record_key::event).get<std::string>()});
-    } else if (has(record_key::wear)) {
+    } else if (kind == record_key::wear) {
         visitor.take_wear(t_us, account_from(line.at(record_key::wear)));
-    } else if (has(record_key::run)) {
+    } else if (kind == record_key::run) {
         visitor.take_run(run_from(line.at(record_key::run)));
     } else {
-        return false;
+        show_thread_record(line, kind, visitor);
     }
-    return true;
 }
 
 std::string at_line(const TraceInput& input, const std::string& what) {
@@ -118,18 +127,6 @@ void check_first(const TraceInput& input, const std::string& line) {
     const int format = record.at(record_key::run).at("format").get<int>();
     if (format != RunRecord::current_format)
         throw TraceError(TraceError::Kind::foreign, at_line(input, format_mistake(format)));
-}
-
-void show_line(const TraceInput& input, const std::string& line, TraceVisitor& visitor) {
-    const json record = parse(input, line);
-    try {
-        if (show(record, visitor)) return;
-    } catch (const json::exception& error) {
-        throw garbled(input, std::string("a member is missing or of another kind: ") + error.what());
-    } catch (const std::invalid_argument& error) {
-        throw garbled(input, error.what());
-    }
-    throw garbled(input, "expected a record of a kind that a trace has, found another");
 }
 
 }  // namespace
@@ -237,19 +234,47 @@ void TraceCollector::take_motor(std::int64_t t_us, const std::string& node, cons
     }
 }
 
-void read_trace(TraceInput& input, TraceVisitor& visitor) {
+struct TraceReader::Record {
+    TraceInput input;
     std::string line;
-    while (input.next(line)) {
-        if (input.line_number() == 1) check_first(input, line);
-        show_line(input, line, visitor);
+    json value;
+    const char* kind = nullptr;
+};
+
+TraceReader::TraceReader(TraceInput input)
+    : record_(std::make_unique<Record>(Record{std::move(input), {}, {}, nullptr})) {}
+TraceReader::~TraceReader() = default;
+TraceReader::TraceReader(TraceReader&&) noexcept = default;
+
+bool TraceReader::next() {
+    Record& record = *record_;
+    if (!record.input.next(record.line)) {
+        if (record.input.line_number() > 0) return false;
+        throw TraceError(TraceError::Kind::cut, record.input.name() + ": empty: expected a trace");
     }
-    if (input.line_number() == 0)
-        throw TraceError(TraceError::Kind::cut, input.name() + ": empty: expected a trace");
+    if (record.input.line_number() == 1) check_first(record.input, record.line);
+    record.value = parse(record.input, record.line);
+    record.kind = kind_of(record.value);
+    if (record.kind == nullptr)
+        throw garbled(record.input, "expected a record of a kind that a trace has, found another");
+    return true;
+}
+
+const std::string& TraceReader::line() const { return record_->line; }
+std::size_t TraceReader::line_number() const { return record_->input.line_number(); }
+const char* TraceReader::kind() const { return record_->kind; }
+
+void TraceReader::show(TraceVisitor& visitor) const try {
+    vp::show(record_->value, record_->kind, visitor);
+} catch (const json::exception& error) {
+    throw garbled(record_->input, std::string("a member is missing or of another kind: ") + error.what());
+} catch (const std::invalid_argument& error) {
+    throw garbled(record_->input, error.what());
 }
 
 void read_trace(const std::string& path, TraceVisitor& visitor) {
-    TraceInput input = TraceInput::open(path);
-    read_trace(input, visitor);
+    TraceReader reader(TraceInput::open(path));
+    while (reader.next()) reader.show(visitor);
 }
 
 TraceContents read_trace(const std::string& path) try {
@@ -257,9 +282,10 @@ TraceContents read_trace(const std::string& path) try {
     TraceInput input = TraceInput::open(path);
     const auto take = [&](const std::string& line) {
         const json record = json::parse(line, nullptr, false);
-        if (!record.is_object()) return;
+        const char* const kind = record.is_object() ? kind_of(record) : nullptr;
+        if (kind == nullptr) return;
         try {
-            static_cast<void>(show(record, collector));
+            show(record, kind, collector);
         } catch (const std::exception&) {  // another program's line
         }
     };

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -143,11 +144,31 @@ private:
     bool half_steps_ = false;
 };
 
-/// Shows a visitor all records. A trace that is not one throws TraceError, whose line says where and what was
-/// expected; the records before that line have been shown then.
-void read_trace(TraceInput& input, TraceVisitor& visitor);
+/// Gives the records of a trace, one after the other. A trace that is not one throws TraceError, whose line
+/// says where and what was expected.
+class TraceReader {
+public:
+    explicit TraceReader(TraceInput input);
+    ~TraceReader();
+    TraceReader(TraceReader&&) noexcept;
+    TraceReader& operator=(TraceReader&&) = delete;
 
-/// The same of a file, "-" for standard input.
+    /// The next record; false at the end.
+    bool next();
+    /// Of the record that next() has read: its text, its line from 1, the member that names its kind ("call").
+    const std::string& line() const;
+    std::size_t line_number() const;
+    const char* kind() const;
+    /// Shows it to a visitor.
+    void show(TraceVisitor& visitor) const;
+
+private:
+    struct Record;
+    std::unique_ptr<Record> record_;
+};
+
+/// Shows a visitor all records of a file, "-" for standard input. Throws TraceError; the records before the
+/// line that it names have been shown then.
 void read_trace(const std::string& path, TraceVisitor& visitor);
 
 /// Reads what there is of a trace file, as it may be of a run that did not come to its end. Lines that are no

@@ -1,4 +1,5 @@
 // The functions of the ToF processing library.
+#include <cmath>
 #include <cstring>
 
 #include "platform/nds_isp.h"
@@ -24,6 +25,8 @@ constexpr std::size_t limit_count = 6;
 
 long status(bool done) { return done ? 0 : refused; }
 
+constexpr double micrometres_per_mm = 1000;
+
 // Three numbers for each point: x, y and z in millimetres.
 std::vector<double> coordinates_of(const void* cloud, std::size_t points) {
     std::vector<double> coordinates;
@@ -31,7 +34,9 @@ std::vector<double> coordinates_of(const void* cloud, std::size_t points) {
     for (std::size_t i = 0; i < points; ++i) {
         CloudPoint point;
         std::memcpy(&point, static_cast<const CloudPoint*>(cloud) + i, sizeof point);
-        coordinates.insert(coordinates.end(), {point.x, point.y, point.z});
+        for (const float coordinate : {point.x, point.y, point.z})
+            coordinates.push_back(std::round(static_cast<double>(coordinate) * micrometres_per_mm) /
+                                  micrometres_per_mm);
     }
     return coordinates;
 }

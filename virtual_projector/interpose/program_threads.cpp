@@ -53,6 +53,7 @@ bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id
 void set_current(ProgramThread* thread) {
     current_thread = thread;
     set_current_thread_identity(thread == nullptr ? nullptr : &thread->identity);
+    set_current_log_lines(thread == nullptr ? nullptr : &thread->log);
 }
 
 // Of the calling thread, to debuggers and to the kernel, which keeps 15 characters of it.
@@ -233,6 +234,7 @@ void ProgramThreads::end(ProgramThread& thread) {
     const ReentrancyGuard guard;
     clock_.scheduler().enter_call();  // its turn may have been taken away: then it ends when it has it again
     call_begins();
+    if (at_end_) at_end_();
     {
         const WorldLock lock(clock_);
         if (thread.stack) {

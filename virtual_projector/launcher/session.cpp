@@ -23,6 +23,7 @@
 #include "virtual_projector/clock/virtual_clock.h"
 #include "virtual_projector/devices/board.h"
 #include "virtual_projector/devices/build_board.h"
+#include "virtual_projector/interpose/callback_records.h"
 #include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/program_streams.h"
 #include "virtual_projector/launcher/run_ends.h"
@@ -176,6 +177,10 @@ struct Session::Parts {
     FaultEffect begin_library_call(std::string_view function) {
         take_turn();
         machine->threads().call_begins();
+        {
+            const ReentrancyGuard guard;
+            machine->catch_up();
+        }
         FaultEffect effect;
         {
             const WorldLock lock(*clock);
@@ -258,6 +263,7 @@ Session::Session(const RunOptions& options, RunState* state) {
     parts_->ends = std::make_unique<RunEnds>(parts_->options, *parts_->clock, parts_->run_clock.turns,
                                              *parts_->machine, [this] { finish(); });
     Machine& machine = *parts_->machine;
+    if (parts_->trace) record_host_calls();
     machine.install();
     machine.protect(made_since(programs_own));
     machine.chance().set_seed(parts_->world.seed());
@@ -270,6 +276,7 @@ void Session::finish() {
     parts_->take_turn();
     if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
+    parts_->machine->catch_up();
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);

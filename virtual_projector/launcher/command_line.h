@@ -18,6 +18,7 @@ struct CommandLine {
     bool story = false;
     std::string library_log;
     std::string emulator;
+    std::optional<int> live_port;  // 0: any; none: nobody watches
     std::string tool_options;
     Program program;
 };

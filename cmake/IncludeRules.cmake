@@ -132,6 +132,7 @@ check(virtual_projector/report_tool "^virtual_projector/(report_tool|report|comp
 check(virtual_projector/storykit "^virtual_projector/(storykit|report|trace|world)/")
 check(pages "^pages/")
 check(virtual_projector/launcher "^virtual_projector/")
+check(virtual_projector/live "^(virtual_projector/(live|launcher|report|trace|clock|world)/|pages/page_templates\\.h)")
 check(host "^(ovrafocus|host)/")
 check(bench "^(ovrafocus|bench|virtual_projector/(world|report|storykit))/")
 

@@ -160,8 +160,25 @@ void describe_story(CLI::App& app, CommandLine& line) {
         ->type_name("COMMAND");
 }
 
+void describe_live(CLI::App& app, CommandLine& line) {
+    constexpr int max_port = 65535;
+    app.add_option_function<std::string>(
+           "--live", [&line](const std::string& port) { line.live_port = port.empty() ? 0 : std::stoi(port); },
+           "serve a page on which the run is watched and people have a hand in it, at the PC's own pace; on "
+           "this "
+           "port of the loopback address, --live=PORT, else on a free one; not with the others that change "
+           "whose time it is")
+        ->expected(0, 1)
+        ->type_name("[PORT]")
+        ->check(CLI::Range(0, max_port).description(""))
+        ->excludes("--real-time")
+        ->excludes("--story")
+        ->excludes("--print-settings")
+        ->excludes("--emulator");
+}
+
 void describe_tools(CLI::App& app, CommandLine& line) {
-    std::vector<std::string> before = {"--emulator"};
+    std::vector<std::string> before = {"--emulator", "--live"};
     for (const auto& [tool, name, about] : tools) {
         CLI::Option* const flag = app.add_flag_function(
             std::string("--") + name, [&line, chosen = tool](std::int64_t) { line.program.tool = chosen; },
@@ -191,6 +208,7 @@ void describe(CLI::App& app, CommandLine& line) {
     describe_ends(app, line.run);
     describe_schedule(app, line.run);
     describe_story(app, line);
+    describe_live(app, line);
     describe_tools(app, line);
     app.footer(std::string(scenario_format()) + "\nParameters (name, default and unit, range, meaning):\n" +
                describe_parameters());

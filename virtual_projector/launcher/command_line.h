@@ -20,6 +20,7 @@ struct CommandLine {
     StoryOptions story_options;
     std::string library_log;
     std::string emulator;
+    std::optional<int> live_port;  // 0: any; none: nobody watches
     std::string tool_options;
     Program program;
 };

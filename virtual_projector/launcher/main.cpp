@@ -21,6 +21,9 @@
 #include "virtual_projector/launcher/run_settings.h"
 #include "virtual_projector/launcher/run_state.h"
 #include "virtual_projector/launcher/scenario.h"
+#ifdef VP_HAS_LIVE_PAGE
+#include "virtual_projector/live/live_launcher.h"
+#endif
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -137,12 +140,34 @@ int print_settings(const vp::RunOptions& run, const vp::Scenario& scenario) {
     return exit_incomplete;
 }
 
-int run(vp::CommandLine& line, const std::string& title) {
+int run_live(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title,
+             const std::string& preload) {
+#ifdef VP_HAS_LIVE_PAGE
+    vp::LiveProgram program;
+    program.port = *line.live_port;
+    program.given = given;
+    program.story = title;
+    program.command = line.program.command;
+    program.run = [&](int socket) {
+        line.run.live = socket;
+        return run_program(line, preload);
+    };
+    program.await_ending_signal = vp::await_ending_signal;
+    program.was_told_to_end = vp::was_told_to_end;
+    return vp::run_live(program);
+#else
+    (void)line, (void)given, (void)title, (void)preload;
+    return complain("--live: this virtual-projector was built without cpp-httplib");
+#endif
+}
+
+int run(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title) {
     const std::string preload = vp::find_preload_library();
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
     if (preload.find_first_of(preload_separators) != std::string::npos)
         return complain(preload + ": a path with a blank or a colon cannot be preloaded");
     vp::hold_signals();
+    if (line.live_port) return run_live(line, given, title, preload);
     return line.story ? run_with_story(line, title, preload) : run_program(line, preload);
 }
 
@@ -153,9 +178,11 @@ int main(int argc, char** argv) {
         std::optional<vp::CommandLine> line = vp::parse_command_line(argc, argv);
         if (!line) return 0;
         vp::Scenario scenario;
+        vp::RunOptions given = line->run;  // names, before they become files
         const std::string mistake = check(*line, scenario);
+        given.parameters = line->run.parameters;
         if (!mistake.empty()) return complain(mistake);
-        return line->print_settings ? print_settings(line->run, scenario) : run(*line, scenario.story);
+        return line->print_settings ? print_settings(line->run, scenario) : run(*line, given, scenario.story);
     } catch (const std::exception& error) {
         return complain(error.what());
     }

@@ -80,8 +80,6 @@ Json state_of(const World& world) {
     Json state = {{"truth", json_of(record_of(truth))}};
     state["pose"] = pose_of(world.settings());
     state["held"] = world.hand_is_moving();
-    state["best_tmr"] = rounded(truth.best_focus_tmr);
-    state["lens_moves"] = truth.lens_is_moving;
     state["gravity_g"] = gravity_of(world);
     state["led_reading_c"] = world.led_reading_c();
     state["zones"] = zones_of(world, truth);

@@ -2,10 +2,10 @@
 //
 //     {"truth":{...},             as in a trace
 //      "pose":{"distance_mm":…},  as it is meant, without what a hand's tremor adds
-//      "best_tmr":…,"lens_moves":false,"gravity_g":[left, back, up],"led_reading_c":45,
-//      "picture_mm":[[x,z],…],    where the picture's corners are; [] where not on the wall
+//      "held":false,              a hand has it
+//      "gravity_g":[left, back, up],"led_reading_c":45,
 //      "zones":{"sensed_mm":[4],"true_mm":[4],"quality":[4]},   top right, bottom right, top left, bottom left
-//      "room":{"room.corner_mm":0,…}}   every parameter of the room, the wall and the heat
+//      "room":{"room.corner_mm":0,…}}   of the room, the wall, the heat and what blocks the ToF sensor
 #ifndef VIRTUAL_PROJECTOR_LIVE_WORLD_STATE_H
 #define VIRTUAL_PROJECTOR_LIVE_WORLD_STATE_H
 

@@ -1,0 +1,55 @@
+#include "virtual_projector/live/happenings.h"
+
+#include <string>
+#include <utility>
+
+#include "virtual_projector/trace/records.h"
+
+namespace vp {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json happening(const Json& record, const char* kind, const std::string& text) {
+    return {{"t_us", record.value(record_key::t_us, std::int64_t{0})}, {"kind", kind}, {"text", text}};
+}
+
+std::string words_of_call(const Json& record) {
+    std::string words = record.value(record_key::call, "") + " " + record.value(record_key::path, "");
+    const std::string error = record.value(record_key::error, "");
+    if (!error.empty()) words += ": " + error;
+    return words;
+}
+
+std::string words_of_toast(const Json& record) {
+    const std::string means = record.value("means", "");
+    return means.empty() ? "toast " + record.value("arguments", Json::array()).dump() : "toast: " + means;
+}
+
+}  // namespace
+
+std::optional<Json> Happenings::of_log(const Json& record) {
+    const std::string words = log_.format(record.at("log").get<std::string>());
+    if (words.empty()) return std::nullopt;
+    return happening(record, "log", words);
+}
+
+std::optional<Json> Happenings::of(const Json& record) {
+    if (record.contains(record_key::event))
+        return happening(record, "event", record.at(record_key::event).get<std::string>());
+    if (record.contains("log")) return of_log(record);
+    if (record.contains("callback")) return happening(record, "toast", words_of_toast(record));
+    if (record.contains("state")) {
+        Json state = happening(record, "state", "");
+        state["values"] = record.at("state");
+        return state;
+    }
+    if (!record.contains(record_key::call)) return std::nullopt;
+    const bool is_fault = record.contains("fault");
+    std::string words = words_of_call(record);
+    if (is_fault) words += " (fault " + record.at("fault").value("did", "") + ")";
+    if (words == std::exchange(last_failure_, words)) return std::nullopt;  // tried again and again
+    return happening(record, is_fault ? "fault" : "failure", words);
+}
+
+}  // namespace vp

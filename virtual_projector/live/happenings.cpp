@@ -29,7 +29,8 @@ std::string words_of_toast(const Json& record) {
 }  // namespace
 
 std::optional<Json> Happenings::of_log(const Json& record) {
-    const std::string words = log_.format(record.at("log").get<std::string>());
+    LogFormatter& formatter = logs_[record.value(record_key::thread, 0)];
+    const std::string words = formatter.format(record.at("log").get<std::string>()).words;
     if (words.empty()) return std::nullopt;
     return happening(record, "log", words);
 }

@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_PROJECTOR_LIVE_HAPPENINGS_H
 #define VIRTUAL_PROJECTOR_LIVE_HAPPENINGS_H
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -18,7 +19,7 @@ public:
 private:
     std::optional<nlohmann::ordered_json> of_log(const nlohmann::ordered_json& record);
 
-    LogFormatter log_;
+    std::map<int, LogFormatter> logs_;  // of each thread its own
     std::string last_failure_;
 };
 

@@ -57,10 +57,10 @@ void Hub::show_happening(Json happening) {
     changed_.notify_all();
 }
 
-void Hub::show_end(int exit_code) {
+void Hub::show_end(const Json& end) {
     {
         const std::lock_guard<std::mutex> lock(lock_);
-        end_ = {{"exit_code", exit_code}};
+        end_ = end;
         ++states_;
     }
     changed_.notify_all();

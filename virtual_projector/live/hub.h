@@ -29,7 +29,7 @@ public:
     void begin_run(const Json& about);
     void show_state(Json state);
     void show_happening(Json happening);
-    void show_end(int exit_code);
+    void show_end(const Json& end);
     bool has_ended() const;
     /// Simulated time as last heard.
     std::int64_t time_us() const;
@@ -44,7 +44,7 @@ public:
     ///     {"run":{...about...},"curves":[[...]],   of a run that it has not seen yet
     ///      "state":{...},                          the newest, none in between
     ///      "happenings":[...],"missed":N,          the last ones; N more are kept no longer
-    ///      "end":{"exit_code":0}}
+    ///      "end":{"exit_code":0}}                  and "limit_s" of a run that was ended from the page
     Json news_for(Seen& seen) const;
 
 private:

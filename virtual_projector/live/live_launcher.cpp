@@ -9,9 +9,12 @@
 #include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "pages/page_templates.h"
+#include "virtual_projector/launcher/located_json.h"
 #include "virtual_projector/live/command.h"
 #include "virtual_projector/live/happenings.h"
 #include "virtual_projector/live/hub.h"
@@ -56,6 +59,8 @@ public:
             if (!restart_.exchange(true) && link_) (void)::kill(::getpid(), SIGTERM);
         } else if (link_) {
             link_->send(command.line);
+        } else {
+            throw LocatedError("the program has ended: restart it first");
         }
         return Json{{"id", id}}.dump();
     }
@@ -65,8 +70,20 @@ public:
         return saved_scenario(program_.given, events_);
     }
 
+    /// What a viewer does from here on is for the next run.
+    void begin() {
+        happenings_ = Happenings();
+        limit_us_.reset();
+        auto link = std::make_unique<RunLink>([this](const std::string& line) { hear(line); });
+        hub.begin_run({{"story", program_.story},
+                       {"program", shown_command(program_.command)},
+                       {"scenario", program_.given.scenario}});
+        const std::lock_guard<std::mutex> lock(lock_);
+        events_.clear();
+        link_ = std::move(link);
+    }
+
     int run_once() {
-        begin();
         const int code = program_.run(link_->programs_socket());
         std::unique_ptr<RunLink> ended;
         {
@@ -74,7 +91,9 @@ public:
             ended = std::move(link_);
         }
         ended.reset();
-        hub.show_end(code);
+        Json end = {{"exit_code", code}};
+        if (limit_us_) end["limit_s"] = seconds(*limit_us_);
+        hub.show_end(end);
         return code;
     }
 
@@ -93,17 +112,6 @@ public:
     Hub hub;
 
 private:
-    void begin() {
-        happenings_ = Happenings();
-        auto link = std::make_unique<RunLink>([this](const std::string& line) { hear(line); });
-        hub.begin_run({{"story", program_.story},
-                       {"program", shown_command(program_.command)},
-                       {"scenario", program_.given.scenario}});
-        const std::lock_guard<std::mutex> lock(lock_);
-        events_.clear();
-        link_ = std::move(link);
-    }
-
     // On the link's thread.
     void hear(const std::string& line) {
         Json message = Json::parse(line);
@@ -116,6 +124,8 @@ private:
         } else if (kind == "record") {
             if (std::optional<Json> happening = happenings_.of(message.at("record")))
                 hub.show_happening(std::move(*happening));
+        } else if (kind == "limit") {
+            limit_us_ = message.at("t_us").get<Microseconds>();
         } else if (kind == "refused") {
             hub.show_happening(
                 {{"t_us", message.at("t_us")}, {"kind", "failure"}, {"text", message.at("why")}});
@@ -128,7 +138,9 @@ private:
     mutable std::mutex lock_;
     std::unique_ptr<RunLink> link_;
     std::vector<Json> events_;
+    // The link's thread's own while there is a link.
     Happenings happenings_;
+    std::optional<Microseconds> limit_us_;
 };
 
 }  // namespace
@@ -142,12 +154,13 @@ int run_live(const LiveProgram& program) {
     const LiveServer server(
         program.port, page, session.hub,
         {[&](const std::string& text) { return session.obey(text); }, [&] { return session.scenario(); }});
+    session.begin();
     std::fprintf(stderr, "virtual-projector: open %s\n", server.address().c_str());
-    int code = 0;
-    do {
-        code = session.run_once();
-    } while (session.await_restart());
-    return code;
+    for (;;) {
+        const int code = session.run_once();
+        if (!session.await_restart()) return code;
+        session.begin();
+    }
 }
 
 }  // namespace vp

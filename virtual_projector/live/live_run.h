@@ -18,6 +18,7 @@
 //     {"kind":"state","t_us":1200,"speed":1,"paused":false,"truth":{...},...}   see world_state.h
 //     {"kind":"event","id":7,"t_us":1201,"event":{"at_s":0.001201,"gesture":"shake"}}
 //     {"kind":"record","record":{...}}                       a line of the trace
+//     {"kind":"limit","t_us":5000}                           where it will end
 //     {"kind":"end","t_us":5000}
 #ifndef VIRTUAL_PROJECTOR_LIVE_LIVE_RUN_H
 #define VIRTUAL_PROJECTOR_LIVE_LIVE_RUN_H

@@ -26,7 +26,7 @@ using httplib::Response;
 constexpr const char* loopback = "127.0.0.1";
 constexpr std::size_t max_body = 16 * 1024;
 constexpr double commands_per_s = 100;
-constexpr double commands_at_once = 20;
+constexpr double commands_at_once = 100;
 // In no second more than 30.
 constexpr double messages_per_s = 26;
 constexpr double messages_at_once = 4;
@@ -135,6 +135,11 @@ struct LiveServer::Parts {
 
     void configure() {
         server.new_task_queue = [] { return new httplib::ThreadPool(max_viewers + other_threads); };
+        // Another server on the same port would get a part of the viewers.
+        server.set_socket_options([](socket_t socket) {
+            const int yes = 1;
+            (void)::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
         server.set_tcp_nodelay(true);  // a state is sent at once
         server.set_payload_max_length(max_body);
         server.set_read_timeout(patience_s);
@@ -200,7 +205,7 @@ struct LiveServer::Parts {
 
     void obey(const Request& request, Response& response) {
         if (!may_command()) {
-            refuse(response, 429, "more than 120 commands in a second");
+            refuse(response, 429, "more than 200 commands in a second");
             return;
         }
         try {

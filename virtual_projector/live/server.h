@@ -6,7 +6,7 @@
 //     GET  /scenario?token=T   what has been done, as a scenario file
 //
 // Everything else is refused with a line that says why: another Host or Origin than its own (403), a wrong
-// token (403), other paths (404), bodies of more than 16 KiB (413), more than 120 commands a second (429), more
+// token (403), other paths (404), bodies of more than 16 KiB (413), more than 200 commands a second (429), more
 // than eight viewers (503).
 #ifndef VIRTUAL_PROJECTOR_LIVE_SERVER_H
 #define VIRTUAL_PROJECTOR_LIVE_SERVER_H

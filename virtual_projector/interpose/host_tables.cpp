@@ -198,9 +198,9 @@ const void* host_table_behind(const void* table) {
 void HostTables::follow(const WatchedLibrary& library) {
     if (&library != library_) {
         library_ = &library;
-        places_ = {static_cast<const void**>(library.find("g_app_callback")),
-                   static_cast<const void**>(library.find("autofocus_app_callback")),
-                   static_cast<const void**>(library.find("gsensor_app_callback"))};
+        places_ = {static_cast<const void**>(library.find_variable("g_app_callback")),
+                   static_cast<const void**>(library.find_variable("autofocus_app_callback")),
+                   static_cast<const void**>(library.find_variable("gsensor_app_callback"))};
     }
     for (const void** const place : places_) {
         if (place == nullptr) continue;

@@ -123,10 +123,9 @@ int run_with_story(vp::CommandLine& line, const std::string& title, const std::s
     }
     if (line.run.summary.empty()) line.run.summary = scratch.file("summary.json");
     const int code = run_program(line, preload);
-    for (const std::string& words :
-         vp::format_story({title, line.run.trace, line.library_log, line.run.summary})) {
+    const vp::StorySources sources{title, line.run.trace, line.library_log, line.run.summary};
+    for (const std::string& words : vp::format_story(sources, line.story_options))
         std::printf("%s\n", words.c_str());
-    }
     return code;
 }
 

@@ -2,8 +2,11 @@
 #include "platform/board_display.h"
 #include "virtual_projector/boardlibs/libraries.h"
 
+using vp::boardlibs::given;
 using vp::boardlibs::Libraries;
+using vp::boardlibs::no_values;
 using vp::boardlibs::perform;
+using vp::boardlibs::Values;
 
 namespace {
 
@@ -27,15 +30,25 @@ long show_viewport(vp::Display& display, const fbdev_viewport& viewport) {
 }  // namespace
 
 extern "C" int fbdev_set_viewport(fbdev_viewport* viewport) {
-    return perform("fbdev_set_viewport", {}, [&](Libraries& all) -> long {
-        if (viewport == nullptr || !is_on_panel(*viewport)) return -EINVAL;
-        return all.installation.board->with_world(
-            [&](vp::World& world) { return show_viewport(world.display(), *viewport); });
-    });
+    return perform(
+        "fbdev_set_viewport", {},
+        [&](const Libraries&) {
+            return viewport == nullptr ? Values()
+                                       : Values{{"x", std::int64_t{viewport->x}},
+                                                {"y", std::int64_t{viewport->y}},
+                                                {"width", std::int64_t{viewport->width}},
+                                                {"height", std::int64_t{viewport->height}}};
+        },
+        no_values,
+        [&](Libraries& all) -> long {
+            if (viewport == nullptr || !is_on_panel(*viewport)) return -EINVAL;
+            return all.installation.board->with_world(
+                [&](vp::World& world) { return show_viewport(world.display(), *viewport); });
+        });
 }
 
 extern "C" int am_set_rotation(int rotation) {
-    return perform("am_set_rotation", {}, [&](Libraries& all) -> long {
+    return perform("am_set_rotation", {}, given("rotation", rotation), no_values, [&](Libraries& all) -> long {
         if (!is_turn(rotation)) return -EINVAL;
         return all.installation.board->with_world([&](vp::World& world) -> long {
             world.display().rotation = rotation;
@@ -46,7 +59,7 @@ extern "C" int am_set_rotation(int rotation) {
 }
 
 extern "C" int hdmirx_set_rotate(int mode) {
-    return perform("hdmirx_set_rotate", {}, [&](Libraries& all) -> long {
+    return perform("hdmirx_set_rotate", {}, given("mode", mode), no_values, [&](Libraries& all) -> long {
         if (!is_turn(mode)) return -EINVAL;
         return all.installation.board->with_world([&](vp::World& world) -> long {
             if (world.settings().board.hdmi_works == 0) return -EIO;

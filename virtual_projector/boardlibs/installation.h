@@ -5,10 +5,20 @@
 #include <functional>
 #include <string_view>
 
+#include "virtual_projector/boardlibs/call_values.h"
 #include "virtual_projector/devices/board.h"
 #include "virtual_projector/devices/fault_plan.h"
 
 namespace vp::boardlibs {
+
+/// One call that has been made.
+struct CallDone {
+    std::string_view function;
+    long result = 0;
+    Microseconds began_us = 0;  // by Installation::now
+    const FaultEffect& effect;
+    const CallValues& values;
+};
 
 struct Installation {
     Board* board = nullptr;
@@ -18,7 +28,13 @@ struct Installation {
     std::function<FaultEffect(std::string_view function)> fault;
 
     /// Called after each call; may be empty.
-    std::function<void(std::string_view function, long result)> called;
+    std::function<void(const CallDone& call)> called;
+
+    /// The time at which a call begins; may be empty.
+    std::function<Microseconds()> now;
+
+    /// Somebody wants to know what calls are given and hand out.
+    bool wants_values = false;
 };
 
 }  // namespace vp::boardlibs

@@ -46,6 +46,9 @@ public:
     bool set_limits(const AngleLimits& limits);
     bool select_mode(int mode, std::uint8_t* spad_selection);
 
+    /// Of a frame in the present mode.
+    std::size_t points() const { return zone_count(point_mode_); }
+
     bool make_cloud(const std::uint16_t* distances_mm, CloudPoint* cloud) const;
     AngleResult angle_of(const CloudPoint* cloud) const;
 

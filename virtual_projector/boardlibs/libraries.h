@@ -37,12 +37,20 @@ struct Output {
 FaultEffect begin_call(const Libraries& all, const char* function);
 void spoil(const FaultEffect& effect, const Output& output);
 
-/// Makes one call of the board's libraries: asks the fault plan, does the work, tells the observer.
-template <typename Work>
-int perform(const char* function, const Output& output, Work&& work) {
+/// A call that is given nothing, or hands out nothing, that a record could hold.
+inline Values no_values(const Libraries&) { return {}; }
+
+/// Makes one call of the board's libraries: asks the fault plan, does the work, tells the observer. `arguments`
+/// and `outputs` say what it is given and hands out; the latter only of a call that has done its work.
+template <typename Arguments, typename Outputs, typename Work>
+int perform(const char* function, const Output& output, Arguments&& arguments, Outputs&& outputs, Work&& work) {
     Libraries* const all = libraries();
     if (all == nullptr) return -ENODEV;
+    const Installation& installation = all->installation;
+    const Microseconds began_us = installation.now ? installation.now() : 0;
     const FaultEffect effect = begin_call(*all, function);
+    CallValues values;
+    if (installation.wants_values) values.arguments = arguments(*all);
     long result = 0;
     if (effect.error_number != 0) {
         result = -effect.error_number;
@@ -51,8 +59,9 @@ int perform(const char* function, const Output& output, Work&& work) {
     } else if (!effect.stale) {
         result = work(*all);
         spoil(effect, output);
+        if (installation.wants_values && result >= 0) values.outputs = outputs(*all);
     }
-    if (all->installation.called) all->installation.called(function, result);
+    if (installation.called) installation.called({function, result, began_us, effect, values});
     return static_cast<int>(result);
 }
 

@@ -16,6 +16,7 @@ struct Node {
     Presence present;
     Show show;
     Store store;
+    Describe describe;
 };
 
 class AttributeFile : public OpenFile {
@@ -43,6 +44,10 @@ public:
         const std::string text(static_cast<const char*>(buffer), count);
         const long status = node_->board.with_world([&](World& world) { return node_->store(world, text); });
         return Answer::done(status < 0 ? status : static_cast<long>(count));
+    }
+
+    WrittenCommand written_command(std::string_view bytes, long result) const override {
+        return node_->describe ? node_->describe(bytes, result) : WrittenCommand{};
     }
 
 private:
@@ -74,8 +79,10 @@ private:
 bool wants_read(int flags) { return (flags & O_ACCMODE) != O_WRONLY; }
 bool wants_write(int flags) { return (flags & O_ACCMODE) != O_RDONLY; }
 
-std::shared_ptr<Device> make_attribute(Board& board, Presence present, Show show, Store store) {
-    auto node = std::make_shared<Node>(Node{board, std::move(present), std::move(show), std::move(store)});
+std::shared_ptr<Device> make_attribute(Board& board, Presence present, Show show, Store store,
+                                       Describe describe) {
+    auto node = std::make_shared<Node>(
+        Node{board, std::move(present), std::move(show), std::move(store), std::move(describe)});
     return std::make_shared<AttributeDevice>(std::move(node));
 }
 
@@ -109,8 +116,9 @@ Store store_number(long min, long max, std::function<long(World&, long)> take) {
     };
 }
 
-void AttributeFolder::add(const std::string& name, Show show, Store store) {
-    nodes_.add(path_ + name, make_attribute(board_, present_, std::move(show), std::move(store)));
+void AttributeFolder::add(const std::string& name, Show show, Store store, Describe describe) {
+    nodes_.add(path_ + name,
+               make_attribute(board_, present_, std::move(show), std::move(store), std::move(describe)));
 }
 
 void AttributeFolder::add_setting(const std::string& name, long min, long max,

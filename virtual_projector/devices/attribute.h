@@ -27,8 +27,12 @@ using Show = std::function<Answer(World&, std::string& text)>;
 /// Takes a value: 0, or a negated errno.
 using Store = std::function<long(World&, std::string_view text)>;
 
+/// What was written with this result, where it is no text.
+using Describe = std::function<WrittenCommand(std::string_view written, long result)>;
+
 /// A node. Both functions are called with the world at the present and locked; either may be empty.
-std::shared_ptr<Device> make_attribute(Board& board, Presence present, Show show, Store store);
+std::shared_ptr<Device> make_attribute(Board& board, Presence present, Show show, Store store,
+                                       Describe describe = {});
 
 /// Shows a text that is always ready.
 Show show_text(std::function<std::string(World&)> text);
@@ -49,7 +53,7 @@ public:
     AttributeFolder(Board& board, DeviceTable& nodes, std::string path, Presence present)
         : board_(board), nodes_(nodes), path_(std::move(path)), present_(std::move(present)) {}
 
-    void add(const std::string& name, Show show, Store store = {});
+    void add(const std::string& name, Show show, Store store = {}, Describe describe = {});
 
     /// A number within a range that is kept in `value`, shown and otherwise without effect.
     void add_setting(const std::string& name, long min, long max, const std::shared_ptr<long>& value);

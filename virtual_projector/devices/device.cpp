@@ -27,6 +27,8 @@ Answer OpenFile::read(void* /*buffer*/, std::size_t /*count*/) { return Answer::
 Answer OpenFile::write(const void* /*buffer*/, std::size_t /*count*/) { return Answer::error(EINVAL); }
 Answer OpenFile::request(std::uint32_t /*number*/, void* /*argument*/) { return Answer::error(ENOTTY); }
 std::size_t OpenFile::request_size(std::uint32_t /*number*/) const { return 0; }
+RequestKind OpenFile::request_kind(std::uint32_t /*number*/) const { return {}; }
+WrittenCommand OpenFile::written_command(std::string_view /*bytes*/, long /*result*/) const { return {}; }
 Answer OpenFile::close() { return Answer::done(0); }
 bool OpenFile::is_readable() { return true; }
 

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "virtual_projector/world/microseconds.h"
 
@@ -24,6 +25,20 @@ struct Answer {
     static Answer wait_for_event() { return {0, true, -1}; }
 };
 
+/// What a request is, beside its number.
+struct RequestKind {
+    const char* name = "";  // the driver's own
+    bool gives = false;     // the driver reads the argument
+    bool returns = false;   // the driver fills it
+};
+
+/// A command within the bytes of a write, and what lies behind the addresses in it.
+struct WrittenCommand {
+    const char* name = "";
+    std::string given;
+    std::string returned;
+};
+
 /// One open descriptor of a device.
 class OpenFile {
 public:
@@ -34,6 +49,9 @@ public:
     /// Bytes of the argument that a request fills or reads. The board's numbers do not say it: two of them
     /// encode a pointer's size. Default: 0, for a request that the driver does not know.
     virtual std::size_t request_size(std::uint32_t number) const;
+    virtual RequestKind request_kind(std::uint32_t number) const;  // default: none
+    /// What has been written with this result. Default: nothing; text needs no telling.
+    virtual WrittenCommand written_command(std::string_view bytes, long result) const;
     virtual Answer close();  // default: 0
     /// What poll sees: false while a read would wait. Default: true.
     virtual bool is_readable();

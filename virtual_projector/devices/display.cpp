@@ -80,6 +80,12 @@ public:
         return number == transform_rectangle ? sizeof(Transform) : 0;
     }
 
+    RequestKind request_kind(std::uint32_t number) const override {
+        if (number == get_screen) return {"get_screen", true, true};
+        if (number == set_widths) return {"set_widths", true, false};
+        return number == transform_rectangle ? RequestKind{"transform_rectangle", true, true} : RequestKind{};
+    }
+
 private:
     static Answer screen(void* argument) {
         auto record = fetch<Screen>(argument);

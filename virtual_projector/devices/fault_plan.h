@@ -27,10 +27,14 @@ struct FaultEffect {
                                          // finds them written over the start of its argument
     bool stale = false;                  // a read delivers what the read before it on this path delivered; an
                                          // ioctl reports success and leaves its argument as it was
+    int number = 0;                      // of its rule, in the order in which they were added; 0: none
 
     /// True when the call is to go on as if nothing had been asked.
     bool is_harmless() const;
 };
+
+/// What it does to a call of this operation, in words.
+std::string words_of(const FaultEffect& effect, std::string_view operation);
 
 /// A rule hits the calls whose operation and path match.
 struct FaultRule {
@@ -62,6 +66,7 @@ private:
     bool hits(CountedRule& counted);
 
     std::vector<CountedRule> rules_;
+    int added_ = 0;
     std::mt19937_64 random_;
 };
 

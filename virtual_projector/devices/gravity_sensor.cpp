@@ -61,6 +61,11 @@ public:
         return number == set_calibration || number == get_sample ? sizeof(Axes) : 0;
     }
 
+    RequestKind request_kind(std::uint32_t number) const override {
+        if (number == set_calibration) return {"set_calibration", true, false};
+        return number == get_sample ? RequestKind{"get_sample", false, true} : RequestKind{};
+    }
+
 private:
     Answer calibrate(const void* argument) {
         const auto offsets = fetch<Axes>(argument);

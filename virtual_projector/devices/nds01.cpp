@@ -46,6 +46,10 @@ public:
             [](World& world) { return zone_count(world.tof_point_mode()) * sizeof(ZoneRecord); });
     }
 
+    RequestKind request_kind(std::uint32_t number) const override {
+        return number == get_frame ? RequestKind{"get_frame", false, true} : RequestKind{};
+    }
+
 private:
     Answer next_frame(const World& world, void* argument) {
         if (!chip_->is_ranging()) return Answer::error(EAGAIN);
@@ -160,9 +164,12 @@ public:
             chip->isp_config = bytes;
             return 0;
         });
-        folder_.add("lib_data", {}, [chip, &board = board_](World& world, std::string_view record) {
-            return carry_out_command(world, board, *chip, record);
-        });
+        folder_.add(
+            "lib_data", {},
+            [chip, &board = board_](World& world, std::string_view record) {
+                return carry_out_command(world, board, *chip, record);
+            },
+            describe_command);
     }
 
 private:

@@ -118,7 +118,60 @@ long set_xshut_level(Nds01Chip& chip, std::int32_t level) {
     return 0;
 }
 
+template <typename Field>
+void add_field(std::string& bytes, const Field& field) {
+    bytes.append(reinterpret_cast<const char*>(&field), sizeof field);
+}
+
+std::string memory_of(std::uint64_t address, std::size_t size) {
+    return {reinterpret_cast<const char*>(memory_at(address)), size};
+}
+
+WrittenCommand describe_library_data(const LibraryData& data, bool to_device) {
+    WrittenCommand command{to_device ? "write_library_data" : "read_library_data", {}, {}};
+    add_field(command.given, data.size);
+    add_field(command.given, data.index);
+    (to_device ? command.given : command.returned) += memory_of(data.buffer, data.size);
+    return command;
+}
+
+WrittenCommand describe_transfer(const RegisterTransfer& transfer, bool to_chip) {
+    WrittenCommand command{to_chip ? "write_register" : "read_register", {}, {}};
+    add_field(command.given, transfer.bus_address);
+    add_field(command.given, transfer.register_size);
+    command.given += memory_of(transfer.register_address, transfer.register_size);
+    add_field(command.given, transfer.size);
+    (to_chip ? command.given : command.returned) += memory_of(transfer.buffer, transfer.size);
+    return command;
+}
+
 }  // namespace
+
+WrittenCommand describe_command(std::string_view text, long result) {
+    if (result < 0 || text.size() != sizeof(CommandRecord)) return {};
+    const auto record = fetch<CommandRecord>(text.data());
+    const std::uint8_t* const argument = memory_at(record.argument);
+    switch (record.command) {
+        case read_library_data:
+        case write_library_data:
+            return describe_library_data(fetch<LibraryData>(argument), record.command == write_library_data);
+        case enable_spads:
+            return {"enable_spads", memory_of(record.argument, spads_of_four_zones), {}};
+        case select_spads:
+            return {"select_spads", memory_of(record.argument, spads_of_eight_zones), {}};
+        case read_all_pixels:
+            return {"read_all_pixels",
+                    {},
+                    memory_of(record.argument, static_cast<std::size_t>(pixel_count) * sizeof(PixelRecord))};
+        case read_register:
+        case write_register:
+            return describe_transfer(fetch<RegisterTransfer>(argument), record.command == write_register);
+        case set_xshut_pin:
+            return {"set_xshut_pin", memory_of(record.argument, sizeof(std::int32_t)), {}};
+        default:
+            return {};
+    }
+}
 
 long carry_out_command(World& world, Board& board, Nds01Chip& chip, std::string_view text) {
     if (text.size() != sizeof(CommandRecord)) return -EINVAL;

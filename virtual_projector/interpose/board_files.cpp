@@ -36,15 +36,16 @@ std::optional<BoardFiles::Entry> BoardFiles::find(int descriptor) {
 }
 
 // What every call begins with: the turn may pass, and the plan is asked. A delay is over when this returns.
-FaultEffect BoardFiles::enter(const char* operation, const std::string& path) {
+CallCourse BoardFiles::enter(const char* operation, const std::string& path) {
+    CallCourse course;
+    course.began_us = clock_.now();
     clock_.scheduler().touch();
-    FaultEffect effect;
     {
         const WorldLock lock(clock_);
-        effect = faults_.effect_on(operation, path);
+        course.effect = faults_.effect_on(operation, path);
     }
-    if (effect.delay_us > 0) (void)clock_.sleep_until(clock_.now() + effect.delay_us);
-    return effect;
+    if (course.effect.delay_us > 0) (void)clock_.sleep_until(clock_.now() + course.effect.delay_us);
+    return course;
 }
 
 // Asks the device until it has an answer; a wait that only somebody's hand could end is ended by a signal. The
@@ -66,9 +67,10 @@ long BoardFiles::ask(const std::string& path, Question question) {
 std::optional<long> BoardFiles::open(const char* path, int flags) {
     if (path == nullptr || !DeviceTable::is_board_path(path)) return std::nullopt;
     const std::string name = path;
-    const FaultEffect effect = enter("open", name);
-    const long result = effect.error_number != 0 ? -effect.error_number : open_device(name, flags);
-    recorder_.record_open(name, flags, result);
+    const CallCourse course = enter("open", name);
+    const int failure = course.effect.error_number;
+    const long result = failure != 0 ? -failure : open_device(name, flags);
+    recorder_.record_open(name, flags, result, course);
     return result;
 }
 
@@ -101,16 +103,16 @@ long BoardFiles::open_device(const std::string& path, int flags) {
 std::optional<long> BoardFiles::close(int descriptor) {
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
-    const FaultEffect effect = enter("close", entry->path);
+    const CallCourse course = enter("close", entry->path);
     // The descriptor is gone even when the driver reports a failure. The driver learns of the last one's end.
     long result = has_copies(*entry) ? 0 : ask(entry->path, [&] { return entry->file->close(); });
-    if (effect.error_number != 0) result = -effect.error_number;
+    if (course.effect.error_number != 0) result = -course.effect.error_number;
     {
         const WorldLock lock(clock_);
         open_.erase(descriptor);
     }
     (void)real::close(descriptor);
-    recorder_.record_close(entry->path, result);
+    recorder_.record_close(entry->path, result, course);
     return result;
 }
 
@@ -119,9 +121,9 @@ std::optional<long> BoardFiles::close(int descriptor) {
 std::optional<long> BoardFiles::read(int descriptor, void* buffer, std::size_t count) {
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
-    const FaultEffect effect = enter("read", entry->path);
-    const long result = read_with(effect, *entry, static_cast<char*>(buffer), count);
-    recorder_.record_read(entry->path, count, result, buffer);
+    const CallCourse course = enter("read", entry->path);
+    const long result = read_with(course.effect, *entry, static_cast<char*>(buffer), count);
+    recorder_.record_read(entry->path, count, result, buffer, course);
     return result;
 }
 
@@ -176,22 +178,38 @@ long BoardFiles::deliver(const std::string& bytes, char* buffer, std::size_t cou
 std::optional<long> BoardFiles::write(int descriptor, const void* buffer, std::size_t count) {
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
-    const FaultEffect effect = enter("write", entry->path);
-    const std::size_t accepted = limited(count, effect.short_count);
-    const long result = effect.error_number != 0
-                            ? -effect.error_number
-                            : ask(entry->path, [&] { return entry->file->write(buffer, accepted); });
-    recorder_.record_write(entry->path, count, result, buffer);
+    const CallCourse course = enter("write", entry->path);
+    const std::size_t accepted = limited(count, course.effect.short_count);
+    const int failure = course.effect.error_number;
+    const long result =
+        failure != 0 ? -failure : ask(entry->path, [&] { return entry->file->write(buffer, accepted); });
+    WrittenCommand command;
+    if (recorder_.is_on())
+        command = entry->file->written_command({static_cast<const char*>(buffer), accepted}, result);
+    recorder_.record_write(entry->path, count, result, buffer, command, course);
     return result;
 }
 
 std::optional<long> BoardFiles::request(int descriptor, std::uint32_t number, void* argument) {
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
-    const FaultEffect effect = enter("ioctl", entry->path);
-    const long result = request_with(effect, *entry, number, argument);
-    recorder_.record_request(entry->path, number, result);
+    const CallCourse course = enter("ioctl", entry->path);
+    RequestBytes bytes = bytes_before(course.effect, *entry, number, argument);
+    const long result = request_with(course.effect, *entry, number, argument);
+    if (bytes.kind.returns && argument != nullptr && result >= 0)
+        bytes.returned.assign(static_cast<const char*>(argument), entry->file->request_size(number));
+    recorder_.record_request(entry->path, number, result, bytes, course);
     return result;
+}
+
+// What no driver would look at is left alone: an argument of a call that fails may lead nowhere.
+RequestBytes BoardFiles::bytes_before(const FaultEffect& effect, const Entry& entry, std::uint32_t number,
+                                      const void* argument) const {
+    if (!recorder_.is_on()) return {};
+    RequestBytes bytes{entry.file->request_kind(number), {}, {}};
+    if (bytes.kind.gives && argument != nullptr && effect.error_number == 0)
+        bytes.given.assign(static_cast<const char*>(argument), entry.file->request_size(number));
+    return bytes;
 }
 
 long BoardFiles::request_with(const FaultEffect& effect, const Entry& entry, std::uint32_t number,

@@ -62,10 +62,12 @@ private:
     };
 
     std::optional<Entry> find(int descriptor);
-    FaultEffect enter(const char* operation, const std::string& path);
+    CallCourse enter(const char* operation, const std::string& path);
     long open_device(const std::string& path, int flags);
     long read_device(const Entry& entry, void* buffer, std::size_t count);
     long read_with(const FaultEffect& effect, const Entry& entry, char* buffer, std::size_t count);
+    RequestBytes bytes_before(const FaultEffect& effect, const Entry& entry, std::uint32_t number,
+                              const void* argument) const;
     long request_with(const FaultEffect& effect, const Entry& entry, std::uint32_t number, void* argument);
     long deliver(const std::string& bytes, char* buffer, std::size_t count);
     template <typename Question>

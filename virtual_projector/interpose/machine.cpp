@@ -3,9 +3,13 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <nlohmann/json.hpp>
+#include <string>
 
 #include "virtual_projector/clock/reentrancy_guard.h"
+#include "virtual_projector/interpose/log_lines.h"
 #include "virtual_projector/interpose/real_calls.h"
+#include "virtual_projector/interpose/watched_library.h"
 
 namespace vp {
 namespace {
@@ -25,7 +29,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       time_(clock, waits_, recorder_),
       polls_(clock, time_, waits_, signals_, descriptors_),
       threads_(clock, signals_, faults, recorder_),
-      locks_(clock.scheduler(), waits_, time_),
+      locks_(clock.scheduler(), waits_, time_, recorder_),
       timers_(clock, time_, signals_, threads_, kinds_),
       io_(clock, waits_, kinds_, descriptors_, children_, recorder_),
       chance_(clock),
@@ -34,6 +38,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       once_calls_(clock.scheduler(), waits_),
       futexes_(clock.scheduler(), waits_, time_),
       system_v_queues_(clock.scheduler(), waits_) {
+    threads_.on_end([this] { catch_up(); });
     descriptors_.before_looks([this] { files_.show_readiness(); });
 }
 
@@ -41,6 +46,7 @@ Machine::~Machine() { uninstall(); }
 
 void Machine::install() {
     const ReentrancyGuard guard;
+    if (recorder_.is_on()) WatchedLibrary::look_for();
     kinds_.note_inherited();
     threads_.adopt_current();
     if (clock_.is_virtual()) {
@@ -67,6 +73,20 @@ void Machine::uninstall() {
 void Machine::begin_call() {
     clock_.scheduler().enter_call();
     threads_.call_begins();
+    catch_up();
+}
+
+void Machine::catch_up() {
+    if (!recorder_.is_on()) return;
+    if (LogLines* const lines = current_log_lines(); lines != nullptr && lines->has_lines()) {
+        for (const std::string& line : lines->take()) recorder_.record_log(line);
+    }
+    const WatchedLibrary* const library = WatchedLibrary::loaded();
+    if (library == nullptr) return;
+    const WorldLock lock(clock_);
+    host_tables_.follow(*library);
+    const nlohmann::ordered_json changes = state_watch_.changes(*library);
+    if (!changes.empty()) recorder_.record_state(changes);
 }
 
 void Machine::end_call() {

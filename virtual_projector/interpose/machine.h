@@ -16,6 +16,7 @@
 #include "virtual_projector/interpose/descriptor_kinds.h"
 #include "virtual_projector/interpose/descriptor_waits.h"
 #include "virtual_projector/interpose/futexes.h"
+#include "virtual_projector/interpose/host_tables.h"
 #include "virtual_projector/interpose/once_calls.h"
 #include "virtual_projector/interpose/program_chance.h"
 #include "virtual_projector/interpose/program_children.h"
@@ -28,6 +29,7 @@
 #include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
 #include "virtual_projector/interpose/signal_waits.h"
+#include "virtual_projector/interpose/state_watch.h"
 #include "virtual_projector/interpose/system_v_queues.h"
 #include "virtual_projector/interpose/thread_locks.h"
 #include "virtual_projector/trace/trace_sink.h"
@@ -72,6 +74,10 @@ public:
     /// are the calling thread's.
     void begin_call();
     void end_call();
+
+    /// Records what the calling thread has done since its last call without one: lines of the library's that it
+    /// printed, variables of the library's that it changed.
+    void catch_up();
 
     /// Every table of the machine's forgets a descriptor that is closed or new, or learns of a copy.
     void forget_descriptor(int descriptor);
@@ -122,6 +128,8 @@ private:
     OnceCalls once_calls_;
     Futexes futexes_;
     SystemVQueues system_v_queues_;
+    StateWatch state_watch_;
+    HostTables host_tables_;
 };
 
 }  // namespace vp

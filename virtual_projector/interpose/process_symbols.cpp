@@ -11,8 +11,10 @@
 
 #include "virtual_projector/clock/reentrancy_guard.h"
 #include "virtual_projector/interpose/library_search.h"
+#include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/process_role.h"
 #include "virtual_projector/interpose/real_calls.h"
+#include "virtual_projector/interpose/watched_library.h"
 
 using vp::ProcessRole;
 
@@ -24,6 +26,12 @@ vp::real::Call<int(int, char* const*, char* const*)> real_fexecve{"fexecve"};
 vp::real::Call<int(int, const char*, char* const*, char* const*, int)> real_execveat{"execveat"};
 vp::real::Call<void(int)> real_exit{"_exit"};
 vp::real::Call<void*(const char*, int)> real_dlopen{"dlopen"};
+vp::real::Call<int(void*)> real_dlclose{"dlclose"};
+
+void look_for_watched_library() {
+    vp::Machine* const machine = vp::Machine::active();
+    if (machine != nullptr && machine->recorder().is_on()) vp::WatchedLibrary::look_for();
+}
 
 // The name's part of NAME=VALUE, with the "=".
 std::string name_of(const std::string& setting) { return setting.substr(0, setting.find('=') + 1); }
@@ -160,7 +168,15 @@ void* dlopen(const char* name, int flags) noexcept {
     void* const library = real_dlopen(file.empty() ? name : file.c_str(), flags);
     ProcessRole* const role = ProcessRole::current();
     if (!is_own && role != nullptr && library != nullptr) role->libraries_changed();
+    if (library != nullptr) look_for_watched_library();
     return library;
+}
+
+int dlclose(void* library) noexcept {
+    if (!vp::ReentrancyGuard::is_active()) vp::WatchedLibrary::let_go();
+    const int result = real_dlclose(library);
+    look_for_watched_library();
+    return result;
 }
 
 }  // extern "C"

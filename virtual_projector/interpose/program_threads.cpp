@@ -53,6 +53,7 @@ bool is_gone(int kernel_id) { return ::syscall(SYS_tgkill, ::getpid(), kernel_id
 void set_current(ProgramThread* thread) {
     current_thread = thread;
     set_current_thread_identity(thread == nullptr ? nullptr : &thread->identity);
+    set_current_log_lines(thread == nullptr ? nullptr : &thread->log);
 }
 
 // Of the calling thread, to debuggers and to the kernel, which keeps 15 characters of it.
@@ -113,10 +114,13 @@ int ProgramThreads::create(pthread_t* thread, const pthread_attr_t* attributes, 
 int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* id,
                               const pthread_attr_t* attributes) {
     const WorldLock lock(clock_);
+    CallCourse course;
+    course.began_us = clock_.now();
     sweep();
     thread->owner = this;
     const std::string name = thread->identity.name;
-    int failure = faults_.effect_on("pthread_create", name).error_number;
+    course.effect = faults_.effect_on("pthread_create", name);
+    int failure = course.effect.error_number;
     if (failure == 0) {
         thread->identity.number = ++last_number_;
         failure = start(*thread, attributes);
@@ -125,7 +129,7 @@ int ProgramThreads::start_new(std::unique_ptr<ProgramThread> thread, pthread_t* 
         *id = thread->id;
         threads_.push_back(std::move(thread));
     }
-    recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure);
+    recorder_.record_thread_start(name, failure == 0 ? last_number_ : -failure, course);
     return failure;
 }
 
@@ -230,6 +234,7 @@ void ProgramThreads::end(ProgramThread& thread) {
     const ReentrancyGuard guard;
     clock_.scheduler().enter_call();  // its turn may have been taken away: then it ends when it has it again
     call_begins();
+    if (at_end_) at_end_();
     {
         const WorldLock lock(clock_);
         if (thread.stack) {

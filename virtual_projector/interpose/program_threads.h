@@ -7,14 +7,17 @@
 #include <signal.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_projector/clock/clock.h"
 #include "virtual_projector/devices/fault_plan.h"
 #include "virtual_projector/interpose/current_thread.h"
+#include "virtual_projector/interpose/log_lines.h"
 #include "virtual_projector/interpose/painted_stack.h"
 #include "virtual_projector/interpose/program_signals.h"
 #include "virtual_projector/interpose/recorder.h"
@@ -32,6 +35,7 @@ struct ProgramThread {
     int kernel_id = 0;
     bool detached = false;
     bool finished = false;
+    LogLines log;
     std::optional<PaintedStack> stack;  // none for the first thread, or where the program gave one
     ScheduledThread* turn = nullptr;    // the scheduler's record of it
 };
@@ -81,6 +85,9 @@ public:
     void call_begins();  // on the thread that makes it
     void call_ends();
 
+    /// Called last thing on a thread, while it still has its turn.
+    void on_end(std::function<void()> handler) { at_end_ = std::move(handler); }
+
     /// Every thread that was started, in the order of creation.
     std::vector<StackUse> stack_uses() const;
 
@@ -108,6 +115,7 @@ private:
     int last_number_ = 0;
     std::vector<std::unique_ptr<ProgramThread>> threads_;  // those whose stack may still be in use
     std::vector<StackUse> ended_;
+    std::function<void()> at_end_;
 };
 
 }  // namespace vp

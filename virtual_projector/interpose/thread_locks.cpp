@@ -41,8 +41,8 @@ bool is_written_by_current(const pthread_rwlock_t* lock) { return lock->__data._
 
 }  // namespace
 
-ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time)
-    : scheduler_(scheduler), waits_(waits), time_(time) {}
+ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, Recorder& recorder)
+    : scheduler_(scheduler), waits_(waits), time_(time), recorder_(recorder) {}
 
 Microseconds ThreadLocks::deadline_at(clockid_t clock, const timespec& until) const {
     return time_.to_virtual(clock, bounded(until));
@@ -73,11 +73,38 @@ int ThreadLocks::take(pthread_mutex_t* mutex) {
     int result = real::pthread_mutex_trylock(mutex);
     if (result == EBUSY && is_robust(mutex) && scheduler_.is_held_by_finished(mutex))
         result = take_after_holder(mutex);
-    if (result == 0 || result == EOWNERDEAD) scheduler_.hold(mutex);
+    if (result == 0 || result == EOWNERDEAD) {
+        scheduler_.hold(mutex);
+        if (result == EOWNERDEAD) held_.erase(mutex);
+        note_taken(mutex);
+    }
     return result;
 }
 
+void ThreadLocks::note_taken(const pthread_mutex_t* mutex) {
+    if (!recorder_.is_on()) return;
+    ++held_.try_emplace(mutex, Held{recorder_.now(), 0}).first->second.times;
+}
+
+// One that nobody could have waited for is not worth a word.
+void ThreadLocks::given_back(const pthread_mutex_t* mutex) {
+    const auto found = held_.find(mutex);
+    if (found == held_.end() || --found->second.times > 0) return;
+    const Microseconds held_us = recorder_.now() - found->second.since;
+    held_.erase(found);
+    if (held_us > 0) recorder_.record_unlock(name_of_object(mutex), held_us);
+}
+
 int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
+    const int result = take(mutex);
+    if (result != EBUSY) return result;
+    const Microseconds since = recorder_.now();
+    const int after_wait = take_in_time(mutex, deadline);
+    recorder_.record_lock(name_of_object(mutex), -after_wait, since);
+    return after_wait;
+}
+
+int ThreadLocks::take_in_time(pthread_mutex_t* mutex, Microseconds deadline) {
     bool in_time = true;
     for (;;) {
         const int result = take(mutex);
@@ -92,7 +119,10 @@ int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
 int ThreadLocks::unlock(pthread_mutex_t* mutex) {
     scheduler_.touch();
     const int result = real::pthread_mutex_unlock(mutex);
-    if (result == 0) scheduler_.release(mutex);
+    if (result == 0) {
+        scheduler_.release(mutex);
+        given_back(mutex);
+    }
     return result;
 }
 
@@ -136,6 +166,7 @@ int ThreadLocks::wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, M
     const int unlocked = real::pthread_mutex_unlock(mutex);
     if (unlocked != 0) return unlocked;
     scheduler_.release(mutex);
+    given_back(mutex);
     const WaitEnd end = waits_.wait({Wait::Kind::condition, condition, name_of_object(condition)}, deadline);
     const int locked = lock_until(mutex, no_deadline);
     if (locked != 0) return locked;

@@ -18,12 +18,13 @@
 #include "virtual_projector/clock/thread_scheduler.h"
 #include "virtual_projector/interpose/program_time.h"
 #include "virtual_projector/interpose/program_waits.h"
+#include "virtual_projector/interpose/recorder.h"
 
 namespace vp {
 
 class ThreadLocks {
 public:
-    ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time);
+    ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, Recorder& recorder);
 
     int lock(pthread_mutex_t* mutex);
     int try_lock(pthread_mutex_t* mutex);
@@ -62,6 +63,9 @@ private:
     Microseconds deadline_at(clockid_t clock, const timespec& until) const;
     int take(pthread_mutex_t* mutex);
     int lock_until(pthread_mutex_t* mutex, Microseconds deadline);
+    int take_in_time(pthread_mutex_t* mutex, Microseconds deadline);
+    void note_taken(const pthread_mutex_t* mutex);
+    void given_back(const pthread_mutex_t* mutex);
     int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
     int take_to_read(pthread_rwlock_t* lock);
     int lock_to_read_until(pthread_rwlock_t* lock, Microseconds deadline);
@@ -72,6 +76,12 @@ private:
     ThreadScheduler& scheduler_;
     ProgramWaits& waits_;
     ProgramTime& time_;
+    Recorder& recorder_;
+    struct Held {
+        Microseconds since;
+        int times;
+    };
+    std::unordered_map<const pthread_mutex_t*, Held> held_;  // while there is a recorder
     std::unordered_map<const pthread_cond_t*, clockid_t>
         condition_clocks_;  // those that are not the wall clock
     std::unordered_map<const pthread_rwlock_t*, int> waiting_writers_;

@@ -24,6 +24,7 @@
 #include "virtual_projector/clock/virtual_clock.h"
 #include "virtual_projector/devices/board.h"
 #include "virtual_projector/devices/build_board.h"
+#include "virtual_projector/interpose/callback_records.h"
 #include "virtual_projector/interpose/machine.h"
 #include "virtual_projector/interpose/program_streams.h"
 #include "virtual_projector/launcher/run_ends.h"
@@ -106,6 +107,19 @@ private:
     std::set<RunFile> told_;
 };
 
+nlohmann::ordered_json json_of(const boardlibs::Bytes& bytes) { return hexadecimal(bytes.content); }
+template <typename Value>
+nlohmann::ordered_json json_of(const Value& value) {
+    return value;
+}
+
+nlohmann::ordered_json json_of(const boardlibs::Values& values) {
+    nlohmann::ordered_json json;
+    for (const auto& [name, value] : values)
+        json[name] = std::visit([](const auto& held) { return json_of(held); }, value);
+    return json;
+}
+
 }  // namespace
 
 struct Session::Parts {
@@ -152,18 +166,33 @@ struct Session::Parts {
         boardlibs::Installation installation;
         installation.board = &board;
         installation.fault = [this](std::string_view function) { return begin_library_call(function); };
-        installation.called = [this](std::string_view function, long result) {
-            machine->recorder().record_library_call(function, result);
+        installation.wants_values = trace != nullptr;
+        installation.now = [this] { return clock->now(); };
+        installation.called = [this](const boardlibs::CallDone& call) {
+            record_library_call(call);
             machine->threads().call_ends();
             clock->scheduler().leave_call();
         };
         boardlibs::install(std::move(installation));
     }
 
+    void record_library_call(const boardlibs::CallDone& call) {
+        if (!machine->recorder().is_on()) return;
+        const nlohmann::ordered_json arguments = json_of(call.values.arguments);
+        const nlohmann::ordered_json outputs = json_of(call.values.outputs);
+        machine->recorder().record_library_call(
+            call.function, call.result, arguments.empty() ? nullptr : &arguments,
+            outputs.empty() ? nullptr : &outputs, {call.began_us, call.effect});
+    }
+
     // The stand-ins run on the stack of the thread that calls them, as the machine's answers do.
     FaultEffect begin_library_call(std::string_view function) {
         take_turn();
         machine->threads().call_begins();
+        {
+            const ReentrancyGuard guard;
+            machine->catch_up();
+        }
         FaultEffect effect;
         {
             const WorldLock lock(*clock);
@@ -278,6 +307,7 @@ Session::Session(const RunOptions& options, RunState* state) {
                                              *parts_->machine, [this] { finish(); });
     if (LiveRun* const live = parts_->live.get()) parts_->ends->excuse([live] { return live->is_holding(); });
     Machine& machine = *parts_->machine;
+    if (parts_->trace) record_host_calls();
     machine.install();
     machine.protect(made_since(programs_own));
     machine.chance().set_seed(parts_->world.seed());
@@ -292,6 +322,7 @@ void Session::finish() {
     parts_->take_turn();
     if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
+    parts_->machine->catch_up();
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);

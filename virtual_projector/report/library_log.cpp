@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "virtual_projector/report/library_log_message.h"
 #include "virtual_projector/world/side.h"
 
 namespace vp {
@@ -81,38 +82,13 @@ constexpr std::array<int, 13> calibrated_mm = {3000, 1500, 1000, 750, 600, 500, 
                                                375,  333,  300,  275, 255, 240};
 constexpr int places = 25;
 
-constexpr int max_numbers = 4;
-using Numbers = std::array<int, max_numbers>;
-
-// Reads a pattern's numbers. They must all be there, so that a text that only begins alike does not count.
-bool matches(const char* pattern, int count, const char* text, Numbers& numbers) {
-    // cppcheck-suppress wrongPrintfScanfArgNum  // a pattern takes as many as it has
-    return std::sscanf(text, pattern, &numbers[0], &numbers[1], &numbers[2], &numbers[3]) == count;
-}
+using Numbers = LogNumbers;
 
 std::string words_with(const char* words, const Numbers& n) {
     char text[200];
     // cppcheck-suppress wrongPrintfScanfArgNum  // as above
     std::snprintf(text, sizeof text, words, n[0], n[1], n[2], n[3]);
     return text;
-}
-
-std::string without_colour(const std::string& line) {
-    std::string plain;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        if (line[i] == '\033') {
-            while (i < line.size() && line[i] != 'm') ++i;
-        } else {
-            plain += line[i];
-        }
-    }
-    return plain;
-}
-
-std::string message_of(const std::string& line) {
-    const std::string plain = without_colour(line);
-    const std::size_t tag_end = plain.find("]  ");
-    return plain[0] == '[' && tag_end != std::string::npos ? plain.substr(tag_end + 3) : plain;
 }
 
 // From one of the rotations' names to another; the first has none of its own.
@@ -137,8 +113,7 @@ std::string format_rule(const std::string& message) {
     if (message == no_mean) return "";  // the line after it says so in words
     for (const Rule& rule : rules) {
         Numbers numbers{};
-        if (matches(rule.pattern, rule.numbers, message.c_str(), numbers))
-            return words_with(rule.words, numbers);
+        if (read_numbers(message, rule.pattern, rule.numbers, numbers)) return words_with(rule.words, numbers);
     }
     return "";
 }
@@ -162,7 +137,7 @@ int focus_place_mm(int place) {
 // The place that is nearest to the mean, where the lens stands, and the way between them.
 std::string LogFormatter::format_place(const std::string& message) {
     Numbers n{};
-    if (!matches("curTMRIndex = %d, targetTMRIndex = %d, steps = %d", 3, message.c_str(), n)) return "";
+    if (!read_numbers(message, "curTMRIndex = %d, targetTMRIndex = %d, steps = %d", 3, n)) return "";
     aims_ = false;
     char text[200];
     if (n[0] == n[1]) {
@@ -179,7 +154,7 @@ std::string LogFormatter::format_place(const std::string& message) {
 // Said once for each target: where the lens is to go and where it stands then.
 std::string LogFormatter::format_aim(const std::string& message) {
     Numbers n{};
-    if (!matches("currentTMR = %d, targetTMR = %d", 2, message.c_str(), n)) return "";
+    if (!read_numbers(message, "currentTMR = %d, targetTMR = %d", 2, n)) return "";
     const bool known = aims_ && aim_.target == n[1];
     aims_ = true;
     aim_ = {n[0], n[1]};
@@ -195,7 +170,7 @@ std::string LogFormatter::format_arrival(const std::string& message) const {
 
 std::string LogFormatter::format(const std::string& line) {
     if (line.empty()) return "";
-    const std::string message = message_of(line);
+    const std::string message = log_message(line);
     for (const std::string& words : {format_place(message), format_aim(message), format_arrival(message),
                                      format_rotation(message), format_phrase(message)}) {
         if (!words.empty()) return words;

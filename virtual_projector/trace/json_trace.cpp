@@ -13,6 +13,7 @@ namespace {
 constexpr std::array<std::string_view, 6> changing_calls = {"write",          "ioctl", "call",
                                                             "pthread_create", "lock",  "unlock"};
 constexpr std::string_view toast = "toast";
+constexpr std::string_view question = "is_factory_test";  // asked all the time, and changes nothing
 
 // The board encodes in a request's upper three bits which way its data go; 2 is to the program only, such as a
 // sample of a sensor.
@@ -50,13 +51,18 @@ void JsonTrace::record(const CallRecord& record) {
     write_line(json_of(record));
 }
 
+bool JsonTrace::is_wanted(std::string_view callback) const {
+    if (detail_ == TraceDetail::calls || callback == toast) return true;
+    return detail_ == TraceDetail::changes && callback != question;
+}
+
 void JsonTrace::record_callback(const CallbackRecord& record) {
-    if (detail_ == TraceDetail::events && record.callback != toast) return;
+    if (!is_wanted(record.callback)) return;
     write_line(json_of(record));
 }
 
 void JsonTrace::record_return(const CallbackReturn& record) {
-    if (detail_ == TraceDetail::events && record.callback != toast) return;
+    if (!is_wanted(record.callback)) return;
     write_line(json_of(record));
 }
 

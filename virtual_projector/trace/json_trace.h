@@ -16,7 +16,7 @@ namespace vp {
 enum class TraceDetail {
     events,   // events, the world's truth, toasts, the library's state and its log
     changes,  // and calls that may change the board (write, ioctl that does not only read, call,
-              // pthread_create), all failures and what faults changed, locks and the other callbacks
+              // pthread_create), all failures and what faults changed, locks and other callbacks
     calls,    // and every other call
 };
 
@@ -47,6 +47,7 @@ public:
     bool finish();
 
 private:
+    bool is_wanted(std::string_view callback) const;
     void write_line(const nlohmann::ordered_json& line);
 
     std::unique_ptr<OutputFile> file_;

@@ -28,17 +28,6 @@ bool is_plain_text(std::string_view bytes) {
     return true;
 }
 
-std::string hexadecimal(std::string_view bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        text += digits[value >> 4];
-        text += digits[value & 15];
-    }
-    return text;
-}
-
 int value_of_digit(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
     if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
@@ -141,6 +130,17 @@ ordered_json json_of(const RunRecord& run) {
 }
 
 }  // namespace
+
+std::string hexadecimal(std::string_view bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += digits[value >> 4];
+        text += digits[value & 15];
+    }
+    return text;
+}
 
 ordered_json json_of(const CallRecord& record) {
     ordered_json line = line_of_thread(record.t_us, record.thread, record.thread_name);
@@ -274,6 +274,7 @@ StateLine state_line_from(const nlohmann::json& line) {
     StateLine state;
     state.t_us = line.value(record_key::t_us, std::int64_t{0});
     state.thread = line.value(record_key::thread, 0);
+    state.thread_name = name_in(line);
     for (const auto& [name, value] : line.at(record_key::state).items())
         state.values.emplace_back(name, value.get<double>());
     return state;

@@ -241,6 +241,7 @@ struct ReturnLine {
 struct StateLine {
     std::int64_t t_us = 0;
     int thread = 0;
+    std::string thread_name;
     std::vector<std::pair<std::string, double>> values;
 };
 
@@ -250,6 +251,9 @@ struct LogLine {
     std::string thread_name;
     std::string text;
 };
+
+/// Bytes as they stand in a record: two digits each.
+std::string hexadecimal(std::string_view bytes);
 
 /// The objects that stand on the lines of a trace.
 nlohmann::ordered_json json_of(const CallRecord& record);

@@ -71,8 +71,8 @@ export function point_within(outline: Outline, u: number, v: number): Point {
 }
 
 const width = 480;
-const height = 300;
-const margin = 34;
+const height = 262;
+const margin = 26;
 
 interface View {
   x(mm: number): number;

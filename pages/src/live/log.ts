@@ -1,0 +1,36 @@
+// What happens, in words, as it happens.
+import { element } from "../shared/dom";
+import { time_text } from "../shared/format";
+import type { Happening } from "./messages";
+
+const kept = 300;
+const signs: Record<Happening["kind"], [string, string]> = {
+  event: ["▸", "what was done"],
+  log: ["·", "the library"],
+  toast: ["◆", "toast"],
+  failure: ["✗", "a call that failed"],
+  fault: ["!", "fault"],
+  state: ["", ""],
+};
+
+export class Log {
+  readonly root = element("ol", { class: "log", role: "log", "aria-label": "What happens", "aria-live": "off", tabindex: 0 });
+
+  clear(): void {
+    this.root.replaceChildren();
+  }
+
+  add(happenings: readonly Happening[], missed: number): void {
+    const follows = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
+    if (missed > 0) this.root.append(element("li", { class: "failure" }, element("span", {}, ""), element("span", {}, "…"), element("span", {}, `${missed} more that this page was too slow for`)));
+    for (const happening of happenings) {
+      if (happening.kind === "state") continue;
+      const [sign, means] = signs[happening.kind];
+      this.root.append(element("li", { class: happening.kind },
+        element("span", { class: "time" }, time_text(happening.t_us)), element("span", { class: "sign", title: means }, sign),
+        element("span", { class: "words" }, happening.text)));
+    }
+    while (this.root.childElementCount > kept) this.root.firstElementChild?.remove();
+    if (follows) this.root.scrollTop = this.root.scrollHeight;
+  }
+}

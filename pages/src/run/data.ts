@@ -26,10 +26,12 @@ export interface Truth {
 export interface Request {
   n: number;
   kind: string;
+  what?: string;
   by: string;
   t: number;
   begin: number | null;
   end: number | null;
+  failed?: boolean;
   outcome: string;
   before: Truth | null;
   after: Truth | null;
@@ -38,6 +40,7 @@ export interface Request {
 export interface Lane {
   thread: number;
   name: string;
+  merged_us?: number;
   slices: [t: number, us: number, kind: SliceKind, what: string][];
 }
 

@@ -21,7 +21,8 @@ interface Prepared {
 const kind_colors: Record<SliceKind, ColorName> = { wait: "line", call: "blue", run: "sky", callback: "green", hold: "vermilion" };
 const kind_words: [SliceKind, string][] = [["call", "in a call"], ["wait", "waiting"], ["callback", "calls the host"], ["hold", "holds a lock"]];
 
-function prepared(lane: Lane): Prepared {
+function prepared(given: Lane): Prepared {
+  const lane = { ...given, slices: [...given.slices].sort((a, b) => a[0] - b[0] || b[1] - a[1]) };
   return {
     lane,
     begins: Float64Array.from(lane.slices, (slice) => slice[0]),

@@ -10,13 +10,16 @@ export function other_signals(data: RunData, timeline: Timeline, marks: readonly
   const signals = data.signals.filter((signal) => signal.t.length > 0);
   const choice = element("select", { id: "other-signal" }, element("option", { value: "" }, "choose a signal"),
     ...signals.map((signal, i) => element("option", { value: i }, signal.unit ? `${signal.name} (${signal.unit})` : signal.name)));
-  const plot_of = (signal: Signal): HTMLElement => new Plot({
+  let shown: Plot | null = null;
+  const plot_of = (signal: Signal): Plot => new Plot({
     label: `${signal.name} over time`, unit: signal.unit, decimals: 3, height: 150, marks: () => marks,
     curves: [{ signal, label: signal.name, color: "blue" }],
-  }, timeline).root;
+  }, timeline);
   choice.addEventListener("change", () => {
     const signal = choice.value === "" ? undefined : signals[Number(choice.value)];
-    place.replaceChildren(...(signal ? [plot_of(signal)] : []));
+    shown?.remove();
+    shown = signal ? plot_of(signal) : null;
+    if (shown) place.append(shown.root);
   });
   return element("section", { class: "panel", id: "other", "aria-labelledby": "other-title" },
     element("h2", { id: "other-title" }, "Any other signal"),

@@ -1,5 +1,5 @@
 // Which curves stand together, under which title. A signal that a trace does not have is left out.
-import type { PlotOptions, Curve, Level, Stretch } from "../shared/plot";
+import type { PlotOptions, Curve, Stretch } from "../shared/plot";
 import type { Signal } from "../shared/signals";
 import { value_at } from "../shared/signals";
 import { square_limit_deg } from "../shared/wall_picture";
@@ -48,11 +48,23 @@ function less(signal: Signal, other: Signal): Signal {
   return { name: `${signal.name} less ${other.name}`, unit: signal.unit, t: signal.t, v };
 }
 
-function lens_panel(signals: Signals): Panel {
+/** The backlash over time: it is taken up to one side, or the lens is between both. */
+function play_of(signals: Signals, end: number): Stretch[] {
+  const state = signals.get("truth.backlash_state");
+  if (!state) return [];
+  return Array.from(state.t, (from, i): Stretch => {
+    const value = state.v[i] ?? 0;
+    const [label, color]: [string, ColorName] = value <= 0 ? ["play taken up to the left", "sky"] :
+      value >= 1 ? ["play taken up to the right", "orange"] : ["within the play", "ink-soft"];
+    return { from, to: state.t[i + 1] ?? end, label, color };
+  });
+}
+
+function lens_panel(signals: Signals, end: number): Panel {
   const curves = [
     ...signals.curve("truth.best_tmr", "sharpest place", "green", { width: 2.5 }),
     ...signals.curve("truth.lens_tmr", "lens, true", "blue"),
-    ...signals.curve("order.target_tmr", "target", "vermilion", { dash: [6, 4] }),
+    ...signals.curve("target.tmr", "target", "vermilion", { dash: [6, 4] }),
     ...signals.curve("reading.tmr", "reading", "orange", { held: "moments" }),
     ...signals.curve("state.g_limitLeft", "left limit", "ink-soft", { dash: [2, 3] }),
     ...signals.curve("state.g_limitRight", "right limit", "ink-soft", { dash: [8, 3] }),
@@ -62,11 +74,9 @@ function lens_panel(signals: Signals): Panel {
     plots: [
       { label: "Lens position, sharpest place, target and readings over time", unit: "TMR", curves, decimals: 1, height: 210 },
       {
-        label: "Orders to the lens motor, added up", unit: "steps", decimals: 0, height: 110,
-        curves: [
-          ...signals.curve("order.position_steps", "orders, added up", "blue"),
-          ...signals.curve("truth.backlash_steps", "backlash taken up", "vermilion", { dash: [6, 4] }),
-        ],
+        label: "Orders to the lens motor, added up", unit: "steps", decimals: 1, height: 120,
+        stretches: play_of(signals, end),
+        curves: signals.curve("order.position_steps", "orders, added up", "blue"),
       },
     ],
   };
@@ -115,7 +125,10 @@ function zone_signal(zones: Zones, name: string, unit: string, value: (i: number
   return { name, unit, t: zones.t, v: zones.t.map((_t, i) => value(i)) };
 }
 
-function zones_panel({ zones }: RunData): Panel {
+/** The ends of the signals' names, in the order of the sensor's zones. */
+const zone_keys = ["tr", "br", "tl", "bl"] as const;
+
+function zones_panel({ zones }: RunData, signals: Signals): Panel {
   const sensed: Curve[] = [];
   const lost: Curve[] = [];
   const truths: Curve[] = [];
@@ -124,14 +137,11 @@ function zones_panel({ zones }: RunData): Panel {
     const color = zone_colors[zone] as ColorName;
     const valid = (i: number): boolean => Boolean(zones.valid[i]?.[zone]);
     const distance = (i: number): number | null => zones.sensed_mm[i]?.[zone] ?? null;
-    const truth = (i: number): number | null => {
-      const mm = zones.true_mm[i]?.[zone] ?? null;
-      return mm !== null && mm < 0 ? null : mm;
-    };
-    sensed.push({ signal: zone_signal(zones, `zone.${zone}.sensed`, "mm", (i) => (valid(i) ? distance(i) : null)), label, color, held: "moments" });
-    lost.push({ signal: zone_signal(zones, `zone.${zone}.invalid`, "mm", (i) => (valid(i) ? null : distance(i))), label, color: "ink-soft", held: "moments", quiet: true });
-    truths.push({ signal: zone_signal(zones, `zone.${zone}.true`, "mm", truth), label, color, width: 1, quiet: true });
-    quality.push({ signal: zone_signal(zones, `zone.${zone}.quality`, "", (i) => zones.quality[i]?.[zone] ?? null), label, color, held: "moments" });
+    const signal = (name: string, unit: string, value: (i: number) => number | null): Signal => zone_signal(zones, `${name}, ${label}`, unit, value);
+    truths.push(...signals.curve(`truth.zone_${zone_keys[zone]}_mm`, label, color, { width: 1, quiet: true }));
+    sensed.push({ signal: signal("sensed", "mm", (i) => (valid(i) ? distance(i) : null)), label, color, held: "moments" });
+    lost.push({ signal: signal("invalid", "mm", (i) => (valid(i) ? null : distance(i))), label, color: "ink-soft", held: "moments", quiet: true });
+    quality.push({ signal: signal("quality", "", (i) => zones.quality[i]?.[zone] ?? null), label, color, held: "moments" });
   });
   const some = zones.t.length > 0;
   return {
@@ -144,29 +154,35 @@ function zones_panel({ zones }: RunData): Panel {
   };
 }
 
-function tilt_panel(signals: Signals): Panel {
-  const truth = signals.get("truth.pitch_deg");
-  const error = (name: string, label: string, color: ColorName, more: Partial<Curve>): Curve[] => {
+const chosen_by: Record<number, [string, ColorName]> = {
+  0: ["told by the host", "purple"], 1: ["ToF chosen", "blue"], 2: ["gravity chosen", "orange"],
+};
+
+function tilt_panel(signals: Signals, end: number): Panel {
+  const less_true = (name: string, truth_name: string, label: string, color: ColorName, more: Partial<Curve>): Curve[] => {
     const signal = signals.get(name);
+    const truth = signals.get(truth_name);
     return signal && truth ? [{ signal: less(signal, truth), label, color, ...more }] : [];
   };
+  const wall = signals.get("truth.wall_tilt_deg") ? "truth.wall_tilt_deg" : "truth.pitch_deg";
   return {
-    id: "tilt", title: "Tilt", about: "What was sensed, less the true tilt; below, which of them the picture was made for.",
+    id: "tilt", title: "Tilt", about: "What was sensed, less the true tilt; below, the tilts themselves, and which of them the picture was made for.",
     plots: [
       {
         label: "Errors of the sensed tilt", unit: "deg", decimals: 2, height: 140, levels: [{ label: "", value: 0 }],
         curves: [
-          ...error("tilt.tof_deg", "ToF less true", "blue", { held: "moments" }),
-          ...error("tilt.gravity_deg", "gravity less true", "orange", { held: "moments" }),
-          ...error("tilt.chosen_deg", "chosen less true", "vermilion", {}),
+          ...less_true("tilt.tof_deg", wall, "ToF less true", "blue", { held: "moments", note: "against the wall" }),
+          ...less_true("tilt.gravity_deg", "truth.pitch_deg", "gravity less true", "orange", { held: "moments", note: "against level" }),
+          ...less_true("tilt.chosen_deg", wall, "chosen less true", "vermilion", {}),
         ],
       },
       {
-        label: "Tilt, true and chosen", unit: "deg", decimals: 2, height: 110,
+        label: "Tilt, true, sensed and chosen", unit: "deg", decimals: 2, height: 130,
+        stretches: stretches_of(signals.get("tilt.chosen_by"), end, chosen_by),
         curves: [
-          ...signals.curve("truth.pitch_deg", "true pitch", "green"),
-          ...signals.curve("truth.roll_deg", "true roll", "purple", { dash: [6, 4] }),
-          ...signals.curve("tilt.chosen_deg", "chosen", "vermilion", { dash: [2, 3] }),
+          ...signals.curve("truth.pitch_deg", "true, against level", "green"),
+          ...(wall === "truth.pitch_deg" ? [] : signals.curve(wall, "true, against the wall", "ink-curve", { dash: [8, 3] })),
+          ...signals.curve("tilt.chosen_deg", "chosen", "vermilion", { dash: [2, 3], width: 2 }),
         ],
       },
     ],
@@ -182,19 +198,53 @@ function stretches_of(signal: Signal | undefined, end: number, names: Record<num
   }).filter((stretch): stretch is Stretch => stretch !== null);
 }
 
+// Where the library draws its lines between two blocks of gravity samples, in degrees.
+const shake_step_deg = 13;
+const steady_step_deg = 1.76;
+
+/** Which way the motion machine stands, from the flags that hosts can see too. */
+function motion_of(signals: Signals, end: number): Stretch[] {
+  const moved = signals.get("state.project_acc_angle_changed");
+  const shaken = signals.get("state.project_acc_shake_happened");
+  if (!moved || !shaken) return [];
+  const times = Array.from(new Set([...Array.from(moved.t), ...Array.from(shaken.t)])).sort((a, b) => a - b);
+  return times.map((from, i): Stretch => {
+    const [label, color]: [string, ColorName] = value_at(moved, from) !== 1 ? ["idle", "green"] :
+      value_at(shaken, from) === 1 ? ["moved, settling", "vermilion"] : ["at rest, run to follow", "orange"];
+    return { from, to: times[i + 1] ?? end, label, color };
+  });
+}
+
+/** How far the angles went from one block of samples to the next, on the axis that went farthest. */
+function steps_of(axes: readonly Signal[]): Signal {
+  const times = Array.from(new Set(axes.flatMap((axis) => Array.from(axis.t)))).sort((a, b) => a - b);
+  const v = times.map((t, i) => {
+    const before = times[i - 1];
+    if (before === undefined) return null;
+    return Math.max(...axes.map((axis) => Math.abs((value_at(axis, t) ?? 0) - (value_at(axis, before) ?? 0))));
+  });
+  return { name: "step of the angles", unit: "deg", about: "from one block of samples to the next, largest axis", t: times, v };
+}
+
 function gravity_panel(signals: Signals, end: number): Panel {
-  const thresholds: Level[] = [];
+  const axes = ["x", "y", "z"].map((axis) => signals.get(`state.acc_degree.${axis}`)).filter((axis): axis is Signal => axis !== undefined);
   return {
-    id: "gravity", title: "Gravity and motion", about: "What the gravity sensor says, and how the library takes it: at rest or moved.",
+    id: "gravity", title: "Gravity and motion", about: "What the gravity sensor says, and how the library takes it: idle, moved, or at rest again.",
     plots: [
       {
-        label: "Acceleration on three axes over time", unit: "g", decimals: 3, height: 170, levels: thresholds,
-        stretches: stretches_of(signals.get("motion.state"), end, { 0: ["at rest", "green"], 1: ["moved", "vermilion"], 2: ["settling", "orange"] }),
+        label: "Acceleration on three axes over time", unit: "g", decimals: 3, height: 170,
+        stretches: motion_of(signals, end),
         curves: [
-          ...signals.curve("gravity.x", "x", "blue"),
-          ...signals.curve("gravity.y", "y", "vermilion"),
-          ...signals.curve("gravity.z", "z", "green"),
+          ...signals.curve("gravity.x", "x, right", "blue"),
+          ...signals.curve("gravity.y", "y, front", "vermilion"),
+          ...signals.curve("gravity.z", "z, up", "green"),
         ],
+      },
+      {
+        label: "Steps of the sensed angles from block to block", unit: "deg", decimals: 2, height: 120,
+        levels: [{ label: `shaken from ${shake_step_deg}°`, value: shake_step_deg }, { label: `steady below ${steady_step_deg}°`, value: steady_step_deg }],
+        include: [0, shake_step_deg],
+        curves: axes.length > 0 ? [{ signal: steps_of(axes), label: "step from block to block", color: "blue", held: "moments" }] : [],
       },
     ],
   };
@@ -226,7 +276,7 @@ function heat_panel(signals: Signals): Panel {
 export function panels_of(data: RunData): Panel[] {
   const signals = new Signals(data);
   return [
-    lens_panel(signals), sharpness_panel(signals), edges_panel(signals), zones_panel(data), tilt_panel(signals),
+    lens_panel(signals, data.end_us), sharpness_panel(signals), edges_panel(signals), zones_panel(data, signals), tilt_panel(signals, data.end_us),
     gravity_panel(signals, data.end_us), heat_panel(signals),
   ].map((panel) => ({ ...panel, plots: panel.plots.filter((plot) => plot.curves.length > 0) }));
 }

@@ -88,6 +88,11 @@ function range_around(low: number | null, high: number | null, include: readonly
   return [least - air, most + air];
 }
 
+function note_of({ note, signal }: Curve): string {
+  const thinned = signal.within ? `thinned here: within ${trimmed(signal.within, 4)} ${unit_sign(signal.unit)} of what was told` : "";
+  return [note ?? signal.about ?? "", thinned].filter((text) => text !== "").join("; ");
+}
+
 export class Plot {
   readonly root: HTMLElement;
   private readonly frame = element("div", { class: "plot-frame", role: "img" });
@@ -97,15 +102,26 @@ export class Plot {
   private plot: uPlot | null = null;
   private width = 0;
   private stale = true;
+  private readonly undo: (() => void)[];
 
   constructor(private readonly options: PlotOptions, private readonly timeline: Timeline) {
     this.shown = options.curves.map((curve) => !curve.hidden);
     this.frame.setAttribute("aria-label", options.label);
     this.root = element("div", { class: "plot" }, this.legend(), this.frame);
-    timeline.on_cursor(() => this.show_cursor());
-    timeline.on_span(() => this.refresh());
-    on_colors_change(() => this.rebuild());
-    new ResizeObserver(() => this.fit()).observe(this.frame);
+    const sizes = new ResizeObserver(() => this.fit());
+    sizes.observe(this.frame);
+    this.undo = [
+      timeline.on_cursor(() => this.show_cursor()), timeline.on_span(() => this.refresh()),
+      on_colors_change(() => this.rebuild()), () => sizes.disconnect(),
+    ];
+  }
+
+  /** Takes the plot away. */
+  remove(): void {
+    for (const undo of this.undo) undo();
+    this.plot?.destroy();
+    this.plot = null;
+    this.root.remove();
   }
 
   /** What the legend says at the cursor, one text a curve. */
@@ -129,7 +145,8 @@ export class Plot {
       const button = element("button", { type: "button", class: "key", "aria-pressed": String(!curve.hidden) },
         element("span", { class: `swatch ${curve.held === "moments" ? "dots" : curve.dash ? "dashes" : ""} ${curve.color}` }),
         curve.label);
-      if (curve.note) button.title = curve.note;
+      const note = note_of(curve);
+      if (note) button.title = note;
       button.addEventListener("click", () => {
         this.shown[i] = !this.shown[i];
         button.setAttribute("aria-pressed", String(this.shown[i]));

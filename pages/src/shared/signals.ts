@@ -5,6 +5,8 @@
 export interface Signal {
   name: string;
   unit: string;
+  about?: string;   // one line
+  within?: number;  // thinned: the values told are at most so far from the true ones
   t: ArrayLike<number>;
   v: ArrayLike<number | null>;
 }

@@ -5,7 +5,7 @@ export type ColorName =
   | "ink" | "ink-soft" | "line" | "grid" | "panel" | "ground" | "band" | "good" | "bad" | "mark" | "focus";
 
 let known = new Map<ColorName, string>();
-const listeners: (() => void)[] = [];
+const listeners = new Set<() => void>();
 
 export function color(name: ColorName): string {
   let value = known.get(name);
@@ -16,9 +16,11 @@ export function color(name: ColorName): string {
   return value;
 }
 
-/** Called when the colours have become others: light or dark is chosen, or the page goes to a printer. */
-export function on_colors_change(listener: () => void): void {
-  listeners.push(listener);
+/** Called when the colours have become others: light or dark is chosen, or the page goes to a printer; until what
+ *  this returns is called. */
+export function on_colors_change(listener: () => void): () => void {
+  listeners.add(listener);
+  return () => { listeners.delete(listener); };
 }
 
 function colors_changed(): void {

@@ -4,8 +4,8 @@ export class Timeline {
   private from_: number;
   private to_: number;
   private cursor_: number;
-  private readonly cursor_listeners: ((t: number) => void)[] = [];
-  private readonly span_listeners: (() => void)[] = [];
+  private readonly cursor_listeners = new Set<(t: number) => void>();
+  private readonly span_listeners = new Set<() => void>();
 
   /** The shortest span that can be shown. */
   static readonly shortest_us = 1000;
@@ -22,8 +22,17 @@ export class Timeline {
   get cursor(): number { return this.cursor_; }
   get is_whole(): boolean { return this.from_ === this.begin && this.to_ === this.end; }
 
-  on_cursor(listener: (t: number) => void): void { this.cursor_listeners.push(listener); }
-  on_span(listener: () => void): void { this.span_listeners.push(listener); }
+  /** Calls the listener whenever the cursor has moved, until what this returns is called. */
+  on_cursor(listener: (t: number) => void): () => void {
+    this.cursor_listeners.add(listener);
+    return () => { this.cursor_listeners.delete(listener); };
+  }
+
+  /** The same for what is shown. */
+  on_span(listener: () => void): () => void {
+    this.span_listeners.add(listener);
+    return () => { this.span_listeners.delete(listener); };
+  }
 
   move_cursor(t: number): void {
     const at = Math.round(Math.min(this.end, Math.max(this.begin, t)));

@@ -254,7 +254,7 @@ describe("the page tells", () => {
   it("any signal by its name", async () => {
     const data = data_of(walk.page);
     await with_page(walk.page, {}, async (page) => {
-      await page.getByLabel("Signal").selectOption({ label: "truth.light_used" });
+      await page.getByLabel("Signal", { exact: true }).selectOption({ label: "truth.light_used" });
       const last = data.signals.find((signal) => signal.name === "truth.light_used").v.at(-1);
       assert.equal(number_in(await reading(page, "other", "truth.light_used")), Number(last.toFixed(3)));
     });

@@ -10,7 +10,7 @@ import { launch, open, path_in_module, root } from "../../pages/tools/browser.mj
 import { host, host_script, launcher, start_live } from "./live_run.mjs";
 
 const run = promisify(execFile);
-const patience = { timeout: 60000 };
+const patience = { timeout: 30000 };
 let browser;
 let live;
 let opened = [];
@@ -121,10 +121,8 @@ test("the projector is carried by the arrow keys, too", async () => {
 });
 
 test("what was done on the page is repeated to the byte by the scenario that it saves", async () => {
-  live = await start_live(["--trace", "/dev/null"]);
+  live = await start_live((folder) => ["--trace", join(folder, "live.jsonl"), "--scenario", join(root, "scenarios/nudge.json")]);
   const trace = join(live.folder, "live.jsonl");
-  await live.stop();
-  live = await start_live(["--trace", trace, "--scenario", join(root, "scenarios/nudge.json")]);
   const { page } = await open_page({ acceptDownloads: true });
   await live.command({ do: "speed", value: 10 });
   await until_sharp(page);

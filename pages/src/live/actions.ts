@@ -1,6 +1,7 @@
 // Everything that can be done to the run by a button: the room, the unit, the host, faults.
 import { element, type Child } from "../shared/dom";
 import type { Connection, ScenarioEvent } from "./connection";
+import type { Hand } from "./hand";
 import type { State } from "./messages";
 
 const warmer_by_c = 10;
@@ -21,7 +22,7 @@ const faults: [string, { operation?: string; path?: string; error?: string; stal
   ["Lens motor: writes fail", { operation: "write", path: "/sys/class/motor/*", error: "EIO" }],
   ["Lens sensor: stale readings", { operation: "read", path: "/sys/class/motor/*", stale: true }],
   ["ToF sensor: requests fail", { operation: "ioctl", path: "/dev/nds01", error: "EIO" }],
-  ["Gravity sensor: requests fail", { operation: "ioctl", path: "/dev/*sensor*", error: "EIO" }],
+  ["Gravity sensor: requests fail", { operation: "ioctl", path: "/dev/gsensor_daemon", error: "EIO" }],
   ["Display: requests fail", { operation: "ioctl", path: "/dev/dis", error: "EIO" }],
 ];
 
@@ -29,7 +30,7 @@ export class Actions {
   readonly root: HTMLElement;
   private state: State | null = null;
 
-  constructor(private readonly connection: Connection) {
+  constructor(private readonly connection: Connection, private readonly hand: Hand) {
     this.root = element("div", { class: "actions" },
       this.group("The host", ...this.host_actions()),
       this.group("The projector", ...this.unit_actions()),
@@ -65,7 +66,7 @@ export class Actions {
 
   private unit_actions(): Child[] {
     const roll = element("input", { type: "range", id: "roll", min: -30, max: 30, step: 1, value: 0 });
-    roll.addEventListener("input", () => this.connection.follow("roll", { gesture: "tilt", to: { roll_deg: Number(roll.value) }, for_s: 0.2 }));
+    roll.addEventListener("input", () => this.hand.nudge({ roll_deg: Number(roll.value) }));
     return [
       this.button("Shake", () => ({ gesture: "shake" })),
       this.button("Move about slowly", () => ({ gesture: "slow_shake" })),

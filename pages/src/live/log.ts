@@ -14,23 +14,24 @@ const signs: Record<Happening["kind"], [string, string]> = {
 };
 
 export class Log {
-  readonly root = element("ol", { class: "log", role: "log", "aria-label": "What happens", "aria-live": "off", tabindex: 0 });
+  private readonly list = element("ol", { class: "happenings-list" });
+  readonly root = element("div", { class: "happenings", role: "log", "aria-label": "What happens", "aria-live": "off", tabindex: 0 }, this.list);
 
   clear(): void {
-    this.root.replaceChildren();
+    this.list.replaceChildren();
   }
 
   add(happenings: readonly Happening[], missed: number): void {
     const follows = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
-    if (missed > 0) this.root.append(element("li", { class: "failure" }, element("span", {}, ""), element("span", {}, "…"), element("span", {}, `${missed} more that this page was too slow for`)));
+    if (missed > 0) this.list.append(element("li", { class: "failure" }, element("span", {}, ""), element("span", {}, "…"), element("span", {}, `${missed} more that this page was too slow for`)));
     for (const happening of happenings) {
       if (happening.kind === "state") continue;
       const [sign, means] = signs[happening.kind];
-      this.root.append(element("li", { class: happening.kind },
+      this.list.append(element("li", { class: happening.kind },
         element("span", { class: "time" }, time_text(happening.t_us)), element("span", { class: "sign", title: means }, sign),
         element("span", { class: "words" }, happening.text)));
     }
-    while (this.root.childElementCount > kept) this.root.firstElementChild?.remove();
+    while (this.list.childElementCount > kept) this.list.firstElementChild?.remove();
     if (follows) this.root.scrollTop = this.root.scrollHeight;
   }
 }

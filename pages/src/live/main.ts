@@ -18,13 +18,14 @@ const connection = new Connection({
   refused: (why) => controls.say(why, true),
 });
 const controls = new Controls(connection);
-const above = new SeenFromAbove(connection, new Hand(connection));
-const side = new SeenFromTheSide(connection);
+const hand = new Hand(connection);
+const above = new SeenFromAbove(connection, hand);
+const side = new SeenFromTheSide(hand);
 const wall = new WallPicture();
 const gauges = new Gauges();
 const curves = new Curves();
 const log = new Log();
-const actions = new Actions(connection);
+const actions = new Actions(connection, hand);
 const page = byId("page");
 
 let newest: State | null = null;
@@ -71,7 +72,7 @@ page.replaceChildren(
   element("main", { class: "layout" },
     panel("From above", "Drag the projector, or its ring to turn it; boxes and the corner, too. Arrow keys do the same.", above.root, ray_key),
     element("div", { class: "column" },
-      panel("From the side", "Drag the ring to tilt it.", side.root),
+      panel("From the side", "Drag the ring to tilt the projector.", side.root),
       panel("The picture on the wall", "Blur in pixels.", wall.root)),
     element("div", { class: "column" }, panel("Gauges", "", gauges.root), panel("What happens", "", log.root)),
     element("section", { class: "panel wide", "aria-label": "What can be done" }, element("h2", {}, "What can be done"), actions.root),

@@ -2,8 +2,8 @@
 // the wall and above the floor.
 import { shape } from "../shared/dom";
 import { trimmed } from "../shared/format";
-import type { Connection } from "./connection";
 import { make_draggable } from "./drag";
+import type { Hand } from "./hand";
 import type { State } from "./messages";
 import { rays_of } from "./rays";
 
@@ -13,8 +13,11 @@ const wall_margin = 200;
 const floor_margin = 120;
 const tilter_mm = 560;
 const max_pitch_deg = 40;
-const tilt_s = 0.2;
 const to_radians = Math.PI / 180;
+
+function tilt_near(degrees: number): number {
+  return Math.min(max_pitch_deg, Math.max(-max_pitch_deg, Math.round(degrees * 10) / 10));
+}
 
 export class SeenFromTheSide {
   readonly root = shape("svg", {
@@ -35,7 +38,7 @@ export class SeenFromTheSide {
   });
   private readonly words = shape("text", { class: "label" });
 
-  constructor(private readonly connection: Connection) {
+  constructor(private readonly hand: Hand) {
     this.root.append(
       shape("line", { class: "floor", x1: -depth, x2: wall_margin, y1: 0, y2: 0 }),
       this.wall, this.beam, this.rays, this.things, this.stand, this.body, this.tilter, this.words);
@@ -43,9 +46,10 @@ export class SeenFromTheSide {
       begin: () => ({ x: Number(this.tilter.getAttribute("cx")), y: Number(this.tilter.getAttribute("cy")) }),
       move: (to) => {
         const [x, y] = this.lens();
-        this.tilt_to(Math.atan2(y - to.y, Math.max(to.x - x, 1)) / to_radians);
+        this.hand.carry({ pitch_deg: tilt_near(Math.atan2(y - to.y, Math.max(to.x - x, 1)) / to_radians) });
       },
-      step: (right, up) => this.tilt_to((this.state?.pose.pitch_deg ?? 0) + right + up),
+      end: () => this.hand.set_down(),
+      step: (right, up) => this.hand.nudge({ pitch_deg: tilt_near(this.hand.aim("pitch_deg", this.state?.pose.pitch_deg ?? 0) + right + up) }),
     });
   }
 
@@ -79,11 +83,6 @@ export class SeenFromTheSide {
     const { pose, room } = this.state;
     const straight = Math.cos(pose.pitch_deg * to_radians) * Math.cos(pose.yaw_deg * to_radians);
     return [-pose.distance_mm * straight, -(room["room.lens_height_mm"] ?? 750)];
-  }
-
-  private tilt_to(degrees: number): void {
-    const pitch_deg = Math.min(max_pitch_deg, Math.max(-max_pitch_deg, Math.round(degrees * 10) / 10));
-    this.connection.follow("tilt", { gesture: "tilt", to: { pitch_deg }, for_s: tilt_s });
   }
 
   private place_line(line: SVGElement, [x1, y1]: [number, number], [x2, y2]: [number, number]): void {

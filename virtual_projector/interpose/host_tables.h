@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/clock/wait.h"
 #include "virtual_projector/interpose/watched_library.h"
-#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 

@@ -95,7 +95,9 @@ void describe_run(CLI::App& app, CommandLine& line) {
                  "print every parameter's value at the start and where it comes from, and exit; without "
                  "PROGRAM, too");
     app.add_option("--trace", line.run.trace,
-                   "write what happened, one JSON record a line; - is standard output, for --summary too")
+                   "write what happened, one JSON record a line, compressed where FILE ends in .gz or .zst; - "
+                   "is standard "
+                   "output, for --summary too")
         ->type_name("FILE");
     add_choice(app, "--trace-detail", line.run.trace_detail, trace_details,
                "events; changes: and what changes the board; calls: all")

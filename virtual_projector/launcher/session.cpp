@@ -130,7 +130,11 @@ struct Session::Parts {
           board(world, *clock, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
-        if (file_trace) trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
+        if (file_trace) {
+            trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
+            trace->follow_lens(
+                {[this] { return lens_bends(); }, [this](Microseconds at) { return truth_at(at); }});
+        }
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
         summary = std::make_unique<RunSummary>(given.summary, *clock, *machine);
         if (file_trace) file_trace->on_failure([this] { account.note(RunFile::trace, options.trace, false); });
@@ -143,6 +147,17 @@ struct Session::Parts {
 
     Truth truth() {
         return board.with_world([](World& now) { return now.truth(); });
+    }
+
+    std::vector<Microseconds> lens_bends() {
+        return board.with_world([](const World& now) { return now.lens_bends(); });
+    }
+
+    // The world may stand at an earlier time than the clock, until somebody looks at it.
+    Truth truth_at(Microseconds at) {
+        const WorldLock lock(*clock);
+        world.advance_to(at);
+        return world.truth();
     }
 
     WearAccount wear() {
@@ -199,7 +214,11 @@ struct Session::Parts {
     void schedule_events() {
         EventTargets targets{
             [this](Microseconds at, std::function<void()> event) { clock->at(at, std::move(event)); },
-            [this](const std::function<void(World&)>& change) { board.with_world(change); }, faults,
+            [this](const std::function<void(World&)>& change) {
+                if (trace) trace->before_change(clock->now());
+                board.with_world(change);
+            },
+            faults,
             [this](Microseconds at, const std::string& what) {
                 if (trace) trace->record_event(at, what);
             },

@@ -16,9 +16,11 @@ std::string words_of(const CallAt& call) {
     return words;
 }
 
+// A lock that is held for the whole of a call is told after it.
 bool is_outer(const Slice& a, const Slice& b) {
     if (a.begin_us != b.begin_us) return a.begin_us < b.begin_us;
-    return a.end_us > b.end_us;
+    if (a.end_us != b.end_us) return a.end_us > b.end_us;
+    return a.kind == SliceKind::hold && b.kind != SliceKind::hold;
 }
 
 // The rest of what is open at a time in one row.

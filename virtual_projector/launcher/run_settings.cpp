@@ -116,6 +116,7 @@ RunRecord run_record(const RunOptions& options, const Scenario& scenario,
     run.unit = name_of(run.unit_seed ? options.unit : "", RunRecord::standard_unit);
     run.world = name_of(options.world, RunRecord::standard_world);
     run.scenario_digest = scenario.digest;
+    run.scenario_file = std::filesystem::path(options.scenario).filename().string();
     for (const auto& [parameter, value, source] : settings)
         run.settings.push_back({std::string(parameter->name), value, source_name(source)});
     return run;

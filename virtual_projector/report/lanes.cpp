@@ -148,6 +148,7 @@ std::vector<std::vector<Slice>> nested_rows(std::vector<Slice> slices) {
         if (!is_taken) rows.emplace_back().takes(slice);
     }
     std::vector<std::vector<Slice>> result;
+    result.reserve(rows.size());
     for (Row& row : rows) result.push_back(std::move(row.slices));
     return result;
 }

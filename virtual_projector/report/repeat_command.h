@@ -8,8 +8,9 @@
 
 namespace vp {
 
-/// As for a shell. What a trace does not know stands in capital letters: the places of the scenario and of the
-/// program.
+/// As for a shell. A trace knows the scenario's file, the world and the unit by their names and not by their
+/// folders, and of the program nothing: it stands as PROGRAM. Nor does it know a schedule other than the usual
+/// one, which a recording repeats.
 std::string repeat_command(const RunRecord& run);
 
 }  // namespace vp

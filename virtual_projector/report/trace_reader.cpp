@@ -55,12 +55,12 @@ constexpr const char* kinds[] = {record_key::call,  record_key::truth,    record
                                  record_key::state, record_key::callback, record_key::callback_return,
                                  record_key::event, record_key::wear,     record_key::run};
 
-// Null: of none.
+// Empty: of one that this program does not know.
 const char* kind_of(const json& record) {
     for (const char* const kind : kinds) {
         if (record.contains(kind)) return kind;
     }
-    return nullptr;
+    return "";
 }
 
 void show_thread_record(const json& line, std::string_view kind, TraceVisitor& visitor) {
@@ -238,26 +238,31 @@ struct TraceReader::Record {
     TraceInput input;
     std::string line;
     json value;
-    const char* kind = nullptr;
+    const char* kind = "";
 };
 
 TraceReader::TraceReader(TraceInput input)
-    : record_(std::make_unique<Record>(Record{std::move(input), {}, {}, nullptr})) {}
+    : record_(std::make_unique<Record>(Record{std::move(input), {}, {}, ""})) {}
 TraceReader::~TraceReader() = default;
 TraceReader::TraceReader(TraceReader&&) noexcept = default;
 
 bool TraceReader::next() {
+    if (!next_line()) return false;
+    parse_line();
+    return true;
+}
+
+bool TraceReader::next_line() {
+    if (record_->input.next(record_->line)) return true;
+    if (record_->input.line_number() > 0) return false;
+    throw TraceError(TraceError::Kind::cut, record_->input.name() + ": empty: expected a trace");
+}
+
+void TraceReader::parse_line() {
     Record& record = *record_;
-    if (!record.input.next(record.line)) {
-        if (record.input.line_number() > 0) return false;
-        throw TraceError(TraceError::Kind::cut, record.input.name() + ": empty: expected a trace");
-    }
     if (record.input.line_number() == 1) check_first(record.input, record.line);
     record.value = parse(record.input, record.line);
     record.kind = kind_of(record.value);
-    if (record.kind == nullptr)
-        throw garbled(record.input, "expected a record of a kind that a trace has, found another");
-    return true;
 }
 
 const std::string& TraceReader::line() const { return record_->line; }
@@ -282,10 +287,9 @@ TraceContents read_trace(const std::string& path) try {
     TraceInput input = TraceInput::open(path);
     const auto take = [&](const std::string& line) {
         const json record = json::parse(line, nullptr, false);
-        const char* const kind = record.is_object() ? kind_of(record) : nullptr;
-        if (kind == nullptr) return;
+        if (!record.is_object()) return;
         try {
-            show(record, kind, collector);
+            show(record, kind_of(record), collector);
         } catch (const std::exception&) {  // another program's line
         }
     };

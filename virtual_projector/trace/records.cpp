@@ -123,6 +123,7 @@ ordered_json json_of(const RunRecord& run) {
     json["unit"] = run.unit;
     json["world"] = run.world;
     if (!run.scenario_digest.empty()) json["scenario"] = run.scenario_digest;
+    if (!run.scenario_file.empty()) json["scenario_file"] = run.scenario_file;
     json["settings"] = ordered_json::object();
     for (const auto& [name, value, source] : run.settings)
         json["settings"][name] = {{"value", value}, {"from", source}};
@@ -306,6 +307,7 @@ RunRecord run_from(const nlohmann::json& run) {
     record.unit = run.value("unit", "");
     record.world = run.value("world", "");
     record.scenario_digest = run.value("scenario", "");
+    record.scenario_file = run.value("scenario_file", "");
     if (!run.contains("settings")) return record;
     for (const auto& [name, setting] : run.at("settings").items())
         record.settings.push_back({name, setting.value("value", 0.0), setting.value("from", "")});

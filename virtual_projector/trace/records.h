@@ -93,6 +93,7 @@ struct RunRecord {
     std::string unit;                        // name of the spread that units are drawn from
     std::string world;                       // its name
     std::string scenario_digest;             // empty: no scenario
+    std::string scenario_file;               // its name without its folder
     std::vector<Setting> settings;           // at the start, those that are not at their default
 };
 

@@ -124,14 +124,15 @@ TEST(TheCommandThatRepeatsARun, NamesWhatTheRunWasMadeOf) {
     EXPECT_EQ(vp::repeat_command(run), "virtual-projector --seed 1 -- PROGRAM");
     run.seed = 7;
     run.scenario_digest = "fnv1a64:1";
+    run.scenario_file = "it's mine.json";
     run.world = "living-room";
     run.unit = "exact";
     run.unit_seed = 3;
     run.settings = {{"pose.pitch_deg", 12, "scenario"}, {"tmr.noise_sigma", 0.5, "command line"}};
-    EXPECT_EQ(
-        vp::repeat_command(run),
-        "virtual-projector --scenario SCENARIO --seed 7 --world living-room --unit-seed 3 --unit exact --set "
-        "tmr.noise_sigma=0.5 -- PROGRAM");
+    EXPECT_EQ(vp::repeat_command(run),
+              "virtual-projector --scenario 'it'\\''s mine.json' --seed 7 --world living-room --unit-seed 3 "
+              "--unit exact --set "
+              "tmr.noise_sigma=0.5 -- PROGRAM");
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ async function take_pictures(browser, { name, page: file }) {
 /** The demo's page in README.md: the run of someone-walks-past, zoomed to where the focus is lost. */
 async function take_documents_pictures(browser, walk) {
   await mkdir(pictures, { recursive: true });
-  const { page, close } = await open(browser, pathToFileURL(walk.page).href, { width: 1280, height: 860 });
+  const { page, close } = await open(browser, pathToFileURL(walk.page).href, { width: 1120, height: 760 });
   await page.locator(".requests tbody tr").nth(1).getByRole("button").click();
   await page.waitForTimeout(200);
   await page.screenshot({ path: join(pictures, "run-page.png") });

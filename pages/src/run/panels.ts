@@ -66,8 +66,8 @@ function lens_panel(signals: Signals, end: number): Panel {
     ...signals.curve("truth.lens_tmr", "lens, true", "blue"),
     ...signals.curve("target.tmr", "target", "vermilion", { dash: [6, 4] }),
     ...signals.curve("reading.tmr", "reading", "orange", { held: "moments" }),
-    ...signals.curve("state.g_limitLeft", "left limit", "ink-soft", { dash: [2, 3] }),
-    ...signals.curve("state.g_limitRight", "right limit", "ink-soft", { dash: [8, 3] }),
+    ...signals.curve("state.g_limitLeft", "left limit", "ink-soft", { dash: [2, 3], aside: true }),
+    ...signals.curve("state.g_limitRight", "right limit", "ink-soft", { dash: [8, 3], aside: true }),
   ];
   return {
     id: "lens", title: "Lens", about: "Where the lens stands on the position sensor's scale, and where it ought to.",

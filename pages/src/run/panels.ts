@@ -283,11 +283,15 @@ function heat_panel(signals: Signals): Panel {
   };
 }
 
+function says_something({ signal }: Curve): boolean {
+  return Array.from(signal.v).some((value) => value !== null);
+}
+
 export function panels_of(data: RunData): Panel[] {
   const signals = new Signals(data);
   return [
     lens_panel(signals, data.end_us), sharpness_panel(signals), edges_panel(signals), zones_panel(data, signals), tilt_panel(signals, data.end_us),
     gravity_panel(signals, data.end_us), heat_panel(signals),
-  ].map((panel) => ({ ...panel, plots: panel.plots.filter((plot) => plot.curves.length > 0) }));
+  ].map((panel) => ({ ...panel, plots: panel.plots.filter((plot) => plot.curves.some(says_something)) }));
 }
 

@@ -115,6 +115,7 @@ export class Plot {
       timeline.on_cursor(() => this.show_cursor()), timeline.on_span(() => this.refresh()),
       on_colors_change(() => this.rebuild()), () => sizes.disconnect(),
     ];
+    this.show_cursor();
   }
 
   /** Takes the plot away. */
@@ -350,7 +351,8 @@ export class Plot {
       paint.setLineDash([]);
       const at_right = i % 2 === 0;  // so that the words of two that lie close do not meet
       paint.textAlign = at_right ? "right" : "left";
-      paint.fillText(level.label, at_right ? left + width - 4 * ratio : left + 4 * ratio, y - 3 * ratio);
+      const at_top = y - 12 * ratio < plot.bbox.top;  // no room above the line
+      paint.fillText(level.label, at_right ? left + width - 4 * ratio : left + 4 * ratio, at_top ? y + 11 * ratio : y - 3 * ratio);
     }
   }
 

@@ -14,7 +14,6 @@
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/launcher/unit_file.h"
 #include "virtual_projector/storykit/launched_program.h"
-#include "virtual_projector/trace/records.h"
 #include "virtual_projector/world/hand.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -161,23 +160,6 @@ TEST(ThePageOnScenarios, HasEveryDistributionOfAUnit) {
     const std::string names = complaint.substr(complaint.find("one of "), complaint.find(", found"));
     for (const std::string& name : all_matches(names.substr(7), R"((\w+),)"))
         EXPECT_TRUE(stands_there("\n| `" + name + "` | ")) << name;
-}
-
-TEST(ThePageOnScenarios, HasEveryMemberOfARun) {
-    vp::RunRecord run;
-    run.unit_seed = 1;
-    run.scenario_digest = "digest";
-    run.settings = {{"tmr.offset", 1, "world"}};
-    const nlohmann::ordered_json line = vp::run_line(run);
-    for (const auto& member : line.at("run").items())
-        EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
-}
-
-TEST(ThePageOnScenarios, HasEveryMemberOfATruth) {
-    const nlohmann::ordered_json truth = vp::json_of(vp::TruthRecord{});
-    for (const auto& member : truth.items()) {
-        EXPECT_TRUE(stands_there("`\"" + member.key() + "\"`")) << member.key();
-    }
 }
 
 }  // namespace

@@ -336,7 +336,9 @@ WAY(child_that_loads_a_library) {
         int status = 0;
         same("waitpid", waitpid(child, &status, 0), child);
         expect_child_code(status);
-        check(dlopen("libm.so.6", RTLD_NOW) != nullptr, "dlopen failed");
+        void* const library = dlopen("libm.so.6", RTLD_NOW);
+        check(library != nullptr, "dlopen failed");
+        same("dlclose", dlclose(library), 0);
     });
     sleep_ns(wait_ns());
 }

@@ -3,12 +3,14 @@
 #include <stdio_ext.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <fstream>
 #include <iostream>
+#include <string>
 
 #include "tests/hosts/ways.h"
 
@@ -232,4 +234,50 @@ WAY(stdio_ungetc) {
         const bool back = ungetc('7', stream) == '7' && getc(stream) == '7';
         return first == '1' && back && getc(stream) == '2' && fileno_unlocked(stream) == fileno(stream);
     });
+}
+
+namespace {
+
+// By printf's kin that take their arguments as a list.
+int print_list(FILE* stream, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = stream == stdout ? vprintf(format, arguments) : vfprintf(stream, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+// What `print` leaves in a file that stands in for standard output.
+template <typename Print>
+std::string printed(Print print) {
+    Folder folder;
+    FILE* const own = stdout;
+    stdout = fopen(folder.file("out").c_str(), "w+");
+    print();
+    rewind(stdout);
+    char text[64] = {};
+    const std::size_t length = fread(text, 1, sizeof text, stdout);
+    fclose(stdout);
+    stdout = own;
+    return {text, length};
+}
+
+}  // namespace
+
+WAY(stdio_printing) {
+    const std::string all = printed([] {
+        same("printf", printf("%d|", 1), 2);
+        same("vprintf", print_list(stdout, "%s|", "two"), 4);
+        same("fprintf", fprintf(stdout, "%c|", '3'), 2);
+        check(puts("four") >= 0 && putchar('5') == '5' && putc('6', stdout) == '6',
+              "puts, putchar or putc failed");
+        check(fputc('7', stdout) == '7' && fputs("8|", stdout) >= 0, "fputc or fputs failed");
+        same("fwrite", static_cast<int>(fwrite("nine", 2, 2, stdout)), 2);
+    });
+    check(all == "1|two|3|four\n5678|nine", "something else was printed: " + all);
+    Folder folder;
+    FILE* const file = fopen(folder.file("other").c_str(), "w");
+    same("vfprintf", print_list(file, "%d", 10), 2);
+    fclose(file);
+    sleep_ns(wait_ns());
 }

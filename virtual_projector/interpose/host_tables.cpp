@@ -190,17 +190,11 @@ const void* stand_in_for(const void* host_table) {
     return host_table;
 }
 
-const void* host_table_behind(const void* table) {
-    const std::size_t number = number_of(table);
-    return number < table_count ? host_tables.at(number) : table;
-}
-
 void HostTables::follow(const WatchedLibrary& library) {
     if (&library != library_) {
         library_ = &library;
-        places_ = {static_cast<const void**>(library.find("g_app_callback")),
-                   static_cast<const void**>(library.find("autofocus_app_callback")),
-                   static_cast<const void**>(library.find("gsensor_app_callback"))};
+        places_ = {static_cast<const void**>(library.find_variable("autofocus_app_callback")),
+                   static_cast<const void**>(library.find_variable("gsensor_app_callback"))};
     }
     for (const void** const place : places_) {
         if (place == nullptr) continue;

@@ -1,7 +1,7 @@
 // Stands between the library and its host's callbacks, so that each of them can be told of.
 //
-// The library is given a table of our own in place of the host's. It has the same slots filled, and hands each
-// call on to what the host has in its slot at that time.
+// Where the library holds the host's table for its own calls it is given one of ours. It has the same slots filled,
+// and hands each call on to what the host has in its slot at that time.
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_HOST_TABLES_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_HOST_TABLES_H
 
@@ -41,18 +41,14 @@ void set_host_call_observer(HostCallObserver* observer);
 /// none, what was given.
 const void* stand_in_for(const void* host_table);
 
-/// The host's table behind one of ours; any other as it is.
-const void* host_table_behind(const void* table);
-
-/// A host can reach the library past us.
 class HostTables {
 public:
-    /// Puts our tables where the library holds the host's, and fills the slots that the host has filled since.
-    /// Not on two threads at once.
+    /// Puts our tables where the library holds the host's, and fills the slots that the host has filled since. The
+    /// table that the host has registered stays as it is, for it may ask for it. Not on two threads at once.
     void follow(const WatchedLibrary& library);
 
 private:
-    static constexpr std::size_t holders = 3;
+    static constexpr std::size_t holders = 2;
     const WatchedLibrary* library_ = nullptr;
     std::array<const void**, holders> places_{};  // where the library holds a table; null: nowhere
 };

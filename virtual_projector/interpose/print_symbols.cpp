@@ -141,12 +141,6 @@ int putc(int character, FILE* stream) {
     return real_putc(character, stream);
 }
 
-int _IO_putc(int character, FILE* stream);
-int _IO_putc(int character, FILE* stream) {
-    note_character(notes_of(VP_CALLER, stream), character);
-    return real_putc(character, stream);
-}
-
 int fputc(int character, FILE* stream) {
     note_character(notes_of(VP_CALLER, stream), character);
     return real_fputc(character, stream);

@@ -85,9 +85,12 @@ void Recorder::record_unlock(std::string_view lock, Microseconds held_us) {
 void Recorder::record(CallRecord record, const CallCourse& course) {
     if (sink_ == nullptr) return;
     record.took_us = clock_.now() - course.began_us;
-    record.fault = course.effect.number;
-    const std::string did = record.fault == 0 ? std::string() : words_of(course.effect, record.call);
-    record.fault_did = did;
+    // A fault of another kind of call than this one changes nothing here.
+    const std::string did = course.effect.number == 0 ? std::string() : words_of(course.effect, record.call);
+    if (!did.empty()) {
+        record.fault = course.effect.number;
+        record.fault_did = did;
+    }
     this->record(record);
 }
 

@@ -76,7 +76,7 @@ void StateWatch::find_variables(const WatchedLibrary& library) {
     library_ = &library;
     watched_.clear();
     for (const Variable& variable : variables()) {
-        const auto* const found = static_cast<const char*>(library.find(variable.symbol));
+        const auto* const found = static_cast<const char*>(library.find_variable(variable.symbol));
         if (found != nullptr) watched_.push_back({&variable, found + variable.offset, 0, false});
     }
 }

@@ -21,8 +21,10 @@ public:
         return place >= code_begin_ && place < code_end_;
     }
 
-    /// The address of a function or variable that it offers; null when it does not.
+    /// The address of a function that it offers; null when it does not.
     void* find(const char* name) const;
+    /// The address of a variable that it offers, where it uses it itself; null when it does not.
+    void* find_variable(const char* name) const;
 
     WatchedLibrary(void* handle, std::uintptr_t code_begin, std::uintptr_t code_end)
         : handle_(handle), code_begin_(code_begin), code_end_(code_end) {}

@@ -136,8 +136,11 @@ struct Session::Parts {
           file_trace(make_trace(given)) {
         if (given.live >= 0) live = std::make_unique<LiveRun>(move_out_of_the_way(given.live));
         if (live) live_sink = std::make_unique<LiveSink>(file_trace.get(), *live);
-        if (TraceSink* const whole = sink())
+        if (TraceSink* const whole = sink()) {
             trace = std::make_unique<TruthTrace>(*whole, [this] { return truth(); });
+            trace->follow_lens(
+                {[this] { return lens_bends(); }, [this](Microseconds at) { return truth_at(at); }});
+        }
         machine = std::make_unique<Machine>(*clock, nodes, faults, trace.get());
         summary = std::make_unique<RunSummary>(given.summary, *clock, *machine);
         if (file_trace) file_trace->on_failure([this] { account.note(RunFile::trace, options.trace, false); });
@@ -155,6 +158,17 @@ struct Session::Parts {
 
     Truth truth() {
         return board.with_world([](World& now) { return now.truth(); });
+    }
+
+    std::vector<Microseconds> lens_bends() {
+        return board.with_world([](const World& now) { return now.lens_bends(); });
+    }
+
+    // The world may stand at an earlier time than the clock, until somebody looks at it.
+    Truth truth_at(Microseconds at) {
+        const WorldLock lock(*clock);
+        world.advance_to(at);
+        return world.truth();
     }
 
     WearAccount wear() {
@@ -211,7 +225,11 @@ struct Session::Parts {
     void schedule_events() {
         event_targets = std::make_shared<const EventTargets>(EventTargets{
             [this](Microseconds at, std::function<void()> event) { clock->at(at, std::move(event)); },
-            [this](const std::function<void(World&)>& change) { board.with_world(change); }, faults,
+            [this](const std::function<void(World&)>& change) {
+                if (trace) trace->before_change(clock->now());
+                board.with_world(change);
+            },
+            faults,
             [this](Microseconds at, const std::string& what) {
                 if (trace) trace->record_event(at, what);
             },

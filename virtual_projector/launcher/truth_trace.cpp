@@ -74,17 +74,40 @@ TruthRecord record_of(const Truth& truth) {
 TruthTrace::TruthTrace(TraceSink& sink, std::function<Truth()> truth) : sink_(sink), truth_(std::move(truth)) {}
 
 void TruthTrace::record(const CallRecord& record) {
+    pass_bends(record.t_us);
     sink_.record(record);
-    if (record.result >= 0 && changes_lens_or_picture(record)) record_change(record.t_us);
+    if (record.result < 0 || !changes_lens_or_picture(record)) return;
+    record_change(record.t_us);
+    look_for_bends();
 }
 
 void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
     sink_.record_truth(t_us, state);
 }
 
-void TruthTrace::record_event(std::int64_t t_us, std::string_view what) { sink_.record_event(t_us, what); }
+// It may have stopped the lens, or have changed how it moves.
+void TruthTrace::record_event(std::int64_t t_us, std::string_view what) {
+    sink_.record_event(t_us, what);
+    look_for_bends();
+}
+
+void TruthTrace::look_for_bends() {
+    if (!course_.bends) return;
+    bends_ = course_.bends();
+    std::reverse(bends_.begin(), bends_.end());
+}
+
+void TruthTrace::pass_bends(std::int64_t t_us) {
+    while (!bends_.empty() && bends_.back() <= t_us) {
+        const Microseconds bend = bends_.back();
+        bends_.pop_back();
+        const TruthRecord state = record_of(course_.truth_at(bend));
+        if (!tell_the_same(state, written_)) write(bend, state);
+    }
+}
 
 void TruthTrace::time_is(std::int64_t t_us) {
+    pass_bends(t_us);
     if (looked_us_ >= 0 && t_us - looked_us_ < interval_us) return;
     if (t_us - written_us_ >= longest_silence_us) {
         record_now(t_us);
@@ -100,6 +123,7 @@ void TruthTrace::record_change(std::int64_t t_us) {
 }
 
 void TruthTrace::record_now(std::int64_t t_us) {
+    pass_bends(t_us);
     looked_us_ = t_us;
     write(t_us, record_of(truth_()));
 }

@@ -157,4 +157,25 @@ Microseconds LensMotor::finish_time(Microseconds now, const LensSettings& lens) 
     return time;
 }
 
+std::vector<Microseconds> LensMotor::bends(Microseconds now, const LensSettings& lens) const {
+    LensMotor ahead = *this;
+    LensSettings lens_ahead = lens;
+    std::vector<Microseconds> times;
+    std::optional<double> speed_before;  // full steps a microsecond, to the right
+    Microseconds time = now;
+    while (ahead.is_running()) {
+        const Microseconds next = ahead.queue_.front().next_step;
+        const double from = lens_ahead.position_steps;
+        ahead.advance_to(next, lens_ahead);
+        const double speed =
+            (lens_ahead.position_steps - from) / static_cast<double>(std::max<Microseconds>(next - time, 1));
+        const bool is_even = speed_before && std::abs(speed - *speed_before) < tiny_steps;
+        if (!is_even && time > now) times.push_back(time);
+        speed_before = speed;
+        time = next;
+    }
+    if (time > now) times.push_back(time);
+    return times;
+}
+
 }  // namespace vp

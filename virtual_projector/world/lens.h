@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "virtual_projector/world/microseconds.h"
 #include "virtual_projector/world/settings.h"
@@ -60,6 +61,10 @@ public:
 
     /// When the last queued step will be done; `now` when nothing runs.
     Microseconds finish_time(Microseconds now, const LensSettings& lens) const;
+
+    /// From `now` to finish_time(), which is the last of them: when the lens begins to move, turns or stands
+    /// still. Between two of these times it moves evenly, step by step.
+    std::vector<Microseconds> bends(Microseconds now, const LensSettings& lens) const;
 
     /// Time of one step of the moves that are added from now on; 0: as the lens's speed says.
     void set_step_period(Microseconds period) { step_period_ = period; }

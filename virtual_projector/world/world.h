@@ -108,6 +108,8 @@ public:
     void set_step_period(Microseconds period) { motor_.set_step_period(period); }
     bool lens_is_moving() const { return motor_.is_running(); }
     Microseconds lens_finish_time() const;
+    /// When the lens begins to move, turns or stands still, as far as is known now; see LensMotor.
+    std::vector<Microseconds> lens_bends() const { return motor_.bends(now_, settings_.lens); }
     double counted_lens_steps() const { return motor_.counted_position(); }
     bool lens_is_at_left_end() const;
     bool lens_is_at_right_end() const;

@@ -34,6 +34,40 @@ TEST_F(FlashLibrary, HandsOutSixteenBytesOfIdentifier) {
     EXPECT_NE(uid, (std::array<std::uint8_t, 16>{}));
 }
 
+using boardlibs::Bytes;
+
+const Bytes& bytes_in(const boardlibs::Values& values, std::size_t place) {
+    return std::get<Bytes>(values.at(place).second);
+}
+
+TEST_F(FlashLibrary, TellsWhatItIsGivenAndHandsOut) {
+    hudi_flash_open(&handle, 1);
+    ASSERT_EQ(values.outputs.size(), 1u);
+    EXPECT_STREQ(values.outputs[0].first, "handle");
+    EXPECT_EQ(std::get<std::int64_t>(values.outputs[0].second), handle);
+
+    hudi_flash_otp_read(handle, 2, 0, record.data(), record_size);
+    ASSERT_EQ(values.arguments.size(), 4u);
+    EXPECT_STREQ(values.arguments[3].first, "length");
+    EXPECT_EQ(std::get<std::int64_t>(values.arguments[3].second), static_cast<std::int64_t>(record_size));
+    EXPECT_EQ(bytes_in(values.outputs, 0).content, std::string(record.begin(), record.end()));
+
+    record.fill(0xFF);
+    hudi_flash_otp_write(handle, 2, 0, record.data(), record_size);
+    ASSERT_EQ(values.arguments.size(), 5u);
+    EXPECT_EQ(bytes_in(values.arguments, 4).content, std::string(record_size, static_cast<char>(0xFF)));
+    EXPECT_TRUE(values.outputs.empty());
+}
+
+TEST_F(FlashLibrary, TellsNoOutputsOfACallThatFails) {
+    FaultEffect failing;
+    failing.error_number = EIO;
+    fail("hudi_flash_open", failing);
+    EXPECT_EQ(hudi_flash_open(&handle, 1), -EIO);
+    EXPECT_TRUE(values.outputs.empty());
+    EXPECT_EQ(done_to_it.number, 1);
+}
+
 TEST_F(FlashLibrary, RefusesNoMemoryAndHandlesThatAreNotOpen) {
     EXPECT_LT(hudi_flash_open(nullptr, 1), 0);
     EXPECT_LT(hudi_flash_otp_read(7, 2, 0, record.data(), record_size), 0);

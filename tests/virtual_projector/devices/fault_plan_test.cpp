@@ -90,6 +90,41 @@ TEST(FaultPlan, ForgetsItsRulesWhenCleared) {
     EXPECT_TRUE(plan.effect_on("read", "x").is_harmless());
 }
 
+TEST(FaultPlan, NumbersItsRulesInTheOrderInWhichTheyCame) {
+    FaultPlan plan;
+    plan.add(failing("read", "x"));
+    plan.add(failing("write", "x"));
+    EXPECT_EQ(plan.effect_on("write", "x").number, 2);
+    EXPECT_EQ(plan.effect_on("read", "x").number, 1);
+    EXPECT_EQ(plan.effect_on("open", "x").number, 0);
+    plan.clear();
+    plan.add(failing("read", "x"));
+    EXPECT_EQ(plan.effect_on("read", "x").number, 3);
+}
+
+TEST(FaultEffect, SaysInWordsWhatItDoesToEachKindOfCall) {
+    FaultEffect effect;
+    EXPECT_EQ(words_of(effect, "read"), "");
+    effect.stale = true;
+    EXPECT_EQ(words_of(effect, "read"), "delivered what was read last");
+    EXPECT_EQ(words_of(effect, "ioctl"), "reported success and did nothing");
+    EXPECT_EQ(words_of(effect, "open"), "");
+    effect.garbage = "x";
+    EXPECT_EQ(words_of(effect, "read"), "delivered other bytes");
+    EXPECT_EQ(words_of(effect, "call"), "handed out other bytes");
+    effect.short_count = 3;
+    EXPECT_EQ(words_of(effect, "write"), "moved at most 3 bytes");
+    EXPECT_EQ(words_of(effect, "ioctl"), "had the result 3");
+    EXPECT_EQ(words_of(effect, "close"), "");
+    effect.error_number = EIO;
+    EXPECT_EQ(words_of(effect, "close"), "failed with EIO");
+    effect.delay_us = 70;
+    EXPECT_EQ(words_of(effect, "read"), "failed with EIO, took 70 us longer");
+    effect = {};
+    effect.delay_us = 70;
+    EXPECT_EQ(words_of(effect, "open"), "took 70 us longer");
+}
+
 TEST(FaultEffect, IsHarmlessOnlyWithNothingSet) {
     EXPECT_TRUE(FaultEffect{}.is_harmless());
     FaultEffect effect;

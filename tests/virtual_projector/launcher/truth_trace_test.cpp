@@ -76,6 +76,83 @@ TEST_F(TruthTraceTest, IsWrittenOnceAMinuteWhileNothingChanges) {
     EXPECT_EQ(sink.lines, (Expected{"0 truth 40.0", "60000000 truth 40.0", "120000000 truth 40.0"}));
 }
 
+// A lens that the motor takes from one bend to the next.
+struct TruthOfAMovingLens : TruthTraceTest {
+    std::vector<vp::Microseconds> bends;
+    std::vector<vp::Microseconds> asked;
+
+    TruthOfAMovingLens() {
+        trace.record_now(0);
+        sink.lines.clear();
+        trace.follow_lens({[this] { return bends; },
+                           [this](vp::Microseconds at) {
+                               asked.push_back(at);
+                               vp::Truth truth;
+                               truth.led_c = static_cast<double>(at);
+                               return truth;
+                           }});
+    }
+};
+
+TEST_F(TruthOfAMovingLens, IsWrittenAtEachBendWhenTimeHasPassedIt) {
+    bends = {12, 20, 90};
+    call("write", "/sys/class/motor/left", 1);
+    trace.time_is(11);
+    EXPECT_EQ(sink.lines, Expected{"write"});
+    trace.time_is(50);
+    EXPECT_EQ(sink.lines, (Expected{"write", "12 truth 12.0", "20 truth 20.0"}));
+    trace.before_change(90);
+    EXPECT_EQ(sink.lines.back(), "90 truth 90.0");
+    EXPECT_EQ(asked, (std::vector<vp::Microseconds>{12, 20, 90}));
+}
+
+TEST_F(TruthOfAMovingLens, FollowsTheLatestOrder) {
+    bends = {12};
+    call("write", "/sys/class/motor/left", 1);
+    bends = {45};
+    call("write", "/sys/class/motor/right", 1);
+    trace.time_is(50);
+    EXPECT_EQ(sink.lines, (Expected{"write", "write", "45 truth 45.0"}));
+}
+
+TEST_F(TruthOfAMovingLens, LooksAgainAfterAnEvent) {
+    bends = {12};
+    call("write", "/sys/class/motor/left", 1);
+    bends = {};
+    trace.record_event(8, "the lens is stuck");
+    trace.time_is(50);
+    EXPECT_EQ(sink.lines, (Expected{"write", "8 the lens is stuck"}));
+}
+
+// The same instant: the end of the move goes before what is written then.
+TEST_F(TruthOfAMovingLens, StandsBeforeACallOfItsTime) {
+    bends = {7};
+    call("write", "/sys/class/motor/left", 1);
+    bends = {};
+    call("read", "/sys/class/motor/stop", 1);
+    EXPECT_EQ(sink.lines, (Expected{"write", "7 truth 7.0", "read"}));
+}
+
+TEST_F(TruthTraceTest, PassesOnWhatLibraryAndHostSay) {
+    struct Said : vp::TraceSink {
+        std::vector<std::string> said;
+        void record(const CallRecord& /*record*/) override {}
+        void record_callback(const vp::CallbackRecord& record) override { said.emplace_back(record.callback); }
+        void record_return(const vp::CallbackReturn& record) override {
+            said.push_back("back from " + std::string(record.callback));
+        }
+        void record_state(const vp::StateRecord& record) override { said.push_back(record.values->dump()); }
+        void record_log(const vp::LogRecord& record) override { said.emplace_back(record.text); }
+    } said;
+    vp::TruthTrace through(said, [] { return vp::Truth{}; });
+    const nlohmann::ordered_json values = {{"direction", 1}};
+    through.record_callback({{}, "toast", 5, {6}, ""});
+    through.record_return({{}, "toast", 5, 1, nullptr});
+    through.record_state({{}, &values});
+    through.record_log({{}, "line"});
+    EXPECT_EQ(said.said, (Expected{"toast", "back from toast", R"({"direction":1})", "line"}));
+}
+
 TEST_F(TruthTraceTest, PassesEventsOn) {
     trace.record_event(5, "something");
     EXPECT_EQ(sink.lines, (Expected{"5 something"}));

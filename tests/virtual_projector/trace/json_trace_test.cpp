@@ -7,6 +7,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "tests/virtual_projector/trace/sample_call.h"
 #include "virtual_projector/storykit/scratch_folder.h"
@@ -61,6 +62,55 @@ TEST_F(JsonTraceFile, HoldsChangesAndFailuresOnly) {
 }
 
 TEST_F(JsonTraceFile, HoldsEventsOnly) { EXPECT_EQ(written(TraceDetail::events), event_lines); }
+
+// What stands in a trace of that level, by kind.
+std::vector<std::string> kinds_in(const std::string& path, TraceDetail detail) {
+    const auto trace = JsonTrace::to_file(path, detail);
+    const vp::ThreadMoment moment{20, 2, "worker"};
+    const std::int32_t result = 0;
+    const nlohmann::ordered_json values = {{"direction", 1}};
+    trace->record(call("lock", "mutex", 0, 0));
+    trace->record(call("unlock", "mutex", 5, 0));
+    vp::CallRecord changed = call("read", "/dev/dis", 1, 1, "x");
+    changed.fault = 1;
+    changed.fault_did = "delivered other bytes";
+    trace->record(changed);
+    trace->record_callback({moment, "toast", 5, {6}, "words"});
+    trace->record_callback({moment, "refresh_ui", 4, {}, "words"});
+    trace->record_callback({moment, "is_factory_test", 6, {}, "words"});
+    trace->record_return({moment, "toast", 5, 3, nullptr});
+    trace->record_return({moment, "is_factory_test", 6, 0, &result});
+    trace->record_state({moment, &values});
+    trace->record_log({moment, "line"});
+    EXPECT_TRUE(trace->finish());
+    std::ifstream file(path);
+    std::vector<std::string> kinds;
+    for (std::string line; std::getline(file, line);) {
+        const auto record = nlohmann::json::parse(line);
+        for (const char* const kind : {"call", "callback", "return", "state", "log"}) {
+            if (record.contains(kind)) kinds.push_back(record[kind].is_string() ? record[kind] : kind);
+        }
+    }
+    return kinds;
+}
+
+using Kinds = std::vector<std::string>;
+
+TEST_F(JsonTraceFile, HoldsToastsStateAndLogAtEveryLevelOfDetail) {
+    EXPECT_EQ(kinds_in(path, TraceDetail::events), (Kinds{"toast", "toast", "state", "line"}));
+}
+
+TEST_F(JsonTraceFile, HoldsLocksFaultsAndOtherCallbacksWithTheChanges) {
+    EXPECT_EQ(kinds_in(path, TraceDetail::changes),
+              (Kinds{"lock", "unlock", "read", "toast", "refresh_ui", "toast", "state", "line"}));
+}
+
+// It is asked with each block of samples.
+TEST_F(JsonTraceFile, HoldsTheQuestionForFactoryTestingWithEveryCallOnly) {
+    EXPECT_EQ(kinds_in(path, TraceDetail::calls),
+              (Kinds{"lock", "unlock", "read", "toast", "refresh_ui", "is_factory_test", "toast",
+                     "is_factory_test", "state", "line"}));
+}
 
 TEST_F(JsonTraceFile, HoldsTheWearAtEveryLevelOfDetail) {
     for (const TraceDetail detail : {TraceDetail::events, TraceDetail::changes, TraceDetail::calls}) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "virtual_projector/world/parameters.h"
 
@@ -44,6 +45,23 @@ TEST_F(Lens, RunsAsLongAsItsStepsTake) {
     motor.advance_to(1000 + 5 * step_us, lens);
     EXPECT_FALSE(motor.is_running());
 }
+
+using Times = std::vector<Microseconds>;
+
+TEST_F(Lens, BendsWhereTheBacklashIsTakenUpAndWhereItStops) {
+    move(1000, Side::left, 5);  // three of them are backlash
+    EXPECT_EQ(motor.bends(1000, lens), (Times{1000 + 3 * step_us, 1000 + 5 * step_us}));
+}
+
+TEST_F(Lens, BendsWhereItTurns) {
+    move(0, Side::right, 4);
+    move(0, Side::left, 3);  // all backlash
+    EXPECT_EQ(motor.bends(0, lens), (Times{4 * step_us, 7 * step_us}));
+    motor.advance_to(5 * step_us, lens);
+    EXPECT_EQ(motor.bends(5 * step_us, lens), (Times{7 * step_us}));
+}
+
+TEST_F(Lens, HasNoBendsWhileNothingRuns) { EXPECT_EQ(motor.bends(5, lens), Times{}); }
 
 TEST_F(Lens, EndsInTheSamePlaceHoweverOftenItIsLookedAt) {
     LensSettings often = lens;

@@ -11,7 +11,7 @@ function __ovrafocus_dev_stories
     end
 end
 
-set -l commands demo test build mipsel budgets package bench check coverage docs clean help
+set -l commands demo test build mipsel budgets package bench check coverage docs pages clean help
 complete -c dev -f
 complete -c dev -l help -d 'Tell more of this command'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -l version -d 'Print version and commit'
@@ -25,6 +25,7 @@ complete -c dev -n "not __fish_seen_subcommand_from $commands" -a bench -d 'Time
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a check -d 'Formatting, include rules, clang-tidy, cppcheck'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a coverage -d 'Coverage of the library by the tests'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a docs -d 'The HTML reference'
+complete -c dev -n "not __fish_seen_subcommand_from $commands" -a pages -d 'Every story as a page, with pictures'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a clean -d 'Remove every build folder'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a help -d 'List the commands'
 complete -c dev -n '__fish_seen_subcommand_from help' -a "$commands"

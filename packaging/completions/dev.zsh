@@ -21,6 +21,7 @@ _ovrafocus_dev_commands() {
     'check:formatting, include rules, clang-tidy, cppcheck'
     'coverage:coverage of the library by the tests'
     'docs:the HTML reference'
+    'pages:every story as a page, with pictures'
     'clean:remove every build folder'
     'help:list the commands'
   )

@@ -53,7 +53,7 @@ export async function make_page(trace, { title } = {}) {
 
 export async function make_run_page(name, folder, options = {}) {
   const trace = await make_trace(name, folder, options);
-  return { name, trace, page: await make_page(trace) };
+  return { name, trace, page: await make_page(trace, { title: title_of(name) }) };
 }
 
 export async function emptied(folder) {

@@ -15,6 +15,7 @@
 #include "virtual_projector/files/output_file.h"
 #include "virtual_projector/launcher/command_line.h"
 #include "virtual_projector/launcher/data_files.h"
+#include "virtual_projector/launcher/packed_trace.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_files.h"
 #include "virtual_projector/launcher/run_schedule.h"
@@ -113,9 +114,11 @@ int run_program(vp::CommandLine& line, const std::string& preload) {
     line.run.plain_stacks = line.program.tool == vp::Tool::valgrind;
     if (line.run.under_tool) line.run.real_limit_s = 0;
     vp::make_files_absolute(line.run);
+    vp::PackedTrace packed(line.run.trace);
     const int code = vp::run_program(line.program, line.run, *state, preload);
     vp::tidy_files(line.run, *state);
-    return code == 0 && !state->all_complete() ? exit_incomplete : code;
+    const bool all_complete = packed.finish() && state->all_complete();
+    return code == 0 && !all_complete ? exit_incomplete : code;
 }
 
 int run_with_story(vp::CommandLine& line, const std::string& title, const std::string& preload) {
@@ -126,10 +129,9 @@ int run_with_story(vp::CommandLine& line, const std::string& title, const std::s
     }
     if (line.run.summary.empty()) line.run.summary = scratch.file("summary.json");
     const int code = run_program(line, preload);
-    for (const std::string& words :
-         vp::format_story({title, line.run.trace, line.library_log, line.run.summary})) {
+    const vp::StorySources sources{title, line.run.trace, line.library_log, line.run.summary};
+    for (const std::string& words : vp::format_story(sources, line.story_options))
         std::printf("%s\n", words.c_str());
-    }
     return code;
 }
 

@@ -11,13 +11,16 @@ std::string words_of(const CallAt& call) {
     if (call.call == "call") return call.path;
     std::string words = call.call;
     if (!call.path.empty()) words += " " + call.path;
+    if (call.path.empty() && call.call == "lock") words += " of no name";
     if (!call.request_name.empty()) words += " " + call.request_name;
     return words;
 }
 
+// A lock that is held for the whole of a call is told after it.
 bool is_outer(const Slice& a, const Slice& b) {
     if (a.begin_us != b.begin_us) return a.begin_us < b.begin_us;
-    return a.end_us > b.end_us;
+    if (a.end_us != b.end_us) return a.end_us > b.end_us;
+    return a.kind == SliceKind::hold && b.kind != SliceKind::hold;
 }
 
 // The rest of what is open at a time in one row.
@@ -112,7 +115,8 @@ void LaneCollector::take_call(const CallAt& call) {
         add(own, SliceKind::wait, words_of(call), call.t_us - took_us, call.t_us);
     } else if (call.call == "unlock") {
         const std::int64_t held_us = std::clamp<std::int64_t>(call.us, 0, call.t_us);
-        add(own, SliceKind::hold, "hold " + call.path, call.t_us - held_us, call.t_us);
+        add(own, SliceKind::hold, call.path.empty() ? "hold a lock" : "hold " + call.path, call.t_us - held_us,
+            call.t_us);
     } else if (took_us > 0 || with_short_calls_) {
         add(own, SliceKind::call, words_of(call), call.t_us - took_us, call.t_us);
     }

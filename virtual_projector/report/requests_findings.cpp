@@ -38,12 +38,6 @@ constexpr std::array<Trouble, 18> troubles = {{
 
 constexpr std::array<int, 5> failing_toasts = {2, 5, 9, 10, 11};
 
-bool tells_failure(const CallbackLine& toast) {
-    if (toast.arguments.empty()) return false;
-    const auto is_its_code = [&toast](int code) { return toast.arguments[0] == code; };
-    return std::any_of(failing_toasts.begin(), failing_toasts.end(), is_its_code);
-}
-
 std::string with_number(const char* before, int number, const char* after) {
     return before + std::to_string(number) + after;
 }
@@ -54,6 +48,12 @@ std::string joined(const std::string& a, const std::string& b) {
 }
 
 }  // namespace
+
+bool tells_failure(const CallbackLine& toast) {
+    if (toast.arguments.empty()) return false;
+    const auto is_its_code = [&toast](int code) { return toast.arguments[0] == code; };
+    return std::any_of(failing_toasts.begin(), failing_toasts.end(), is_its_code);
+}
 
 void Findings::take(const std::string& message) {
     for (const Trouble& trouble : troubles) {
@@ -136,7 +136,7 @@ Outcome Findings::outcome(RequestKind kind, const std::vector<CallbackLine>& toa
             break;
         case RequestKind::manual_focus:
         case RequestKind::lens_limit:
-            outcome = {!focused_, focused_ ? joined("done", stopped_) : trouble_};
+            outcome = {!focused_, focused_ ? (stopped_.empty() ? "done" : stopped_) : trouble_};
             break;
         case RequestKind::following:
         case RequestKind::calibration:

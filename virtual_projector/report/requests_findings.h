@@ -15,6 +15,9 @@ struct Outcome {
     std::string words;
 };
 
+/// Whether the code of a toast is one that tells the user of something that could not be done.
+bool tells_failure(const CallbackLine& toast);
+
 class Findings {
 public:
     /// Takes in a message of the thread that carries out the request.

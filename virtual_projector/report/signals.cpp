@@ -175,6 +175,7 @@ Signal& SignalCollector::signal(const std::string& name) {
 }
 
 void SignalCollector::take_run(const RunRecord& run) {
+    add("order.position_steps", 0, 0);
     const Parameter* const units = find_parameter("gravity.units_per_g");
     if (units != nullptr) units_per_g_ = units->standard;
     for (const RunRecord::Setting& setting : run.settings) {

@@ -3,13 +3,28 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <stdexcept>
 
 #include <ovra_version.h>
 #include "virtual_projector/report/differences.h"
+#include "virtual_projector/world/text.h"
 
 namespace vp {
 namespace {
+
+constexpr std::size_t help_width = 80;
+
+class Help : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string) const override {
+        return "\nUsage: virtual-projector-report [OPTIONS] TRACE\n";
+    }
+    // The value's name; what an option needs is said in its description.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_type_size() == 0 ? "" : " " + option->get_type_name();
+    }
+};
 
 void describe_outputs(CLI::App& app, ReportOptions& options) {
     app.add_option("-o,--page", options.page, "write the page of the run, one HTML file that opens from disk")
@@ -26,8 +41,8 @@ void describe_outputs(CLI::App& app, ReportOptions& options) {
 
 void describe_words(CLI::App& app, ReportOptions& options) {
     CLI::Option* const story = app.add_flag("--story", options.story, "tell in words what happened");
-    app.add_flag("--full", options.full, "of the story everything")->needs(story);
-    app.add_flag("--log", options.log, "the library's own log lines in their places of the story")
+    app.add_flag("--full", options.full, "with --story: everything")->needs(story);
+    app.add_flag("--log", options.log, "with --story: the library's own log lines in their places")
         ->needs(story);
 }
 
@@ -36,8 +51,9 @@ void describe_comparison(CLI::App& app, ReportOptions& options) {
         app.add_option("--diff", options.other,
                        "compare with this trace: the first records that differ, then what differs in outcome")
             ->type_name("OTHER");
-    app.add_option("--ignore", options.ignored,
-                   "kinds of records that may differ, with commas between: " + ignorable_kinds_text())
+    app.add_option(
+           "--ignore", options.ignored,
+           "with --diff: kinds of records that may differ, with commas between: " + ignorable_kinds_text())
         ->delimiter(',')
         ->check(CLI::IsMember(ignorable_kinds()).description(""))
         ->needs(diff)
@@ -45,6 +61,7 @@ void describe_comparison(CLI::App& app, ReportOptions& options) {
 }
 
 void describe(CLI::App& app, ReportOptions& options) {
+    app.formatter(std::make_shared<Help>());
     app.description(
         "Reads the trace of a run on the virtual projector and shows it. TRACE is a file of 'virtual-projector "
         "--trace', also compressed by gzip or zstd; - is standard input. Output files whose names end in .gz "
@@ -55,7 +72,7 @@ void describe(CLI::App& app, ReportOptions& options) {
     app.set_version_flag("--version",
                          std::string("virtual-projector-report " OVRA_VERSION " (commit " OVRA_COMMIT ")"),
                          "Print version and commit and exit");
-    app.add_option("TRACE", options.trace, "the trace; - is standard input")->required();
+    app.add_option("TRACE", options.trace, "the trace; - is standard input")->required()->type_name("");
     describe_outputs(app, options);
     describe_words(app, options);
     describe_comparison(app, options);
@@ -93,7 +110,7 @@ std::optional<ReportOptions> parse_report_line(int argc, const char* const* argv
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        std::printf("%s", app.help().c_str());
+        std::printf("%s", wrap_lines(app.help(), help_width).c_str());
         return std::nullopt;
     } catch (const CLI::CallForVersion& version) {
         std::printf("%s\n", version.what());

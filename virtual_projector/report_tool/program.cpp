@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,12 +43,23 @@ bool wants_run(const ReportOptions& options) {
            !options.csv.empty();
 }
 
+// What the page and the story are called: by the user, else by the trace's file.
+std::string title_of(const ReportOptions& options) {
+    if (!options.title.empty() || options.trace == "-") return options.title;
+    const std::filesystem::path file(options.trace);
+    return file.stem().extension() == ".jsonl" ? file.stem().stem().string() : file.stem().string();
+}
+
 void show_run(const ReportOptions& options) {
     RunCollector collector(!options.perfetto.empty());
+    StoryTeller teller;
+    collector.add(teller);
     read(options, collector);
     const RunData run = collector.finish();
-    const std::vector<std::string> story;
-    write_outputs(run, options.title, story, options);
+    StorySources sources;
+    sources.title = options.title;
+    const std::vector<std::string> story = teller.tell(sources, {options.full, options.log});
+    write_outputs(run, title_of(options), story, options);
     if (options.story) print(story);
 }
 

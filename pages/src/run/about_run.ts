@@ -64,5 +64,5 @@ export function story(data: RunData): HTMLElement | null {
   if (data.story.length === 0) return null;
   return element("section", { class: "panel", "aria-labelledby": "story-title" },
     element("h2", { id: "story-title" }, "The run in words"),
-    element("pre", { class: "story", tabindex: 0, role: "region", "aria-labelledby": "story-title" }, data.story.join("\n")));
+    element("pre", { class: "story", tabindex: 0, role: "region", "aria-label": "The words, scroll" }, data.story.join("\n")));
 }

@@ -37,7 +37,7 @@ function build(data: RunData): void {
     new Lanes(data, timeline).root);
   byId("page").replaceChildren(
     summary(data), requests_table(data, timeline),
-    element("div", { class: "sticky" }, toolbar.root, new Overview(data, timeline).root),
+    element("section", { class: "sticky", "aria-label": "Time and search" }, toolbar.root, new Overview(data, timeline).root),
     element("main", { class: "layout" },
       element("div", { class: "side" },
         new PictureCard(data, timeline).root, new ZonesCard(data, timeline).root, happenings.root),

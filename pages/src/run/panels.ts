@@ -125,6 +125,16 @@ function zone_signal(zones: Zones, name: string, unit: string, value: (i: number
   return { name, unit, t: zones.t, v: zones.t.map((_t, i) => value(i)) };
 }
 
+/** Farther than any wall that the sensor could see: a ray that hardly meets the wall. */
+const farthest_mm = 12000;
+
+/** A signal without the values above a bound. */
+function up_to(curves: Curve[], most: number): Curve[] {
+  return curves.map((curve) => ({
+    ...curve, signal: { ...curve.signal, v: Array.from(curve.signal.v, (value) => (value === null || value > most ? null : value)) },
+  }));
+}
+
 /** The ends of the signals' names, in the order of the sensor's zones. */
 const zone_keys = ["tr", "br", "tl", "bl"] as const;
 
@@ -138,7 +148,7 @@ function zones_panel({ zones }: RunData, signals: Signals): Panel {
     const valid = (i: number): boolean => Boolean(zones.valid[i]?.[zone]);
     const distance = (i: number): number | null => zones.sensed_mm[i]?.[zone] ?? null;
     const signal = (name: string, unit: string, value: (i: number) => number | null): Signal => zone_signal(zones, `${name}, ${label}`, unit, value);
-    truths.push(...signals.curve(`truth.zone_${zone_keys[zone]}_mm`, label, color, { width: 1, quiet: true }));
+    truths.push(...up_to(signals.curve(`truth.zone_${zone_keys[zone]}_mm`, label, color, { width: 1, quiet: true }), farthest_mm));
     sensed.push({ signal: signal("sensed", "mm", (i) => (valid(i) ? distance(i) : null)), label, color, held: "moments" });
     lost.push({ signal: signal("invalid", "mm", (i) => (valid(i) ? null : distance(i))), label, color: "ink-soft", held: "moments", quiet: true });
     quality.push({ signal: signal("quality", "", (i) => zones.quality[i]?.[zone] ?? null), label, color, held: "moments" });
@@ -220,7 +230,7 @@ function steps_of(axes: readonly Signal[]): Signal {
   const times = Array.from(new Set(axes.flatMap((axis) => Array.from(axis.t)))).sort((a, b) => a - b);
   const v = times.map((t, i) => {
     const before = times[i - 1];
-    if (before === undefined) return null;
+    if (before === undefined || axes.every((axis) => (value_at(axis, before) ?? 0) === 0)) return null;  // no block yet
     return Math.max(...axes.map((axis) => Math.abs((value_at(axis, t) ?? 0) - (value_at(axis, before) ?? 0))));
   });
   return { name: "step of the angles", unit: "deg", about: "from one block of samples to the next, largest axis", t: times, v };

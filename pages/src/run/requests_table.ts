@@ -25,7 +25,7 @@ function row(request: Request, timeline: Timeline): HTMLElement {
   });
   return element("tr", {},
     element("td", {}, to_it),
-    element("td", {}, request.kind),
+    element("td", {}, request.what || request.kind),
     element("td", {}, request.by),
     element("td", {}, request.begin === null ? "never begun" : length_text(end - begin)),
     element("td", {}, request.outcome),

@@ -58,8 +58,8 @@ export class PictureCard {
       blur_middle_px: this.at("blur_px"),
       blur_corners_px: corners,
     });
-    const of = request ? `request ${request.n} (${request.kind})` : "the whole run";
-    const text = `Before and after ${of}. Spots: the blur, ten times as large, in px.`;
+    const of = request ? `request ${request.n}` : "the whole run";
+    const text = `Before and after ${of}. Spots: blur in px, ten times as large.`;
     if (this.about.textContent !== text) this.about.textContent = text;
     this.figures.replaceChildren(...this.rows());
   }

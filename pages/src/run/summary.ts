@@ -50,6 +50,11 @@ function tally(data: RunData, kind: "toast" | "refusal" | "fault" | "event", one
   return { name: one, text: found.length === 0 ? `no ${one}s` : counted(found.length, one), detail: texts, good: bad && found.length > 0 ? false : null };
 }
 
+function asked_failed(data: RunData): Verdict {
+  const failed = data.requests.filter((request) => request.failed).length;
+  return { name: "Failed", text: failed === 0 ? "none failed" : `${failed} failed`, detail: "", good: failed === 0 ? null : false };
+}
+
 export function pill(verdict: Verdict): HTMLElement {
   const name = verdict.good === null ? "pill" : verdict.good ? "pill good" : "pill bad";
   const sign = verdict.good === null ? "" : verdict.good ? "✓ " : "✗ ";
@@ -68,16 +73,16 @@ export function summary(data: RunData): HTMLElement {
     square_verdict(end),
     {
       name: "Requests", text: asked.length === 0 ? "nothing was asked" : counted(asked.length, "request"),
-      detail: Array.from(new Set(asked.map((request) => request.kind))).slice(0, 3).join(", "), good: null,
+      detail: Array.from(new Set(asked.map((request) => request.what || request.kind))).slice(0, 3).join(", "), good: null,
     },
     tally(data, "toast", "toast"),
     tally(data, "refusal", "refusal"),
     tally(data, "fault", "fault"),
+    asked_failed(data),
     { name: "Length", text: length_text(data.end_us), detail: "of simulated time", good: null },
   ];
-  const shown = verdicts.filter((verdict) => !(verdict.text === "no refusals"));
+  const shown = verdicts.filter((verdict) => !(verdict.text === "no refusals" || verdict.text === "none failed"));
   return element("header", { class: "summary" },
     element("h1", {}, data.title || "Run of a projector"),
-    element("p", { class: "ended" }, "At the end"),
     element("ul", { class: "cards", "aria-label": "How the run ended" }, ...shown.map(card)));
 }

@@ -328,8 +328,7 @@ export class Plot {
     paint.strokeStyle = paint.fillStyle = color("ink-soft");
     paint.lineWidth = ratio;
     paint.font = `${10 * ratio}px system-ui, sans-serif`;
-    paint.textAlign = "right";
-    for (const level of this.options.levels ?? []) {
+    for (const [i, level] of (this.options.levels ?? []).entries()) {
       const y = Math.round(plot.valToPos(level.value, "y", true)) + 0.5;
       paint.setLineDash([2 * ratio, 3 * ratio]);
       paint.beginPath();
@@ -337,7 +336,9 @@ export class Plot {
       paint.lineTo(left + width, y);
       paint.stroke();
       paint.setLineDash([]);
-      paint.fillText(level.label, left + width - 4 * ratio, y - 3 * ratio);
+      const at_right = i % 2 === 0;  // so that the words of two that lie close do not meet
+      paint.textAlign = at_right ? "right" : "left";
+      paint.fillText(level.label, at_right ? left + width - 4 * ratio : left + 4 * ratio, y - 3 * ratio);
     }
   }
 

@@ -43,14 +43,25 @@ public:
         visitors_.add(requests);
     }
 
-    // False at the end.
-    bool next() {
-        do {
-            if (!reader_.next()) return false;
-            reader_.show(visitors_);
-            ++records_;
-        } while (contains(ignored_, reader_.kind()));
-        return true;
+    bool next_line() { return reader_.next_line(); }
+    const std::string& line() const { return reader_.line(); }
+
+    // Takes the record of this line, and lets the other trace take it too, which has the same line.
+    void take_for_both(ComparedTrace& other) {
+        reader_.parse_line();
+        take();
+        reader_.show(other.visitors_);
+        ++other.records_;
+    }
+    // From the record of this line on, the first that counts; false at the end.
+    bool take_first_that_counts(bool has_line) {
+        while (has_line) {
+            reader_.parse_line();
+            take();
+            if (!contains(ignored_, reader_.kind())) return true;
+            has_line = reader_.next_line();
+        }
+        return false;
     }
     // As it is compared.
     std::string record() const {
@@ -82,6 +93,11 @@ public:
     RequestFinder requests;
 
 private:
+    void take() {
+        reader_.show(visitors_);
+        ++records_;
+    }
+
     std::string name_;
     TraceReader reader_;
     const std::vector<std::string>& ignored_;
@@ -103,14 +119,20 @@ std::vector<std::string> first_difference(const ComparedTrace& one, bool one_has
     return words;
 }
 
-// Reads both to their ends. Empty: no records differ.
+// Reads both to their ends. Empty: no records differ. Most lines of two runs that are compared are the same.
 std::vector<std::string> compare_records(ComparedTrace& one, ComparedTrace& other) {
     std::vector<std::string> words;
     bool one_has = true;
     bool other_has = true;
     while (one_has || other_has) {
-        if (one_has) one_has = one.next();
-        if (other_has) other_has = other.next();
+        one_has = one_has && one.next_line();
+        other_has = other_has && other.next_line();
+        if (one_has && other_has && one.line() == other.line()) {
+            one.take_for_both(other);
+            continue;
+        }
+        one_has = one.take_first_that_counts(one_has);
+        other_has = other.take_first_that_counts(other_has);
         if (!words.empty() || (!one_has && !other_has)) continue;
         if (one_has != other_has || one.record() != other.record())
             words = first_difference(one, one_has, other, other_has);

@@ -247,17 +247,24 @@ TraceReader::~TraceReader() = default;
 TraceReader::TraceReader(TraceReader&&) noexcept = default;
 
 bool TraceReader::next() {
+    if (!next_line()) return false;
+    parse_line();
+    return true;
+}
+
+bool TraceReader::next_line() {
+    if (record_->input.next(record_->line)) return true;
+    if (record_->input.line_number() > 0) return false;
+    throw TraceError(TraceError::Kind::cut, record_->input.name() + ": empty: expected a trace");
+}
+
+void TraceReader::parse_line() {
     Record& record = *record_;
-    if (!record.input.next(record.line)) {
-        if (record.input.line_number() > 0) return false;
-        throw TraceError(TraceError::Kind::cut, record.input.name() + ": empty: expected a trace");
-    }
     if (record.input.line_number() == 1) check_first(record.input, record.line);
     record.value = parse(record.input, record.line);
     record.kind = kind_of(record.value);
     if (record.kind == nullptr)
         throw garbled(record.input, "expected a record of a kind that a trace has, found another");
-    return true;
 }
 
 const std::string& TraceReader::line() const { return record_->line; }

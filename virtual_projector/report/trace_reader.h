@@ -155,7 +155,10 @@ public:
 
     /// The next record; false at the end.
     bool next();
-    /// Of the record that next() has read: its text, its line from 1, the member that names its kind ("call").
+    /// The two halves of it: the next line, whatever it is, and the record that stands on it.
+    bool next_line();
+    void parse_line();
+    /// Of the record that was read: its text, its line from 1, the member that names its kind ("call").
     const std::string& line() const;
     std::size_t line_number() const;
     const char* kind() const;

@@ -8,7 +8,7 @@ import { build, root } from "../../pages/tools/browser.mjs";
 
 export const launcher = join(build, "virtual_projector/launcher/virtual-projector");
 export const host = join(build, "host/ovrafocus-host");
-export const host_script = join(root, "scenarios/live.host");
+export const host_script = join(root, "host/live.script");
 
 /** Starts it; resolves when its page can be opened. */
 export async function start_live(options = []) {  // or a function of the folder for the run's files

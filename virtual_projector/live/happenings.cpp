@@ -26,13 +26,30 @@ std::string words_of_toast(const Json& record) {
     return means.empty() ? "toast " + record.value("arguments", Json::array()).dump() : "toast: " + means;
 }
 
+const char* name_of(LogKind kind) {
+    switch (kind) {
+        case LogKind::seen:
+            return "seen";
+        case LogKind::chosen:
+            return "chosen";
+        case LogKind::refused:
+            return "refused";
+        case LogKind::detail:
+        case LogKind::nothing:
+            break;
+    }
+    return "detail";
+}
+
 }  // namespace
 
 std::optional<Json> Happenings::of_log(const Json& record) {
     LogFormatter& formatter = logs_[record.value(record_key::thread, 0)];
-    const std::string words = formatter.format(record.at("log").get<std::string>()).words;
-    if (words.empty()) return std::nullopt;
-    return happening(record, "log", words);
+    const LogWords line = formatter.format(record.at("log").get<std::string>());
+    if (line.words.empty()) return std::nullopt;
+    Json words = happening(record, "log", line.words);
+    words["log"] = name_of(line.kind);
+    return words;
 }
 
 std::optional<Json> Happenings::of(const Json& record) {

@@ -13,13 +13,14 @@ namespace vp {
 class Happenings {
 public:
     /// A record of the trace as {"t_us":…,"kind":"event|log|toast|failure|fault|state","text":"…"}; of a state
-    /// with "values" in place of the text. Nothing for one that tells a person nothing.
+    /// with "values" in place of the text; of the library's log with "log":"seen|chosen|refused|detail".
+    /// Nothing for one that tells a person nothing.
     std::optional<nlohmann::ordered_json> of(const nlohmann::ordered_json& record);
 
 private:
     std::optional<nlohmann::ordered_json> of_log(const nlohmann::ordered_json& record);
 
-    std::map<int, LogFormatter> logs_;  // of each thread its own
+    std::map<int, LogFormatter> logs_;  // by thread
     std::string last_failure_;
 };
 

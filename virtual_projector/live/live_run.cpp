@@ -17,10 +17,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr RealMicroseconds state_interval = 50000;
-// After somebody has done something: at once, and when the hand has moved a little.
-constexpr RealMicroseconds eager_interval = 12000;
-constexpr int eager_states = 2;
+constexpr RealMicroseconds state_interval = 66000;
+// After somebody has done something their hand has moved so far that it is seen.
+constexpr RealMicroseconds seen_after = 6000;
 constexpr std::size_t max_unsent = 1 << 20;
 constexpr RealMicroseconds longest_farewell = 1000000;
 
@@ -112,8 +111,7 @@ void LiveRun::take_commands() {
 void LiveRun::obey(const Json& command) {
     const auto what = command.at("do").get<std::string>();
     const RealMicroseconds now = real_now();
-    state_due_ = now;
-    eager_states_ = eager_states;
+    if (what != "event") state_due_ = now;
     if (what == "event") {
         pending_.push_back({command.at("event"), command.value("id", std::int64_t{0}), 0});
     } else if (what == "end") {
@@ -177,8 +175,8 @@ void LiveRun::place_event(const Pending& pending, Microseconds time) {
         granted_ = -1;
     }
     channel_.send(answer.dump());
-    state_due_ = 0;
-    eager_states_ = eager_states;
+    const bool is_gesture = pending.event.contains("gesture") && !pace_.is_paused();
+    state_due_ = is_gesture ? std::min(state_due_, real_now() + seen_after) : 0;
 }
 
 // --- Telling ---------------------------------------------------------------------------------------------
@@ -195,8 +193,7 @@ void LiveRun::tell_state_if_due(std::optional<Microseconds> next) {
     if (now < state_due_ || granted_ > run_.now()) return;
     const Microseconds reached = std::max(run_.now(), pace_.reached_at(now));
     tell_state(next ? std::min(*next, reached) : reached);
-    const bool is_eager = eager_states_ > 0 && --eager_states_ > 0;
-    state_due_ = now + (is_eager ? eager_interval : state_interval);
+    state_due_ = now + state_interval;
 }
 
 // Whoever does not take the states gets the newest one when they do.

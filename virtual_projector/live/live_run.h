@@ -90,7 +90,6 @@ private:
     std::deque<Pending> pending_;
     Microseconds granted_ = -1;  // the last event's time, to which it may go however the pace is
     RealMicroseconds state_due_ = 0;
-    int eager_states_ = 0;  // states still to be told early: somebody has just done something
     std::atomic<bool> is_holding_{false};
 };
 

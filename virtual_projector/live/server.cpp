@@ -35,6 +35,7 @@ constexpr std::size_t other_threads = 16;
 constexpr std::chrono::milliseconds sign_of_life{2000};
 constexpr time_t patience_s = 5;  // with who sends or takes nothing
 constexpr time_t keep_alive_s = 2;
+constexpr std::size_t max_kept_requests = 10000;
 
 std::string make_token() {
     std::array<unsigned char, 16> bytes{};
@@ -145,6 +146,7 @@ struct LiveServer::Parts {
         server.set_read_timeout(patience_s);
         server.set_write_timeout(patience_s);
         server.set_keep_alive_timeout(keep_alive_s);
+        server.set_keep_alive_max_count(max_kept_requests);
         server.set_pre_routing_handler([this](const Request& request, Response& response) {
             harden(response);
             return is_allowed(request, response) ? httplib::Server::HandlerResponse::Unhandled

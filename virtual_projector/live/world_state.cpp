@@ -16,7 +16,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array<std::string_view, 5> drawn_areas = {"wall.", "room.", "heat.", "tof.blocked_", "tof.zone_"};
+constexpr std::array<std::string_view, 5> drawn_areas = {"wall.", "room.", "heat.", "tof.blocked_",
+                                                         "tof.zone_"};
 
 double rounded(double value) {
     constexpr double scale = 1000;

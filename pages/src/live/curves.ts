@@ -29,6 +29,7 @@ const kinds: PlotKind[] = [
 const window_s = 60;
 const kept = 2400;
 const height = 130;
+const redraw_ms = 200;  // the drawings of the room go before
 
 /** Real time goes on evenly while simulated time does not: what is shown is a minute at the present speed. */
 export class Curves {
@@ -68,10 +69,10 @@ export class Curves {
   private refresh(): void {
     if (this.is_stale) return;
     this.is_stale = true;
-    requestAnimationFrame(() => {
+    window.setTimeout(() => requestAnimationFrame(() => {
       this.is_stale = false;
       this.draw();
-    });
+    }), redraw_ms);
   }
 
   private draw(): void {

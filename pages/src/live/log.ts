@@ -27,7 +27,7 @@ export class Log {
     for (const happening of happenings) {
       if (happening.kind === "state") continue;
       const [sign, means] = signs[happening.kind];
-      this.list.append(element("li", { class: happening.kind },
+      this.list.append(element("li", { class: happening.log ? `log ${happening.log}` : happening.kind },
         element("span", { class: "time" }, time_text(happening.t_us)), element("span", { class: "sign", title: means }, sign),
         element("span", { class: "words" }, happening.text)));
     }

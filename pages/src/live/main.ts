@@ -28,8 +28,6 @@ const log = new Log();
 const actions = new Actions(connection, hand);
 const page = byId("page");
 
-let newest: State | null = null;
-
 function show_state(state: State): void {
   const { truth } = state;
   above.show(state);
@@ -51,12 +49,8 @@ function show(news: News): void {
   controls.show(news);
   log.add(news.happenings ?? [], news.missed ?? 0);
   if (!news.state) return;
-  if (!newest) requestAnimationFrame(() => {
-    if (newest) show_state(newest);
-    newest = null;
-    page.removeAttribute("aria-busy");
-  });
-  newest = news.state;
+  show_state(news.state);
+  page.removeAttribute("aria-busy");
 }
 
 function panel(title: string, about: string, ...content: (Node | string)[]): HTMLElement {

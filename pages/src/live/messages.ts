@@ -56,6 +56,7 @@ export interface Happening {
   t_us: number;
   kind: "event" | "log" | "toast" | "failure" | "fault" | "state";
   text: string;
+  log?: "seen" | "chosen" | "refused" | "detail";
   values?: Record<string, number>;
 }
 

@@ -16,7 +16,7 @@ using storykit::project_file;
 
 std::vector<std::string> host(const storykit::ScratchFolder& folder) {
     return {storykit::host_program, "--library-log", folder.file("log"), "--script",
-            project_file("scenarios/live.host")};
+            project_file("host/live.script")};
 }
 
 // The first record names the scenario by its digest, which is another one of course.

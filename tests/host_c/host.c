@@ -25,6 +25,7 @@ static int started(const char* name, int32_t result) {
 
 static int start_library(void) {
     app_callback_init(&callbacks);
+    if (get_app_callback() != &callbacks) return started("get_app_callback", -1);
     return started("ovrafocus_init", ovrafocus_init()) &&
            started("ovra_sys_param_init", ovra_sys_param_init()) &&
            started("ovra_gsensor_init", ovra_gsensor_init()) && started("ovra_akaf_init", ovra_akaf_init());

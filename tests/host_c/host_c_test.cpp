@@ -71,6 +71,20 @@ TEST(AProcessWithTheBoardsLibraries, LoadsTheLibraryAndLetsItGo) {
     EXPECT_EQ(finished.exit_code, 0) << finished.complaints;
 }
 
+// It reaches the library's functions past everybody, and fills its table when the library has it already.
+TEST(AHostThatLoadsTheLibraryByHand, HasItsToastsLogAndStateInTheTrace) {
+    const storykit::ScratchFolder folder;
+    const std::string told = "1 toasts, the first 11\n";
+    EXPECT_EQ(storykit::launch_projector({}, {LATE_HOST, LIBRARY}).complaints, told);
+    const Finished traced = storykit::launch_projector({"--trace", folder.file("trace")}, {LATE_HOST, LIBRARY});
+    EXPECT_EQ(traced.complaints, told);
+    EXPECT_EQ(traced.exit_code, 0);
+    const std::string trace = storykit::contents_of(folder.file("trace"));
+    EXPECT_NE(trace.find(R"("callback":"toast","slot":5,"arguments":[11],)"), std::string::npos);
+    EXPECT_NE(trace.find(R"("log":"ovra: app_callback_init.")"), std::string::npos);
+    EXPECT_NE(trace.find(R"("state":{"g_osd_keystone":0})"), std::string::npos);
+}
+
 TEST(AProgramWith64BitsOfTime, LivesInVirtualTimeLikeAnyOther) {
     const Finished finished = storykit::launch_projector({}, {WIDE_TIME});
     EXPECT_EQ(finished.words,

@@ -164,12 +164,19 @@ std::size_t number_of(const void* table) {
     return table_count;
 }
 
-// What the library does not use it gets as the host has it.
+// A slot that the host leaves empty is skipped by ours as the library would skip it, so that it may be filled
+// at any time. Only of host_set_keystone it matters whether it is there. What the library does not use it gets
+// as it is.
+void* wanted_in(std::size_t table, std::size_t slot) {
+    void* const host = load(host_tables.at(table)->slots.at(slot));
+    void* const filling = fillings(table).slots.at(slot);
+    if (filling == nullptr) return host;
+    return host == nullptr && slot == host_set_keystone ? nullptr : filling;
+}
+
 void fill_slots(std::size_t table) {
     for (std::size_t slot = 0; slot < slot_count; ++slot) {
-        void* const host = load(host_tables.at(table)->slots.at(slot));
-        void* const filling = fillings(table).slots.at(slot);
-        void* const wanted = host == nullptr || filling == nullptr ? host : filling;
+        void* const wanted = wanted_in(table, slot);
         void*& ours = our_tables.at(table).slots.at(slot);
         if (load(ours) != wanted) store(ours, wanted);
     }

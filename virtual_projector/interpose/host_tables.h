@@ -1,7 +1,7 @@
 // Stands between the library and its host's callbacks, so that each of them can be told of.
 //
-// The library is given a table of our own in place of the host's. It has the same slots filled, and hands each
-// call on to what the host has in its slot at that time.
+// The library is given a table of our own in place of the host's, which hands each call on to what the host has
+// in its slot at that time, if anything.
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_HOST_TABLES_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_HOST_TABLES_H
 
@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/clock/wait.h"
 #include "virtual_projector/interpose/watched_library.h"
-#include "virtual_projector/world/microseconds.h"
 
 namespace vp {
 
@@ -47,8 +47,8 @@ const void* host_table_behind(const void* table);
 /// A host can reach the library past us.
 class HostTables {
 public:
-    /// Puts our tables where the library holds the host's, and fills the slots that the host has filled since.
-    /// Not on two threads at once.
+    /// Puts our tables where the library holds the host's, and brings them up to date. Not on two threads at
+    /// once.
     void follow(const WatchedLibrary& library);
 
 private:

@@ -64,7 +64,11 @@ extern "C" {
 extern const char vp_interposed_print_calls[];
 const char vp_interposed_print_calls[] = "interposed calls of the virtual projector: print";
 
-int vprintf(const char* format, va_list arguments) {
+// Under names of their own here: the C library's header may have functions of theirs in place.
+int printed_by_list(const char* format, va_list arguments) __asm__("vprintf");
+int printed_character(int character) __asm__("putchar");
+
+int printed_by_list(const char* format, va_list arguments) {
     note_formatted(notes_of(VP_CALLER, stdout), format, arguments);
     return real_vprintf(format, arguments);
 }
@@ -131,7 +135,7 @@ int puts(const char* text) {
     return real_puts(text);
 }
 
-int putchar(int character) {
+int printed_character(int character) {
     note_character(notes_of(VP_CALLER, stdout), character);
     return real_putchar(character);
 }

@@ -65,8 +65,8 @@ void WatchedLibrary::let_go() { found.store(nullptr, std::memory_order_release);
 
 void* WatchedLibrary::find(const char* name) const { return ::dlsym(handle_, name); }
 
-// A program that names a variable may have been linked with a copy of it, which the library uses then as well: the
-// loader looks through the program first.
+// A program that names a variable may have been linked with a copy of it, which the library uses then as well:
+// the loader looks through the program first.
 void* WatchedLibrary::find_variable(const char* name) const {
     void* const found = ::dlsym(RTLD_DEFAULT, name);
     return found != nullptr ? found : find(name);

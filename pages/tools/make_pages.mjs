@@ -1,5 +1,6 @@
-// make_pages.mjs [NAME]...: every story as a page and in pictures, in build/pages; without names also the pictures
-// of README.md and docs/.
+// make_pages.mjs [NAME]...: every story, or these runs, as a page and in pictures, in build/pages; without names also
+// the pictures of README.md and docs/.
+// make_pages.mjs --documents: only those.
 import { statSync } from "node:fs";
 import { mkdir } from "node:fs/promises";
 import { join } from "node:path";
@@ -22,31 +23,35 @@ async function take_pictures(browser, { name, page: file }) {
   }
 }
 
-/** The demo's page in README.md: the run of someone-walks-past, zoomed to where the focus is lost. */
-async function take_documents_pictures(browser, walk) {
+/** The page in README.md: the run of someone-walks-past, zoomed to where the focus is lost. */
+async function take_documents_pictures(browser) {
+  const walk = await make_run_page("someone-walks-past", place);
   await mkdir(pictures, { recursive: true });
-  const { page, close } = await open(browser, pathToFileURL(walk.page).href, { width: 1280, height: 860 });
+  const { page, close } = await open(browser, pathToFileURL(walk.page).href, { width: 1120, height: 760 });
   await page.locator(".requests tbody tr").nth(1).getByRole("button").click();
   await page.waitForTimeout(200);
   await page.screenshot({ path: join(pictures, "run-page.png") });
   await close();
+  console.log(`pictures of the documents: ${pictures}`);
 }
 
-const named = process.argv.slice(2);
-const names = named.length > 0 ? named : all_runs();
+const words = process.argv.slice(2);
+const only_documents = words.length === 1 && words[0] === "--documents";
+const named = only_documents ? [] : words;
+const names = only_documents ? [] : named.length > 0 ? named : all_runs();
 const unknown = named.filter((name) => !all_runs().includes(name));
 if (unknown.length > 0) {
   console.error(`there is no run named ${unknown[0]}; they are: ${all_runs().join(" ")}`);
   process.exit(2);
 }
-if (named.length === 0) await emptied(place);
+if (words.length === 0) await emptied(place);
 const browser = await launch();
 try {
   for (const name of names) {
     const run = await make_run_page(name, place);
     await take_pictures(browser, run);
-    if (named.length === 0 && name === "someone-walks-past") await take_documents_pictures(browser, run);
   }
+  if (named.length === 0) await take_documents_pictures(browser);
 } finally {
   await browser.close();
 }

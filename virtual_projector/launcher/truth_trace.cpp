@@ -54,6 +54,8 @@ TruthRecord record_of(const Truth& truth) {
     record.side_difference = rounded(truth.picture.side_difference);
     record.blur_px = rounded(truth.blur.middle_px);
     record.blur_corner_px = rounded(truth.blur.corner_px);
+    std::transform(truth.blur.corners_px.begin(), truth.blur.corners_px.end(), record.blur_corners_px.begin(),
+                   [](double px) { return rounded(px); });
     record.light_used = rounded(truth.light_used);
     record.axis_mm = length_mm(truth.axis_mm);
     std::transform(truth.zones_mm.begin(), truth.zones_mm.end(), record.zones_mm.begin(), length_mm);

@@ -45,6 +45,10 @@ constexpr Entry entries[] = {
     {"truth.sharpness", {"", "of the middle of the picture, 0 to 1"}},
     {"truth.blur_px", {"px", "blur in the middle of the picture"}},
     {"truth.blur_corner_px", {"px", "blur in the worst corner"}},
+    {"truth.blur_tl_px", {"px", "blur in the picture's corner at the top left"}},
+    {"truth.blur_tr_px", {"px", "top right"}},
+    {"truth.blur_br_px", {"px", "bottom right"}},
+    {"truth.blur_bl_px", {"px", "bottom left"}},
     {"truth.backlash_state", {"", "of the lens's play: 0 taken up to the left, 1 to the right"}},
     {"truth.lens_moving", {"", "1 while the motor turns"}},
     {"truth.barrel_c", {"C", "temperature of the lens"}},
@@ -192,6 +196,10 @@ void SignalCollector::take_truth(const TruthAt& truth) {
             add(std::string("truth.") + key, truth.t_us, known ? value : unknown);
         }
     });
+    for (std::size_t i = 0; i < corner_names.size(); ++i) {
+        const double px = truth.blur_corners_px.at(i);
+        add(std::string("truth.blur_") + corner_names.at(i) + "_px", truth.t_us, truth.on_wall ? px : unknown);
+    }
     for (std::size_t zone = 0; zone < zone_names.size(); ++zone) {
         const double mm = truth.zones_mm.at(zone);
         add(std::string("truth.zone_") + zone_names.at(zone) + "_mm", truth.t_us, mm < 0 ? unknown : mm);

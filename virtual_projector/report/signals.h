@@ -1,7 +1,8 @@
 // What a run's curves are drawn of: named quantities over time. There is one list of them; pages, tables and
 // counters are made from it.
 //
-//   truth.NAME       a member of the world's truth, docs/trace.md; zones as truth.zone_tr_mm, _br_, _tl_, _bl_
+//   truth.NAME       a member of the world's truth, docs/trace.md; zones as truth.zone_tr_mm, _br_, _tl_, _bl_;
+//                    the blur of the corners as truth.blur_tl_px, _tr_, _br_, _bl_
 //   state.NAME       a variable of the library
 //   reading.…        what the board's sensors told the program
 //   gravity.x|y|z    the samples of the gravity sensor
@@ -45,6 +46,8 @@ struct ZonesAt {
 };
 
 constexpr std::array<const char*, 4> zone_names = {"tr", "br", "tl", "bl"};
+/// The picture's corners, in the order of its outline.
+constexpr std::array<const char*, 4> corner_names = {"tl", "tr", "br", "bl"};
 
 /// Collects them while a trace's records pass by.
 class SignalCollector : public TraceVisitor {

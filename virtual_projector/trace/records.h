@@ -128,14 +128,15 @@ struct TruthRecord {
     double light_used = 1;
     Outline outline_mm{};  // all 0: not on the wall
     double axis_mm = 0;
-    std::array<double, 4> zones_mm{};  // -1: nothing there
-    double best_tmr = 0;               // where the lens would have to stand
-    bool lens_moving = false;          // the motor turns
-    double backlash_state = 0;         // from 0, taken up to the left, to 1, taken up to the right
-    double barrel_c = 0;               // the lens's
-    double drift_tmr = 0;              // by which its temperature has moved the best place
-    double wall_tilt_deg = 0;          // of the unit against the wall: up and down,
-    double wall_turn_deg = 0;          // and to the sides
+    std::array<double, 4> zones_mm{};         // -1: nothing there
+    double best_tmr = 0;                      // where the lens would have to stand
+    bool lens_moving = false;                 // the motor turns
+    double backlash_state = 0;                // from 0, taken up to the left, to 1, taken up to the right
+    double barrel_c = 0;                      // the lens's
+    double drift_tmr = 0;                     // by which its temperature has moved the best place
+    double wall_tilt_deg = 0;                 // of the unit against the wall: up and down,
+    double wall_turn_deg = 0;                 // and to the sides
+    std::array<double, 4> blur_corners_px{};  // in the outline's order; all 0: not on the wall
 
     /// Calls visit(key, pointer to the member, cause) for each member, in the order in which they stand in a
     /// record. A change of a cause is a reason to write a record; of what follows from them, a last digit alone
@@ -190,6 +191,7 @@ private:
         visit("drift_tmr", &TruthRecord::drift_tmr, false);
         visit("wall_tilt_deg", &TruthRecord::wall_tilt_deg, false);
         visit("wall_turn_deg", &TruthRecord::wall_turn_deg, false);
+        visit("blur_corners_px", &TruthRecord::blur_corners_px, false);
     }
 };
 

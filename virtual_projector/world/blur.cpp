@@ -26,8 +26,9 @@ Blur picture_blur(const Settings& settings, double distance_mm, const PictureSha
     Blur blur;
     blur.middle_px = blur_px(settings, distance_mm);
     if (!shape.is_on_wall) return blur;
-    for (const PictureCorner& corner : shape.corners) {
-        blur.corner_px = std::max(blur.corner_px, blur_px(settings, corner.axial_mm));
+    for (std::size_t i = 0; i < blur.corners_px.size(); ++i) {
+        blur.corners_px.at(i) = blur_px(settings, shape.corners.at(i).axial_mm);
+        blur.corner_px = std::max(blur.corner_px, blur.corners_px.at(i));
     }
     return blur;
 }

@@ -2,6 +2,8 @@
 #ifndef VIRTUAL_PROJECTOR_WORLD_BLUR_H
 #define VIRTUAL_PROJECTOR_WORLD_BLUR_H
 
+#include <array>
+
 #include "virtual_projector/world/picture.h"
 #include "virtual_projector/world/settings.h"
 
@@ -10,7 +12,8 @@ namespace vp {
 /// Diameters of the circle of confusion, in pixels of the panel.
 struct Blur {
     double middle_px = 0;
-    double corner_px = 0;  // of the most blurred corner; 0 with a picture that is not on the wall
+    double corner_px = 0;                // of the most blurred corner; 0 with a picture that is not on the wall
+    std::array<double, 4> corners_px{};  // of each, in the order of the shape's; 0 as well
 };
 
 /// The light of one pixel leaves the lens as a cone of the diameter f / N, which meets where the lens focuses.

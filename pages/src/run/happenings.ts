@@ -19,11 +19,16 @@ interface Happening {
 const shown_at_most = 160;  // entries about the cursor: a list of a day would take long to lay out
 const kind_order: readonly Kind[] = [...flag_styles.map((style) => style.kind), "log"];
 
+/** A line without what would colour it on a terminal. */
+function plain(text: string): string {
+  return text.replace(/\u001b\[[0-9;]*m/g, "").replace(/[\u0000-\u001f\u007f]/g, "");
+}
+
 function happenings_of(data: RunData): Happening[] {
   const made = (t: number, kind: Kind, text: string): Happening => ({ t, kind, text, lower: text.toLowerCase() });
   const all = [
     ...data.flags.map((flag) => made(flag.t, flag.kind, flag.text)),
-    ...data.log.map((line) => made(line.t, "log", line.text)),
+    ...data.log.map((line) => made(line.t, "log", plain(line.text))),
   ];
   return all.map((one, i) => ({ one, i }))
     .sort((a, b) => a.one.t - b.one.t || kind_order.indexOf(a.one.kind) - kind_order.indexOf(b.one.kind) || a.i - b.i)
@@ -51,6 +56,7 @@ export class Happenings {
       if (event.key === "Enter") this.next_found(event.shiftKey ? -1 : 1);
     });
     timeline.on_cursor(() => this.show());
+    new ResizeObserver(() => this.show()).observe(this.list);  // where it has got its place on the page
     this.choose();
   }
 

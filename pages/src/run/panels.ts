@@ -66,8 +66,8 @@ function lens_panel(signals: Signals, end: number): Panel {
     ...signals.curve("truth.lens_tmr", "lens, true", "blue"),
     ...signals.curve("target.tmr", "target", "vermilion", { dash: [6, 4] }),
     ...signals.curve("reading.tmr", "reading", "orange", { held: "moments" }),
-    ...signals.curve("state.g_limitLeft", "left limit", "ink-soft", { dash: [2, 3] }),
-    ...signals.curve("state.g_limitRight", "right limit", "ink-soft", { dash: [8, 3] }),
+    ...signals.curve("state.g_limitLeft", "left limit", "ink-soft", { dash: [2, 3], aside: true }),
+    ...signals.curve("state.g_limitRight", "right limit", "ink-soft", { dash: [8, 3], aside: true }),
   ];
   return {
     id: "lens", title: "Lens", about: "Where the lens stands on the position sensor's scale, and where it ought to.",
@@ -283,11 +283,15 @@ function heat_panel(signals: Signals): Panel {
   };
 }
 
+function says_something({ signal }: Curve): boolean {
+  return Array.from(signal.v).some((value) => value !== null);
+}
+
 export function panels_of(data: RunData): Panel[] {
   const signals = new Signals(data);
   return [
     lens_panel(signals, data.end_us), sharpness_panel(signals), edges_panel(signals), zones_panel(data, signals), tilt_panel(signals, data.end_us),
     gravity_panel(signals, data.end_us), heat_panel(signals),
-  ].map((panel) => ({ ...panel, plots: panel.plots.filter((plot) => plot.curves.length > 0) }));
+  ].map((panel) => ({ ...panel, plots: panel.plots.filter((plot) => plot.curves.some(says_something)) }));
 }
 

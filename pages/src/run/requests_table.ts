@@ -25,10 +25,10 @@ function row(request: Request, timeline: Timeline): HTMLElement {
   });
   return element("tr", {},
     element("td", {}, to_it),
-    element("td", {}, request.what || request.kind),
+    element("td", { class: "wraps" }, request.what || request.kind),
     element("td", {}, request.by),
     element("td", {}, request.begin === null ? "never begun" : length_text(end - begin)),
-    element("td", {}, request.outcome),
+    element("td", { class: "wraps" }, request.outcome),
     element("td", { class: "number" }, change(before, after, "blur_px", 2)),
     element("td", { class: "number" }, change(before, after, "worst_edge_deg", 2)),
     element("td", { class: "pills" }, ...(after ? [pill(sharp_verdict(after)), " ", pill(square_verdict(after))] : ["–"])));

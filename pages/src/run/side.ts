@@ -50,7 +50,7 @@ export class PictureCard {
     const request = request_at(data.requests, timeline.cursor);
     const before = outline_of(request?.before) ?? [];
     const after = outline_of(request?.after) ?? [];
-    const corners = [0, 1, 2, 3].map((corner) => this.at(`blur_corner_${corner}_px`));
+    const corners = ["tl", "tr", "br", "bl"].map((corner) => this.at(`blur_${corner}_px`));
     this.drawing.show({
       now: outline_at(data, timeline.cursor),
       before: request ? before : outline_at(data, 0),

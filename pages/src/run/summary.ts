@@ -43,16 +43,19 @@ export function square_verdict(truth: Truth | null): Verdict {
   return { name: "Square", text: good ? "square" : "not square", detail: `worst edge ${fixed(Math.abs(worst), 2)}° off`, good };
 }
 
-function tally(data: RunData, kind: "toast" | "refusal" | "fault" | "event", one: string): Verdict {
-  const found = flags_of(data.flags, kind);
-  const texts = Array.from(new Set(found.map((flag) => flag.text))).slice(0, 3).join("; ");
-  const bad = kind === "fault" || kind === "refusal";
-  return { name: one, text: found.length === 0 ? `no ${one}s` : counted(found.length, one), detail: texts, good: bad && found.length > 0 ? false : null };
+/** The first of several texts, as many as a line bears. */
+function shortened(texts: readonly string[]): string {
+  const room = 60;  // letters
+  const first = texts[0] ?? "";
+  const shown = first.length > room ? `${first.slice(0, room - 1).trimEnd()}…` : first;
+  return texts.length > 1 ? `${shown} and ${texts.length - 1} more` : shown;
 }
 
-function asked_failed(data: RunData): Verdict {
-  const failed = data.requests.filter((request) => request.failed).length;
-  return { name: "Failed", text: failed === 0 ? "none failed" : `${failed} failed`, detail: "", good: failed === 0 ? null : false };
+function tally(data: RunData, kind: "toast" | "refusal" | "fault" | "event", one: string): Verdict {
+  const found = flags_of(data.flags, kind);
+  const texts = shortened(Array.from(new Set(found.map((flag) => flag.text))));
+  const bad = kind === "fault" || kind === "refusal";
+  return { name: one, text: found.length === 0 ? `no ${one}s` : counted(found.length, one), detail: texts, good: bad && found.length > 0 ? false : null };
 }
 
 export function pill(verdict: Verdict): HTMLElement {
@@ -73,15 +76,14 @@ export function summary(data: RunData): HTMLElement {
     square_verdict(end),
     {
       name: "Requests", text: asked.length === 0 ? "nothing was asked" : counted(asked.length, "request"),
-      detail: Array.from(new Set(asked.map((request) => request.what || request.kind))).slice(0, 3).join(", "), good: null,
+      detail: shortened(Array.from(new Set(asked.map((request) => request.what || request.kind)))), good: null,
     },
     tally(data, "toast", "toast"),
     tally(data, "refusal", "refusal"),
     tally(data, "fault", "fault"),
-    asked_failed(data),
     { name: "Length", text: length_text(data.end_us), detail: "of simulated time", good: null },
   ];
-  const shown = verdicts.filter((verdict) => !(verdict.text === "no refusals" || verdict.text === "none failed"));
+  const shown = verdicts.filter((verdict) => !(verdict.text === "no refusals"));
   return element("header", { class: "summary" },
     element("h1", {}, data.title || "Run of a projector"),
     element("ul", { class: "cards", "aria-label": "How the run ended" }, ...shown.map(card)));

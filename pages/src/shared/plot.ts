@@ -16,6 +16,7 @@ export interface Curve {
   hidden?: boolean;    // at first
   note?: string;       // more than the label says, shown on pointing at it
   quiet?: boolean;     // without an entry in the legend
+  aside?: boolean;     // makes room for itself only while the whole time is shown
 }
 
 /** A stretch of the scale that is set off, such as what a value may be. Either end may follow a signal. */
@@ -79,7 +80,7 @@ function number_labels(_plot: uPlot, splits: (number | null)[]): (string | null)
 }
 
 /** The range of a scale around values: some air above and below, and never empty. */
-function range_around(low: number | null, high: number | null, include: readonly number[]): [number, number] {
+function range_around(low: number | null | undefined, high: number | null | undefined, include: readonly number[]): [number, number] {
   const all = [low, high, ...include].filter((value): value is number => value !== null && Number.isFinite(value));
   if (all.length === 0) return [0, 1];
   const least = Math.min(...all);
@@ -114,6 +115,7 @@ export class Plot {
       timeline.on_cursor(() => this.show_cursor()), timeline.on_span(() => this.refresh()),
       on_colors_change(() => this.rebuild()), () => sizes.disconnect(),
     ];
+    this.show_cursor();
   }
 
   /** Takes the plot away. */
@@ -233,7 +235,7 @@ export class Plot {
   }
 
   private uplot_options(): uPlot.Options {
-    const { curves, height, include } = this.options;
+    const { curves, height } = this.options;
     const axis: uPlot.Axis = {
       stroke: color("ink-soft"), font: label_font, grid: { stroke: color("grid"), width: 1 },
       ticks: { stroke: color("grid"), width: 1, size: 4 },
@@ -249,7 +251,7 @@ export class Plot {
       },
       scales: {
         x: { time: false, range: () => [this.timeline.from, this.timeline.to] },
-        y: { range: (_plot, low, high) => range_around(low, high, include ?? []) },
+        y: { range: (_plot, low, high) => this.range_of(low, high) },
       },
       axes: [
         { ...axis, incrs: steps_us, values: time_labels, size: 24, gap: 3, space: 70 },
@@ -264,12 +266,23 @@ export class Plot {
     };
   }
 
+  private range_of(low: number, high: number): [number, number] {
+    const { curves, height, include = [], stretches = [] } = this.options;
+    const { cursor, is_whole } = this.timeline;
+    const aside = is_whole ? curves.filter((curve) => curve.aside).map((curve) => value_at(curve.signal, cursor)) : [];
+    const [least, most] = range_around(low, high, [...include, ...aside.filter((value): value is number => value !== null)]);
+    if (stretches.length === 0) return [least, most];
+    const strip = strip_height / Math.max(1, height - strip_height - 30);  // the strip hides no curve
+    return [least - (most - least) * strip, most];
+  }
+
   private series_of(curve: Curve, i: number): uPlot.Series {
     const stroke = color(curve.color);
     const moments = curve.held === "moments";
     const series: uPlot.Series = {
       label: curve.label,
       show: this.shown[i] ?? true,
+      auto: !curve.aside,
       stroke,
       width: moments ? 0 : (curve.width ?? 1.5),
       spanGaps: false,
@@ -338,7 +351,8 @@ export class Plot {
       paint.setLineDash([]);
       const at_right = i % 2 === 0;  // so that the words of two that lie close do not meet
       paint.textAlign = at_right ? "right" : "left";
-      paint.fillText(level.label, at_right ? left + width - 4 * ratio : left + 4 * ratio, y - 3 * ratio);
+      const at_top = y - 12 * ratio < plot.bbox.top;  // no room above the line
+      paint.fillText(level.label, at_right ? left + width - 4 * ratio : left + 4 * ratio, at_top ? y + 11 * ratio : y - 3 * ratio);
     }
   }
 

@@ -246,7 +246,7 @@ TEST(JsonOfTheTruth, HasItsKeysInAFixedOrder) {
               R"("light_used":24.0,"outline_mm":[[25.0,26.0],[27.0,28.0],[29.0,30.0],[31.0,32.0]],)"
               R"("axis_mm":33.0,"zones_mm":[34.0,35.0,36.0,37.0],"best_tmr":38.0,"lens_moving":false,)"
               R"("backlash_state":40.0,"barrel_c":41.0,"drift_tmr":42.0,"wall_tilt_deg":43.0,)"
-              R"("wall_turn_deg":44.0})");
+              R"("wall_turn_deg":44.0,"blur_corners_px":[45.0,46.0,47.0,48.0]})");
 }
 
 // Only with a cause is a record written.

@@ -82,10 +82,21 @@ TEST(Blur, OfACornerIsThatOfItsOwnDistance) {
     EXPECT_GT(blur.corner_px, 0.1);
 }
 
+// Focused behind the middle, the far corners gain what the near ones lose.
+TEST(Blur, IsToldOfEachCorner) {
+    const Blur blur = blur_of(defocused(10), 20);
+    const auto [top_left, top_right, bottom_right, bottom_left] = blur.corners_px;
+    EXPECT_NEAR(top_left, top_right, 1e-9);
+    EXPECT_NEAR(bottom_left, bottom_right, 1e-9);
+    EXPECT_GT(std::abs(top_left - bottom_left), 0.2);
+    EXPECT_EQ(blur.corner_px, std::max(top_left, bottom_left));
+}
+
 TEST(Blur, OfCornersIsNotKnownWithoutAPictureOnTheWall) {
     const Blur blur = blur_of(defocused(36), 85);
     EXPECT_GT(blur.middle_px, 0);
     EXPECT_EQ(blur.corner_px, 0);
+    EXPECT_THAT(blur.corners_px, ::testing::Each(0));
 }
 
 }  // namespace

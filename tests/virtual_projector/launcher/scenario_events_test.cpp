@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,7 @@ TEST(AnEventInWords, IsElseMadeFromWhatItDoes) {
     EXPECT_EQ(words(R"("fault": {"operation": "read", "path": "/dev/dis", "error": "EIO"})"),
               "fault: read /dev/dis");
     EXPECT_EQ(words(R"("clear_faults": true)"), "faults are gone");
+    EXPECT_EQ(words(R"("type": "keystone 12")"), "typed: keystone 12");
 }
 
 // A world, a fault plan, and a clock that the test turns.
@@ -41,13 +44,16 @@ struct ScenarioEventsTest : ::testing::Test {
     vp::FaultPlan faults{1};
     std::multimap<Microseconds, std::function<void()>> events;
     std::vector<std::string> logged;
+    std::string typed;
 
-    void happen(const std::string& text) {
-        vp::schedule(vp::parse_scenario(text, "file"),
-                     {[this](Microseconds at, std::function<void()> event) { events.emplace(at, event); },
-                      [this](const std::function<void(World&)>& change) { change(world); }, faults,
-                      [this](Microseconds at, const std::string& what) { log(at, "world: " + what); },
-                      [this](Microseconds at, const std::string& what) { log(at, "faults: " + what); }});
+    void happen(const std::string& text) { vp::schedule(vp::parse_scenario(text, "file"), targets()); }
+    std::shared_ptr<const vp::EventTargets> targets() {
+        return std::make_shared<const vp::EventTargets>(vp::EventTargets{
+            [this](Microseconds at, std::function<void()> event) { events.emplace(at, event); },
+            [this](const std::function<void(World&)>& change) { change(world); }, faults,
+            [this](Microseconds at, const std::string& what) { log(at, "world: " + what); },
+            [this](Microseconds at, const std::string& what) { log(at, "faults: " + what); },
+            [this](const std::string& line) { typed += line; }});
     }
     void log(Microseconds at, const std::string& what) { logged.push_back(std::to_string(at) + " " + what); }
     void go_on_to(double time_s) {
@@ -158,6 +164,26 @@ TEST_F(ScenarioEventsTest, KeysArePressedAtTheirTime) {
     EXPECT_EQ(world.keys()[0].time, 1000000);
     EXPECT_EQ(world.keys()[0].code, 28);
     EXPECT_EQ(world.keys()[0].value, 2);
+}
+
+TEST_F(ScenarioEventsTest, ALineIsTypedAtItsTime) {
+    happen(R"({"events": [{"at_s": 1, "type": "status"}]})");
+    go_on_to(0.999);
+    EXPECT_EQ(typed, "");
+    go_on_to(1);
+    EXPECT_EQ(typed, "status\n");
+    EXPECT_EQ(logged, (std::vector<std::string>{"1000000 world: typed: status"}));
+}
+
+TEST_F(ScenarioEventsTest, OneMoreEventCanBeScheduledWhileTheRunGoesOn) {
+    happen("{}");
+    go_on_to(3);
+    vp::schedule_event(
+        vp::parse_scenario(R"({"events": [{"at_s": 4, "set": {"wall.lean_deg": 5}}]})", "file").events.at(0),
+        targets());
+    EXPECT_EQ(world.get("wall.lean_deg"), 0);
+    go_on_to(4);
+    EXPECT_EQ(world.get("wall.lean_deg"), 5);
 }
 
 TEST_F(ScenarioEventsTest, FaultsBeginAtOnceOrAtTheirTimeAndEndWhenTheyAreCleared) {

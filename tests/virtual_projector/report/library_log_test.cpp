@@ -11,12 +11,15 @@
 
 namespace {
 
-std::string words_of(const std::string& line) { return vp::LogFormatter().format(line); }
+using vp::LogKind;
+
+std::string words_of(const std::string& line) { return vp::LogFormatter().format(line).words; }
+vp::LogKind kind_of(const std::string& line) { return vp::LogFormatter().format(line).kind; }
 
 std::vector<std::string> words_of_all(const std::vector<std::string>& lines) {
     vp::LogFormatter formatter;
     std::vector<std::string> words;
-    for (const std::string& line : lines) words.push_back(formatter.format(line));
+    for (const std::string& line : lines) words.push_back(formatter.format(line).words);
     return words;
 }
 
@@ -30,15 +33,16 @@ TEST(ALogLine, HasNoWordsWhenAStoryDoesNotNeedIt) {
 }
 
 TEST(ALogLine, LosesItsTagAndColours) {
-    EXPECT_EQ(words_of("[ovra_focus]  \033[36;1mavgDist = 1504\033[0m"), "their mean in range is 1504 mm");
+    EXPECT_EQ(words_of("[ovra_focus]  \033[36;1mavgDist = 1504\033[0m"),
+              "the mean of what is in range is 1504 mm");
     EXPECT_EQ(words_of("[ovra_focus]  \033[36;1mavgDist = -1\033[0m"), "");
-    EXPECT_EQ(words_of("avgDist = 1504"), "their mean in range is 1504 mm");
+    EXPECT_EQ(words_of("avgDist = 1504"), "the mean of what is in range is 1504 mm");
 }
 
 TEST(ALogLine, SaysInWordsWhatTheSensorsMeasured) {
     EXPECT_EQ(words_of("[ovra_focus]  tof angle = 12 degree"), "the ToF sensor says a tilt of 12 degrees");
     EXPECT_EQ(words_of("[ovra_focus]  tof distance ret=0, tr:1571, br:1436, tl:1574, bl:1435"),
-              "the ToF zones say 1571, 1436, 1574 and 1435 mm (right top, bottom; left top, bottom)");
+              "ToF, top and bottom: right 1571, 1436 mm, left 1574, 1435 mm");
     EXPECT_EQ(words_of("[ovra_focus]  r_led_temp_read=45"), "the LED has 45 degrees Celsius");
     EXPECT_EQ(words_of("[ovra_focus]  machine is sudden shake"), "the projector is being moved");
     EXPECT_EQ(words_of("[ovra_focus]  \033[31;1mauto fucos error: move far away\033[0m"),
@@ -47,26 +51,24 @@ TEST(ALogLine, SaysInWordsWhatTheSensorsMeasured) {
 
 TEST(ALogLine, SaysInWordsWhatWasChosen) {
     EXPECT_EQ(words_of("[ovra_focus]  varnel_thread_setDLPKeystone: keystone upWidth = 1148, downWidth = 1280"),
-              "chosen to square the picture: edges of 1148 pixels at the top, 1280 at the bottom");
+              "chosen to square it: top edge 1148 pixels, bottom edge 1280");
     EXPECT_EQ(words_of("[ovra_focus]  \033[46;1mtargetTMR after temp adjust half = 10\033[0m"),
               "chosen: targets 10 TMR units lower, for a warm LED");
     EXPECT_EQ(words_of("[ovra_focus]  targetTMR after temp adjust elepn half = 4"),
-              "chosen: the light engine's own focus curve, shifted by 4 TMR units");
+              "chosen: the light engine's own focus curve, 4 TMR units off");
     EXPECT_EQ(words_of("[ovra_focus]  \033[36;1muse gsensor vAngle\033[0m"),
               "that was for the gravity sensor's tilt");
 }
 
 TEST(AChosenPlace, IsGivenWithItsDistanceAndTheWayThere) {
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 24, targetTMRIndex = 2, steps = -11"),
-              "chosen: lens place 2, for 1500 mm, nearest; it stands at place 24, for 240 mm: 11 coarse steps "
-              "to the left");
+              "chosen: focus for 1500 mm; it is for 240 mm: 11 coarse steps to the left");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 0, targetTMRIndex = 3, steps = 1"),
-              "chosen: lens place 3, for 1250 mm, nearest; it stands at place 0, for 3000 mm: 1 coarse step to "
-              "the right");
+              "chosen: focus for 1250 mm; it is for 3000 mm: 1 coarse step to the right");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 3, targetTMRIndex = 2, steps = 0"),
-              "chosen: lens place 2, for 1500 mm, nearest; it stands at place 3, for 1250 mm: no coarse step");
+              "chosen: focus for 1500 mm; it is for 1250 mm: no coarse step");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 2, targetTMRIndex = 2, steps = 0"),
-              "chosen: lens place 2, the one for 1500 mm, nearest; it stands there");
+              "chosen: focus for 1500 mm, where the lens stands");
 }
 
 TEST(AChosenPlace, IsForACalibratedDistanceOrTheMiddleOfTwo) {
@@ -78,11 +80,29 @@ TEST(AChosenPlace, IsForACalibratedDistanceOrTheMiddleOfTwo) {
     EXPECT_EQ(vp::focus_place_mm(-1), 0);
 }
 
-TEST(ARotation, IsGivenWithTheOneBeforeIt) {
-    EXPECT_EQ(words_of("[ovra_focus]  from startup phase -> HSYNC_0, device rotation success"),
-              "chosen: rotation HSYNC_0");
-    EXPECT_EQ(words_of("[ovra_focus]  from HSYNC_0 -> HSYNC_180, device rotation success"),
-              "chosen: rotation HSYNC_180 in place of HSYNC_0");
+// The story tells it by what a viewer sees of it.
+TEST(ARotation, HasNoWordsInTheLog) {
+    EXPECT_EQ(words_of("[ovra_focus]  from startup phase -> HSYNC_0, device rotation success"), "");
+    EXPECT_EQ(words_of("[ovra_focus]  from HSYNC_0 -> HSYNC_180, device rotation success"), "");
+}
+
+TEST(ALogLine, IsOfTheKindThatTheStoryCutsItBy) {
+    EXPECT_EQ(kind_of("ovra: get_app_callback."), LogKind::nothing);
+    EXPECT_EQ(kind_of("[ovra_focus]  avgDist = 1504"), LogKind::seen);
+    EXPECT_EQ(kind_of("[ovra_focus]  varnel_keystone: keystone upWidth = 1148, downWidth = 1280"),
+              LogKind::chosen);
+    EXPECT_EQ(kind_of("[ovra_focus]  auto fucos error: move far away"), LogKind::refused);
+    EXPECT_EQ(kind_of("[ovra_focus]  move left idle 3"), LogKind::detail);
+}
+
+TEST(ALogLine, TellsThatTheLensHasNotBeenCalibratedAndNotThatItHas) {
+    EXPECT_EQ(words_of("[ovra_focus]  int: gsensor = 1, tof = 1, tmr = 0"), "the lens has not been calibrated");
+    EXPECT_EQ(words_of("[ovra_focus]  int: gsensor = 1, tof = 1, tmr = 2"), "");
+}
+
+TEST(ALogLine, TellsOfAKeyWhetherItIsPressedOrLetGo) {
+    EXPECT_EQ(words_of("[ovra_focus]  headset 0001 001c 00000001"), "the key of code 28 is pressed");
+    EXPECT_EQ(words_of("[ovra_focus]  headset 0001 001c 00000000"), "the key of code 28 is let go");
 }
 
 TEST(TheTarget, IsGivenOnceAndCheckedAtTheEnd) {
@@ -110,23 +130,15 @@ TEST(TheTarget, OfManualFocusIsCheckedAtItsEndToo) {
                "final check: TMR 40 for the target 50, close enough"}));
 }
 
-TEST(ALogFile, KeepsItsOrderDropsRepetitionsAndCountsItsToasts) {
+TEST(ALogFile, KeepsItsOrderAndDropsEmptyLines) {
     const storykit::ScratchFolder folder;
     const std::string path = folder.file("log");
-    std::ofstream(path) << "[ovra_focus]  avgDist = 10\n\n[ovra_focus]  avgDist = 10\nnothing\n"
-                           "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"
-                           "[ovra_focus]  show_korbet_toast_akaf.call back toast\n\n"
-                           "[ovra_focus]  lv_refresh_callback.call back refresh ui\n";
-    const vp::LibraryLog log = vp::read_library_log(path);
-    EXPECT_EQ(log.words, (Words{"their mean in range is 10 mm", "a toast goes to the host",
-                                "the host is asked to refresh its menu"}));
-    EXPECT_EQ(log.toasts, 2);
+    std::ofstream(path)
+        << "[ovra_focus]  avgDist = 10\n\n[ovra_focus]  avgDist = 10\n[ovra_focus]  \nnothing\n";
+    EXPECT_EQ(vp::read_library_log(path),
+              (Words{"[ovra_focus]  avgDist = 10", "[ovra_focus]  avgDist = 10", "nothing"}));
 }
 
-TEST(ALogFile, ThatIsNotThereHasNoWords) {
-    const vp::LibraryLog log = vp::read_library_log("/nowhere/log");
-    EXPECT_TRUE(log.words.empty());
-    EXPECT_EQ(log.toasts, 0);
-}
+TEST(ALogFile, ThatIsNotThereHasNoLines) { EXPECT_TRUE(vp::read_library_log("/nowhere/log").empty()); }
 
 }  // namespace

@@ -28,6 +28,8 @@ complete -c virtual-projector -l preempt -x -d 'Probability that a thread loses 
 complete -c virtual-projector -l schedule -r -a 'random pct:' -d 'Who runs next'
 complete -c virtual-projector -l record-schedule -r -d 'Write down who ran next'
 complete -c virtual-projector -l story -d 'Tell at the end what happened, in words'
+complete -c virtual-projector -l full -d 'Everything of the story'
+complete -c virtual-projector -l log -d 'The log lines in their places of the story'
 complete -c virtual-projector -l library-log -r -d 'Where the program writes the library\'s log'
 complete -c virtual-projector -l live -d 'Serve a page on which people have a hand in the run'
 complete -c virtual-projector -l emulator -x -a '(__fish_complete_command)' -d 'Run the program by this emulator'

@@ -44,6 +44,8 @@ _arguments -S \
   '--schedule=[who runs next]:schedule:_virtual_projector_schedules' \
   '--record-schedule=[write down who ran next]:file:_files' \
   '--story[tell at the end what happened, in words]' \
+  '--full[everything of the story]' \
+  '--log[the log lines in their places of the story]' \
   '--library-log=[where the program writes the library'\''s log]:file:_files' \
   '--live[serve a page on which people have a hand in the run]' \
   '--emulator=[run the program by this emulator]:command:_command_names -e' \

@@ -46,7 +46,7 @@ def broken(record):
         yield "a member inside that there is not", inside
     if kind in ("run", "truth"):
         for member in record[kind]:
-            if member in ("unit_seed", "scenario"):
+            if member in ("unit_seed", "scenario", "scenario_file"):
                 continue
             inside = copy.deepcopy(record)
             del inside[kind][member]

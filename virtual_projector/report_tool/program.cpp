@@ -52,13 +52,13 @@ std::string title_of(const ReportOptions& options) {
 
 void show_run(const ReportOptions& options) {
     RunCollector collector(!options.perfetto.empty());
-    StoryTeller teller;
+    StoryTeller teller({options.full, options.log});
     collector.add(teller);
     read(options, collector);
     const RunData run = collector.finish();
     StorySources sources;
     sources.title = options.title;
-    const std::vector<std::string> story = teller.tell(sources, {options.full, options.log});
+    const std::vector<std::string> story = teller.tell(sources);
     write_outputs(run, title_of(options), story, options);
     if (options.story) print(story);
 }

@@ -47,8 +47,10 @@ const Rank& rank_of(EntryKind kind) {
 }
 
 // A request that failed matters as much as the refusal that it met, one of which the host was told as much as
-// the toast. A refusal in a request that failed matters less: the request tells of it.
+// the toast. That a movement is followed matters no more than a decision, and there are many. A refusal in a
+// request that failed matters less: the request tells of it.
 int importance(const StoryEntry& entry, const std::set<int>& failed_requests) {
+    if (entry.asked && entry.asked->kind == RequestKind::following) return decisions;
     const bool is_as_toast = entry.asked && (entry.asked->failed || !entry.asked->toasts.empty());
     if (is_as_toast) return told_to_the_host;
     const bool is_told = entry.kind == EntryKind::refused && failed_requests.count(entry.request) != 0;

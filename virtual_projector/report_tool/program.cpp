@@ -50,6 +50,19 @@ std::string title_of(const ReportOptions& options) {
     return file.stem().extension() == ".jsonl" ? file.stem().stem().string() : file.stem().string();
 }
 
+// Of all that there is to show the story needs the least by far.
+bool wants_only_story(const ReportOptions& options) {
+    return options.page.empty() && options.data.empty() && options.perfetto.empty() && options.csv.empty();
+}
+
+void show_story(const ReportOptions& options) {
+    StoryTeller teller({options.full, options.log});
+    read(options, teller);
+    StorySources sources;
+    sources.title = options.title;
+    print(teller.tell(sources));
+}
+
 void show_run(const ReportOptions& options) {
     RunCollector collector(!options.perfetto.empty());
     StoryTeller teller({options.full, options.log});
@@ -63,6 +76,14 @@ void show_run(const ReportOptions& options) {
     if (options.story) print(story);
 }
 
+void show(const ReportOptions& options) {
+    if (wants_only_story(options)) {
+        show_story(options);
+    } else {
+        show_run(options);
+    }
+}
+
 int compare(const ReportOptions& options) {
     const Differences differences = compare_traces(options.trace, options.other, options.ignored);
     print(differences.words);
@@ -71,7 +92,7 @@ int compare(const ReportOptions& options) {
 
 int run(const ReportOptions& options) {
     int code = exit_same;
-    if (wants_run(options)) show_run(options);
+    if (wants_run(options)) show(options);
     if (!options.other.empty()) code = compare(options);
     return std::fflush(stdout) == 0 ? code : complain("standard output: not all of it could be written");
 }

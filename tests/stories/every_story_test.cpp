@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "virtual_projector/report/story.h"
+#include "virtual_projector/report/trace_reader.h"
 #include "virtual_projector/storykit/story_run.h"
 
 namespace {
@@ -57,6 +59,33 @@ TEST_P(EveryStory, IsShownInWordsWithBeforeAndAfter) {
     EXPECT_NE(result.words.find("\nsharpness (0 to 1) "), std::string::npos);
     EXPECT_NE(result.words.find("\nSimulated time "), std::string::npos);
     EXPECT_EQ(result.complaints, "");
+}
+
+// In one line, as an event may be told in several.
+std::string in_one_line(const std::string& words) {
+    std::string line;
+    for (const char c : words) {
+        const char blank_or_c = c == '\n' ? ' ' : c;
+        if (blank_or_c != ' ' || line.empty() || line.back() != ' ') line += blank_or_c;
+    }
+    return line;
+}
+
+TEST_P(EveryStory, TellsEachEventOnAPageOfEightyColumns) {
+    const storykit::ScratchFolder folder;
+    const storykit::Finished result = storykit::launch_projector(
+        {"--story", "--scenario", project_file("scenarios/" + GetParam() + ".json"), "--trace",
+         folder.file("trace")},
+        {storykit::host_program, "--script", project_file("scenarios/" + GetParam() + ".host")});
+    const std::string story = result.words.substr(result.words.find("\nAt the start: ") + 1);
+    const std::string words = in_one_line(story);
+    const vp::TraceContents trace = vp::read_trace(folder.file("trace"));
+    for (const vp::EventAt& event : trace.events)
+        EXPECT_NE(words.find(" s " + event.what), std::string::npos) << event.what;
+    std::istringstream lines(story);
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count) EXPECT_LE(line.size(), 80U) << line;
+    EXPECT_LE(count, 40U);
 }
 
 std::string test_name(const ::testing::TestParamInfo<std::string>& info) {

@@ -1,5 +1,6 @@
 #include "virtual_projector/report/library_log.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "virtual_projector/report/library_log_message.h"
 #include "virtual_projector/world/side.h"
+#include "virtual_projector/world/tof.h"
 
 namespace vp {
 namespace {
@@ -19,18 +21,17 @@ struct Rule {
     const char* words;
 };
 
-constexpr std::array<Rule, 15> rules = {{
-    {"tof distance ret=0, tr:%d, br:%d, tl:%d, bl:%d", 4, LogKind::seen,
-     "ToF, top and bottom: right %d, %d mm, left %d, %d mm"},
-    {"avgDist = %d", 1, LogKind::seen, "the mean of what is in range is %d mm"},
+constexpr std::array<Rule, 13> rules = {{
     {"tof angle = %d degree", 1, LogKind::seen, "the ToF sensor says a tilt of %d degrees"},
     {"r_led_temp_read=%d", 1, LogKind::seen, "the LED has %d degrees Celsius"},
     {"varnel_thread_setDLPKeystone: keystone upWidth = %d, downWidth = %d", 2, LogKind::chosen,
      "chosen to square it: top edge %d pixels, bottom edge %d"},
     {"varnel_keystone: keystone upWidth = %d, downWidth = %d", 2, LogKind::chosen,
      "chosen to square it: top edge %d pixels, bottom edge %d"},
-    {"move left idle %d", 1, LogKind::detail, "the motor turns round to the left: backlash %d first"},
-    {"move right idle %d", 1, LogKind::detail, "the motor turns round to the right: backlash %d first"},
+    {"move left idle %d", 1, LogKind::detail,
+     "the motor turns round to the left: a backlash of %d to take up"},
+    {"move right idle %d", 1, LogKind::detail,
+     "the motor turns round to the right: a backlash of %d to take up"},
     {"targetTMR after temp adjust full = %d", 1, LogKind::chosen,
      "chosen: targets %d TMR units lower, for a hot LED"},
     {"targetTMR after temp adjust half = %d", 1, LogKind::chosen,
@@ -59,7 +60,7 @@ constexpr std::array<Phrase, 31> phrases = {{
     {"hudi_flash_otp_read fail", LogKind::refused, "the permanent record cannot be read"},
     {"hudi_flash_otp_write fail", LogKind::refused, "the permanent record cannot be written"},
     {"open /dev/dis error", LogKind::refused, "the display cannot be opened"},
-    {"use gsensor vAngle", LogKind::chosen, "that was for the gravity sensor's tilt"},
+    {"use gsensor vAngle", LogKind::chosen, "it squares for the gravity sensor's tilt"},
     {"get_tof_angle fail", LogKind::seen, "the ToF sensor gives no tilt"},
     {"Unable to read TOF angle", LogKind::refused, "the ToF sensor gives no tilt: auto-keystone ends"},
     {"auto fucos error: move far away", LogKind::refused, "no ToF zone is in range: move the projector"},
@@ -87,8 +88,6 @@ constexpr std::array<Phrase, 31> phrases = {{
     {"peak not found", LogKind::refused, "no sharpness peak was found"},
 }};
 
-constexpr const char* no_mean = "avgDist = -1";
-
 constexpr std::array<int, 13> calibrated_mm = {3000, 1500, 1000, 750, 600, 500, 430,
                                                375,  333,  300,  275, 255, 240};
 constexpr int places = 25;
@@ -108,13 +107,32 @@ LogWords format_phrase(const std::string& message) {
 }
 
 LogWords format_rule(const std::string& message) {
-    if (message == no_mean) return {};  // the line after it says so in words
     for (const Rule& rule : rules) {
         LogNumbers numbers{};
         if (read_numbers(message, rule.pattern, rule.numbers, numbers))
             return {rule.kind, words_with(rule.words, numbers)};
     }
     return {};
+}
+
+// Of zones that see nothing within their range there is no mean; the line after it says so in words.
+LogWords format_mean(const std::string& message) {
+    LogNumbers n{};
+    if (!read_numbers(message, "avgDist = %d", 1, n) || n[0] < 0) return {};
+    return {LogKind::seen, words_with("the mean of what is in range is %d mm", n)};
+}
+
+std::string zone_words(int distance_mm) {
+    return distance_mm >= no_distance_mm ? "nothing" : std::to_string(distance_mm) + " mm";
+}
+
+LogWords format_zones(const std::string& message) {
+    LogNumbers n{};
+    if (!read_numbers(message, "tof distance ret=0, tr:%d, br:%d, tl:%d, bl:%d", 4, n)) return {};
+    const auto sees_nothing = [](int distance_mm) { return distance_mm >= no_distance_mm; };
+    if (std::all_of(n.begin(), n.end(), sees_nothing)) return {LogKind::seen, "no ToF zone sees anything"};
+    return {LogKind::seen, "ToF, top and bottom: right " + zone_words(n[0]) + ", " + zone_words(n[1]) +
+                               ", left " + zone_words(n[2]) + ", " + zone_words(n[3])};
 }
 
 // What is asked of a lens that has not been calibrated fails later, and this is why.
@@ -156,7 +174,7 @@ LogWords LogFormatter::format_place(const std::string& message) {
     aims_ = false;
     std::string words = "chosen: focus for " + std::to_string(focus_place_mm(n[1])) + " mm";
     if (n[0] == n[1]) return {LogKind::chosen, words + ", where the lens stands"};
-    words += "; it is for " + std::to_string(focus_place_mm(n[0])) + " mm: " + coarse_move_text(n[2]);
+    words += ", from " + std::to_string(focus_place_mm(n[0])) + " mm: " + coarse_move_text(n[2]);
     return {LogKind::chosen, words};
 }
 
@@ -182,8 +200,9 @@ LogWords LogFormatter::format_arrival(const std::string& message) const {
 LogWords LogFormatter::format(const std::string& line) {
     const std::string message = log_message(line);
     if (message.empty()) return {};
-    for (const LogWords& words : {format_place(message), format_aim(message), format_arrival(message),
-                                  format_calibration(message), format_key(message), format_phrase(message)}) {
+    for (const LogWords& words :
+         {format_place(message), format_aim(message), format_arrival(message), format_calibration(message),
+          format_key(message), format_zones(message), format_mean(message), format_phrase(message)}) {
         if (words.kind != LogKind::nothing) return words;
     }
     return format_rule(message);

@@ -95,6 +95,7 @@ private:
     void begin_step(RequestKind kind, const std::string& what, const Moment& moment);
     void end(Index index, std::int64_t t_us);
     void end_open(int thread, RequestKind kind, std::int64_t t_us);
+    void unsettle();
     Tracked* latest_on(int thread);
     Tracked* open_on(int thread);
 
@@ -139,7 +140,7 @@ void RequestFinder::Work::hear(const Moment& moment) {
 
 RequestFinder::Work::Index RequestFinder::Work::ask(RequestKind kind, const std::string& what,
                                                     const Moment& moment) {
-    settling_.clear();
+    unsettle();
     Tracked tracked;
     tracked.request.number = static_cast<int>(tracked_.size()) + 1;
     tracked.request.kind = kind;
@@ -152,7 +153,7 @@ RequestFinder::Work::Index RequestFinder::Work::ask(RequestKind kind, const std:
 }
 
 void RequestFinder::Work::begin(Index index, const Moment& moment) {
-    settling_.clear();
+    unsettle();
     Tracked& tracked = tracked_[index];
     tracked.request.thread = moment.thread;
     tracked.request.begun_us = moment.t_us;
@@ -217,6 +218,14 @@ std::vector<Request> RequestFinder::Work::finish() {
         requests.push_back(request);
     }
     return requests;
+}
+
+// What the next one does is not what those before it have done; but of the rest only a turn turns the picture.
+void RequestFinder::Work::unsettle() {
+    const auto is_no_turn = [this](Index index) {
+        return tracked_[index].request.kind != RequestKind::rotation;
+    };
+    settling_.erase(std::remove_if(settling_.begin(), settling_.end(), is_no_turn), settling_.end());
 }
 
 // --- Flags ------------------------------------------------------------------------------------------------

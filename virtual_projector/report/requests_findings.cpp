@@ -81,6 +81,8 @@ void Findings::take_lens(const std::string& message) {
         measures_focus_ = true;
         stood_there_ = n[0] == n[1];
     }
+    if (read_numbers(message, "======= osd : keystone = %d, autofocus = %d", 2, n)) focus_is_off_ = n[1] == 0;
+    if (contains(message, "call back toast")) calls_for_toast_ = true;
     if (starts_with(message, "auto focus completed") || starts_with(message, "manul focus completed"))
         focused_ = true;
     if (starts_with(message, "manu focus out of range: g_limitRight")) stopped_ = "stopped at the right limit";
@@ -121,9 +123,12 @@ Outcome Findings::outcome_of_run(const std::vector<CallbackLine>& toasts) const 
     Outcome outcome;
     outcome.words = joined(picture_words(), lens_words());
     const auto refused = std::find_if(toasts.begin(), toasts.end(), tells_failure);
-    outcome.failed = !trouble_.empty() || refused != toasts.end();
+    const bool lacks_focus = focus_is_off_ && calls_for_toast_;  // whether the toast reaches a host or not
+    outcome.failed = !trouble_.empty() || refused != toasts.end() || lacks_focus;
     if (!outcome.failed) return outcome;
-    const std::string why = !trouble_.empty() ? trouble_ : refused->means;
+    std::string why = "auto-focus is off";
+    if (refused != toasts.end()) why = refused->means;
+    if (!trouble_.empty()) why = trouble_;
     outcome.words = joined(outcome.words, focused_ ? why : "not focused: " + why);
     return outcome;
 }

@@ -41,6 +41,8 @@ private:
     bool by_gravity_ = false;
     bool squared_ = false;
     bool not_squared_ = false;
+    bool focus_is_off_ = false;
+    bool calls_for_toast_ = false;
     bool measures_focus_ = false;
     bool stood_there_ = false;
     bool focused_ = false;

@@ -18,8 +18,6 @@ namespace {
 
 constexpr std::size_t list_indent = 2;
 constexpr std::size_t lines_for_left_out = 2;
-// Before this one a trace did not tell what the library sends to its host.
-constexpr int format_with_callbacks = 2;
 
 void append(std::vector<std::string>& lines, const std::vector<std::string>& more) {
     lines.insert(lines.end(), more.begin(), more.end());
@@ -57,11 +55,6 @@ std::string listed(const std::vector<std::string>& parts) {
     return words;
 }
 
-void remove_log_lines(std::vector<StoryEntry>& entries) {
-    const auto is_log = [](const StoryEntry& entry) { return entry.kind == EntryKind::log; };
-    entries.erase(std::remove_if(entries.begin(), entries.end(), is_log), entries.end());
-}
-
 std::vector<std::string> left_out_lines(const std::vector<std::string>& left_out) {
     if (left_out.empty()) return {};
     return paragraph("Not shown, or drawn together: " + listed(left_out) + "; --full shows all.");
@@ -71,6 +64,8 @@ std::vector<std::string> left_out_lines(const std::vector<std::string>& left_out
 
 class StoryTeller::Work {
 public:
+    explicit Work(const StoryOptions& options) : entries(options.log), is_full_(options.full) {}
+
     RunRecord run;
     std::optional<TruthAt> first;
     TruthAt last;
@@ -80,19 +75,20 @@ public:
     std::int64_t end_us = 0;
 
     void see(std::int64_t t_us) { end_us = std::max(end_us, t_us); }
-    std::vector<std::string> tell(const StorySources& sources, const StoryOptions& options);
+    std::vector<std::string> tell(const StorySources& sources);
 
 private:
     std::vector<std::string> toast_lines() const;
     std::vector<std::string> beginning(const std::string& title) const;
     std::vector<std::string> places_and_wear() const;
+
+    bool is_full_;
 };
 
 std::vector<std::string> StoryTeller::Work::toast_lines() const {
-    if (run.format < format_with_callbacks) return {"Toasts sent to the host: this trace does not tell."};
     std::vector<std::string> parts;
     for (const auto& [words, times] : toasts)
-        parts.push_back(words + (times == 1 ? "" : " (" + std::to_string(times) + " times)"));
+        parts.push_back(words + (times == 1 ? "" : ", " + std::to_string(times) + " times"));
     return paragraph("Toasts sent to the host: " + (parts.empty() ? "none" : listed(parts)) + ".");
 }
 
@@ -112,17 +108,16 @@ std::vector<std::string> StoryTeller::Work::places_and_wear() const {
 }
 
 // Where the picture is and the wear give way to decisions and to all that matters more.
-std::vector<std::string> StoryTeller::Work::tell(const StorySources& sources, const StoryOptions& options) {
+std::vector<std::string> StoryTeller::Work::tell(const StorySources& sources) {
     if (!first) return {"There is nothing to tell: the trace " + sources.trace + " is empty."};
     if (!entries.has_log()) entries.take_log_without_times(read_library_log(sources.library_log));
-    std::vector<StoryEntry> all = entries.finish();
-    if (!options.log) remove_log_lines(all);
+    const std::vector<StoryEntry> all = entries.finish();
     std::vector<std::string> lines = beginning(sources.title);
     std::vector<std::string> end = toast_lines();
     append(end, outcome_table(*first, last));
     const std::vector<std::string> extra = places_and_wear();
     const std::string times = times_words(sources.summary, end_us);
-    if (options.full) {
+    if (is_full_) {
         append(lines, full_page(all));
         append(lines, end);
         append(lines, extra);
@@ -142,7 +137,7 @@ std::vector<std::string> StoryTeller::Work::tell(const StorySources& sources, co
     return lines;
 }
 
-StoryTeller::StoryTeller() : work_(std::make_unique<Work>()) {}
+StoryTeller::StoryTeller(const StoryOptions& options) : work_(std::make_unique<Work>(options)) {}
 StoryTeller::~StoryTeller() = default;
 
 void StoryTeller::take_run(const RunRecord& run) { work_->run = run; }
@@ -185,19 +180,17 @@ void StoryTeller::take_log(const LogLine& log) {
     work_->entries.take_log(log);
 }
 
-std::vector<std::string> StoryTeller::tell(const StorySources& sources, const StoryOptions& options) {
-    return work_->tell(sources, options);
-}
+std::vector<std::string> StoryTeller::tell(const StorySources& sources) { return work_->tell(sources); }
 
 std::vector<std::string> format_story(const StorySources& sources, const StoryOptions& options) {
-    StoryTeller teller;
+    StoryTeller teller(options);
     std::string mistake;
     try {
         read_trace(sources.trace, teller);
     } catch (const TraceError& error) {
         mistake = error.what();
     }
-    std::vector<std::string> lines = teller.tell(sources, options);
+    std::vector<std::string> lines = teller.tell(sources);
     if (!mistake.empty()) append(lines, paragraph("The trace cannot be read to its end: " + mistake));
     return lines;
 }

@@ -27,7 +27,7 @@ struct StorySources {
 /// Takes in a trace's records as they pass by, and tells the story.
 class StoryTeller : public TraceVisitor {
 public:
-    StoryTeller();
+    explicit StoryTeller(const StoryOptions& options = {});
     ~StoryTeller() override;
 
     void take_run(const RunRecord& run) override;
@@ -42,7 +42,7 @@ public:
     /// The lines, none wider than 80 columns. Unless they are to be full, there are at most 40 of them: what
     /// matters less is drawn together or left out, and a line says how much; but an event of the scenario is
     /// never left out. The library's own lines come on top of them.
-    std::vector<std::string> tell(const StorySources& sources, const StoryOptions& options);
+    std::vector<std::string> tell(const StorySources& sources);
 
 private:
     class Work;

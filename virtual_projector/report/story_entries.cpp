@@ -20,7 +20,14 @@ std::string turn_words(const TruthAt& truth) {
     const std::string hdmi = turn_in_words(truth.hdmi_turn_deg);
     const std::string menu = turn_in_words(truth.menu_turn_deg);
     if (hdmi == menu) return "the viewer sees the picture " + hdmi;
-    return "the viewer sees the HDMI picture " + hdmi + " and the menu " + menu;
+    return "the viewer sees the HDMI picture " + hdmi + ", the menu " + menu + " unless the host turns it";
+}
+
+std::string turn_order_words(const CallbackLine& rotation) {
+    constexpr int quarter_deg = 90;
+    const int turn_deg = rotation.arguments.empty() ? 0 : quarter_deg * rotation.arguments[0];
+    if (turn_deg == 0) return "the host is told that the picture is not turned";
+    return "the host is told that the picture is turned by " + std::to_string(turn_deg) + " degrees";
 }
 
 EntryKind kind_of(LogKind kind) {
@@ -71,8 +78,7 @@ StoryEntry beginning_entry(const Request& request) {
     entry.request = request.number;
     entry.kind = EntryKind::request;
     entry.text = beginning_words(request);
-    entry.failed = request.failed;
-    entry.whole_text = whole_words(request);
+    entry.asked = std::make_shared<const Request>(request);
     return entry;
 }
 
@@ -177,12 +183,11 @@ void EntryCollector::take_callback(const CallbackLine& callback) {
     const int request = finder_.current_on(callback.thread);
     if (callback.callback == "toast") {
         unsent_.erase(callback.thread);
-        add(callback.t_us, request, tells_failure(callback) ? EntryKind::refused : EntryKind::toast,
-            "toast to the host: " + toast_name(callback));
+        add(callback.t_us, request, EntryKind::toast, "toast to the host: " + toast_name(callback));
     } else if (callback.callback == "refresh_ui") {
         add(callback.t_us, request, EntryKind::detail, "the host is asked to refresh its menu");
     } else if (callback.callback == "rotation_changed") {
-        add(callback.t_us, request, EntryKind::detail, "the host is told of the turn: " + callback.means);
+        add(callback.t_us, request, EntryKind::detail, turn_order_words(callback));
     }
 }
 
@@ -210,7 +215,7 @@ void EntryCollector::add_unsent_toast(int thread) {
     const auto unsent = unsent_.find(thread);
     if (unsent == unsent_.end()) return;
     add(unsent->second, finder_.current_on(thread), EntryKind::refused,
-        "a toast is not sent: the host has no slot for it");
+        "a toast reaches nobody: auto-focus has no slot of the host's for it");
     unsent_.erase(unsent);
 }
 
@@ -221,7 +226,7 @@ void EntryCollector::take_log(const LogLine& log) {
     finder_.take_log(log);
     const std::string message = log_message(log.text);
     const int request = finder_.current_on(log.thread);
-    if (!message.empty()) add(log.t_us, request, EntryKind::log, plain_text(log.text));
+    if (keeps_log_ && !message.empty()) add(log.t_us, request, EntryKind::log, plain_text(log.text));
     if (contains(message, "call back toast")) unsent_[log.thread] = log.t_us;
     add_words(formatters_[log.thread].format(log.text), log.t_us, request);
 }
@@ -230,7 +235,7 @@ void EntryCollector::take_log_without_times(const std::vector<std::string>& line
     std::vector<StoryEntry> timed = std::exchange(entries_, {});
     LogFormatter formatter;
     for (const std::string& line : lines) {
-        add({}, 0, EntryKind::log, plain_text(line));
+        if (keeps_log_) add({}, 0, EntryKind::log, plain_text(line));
         add_words(formatter.format(line), {}, 0);
     }
     entries_.insert(entries_.end(), timed.begin(), timed.end());

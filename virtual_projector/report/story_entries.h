@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,7 +18,7 @@ namespace vp {
 enum class EntryKind {
     event,    // of the scenario
     fault,    // a planned one that hit
-    refused,  // by the library, or a toast that tells so
+    refused,  // by the library
     toast,
     turn,     // of the picture, as a viewer sees it
     request,  // its beginning
@@ -36,8 +37,7 @@ struct StoryEntry {
     int request = 0;                   // that it belongs to; 0: none
     EntryKind kind = EntryKind::detail;
     std::string text;
-    bool failed = false;     // a request: it has
-    std::string whole_text;  // a request: with its ending
+    std::shared_ptr<const Request> asked;  // of a request's beginning
 
     // So that several of a kind can be told as one:
     LensMoveAt move;    // of a lens
@@ -50,6 +50,9 @@ struct StoryEntry {
 /// Writes down the entries while a trace's records pass by.
 class EntryCollector : public TraceVisitor {
 public:
+    /// With entries for the library's own log lines as well, or without.
+    explicit EntryCollector(bool keeps_log) : keeps_log_(keeps_log) {}
+
     void take_truth(const TruthAt& truth) override;
     void take_event(const EventAt& event) override;
     void take_call(const CallAt& call) override;
@@ -81,6 +84,7 @@ private:
     std::optional<TruthAt> truth_;
     std::int64_t end_us_ = 0;
     bool half_steps_ = false;
+    bool keeps_log_;
     bool has_log_ = false;
 };
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdio>
 #include <map>
+#include <set>
+#include <string_view>
 
 #include "virtual_projector/report/story_words.h"
 #include "virtual_projector/world/microseconds.h"
@@ -20,6 +22,7 @@ struct Rank {
 };
 
 constexpr int always = 0;  // and never left out
+constexpr int told_to_the_host = 1;
 constexpr int decisions = 3;
 
 constexpr std::array<Rank, 14> ranks = {{
@@ -43,12 +46,32 @@ const Rank& rank_of(EntryKind kind) {
     return *std::find_if(ranks.begin(), ranks.end(), [kind](const Rank& rank) { return rank.kind == kind; });
 }
 
-// A request that failed matters as much as the refusal that it met.
-int importance(const StoryEntry& entry) {
-    return entry.kind == EntryKind::request && entry.failed ? 1 : rank_of(entry.kind).rank;
+// A request that failed matters as much as the refusal that it met, one of which the host was told as much as
+// the toast. That a movement is followed matters no more than a decision, and there are many. A refusal in a
+// request that failed matters less: the request tells of it.
+int importance(const StoryEntry& entry, const std::set<int>& failed_requests) {
+    if (entry.asked && entry.asked->kind == RequestKind::following) return decisions;
+    const bool is_as_toast = entry.asked && (entry.asked->failed || !entry.asked->toasts.empty());
+    if (is_as_toast) return told_to_the_host;
+    const bool is_told = entry.kind == EntryKind::refused && failed_requests.count(entry.request) != 0;
+    return is_told ? decisions : rank_of(entry.kind).rank;
+}
+
+std::set<int> failed_among(const std::vector<StoryEntry>& entries) {
+    std::set<int> failed;
+    for (const StoryEntry& entry : entries) {
+        if (entry.asked && entry.asked->failed) failed.insert(entry.request);
+    }
+    return failed;
 }
 
 // --- Drawing together --------------------------------------------------------------------------------------
+
+// What two looks of one kind have in common: all before the first number.
+std::string_view stem_of(const StoryEntry& entry) {
+    const std::string_view text = entry.text;
+    return text.substr(0, text.find_first_of("0123456789"));
+}
 
 // An entry that goes on: the latest of its kind in its request, with nothing between that must not be passed.
 bool goes_on(const StoryEntry& first, const StoryEntry& next) {
@@ -58,12 +81,13 @@ bool goes_on(const StoryEntry& first, const StoryEntry& next) {
         case EntryKind::width:
             return true;
         case EntryKind::fault:
+        case EntryKind::failure:
+            return first.text == next.text;
         case EntryKind::refused:
         case EntryKind::chosen:
         case EntryKind::seen:
         case EntryKind::detail:
-        case EntryKind::failure:
-            return first.text == next.text;
+            return stem_of(first) == stem_of(next);
         default:
             return false;
     }
@@ -75,8 +99,24 @@ bool separates(const StoryEntry& entry) {
            entry.kind == EntryKind::ending || entry.kind == EntryKind::turn || entry.kind == EntryKind::toast;
 }
 
-std::string until(const StoryEntry& last) {
-    return last.t_us ? text(" until %.3f s", seconds(*last.t_us)) : "";
+// Of a series that took some time.
+std::string until(const std::vector<StoryEntry>& series) {
+    const StoryEntry& last = series.back();
+    return last.t_us && last.t_us != series.front().t_us ? text(" until %.3f s", seconds(*last.t_us)) : "";
+}
+
+// Where that which differs begins, with the words that name it: "top edge 1024 pixels"
+std::size_t news_of(const StoryEntry& entry) {
+    const std::size_t end = stem_of(entry).size();
+    const std::size_t colon = entry.text.rfind(": ", end);
+    return colon == std::string::npos ? end : colon + 2;
+}
+
+std::string repeated_words(const std::vector<StoryEntry>& series) {
+    const std::string& first = series.front().text;
+    const std::string& last = series.back().text;
+    const std::string words = first + ", " + counted(series.size(), "time") + until(series);
+    return first == last ? words : words + ", at last " + last.substr(news_of(series.back()));
 }
 
 StoryEntry drawn_together(const std::vector<StoryEntry>& series) {
@@ -86,24 +126,62 @@ StoryEntry drawn_together(const std::vector<StoryEntry>& series) {
     if (entry.kind == EntryKind::lens) {
         std::vector<LensMoveAt> orders;
         for (const StoryEntry& one : series) orders.push_back(one.move);
-        entry.text = order_words(orders) + until(last);
+        entry.text = order_words(orders) + until(series);
     } else if (entry.kind == EntryKind::width) {
         entry.top_width = last.top_width;
         entry.bottom_width = last.bottom_width;
-        entry.text = width_words(entry, series.size()) + until(last);
+        entry.text = width_words(entry, series.size()) + until(series);
     } else {
-        entry.text += ", " + std::to_string(series.size()) + " times" + until(last);
+        entry.text = repeated_words(series);
     }
     return entry;
 }
 
+// --- Requests ----------------------------------------------------------------------------------------------
+
+// A movement is followed again and again. What somebody asked for is told each by itself.
+bool went_alike(const Request& one, const Request& other) {
+    return one.kind == RequestKind::following && one.kind == other.kind && one.what == other.what &&
+           one.by == other.by && one.failed == other.failed && one.outcome == other.outcome && one.ended_us &&
+           other.ended_us && one.toasts.empty() && other.toasts.empty();
+}
+
+// Requests one after the other that went alike, with nothing between that matters to a viewer. They are told
+// as the first of them, and what belongs to them belongs to it.
+class Alike {
+public:
+    void take(const StoryEntry& entry) {
+        const bool is_between = entry.kind == EntryKind::event || entry.kind == EntryKind::turn;
+        if (is_between) latest_ = 0;
+        if (!entry.asked) return;
+        if (latest_ == 0 || !went_alike(told_.at(latest_).front(), *entry.asked)) latest_ = entry.request;
+        told_[latest_].push_back(*entry.asked);
+        first_[entry.request] = latest_;
+    }
+    int first_of(int request) const {
+        const auto found = first_.find(request);
+        return found == first_.end() ? request : found->second;
+    }
+    const std::vector<Request>& told_as(int request) const { return told_.at(request); }
+
+private:
+    int latest_ = 0;
+    std::map<int, int> first_;                  // of each request
+    std::map<int, std::vector<Request>> told_;  // by the first
+};
+
 // A request is told as a whole where it begins; that stands for its end as well.
 std::vector<StoryEntry> with_whole_requests(const std::vector<StoryEntry>& entries) {
+    Alike alike;
+    for (const StoryEntry& entry : entries) alike.take(entry);
     std::vector<StoryEntry> whole;
     for (const StoryEntry& entry : entries) {
-        if (entry.kind == EntryKind::ending) continue;
+        const int first = alike.first_of(entry.request);
+        const bool is_told_before = entry.asked && first != entry.request;
+        if (entry.kind == EntryKind::ending || is_told_before) continue;
         whole.push_back(entry);
-        if (entry.kind == EntryKind::request) whole.back().text = entry.whole_text;
+        whole.back().request = first;
+        if (entry.asked) whole.back().text = whole_words(alike.told_as(first));
     }
     return whole;
 }
@@ -191,8 +269,9 @@ private:
 
 std::vector<bool> chosen(const std::vector<StoryEntry>& entries, const std::vector<std::size_t>& sizes,
                          std::size_t lines) {
+    const std::set<int> failed = failed_among(entries);
     std::map<int, std::vector<std::size_t>> by_importance;
-    for (std::size_t i = 0; i < entries.size(); ++i) by_importance[importance(entries[i])].push_back(i);
+    for (std::size_t i = 0; i < entries.size(); ++i) by_importance[importance(entries[i], failed)].push_back(i);
     Chooser chooser(sizes, lines);
     for (const auto& [importance, indices] : by_importance) {
         if (importance != always) {
@@ -205,6 +284,23 @@ std::vector<bool> chosen(const std::vector<StoryEntry>& entries, const std::vect
     return chooser.kept();
 }
 
+// Whether the blank stands between a number and its unit.
+bool is_before_unit(const std::string& text, std::size_t blank) {
+    constexpr std::size_t longest_unit = 4;  // with what follows it: "deg,"
+    const std::size_t end = std::min(text.find(' ', blank + 1), text.size());
+    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    return blank > 0 && is_digit(text[blank - 1]) && blank + 1 < end && !is_digit(text[blank + 1]) &&
+           text[blank + 1] != '-' && end - blank - 1 <= longest_unit;
+}
+
+// The last blank up to `end` at which a line may end; npos: there is none.
+std::size_t last_break(const std::string& text, std::size_t end) {
+    std::size_t blank = text.rfind(' ', end);
+    while (blank != std::string::npos && blank > 0 && is_before_unit(text, blank))
+        blank = text.rfind(' ', blank - 1);
+    return blank;
+}
+
 }  // namespace
 
 std::vector<std::string> wrapped(const std::string& text, std::size_t indent) {
@@ -212,7 +308,7 @@ std::vector<std::string> wrapped(const std::string& text, std::size_t indent) {
     std::string rest = text;
     std::size_t own_indent = 0;
     while (rest.size() > page_width) {
-        std::size_t cut = rest.rfind(' ', page_width);
+        std::size_t cut = last_break(rest, page_width);
         const bool has_blank = cut != std::string::npos && cut > std::max(own_indent, indent);
         if (!has_blank) cut = page_width;
         lines.push_back(rest.substr(0, cut));
@@ -253,7 +349,7 @@ std::vector<std::string> full_page(const std::vector<StoryEntry>& entries) {
 }
 
 Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
-    const std::vector<StoryEntry> drawn = with_whole_requests(draw_together(entries));
+    const std::vector<StoryEntry> drawn = draw_together(with_whole_requests(entries));
     const Columns columns = columns_of(drawn);
     std::vector<std::vector<std::string>> texts;
     std::vector<std::size_t> sizes;
@@ -266,9 +362,10 @@ Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
     for (const StoryEntry& entry : entries) {
         if (entry.kind != EntryKind::ending) ++left_out[entry.kind];
     }
+    const std::set<int> failed = failed_among(drawn);
     Page page;
     for (std::size_t i = 0; i < drawn.size(); ++i) {
-        if (!kept[i] && importance(drawn[i]) <= decisions) page.lacks_what_matters = true;
+        if (!kept[i] && importance(drawn[i], failed) <= decisions) page.lacks_what_matters = true;
         if (!kept[i]) continue;
         --left_out[drawn[i].kind];
         page.lines.insert(page.lines.end(), texts[i].begin(), texts[i].end());

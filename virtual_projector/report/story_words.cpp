@@ -20,8 +20,10 @@ std::string side(const TruthAt& truth) {
 std::string lens(const TruthAt& truth) { return text("%.0f", truth.lens_tmr); }
 
 std::string picture_change(const TruthAt& before, const TruthAt& after) {
-    const bool known = before.on_wall || after.on_wall;
-    return "sides " + change(side(before), side(after)) + (known ? " deg off" : "");
+    const std::string unit = " deg off";
+    if (before.on_wall && after.on_wall) return "sides " + change(side(before), side(after)) + unit;
+    return "picture " + change(before.on_wall ? side(before) + unit : side(before),
+                               after.on_wall ? side(after) + unit : side(after));
 }
 
 std::string turn_change(const TruthAt& before, const TruthAt& after) {
@@ -117,6 +119,15 @@ std::string whole_words(const Request& request) {
     return beginning_words(request) + "; " + verdict(request, when) + " (" + before_and_after(request) + ")";
 }
 
+std::string whole_words(const std::vector<Request>& alike) {
+    Request all = alike.front();
+    if (alike.size() == 1) return whole_words(all);
+    all.what += ", " + counted(alike.size(), "time");
+    all.ended_us = alike.back().ended_us;
+    all.after = alike.back().after;
+    return whole_words(all);
+}
+
 std::string width_words(const StoryEntry& widths, std::size_t steps) {
     std::string words = "picture: " + edge("top", widths.top_before, widths.top_width) + ", " +
                         edge("bottom", widths.bottom_before, widths.bottom_width) + " pixels wide";
@@ -146,7 +157,7 @@ std::string order_words(const std::vector<LensMoveAt>& orders) {
 
 std::string toast_name(const CallbackLine& toast) {
     const std::string code = toast.arguments.empty() ? "no code" : std::to_string(toast.arguments[0]);
-    return toast.means.empty() ? code : code + ", " + toast.means;
+    return toast.means.empty() ? code : code + " (" + toast.means + ")";
 }
 
 std::string fault_words(const CallAt& call) {

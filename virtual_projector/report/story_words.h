@@ -20,6 +20,9 @@ std::string end_words(const Request& request);
 /// Both in one.
 std::string whole_words(const Request& request);
 
+/// Of several in a row that went the same way, as one.
+std::string whole_words(const std::vector<Request>& alike);
+
 /// What a request has changed of what it is there to change.
 std::string before_and_after(const Request& request);
 
@@ -29,7 +32,7 @@ std::string width_words(const StoryEntry& widths, std::size_t steps);
 /// "lens: 13 full steps to the left, 1 half step to the right, in 4 orders"
 std::string order_words(const std::vector<LensMoveAt>& orders);
 
-/// "6, the right limit"
+/// "6 (the lens is at its right limit)"
 std::string toast_name(const CallbackLine& toast);
 
 /// "planned fault 2: EIO (read /sys/class/motor/tmr_adc)"

@@ -50,17 +50,38 @@ std::string title_of(const ReportOptions& options) {
     return file.stem().extension() == ".jsonl" ? file.stem().stem().string() : file.stem().string();
 }
 
+// Of all that there is to show the story needs the least by far.
+bool wants_only_story(const ReportOptions& options) {
+    return options.page.empty() && options.data.empty() && options.perfetto.empty() && options.csv.empty();
+}
+
+void show_story(const ReportOptions& options) {
+    StoryTeller teller({options.full, options.log});
+    read(options, teller);
+    StorySources sources;
+    sources.title = options.title;
+    print(teller.tell(sources));
+}
+
 void show_run(const ReportOptions& options) {
     RunCollector collector(!options.perfetto.empty());
-    StoryTeller teller;
+    StoryTeller teller({options.full, options.log});
     collector.add(teller);
     read(options, collector);
     const RunData run = collector.finish();
     StorySources sources;
     sources.title = options.title;
-    const std::vector<std::string> story = teller.tell(sources, {options.full, options.log});
+    const std::vector<std::string> story = teller.tell(sources);
     write_outputs(run, title_of(options), story, options);
     if (options.story) print(story);
+}
+
+void show(const ReportOptions& options) {
+    if (wants_only_story(options)) {
+        show_story(options);
+    } else {
+        show_run(options);
+    }
 }
 
 int compare(const ReportOptions& options) {
@@ -71,7 +92,7 @@ int compare(const ReportOptions& options) {
 
 int run(const ReportOptions& options) {
     int code = exit_same;
-    if (wants_run(options)) show_run(options);
+    if (wants_run(options)) show(options);
     if (!options.other.empty()) code = compare(options);
     return std::fflush(stdout) == 0 ? code : complain("standard output: not all of it could be written");
 }

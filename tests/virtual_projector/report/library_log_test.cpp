@@ -42,7 +42,7 @@ TEST(ALogLine, LosesItsTagAndColours) {
 TEST(ALogLine, SaysInWordsWhatTheSensorsMeasured) {
     EXPECT_EQ(words_of("[ovra_focus]  tof angle = 12 degree"), "the ToF sensor says a tilt of 12 degrees");
     EXPECT_EQ(words_of("[ovra_focus]  tof distance ret=0, tr:1571, br:1436, tl:1574, bl:1435"),
-              "ToF, top and bottom: right 1571, 1436 mm, left 1574, 1435 mm");
+              "ToF, top and bottom: right 1571 mm, 1436 mm, left 1574 mm, 1435 mm");
     EXPECT_EQ(words_of("[ovra_focus]  r_led_temp_read=45"), "the LED has 45 degrees Celsius");
     EXPECT_EQ(words_of("[ovra_focus]  machine is sudden shake"), "the projector is being moved");
     EXPECT_EQ(words_of("[ovra_focus]  \033[31;1mauto fucos error: move far away\033[0m"),
@@ -57,16 +57,16 @@ TEST(ALogLine, SaysInWordsWhatWasChosen) {
     EXPECT_EQ(words_of("[ovra_focus]  targetTMR after temp adjust elepn half = 4"),
               "chosen: the light engine's own focus curve, 4 TMR units off");
     EXPECT_EQ(words_of("[ovra_focus]  \033[36;1muse gsensor vAngle\033[0m"),
-              "that was for the gravity sensor's tilt");
+              "it squares for the gravity sensor's tilt");
 }
 
 TEST(AChosenPlace, IsGivenWithItsDistanceAndTheWayThere) {
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 24, targetTMRIndex = 2, steps = -11"),
-              "chosen: focus for 1500 mm; it is for 240 mm: 11 coarse steps to the left");
+              "chosen: focus for 1500 mm, from 240 mm: 11 coarse steps to the left");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 0, targetTMRIndex = 3, steps = 1"),
-              "chosen: focus for 1250 mm; it is for 3000 mm: 1 coarse step to the right");
+              "chosen: focus for 1250 mm, from 3000 mm: 1 coarse step to the right");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 3, targetTMRIndex = 2, steps = 0"),
-              "chosen: focus for 1500 mm; it is for 1250 mm: no coarse step");
+              "chosen: focus for 1500 mm, from 1250 mm: no coarse step");
     EXPECT_EQ(words_of("[ovra_focus]  curTMRIndex = 2, targetTMRIndex = 2, steps = 0"),
               "chosen: focus for 1500 mm, where the lens stands");
 }
@@ -125,7 +125,7 @@ TEST(TheTarget, OfManualFocusIsCheckedAtItsEndToo) {
     EXPECT_EQ(
         words_of_all({"[ovra_focus]  manu focus targetTMR = 50--------------------------",
                       "[ovra_focus]  currentTMR = 40, targetTMR = 50", "[ovra_focus]  manul focus completed"}),
-        (Words{"the lens is to go to TMR 50",
+        (Words{"",  // its request is told by that
                "the target is TMR 50, the lens stands at 40: the rest by feedback",
                "final check: TMR 40 for the target 50, close enough"}));
 }

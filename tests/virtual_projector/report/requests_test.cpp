@@ -55,6 +55,13 @@ public:
         finder_.take_truth(truth);
         return *this;
     }
+    Trace& turned(int degrees) {
+        vp::TruthAt truth;
+        truth.t_us = t_us_;
+        truth.hdmi_turn_deg = degrees;
+        finder_.take_truth(truth);
+        return *this;
+    }
     Trace& event(const std::string& what) {
         finder_.take_event({t_us_, what});
         return *this;
@@ -205,6 +212,18 @@ TEST(ARun, WithoutALineOfItsOwnForTheReasonTakesTheToastsWords) {
               "not focused: auto-focus is off");
 }
 
+TEST(ARun, IsNotFocusedWhileAutoFocusIsOffEvenWhereItsToastReachesNobody) {
+    const Request run = Trace()
+                            .at(100)
+                            .log(worker, "run once AKAF")
+                            .log(worker, "======= osd : keystone = 1, autofocus = 0, g_focus_temp_adjust = 0")
+                            .log(worker, "show_korbet_toast_akaf.call back toast")
+                            .log(worker, "auto focus STATE flag : 0")
+                            .only_request();
+    EXPECT_TRUE(run.failed);
+    EXPECT_EQ(run.outcome, "not focused: auto-focus is off");
+}
+
 TEST(ARun, KnowsTheTruthBeforeAndAfterItAlone) {
     Trace trace;
     trace.at(0).sharpness(0.1).run(100, host, 200, 300);
@@ -289,7 +308,7 @@ TEST(AMoveByHand, BeyondALimitStopsThereAndHasItsToast) {
     trace.at(180).log(host, "manul focus completed").toast(host, 7, "the left limit");
     const std::vector<Request> moves = trace.requests();
     ASSERT_EQ(moves.size(), 2U);
-    EXPECT_EQ(moves[0].outcome, "done, stopped at the right limit");
+    EXPECT_EQ(moves[0].outcome, "stopped at the right limit");
     EXPECT_FALSE(moves[0].failed);
     ASSERT_EQ(moves[0].toasts.size(), 1U);
     EXPECT_EQ(moves[0].toasts[0].means, "the right limit");
@@ -400,6 +419,16 @@ TEST(ATurnOfThePicture, IsAskedForByGravity) {
     EXPECT_EQ(turn.kind, RequestKind::rotation);
     EXPECT_EQ(turn.by, "gravity");
     EXPECT_EQ(turn.asked_us, 900000);
+}
+
+TEST(ATurnOfThePicture, IsSeenAfterItThoughAMovementIsFollowedAtOnce) {
+    Trace trace;
+    trace.at(100).turned(180).log(gravity, "from HSYNC_0 -> HSYNC_180, device rotation success");
+    trace.flag(gravity, "project_tof_dist_changed", 1).at(120).turned(0);
+    const std::vector<Request> requests = trace.requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[0].before.hdmi_turn_deg, 180);
+    EXPECT_EQ(requests[0].after.hdmi_turn_deg, 0);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ struct Made {
 Made make_all(const std::string& path) {
     Made made;
     vp::RunCollector collector(true);
-    vp::StoryTeller teller;
+    vp::StoryTeller teller({true, true});
     collector.add(teller);
     try {
         vp::read_trace(path, collector);
@@ -33,7 +33,7 @@ Made make_all(const std::string& path) {
         made.mistake = error.what();
     }
     const vp::RunData run = collector.finish();
-    const std::vector<std::string> story = teller.tell({}, {true, true});
+    const std::vector<std::string> story = teller.tell({});
     made.bytes += vp::page_data(run, "", story).size();
     vp::write_perfetto(run, [&made](std::string_view text) { made.bytes += text.size(); });
     vp::write_tables(run, [&made](const std::string&, const std::string& text) { made.bytes += text.size(); });

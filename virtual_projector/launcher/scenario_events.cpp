@@ -138,4 +138,8 @@ void schedule(const Scenario& scenario, const Targets& targets) {
     }
 }
 
+void schedule(const Scenario& scenario, EventTargets targets) {
+    schedule(scenario, std::make_shared<const EventTargets>(std::move(targets)));
+}
+
 }  // namespace vp

@@ -29,6 +29,7 @@ struct EventTargets {
 /// Schedules each event once. Those that change the world at time 0 happen at once: the run begins with them.
 /// At the same time what changes the world comes before what changes the faults.
 void schedule(const Scenario& scenario, const std::shared_ptr<const EventTargets>& targets);
+void schedule(const Scenario& scenario, EventTargets targets);
 
 /// Schedules one more, later than now, while the run goes on.
 void schedule_event(const ScenarioEvent& event, const std::shared_ptr<const EventTargets>& targets);

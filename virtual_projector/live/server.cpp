@@ -24,7 +24,7 @@ using httplib::Request;
 using httplib::Response;
 
 constexpr const char* loopback = "127.0.0.1";
-constexpr std::size_t max_body = 16 * 1024;
+constexpr std::size_t max_body = std::size_t{16} * 1024;
 constexpr double commands_per_s = 100;
 constexpr double commands_at_once = 100;
 // In no second more than 30.

@@ -17,12 +17,24 @@ export class Log {
   private readonly list = element("ol", { class: "happenings-list" });
   readonly root = element("div", { class: "happenings", role: "log", "aria-label": "What happens", "aria-live": "off", tabindex: 0 }, this.list);
 
+  private follows = true;
+
+  constructor() {
+    this.root.addEventListener("scroll", () => {
+      this.follows = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
+    });
+    new ResizeObserver(() => this.follow()).observe(this.root);
+  }
+
+  private follow(): void {
+    if (this.follows) this.root.scrollTop = this.root.scrollHeight;
+  }
+
   clear(): void {
     this.list.replaceChildren();
   }
 
   add(happenings: readonly Happening[], missed: number): void {
-    const follows = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
     if (missed > 0) this.list.append(element("li", { class: "failure" }, element("span", {}, ""), element("span", {}, "…"), element("span", {}, `${missed} more that this page was too slow for`)));
     for (const happening of happenings) {
       if (happening.kind === "state") continue;
@@ -32,6 +44,6 @@ export class Log {
         element("span", { class: "words" }, happening.text)));
     }
     while (this.list.childElementCount > kept) this.list.firstElementChild?.remove();
-    if (follows) this.root.scrollTop = this.root.scrollHeight;
+    this.follow();
   }
 }

@@ -41,9 +41,11 @@ TEST(JsonOfARun, ComesBackAsItWas) {
     run.scenario_file = "first-light.json";
     run.settings = {{"pose.pitch_deg", 12, "scenario"}};
     const std::string line = run_line(run).dump();
-    EXPECT_EQ(line, R"({"t_us":0,"run":{"format":2,"version":"0.1.0","commit":"abc","seed":7,"unit_seed":8,)"
-                    R"("unit":"standard","world":"laboratory","scenario":"fnv1a64:0","scenario_file":"first-light.json",)"
-                    R"("settings":{"pose.pitch_deg":{"value":12.0,"from":"scenario"}}}})");
+    EXPECT_EQ(
+        line,
+        R"({"t_us":0,"run":{"format":2,"version":"0.1.0","commit":"abc","seed":7,"unit_seed":8,)"
+        R"("unit":"standard","world":"laboratory","scenario":"fnv1a64:0","scenario_file":"first-light.json",)"
+        R"("settings":{"pose.pitch_deg":{"value":12.0,"from":"scenario"}}}})");
     const vp::RunRecord back = vp::run_from(nlohmann::json::parse(line).at("run"));
     EXPECT_EQ(run_line(back).dump(), line);
 }

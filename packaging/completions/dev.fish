@@ -32,6 +32,7 @@ complete -c dev -n '__fish_seen_subcommand_from help' -a "$commands"
 complete -c dev -n '__fish_seen_subcommand_from demo' -a '(__ovrafocus_dev_stories)'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l seed -x -d 'Another seed'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l set -x -d 'Another parameter'
+complete -c dev -n '__fish_seen_subcommand_from pages' -l documents -d 'Only the pictures of README.md and docs/'
 complete -c dev -n '__fish_seen_subcommand_from test' -l asan -d 'Under AddressSanitizer'
 complete -c dev -n '__fish_seen_subcommand_from test' -l tsan -d 'Under ThreadSanitizer'
 complete -c dev -n '__fish_seen_subcommand_from mipsel' -l traces -d 'Compare every story'

@@ -18,7 +18,7 @@ documents=usr/share/doc/libovrafocus-dev
     (cd "$sources" && find worlds units -name '*.json') | sed "s,^,virtual-projector $data/,"
     # Every document and example, and the reference host as one more example.
     (cd "$sources" && {
-        find docs -name '*.md'
+        find docs -name '*.md' -o -name '*.png'
         find host -name '*.h' -o -name '*.cpp' -o -name '*.script'
         [ ! -d examples ] || find examples ! -type d ! -path '*/__pycache__/*'
     }) | sed "s,^,libovrafocus-dev $documents/,"

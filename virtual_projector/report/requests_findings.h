@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "virtual_projector/report/requests.h"
+#include "virtual_projector/report/request.h"
 
 namespace vp {
 

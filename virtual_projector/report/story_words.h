@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "virtual_projector/report/requests.h"
-#include "virtual_projector/report/story_entries.h"
+#include "virtual_projector/report/request.h"
+#include "virtual_projector/report/story_entry.h"
 
 namespace vp {
 

@@ -52,26 +52,6 @@ struct Tracked {
 
 }  // namespace
 
-const char* name_of(RequestKind kind) {
-    switch (kind) {
-        case RequestKind::run:
-            return "run";
-        case RequestKind::keystone:
-            return "keystone";
-        case RequestKind::following:
-            return "following";
-        case RequestKind::manual_focus:
-            return "manual focus";
-        case RequestKind::lens_limit:
-            return "lens limit";
-        case RequestKind::calibration:
-            return "calibration";
-        case RequestKind::rotation:
-            break;
-    }
-    return "rotation";
-}
-
 // Requests are found by their index, which is their number less one: the list grows while some are open.
 class RequestFinder::Work {
 public:

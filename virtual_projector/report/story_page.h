@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "virtual_projector/report/story_entries.h"
+#include "virtual_projector/report/story_entry.h"
 
 namespace vp {
 

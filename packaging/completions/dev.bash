@@ -20,7 +20,7 @@ _ovrafocus_dev_words() {
     budgets) printf '%s\n' --mipsel ;;
     package) printf '%s\n' --mipsel --twice ;;
     bench) printf '%s\n' method stories ;;
-      pages) printf '%s\n' --documents ;;
+    pages) printf '%s\n' --documents ;;
     help) printf '%s\n' demo live test build mipsel budgets package bench check coverage docs pages clean help ;;
   esac
   case $1 in

@@ -123,8 +123,8 @@ public:
 
     void on_idle(IdleHandler handler) override { idle_handler_ = std::move(handler); }
 
-    /// Called before time jumps to `next` (none: nothing is to come), as often as it may take: holds the jump back
-    /// for as long as it does not return. True: something may be to come earlier now, look again.
+    /// Called before time jumps to `next` (none: nothing is to come), as often as it may take: holds the jump
+    /// back for as long as it does not return. True: something may be to come earlier now, look again.
     using PaceHandler = std::function<bool(std::optional<Microseconds> next)>;
     void before_advance(PaceHandler handler) { pace_handler_ = std::move(handler); }
 

@@ -125,6 +125,7 @@ StoryEntry drawn_together(const std::vector<StoryEntry>& series) {
     const StoryEntry& last = series.back();
     if (entry.kind == EntryKind::lens) {
         std::vector<LensMoveAt> orders;
+        orders.reserve(series.size());
         for (const StoryEntry& one : series) orders.push_back(one.move);
         entry.text = order_words(orders) + until(series);
     } else if (entry.kind == EntryKind::width) {
@@ -335,6 +336,7 @@ std::vector<StoryEntry> draw_together(const std::vector<StoryEntry>& entries) {
         }
     }
     std::vector<StoryEntry> drawn;
+    drawn.reserve(series.size());
     for (const std::vector<StoryEntry>& one : series) drawn.push_back(drawn_together(one));
     return drawn;
 }

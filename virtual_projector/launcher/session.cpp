@@ -282,7 +282,10 @@ Session::Session(const RunOptions& options, RunState* state) {
     parts_->ends = std::make_unique<RunEnds>(parts_->options, *parts_->clock, parts_->run_clock.turns,
                                              *parts_->machine, [this] { finish(); });
     Machine& machine = *parts_->machine;
-    if (parts_->trace) record_host_calls();
+    if (parts_->trace) {
+        record_host_calls();
+        machine.watch_library();
+    }
     machine.install();
     machine.protect(made_since(programs_own));
     machine.chance().set_seed(parts_->world.seed());

@@ -46,7 +46,6 @@ Machine::~Machine() { uninstall(); }
 
 void Machine::install() {
     const ReentrancyGuard guard;
-    if (recorder_.is_on()) WatchedLibrary::look_for();
     kinds_.note_inherited();
     threads_.adopt_current();
     if (clock_.is_virtual()) {
@@ -76,8 +75,14 @@ void Machine::begin_call() {
     catch_up();
 }
 
-void Machine::catch_up() {
+void Machine::watch_library() {
     if (!recorder_.is_on()) return;
+    watches_library_ = true;
+    WatchedLibrary::look_for();
+}
+
+void Machine::catch_up() {
+    if (!watches_library_) return;
     if (LogLines* const lines = current_log_lines(); lines != nullptr && lines->has_lines()) {
         for (const std::string& line : lines->take()) recorder_.record_log(line);
     }

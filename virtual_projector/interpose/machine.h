@@ -75,6 +75,10 @@ public:
     void begin_call();
     void end_call();
 
+    /// From now on what the library prints, and what it and its host share, is recorded, too.
+    void watch_library();
+    bool watches_library() const { return watches_library_; }
+
     /// Records what the calling thread has done since its last call without one: lines of the library's that it
     /// printed, variables of the library's that it changed.
     void catch_up();
@@ -128,6 +132,7 @@ private:
     OnceCalls once_calls_;
     Futexes futexes_;
     SystemVQueues system_v_queues_;
+    bool watches_library_ = false;
     StateWatch state_watch_;
     HostTables host_tables_;
 };

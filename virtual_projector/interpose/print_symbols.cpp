@@ -30,7 +30,7 @@ vp::LogLines* notes_of(const void* caller, FILE* stream) {
     const vp::WatchedLibrary* const library = vp::WatchedLibrary::loaded();
     if (library == nullptr || stream != stdout || !library->has_code_at(caller)) return nullptr;
     vp::Machine* const machine = vp::Machine::active();
-    return machine != nullptr && machine->recorder().is_on() ? vp::current_log_lines() : nullptr;
+    return machine != nullptr && machine->watches_library() ? vp::current_log_lines() : nullptr;
 }
 
 void note(vp::LogLines* notes, std::string_view text) {

@@ -30,7 +30,7 @@ vp::real::Call<int(void*)> real_dlclose{"dlclose"};
 
 void look_for_watched_library() {
     vp::Machine* const machine = vp::Machine::active();
-    if (machine != nullptr && machine->recorder().is_on()) vp::WatchedLibrary::look_for();
+    if (machine != nullptr && machine->watches_library()) vp::WatchedLibrary::look_for();
 }
 
 // The name's part of NAME=VALUE, with the "=".

@@ -17,7 +17,7 @@ void* library_function(const char* name) {
 
 bool are_recorded() {
     vp::Machine* const machine = vp::Machine::active();
-    return machine != nullptr && machine->recorder().is_on();
+    return machine != nullptr && machine->watches_library();
 }
 
 constexpr std::int32_t failed = -1;

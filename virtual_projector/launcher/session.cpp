@@ -325,7 +325,10 @@ Session::Session(const RunOptions& options, RunState* state) {
                                              *parts_->machine, [this] { finish(); });
     if (LiveRun* const live = parts_->live.get()) parts_->ends->excuse([live] { return live->is_holding(); });
     Machine& machine = *parts_->machine;
-    if (parts_->trace) record_host_calls();
+    if (parts_->trace) {
+        record_host_calls();
+        machine.watch_library();
+    }
     machine.install();
     machine.protect(made_since(programs_own));
     machine.chance().set_seed(parts_->world.seed());

@@ -63,6 +63,7 @@ struct JsonSink final : vp::TraceSink {
 struct RecordedCalls : ::testing::Test {
     RecordedCalls() {
         devices.add(other_path, std::make_shared<Driver>());
+        machine.watch_library();
         machine.install();
         descriptor = ::open(other_path, O_RDWR);
         sink.lines.clear();

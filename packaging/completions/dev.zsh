@@ -42,6 +42,9 @@ _ovrafocus_dev() {
       shift words; ((--CURRENT)); words[1]=$folder
       _arguments $help '--seed[another seed]:number' '*--set[another parameter]:parameter' \
         '1:story:_ovrafocus_dev_stories' ;;
+    live)
+      shift words; ((--CURRENT)); words[1]=$folder
+      _arguments $help '--port[the page'\''s port]:number' '1:story:_ovrafocus_dev_stories' ;;
     test) _arguments $help '(--tsan)--asan[under AddressSanitizer]' '(--asan)--tsan[under ThreadSanitizer]' ;;
     mipsel) _arguments $help '(--size)--traces[compare every story]' '(--traces)--size[sections and symbols]' ;;
     budgets) _arguments $help '--mipsel[on the board'\''s build]' ;;

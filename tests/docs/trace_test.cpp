@@ -152,6 +152,7 @@ TEST(ThePageOnTheTrace, HasEveryMemberOfARunAndNoOther) {
     vp::RunRecord run;
     run.unit_seed = 1;
     run.scenario_digest = "digest";
+    run.scenario_file = "a.json";
     run.settings = {{"tmr.offset", 1, "world"}};
     const Names written = members_of(vp::run_line(run).at("run"));
     EXPECT_EQ(listed("Member of `run`"), written);

@@ -179,14 +179,15 @@ TEST(AMistakeInAScenario, ThatIsNoJsonNamesItsLine) {
 }
 
 TEST(AMistakeInAScenario, IsAnythingButAnObject) {
-    EXPECT_EQ(
-        mistake_in("[1]"),
-        "file: $: expected an object with story, seed, unit_seed, unit, world, set, faults, events, found [1]");
+    EXPECT_EQ(mistake_in("[1]"),
+              "file: $: expected an object with story, seed, unit_seed, unit, world, set, faults, events, "
+              "standard_input, found [1]");
 }
 
 TEST(AMistakeInAScenario, IsAMemberThatItDoesNotHave) {
     EXPECT_EQ(mistake_in(R"({"sed": 1})"),
-              "file: $.sed: expected one of story, seed, unit_seed, unit, world, set, faults, events");
+              "file: $.sed: expected one of story, seed, unit_seed, unit, world, set, faults, events, "
+              "standard_input");
 }
 
 TEST(AMistakeInAScenario, IsAValueOfTheWrongKind) {
@@ -215,12 +216,14 @@ TEST(AMistakeInAScenario, IsShownInWholeCharacters) {
 
 TEST(AMistakeInAScenario, IsShownOnOneLineWhateverAMemberIsCalled) {
     EXPECT_EQ(mistake_in(R"({"a\nb": 1})"),
-              "file: $.a?b: expected one of story, seed, unit_seed, unit, world, set, faults, events");
+              "file: $.a?b: expected one of story, seed, unit_seed, unit, world, set, faults, events, "
+              "standard_input");
     EXPECT_EQ(mistake_in(R"({"a\nb": 1, "a\nb": 2})"), "file: $.a?b: expected once, found again");
     EXPECT_EQ(mistake_in(R"({"": 1, "": 2})"), "file: $[\"\"]: expected once, found again");
-    EXPECT_EQ(mistake_in("{\"" + std::string(1000, 'x') + "\": 1}"),
-              "file: $." + std::string(40, 'x') +
-                  "...: expected one of story, seed, unit_seed, unit, world, set, faults, events");
+    EXPECT_EQ(
+        mistake_in("{\"" + std::string(1000, 'x') + "\": 1}"),
+        "file: $." + std::string(40, 'x') +
+            "...: expected one of story, seed, unit_seed, unit, world, set, faults, events, standard_input");
     const std::string parameter = "file: $.set[\"?\"]: unknown parameter '?'; the areas are";
     EXPECT_EQ(mistake_in(R"({"set": {"\n": 1}})").substr(0, parameter.size()), parameter);
 }
@@ -289,10 +292,10 @@ TEST(AMistakeInAScenarioEvent, IsATimeThatIsMissingOrNone) {
 }
 
 TEST(AMistakeInAScenarioEvent, IsThatItDoesNothing) {
-    EXPECT_EQ(
-        mistake_in_event(R"("what": "x")"),
-        "file: $.events[0]: expected an event with set, gesture, block, key, fault or clear_faults, found "
-        "{\"at_s\":1,\"what\":\"x\"}");
+    EXPECT_EQ(mistake_in_event(R"("what": "x")"),
+              "file: $.events[0]: expected an event with set, gesture, block, key, type, fault or "
+              "clear_faults, found "
+              "{\"at_s\":1,\"what\":\"x\"}");
 }
 
 TEST(AMistakeInAScenarioEvent, IsAMemberOfAnotherKindOfEvent) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <iostream>
 #include <sstream>
 
 #include "host/console.h"
@@ -253,6 +254,15 @@ Outcome run_try(const Arguments& arguments) {
     return outcome == Outcome::failed ? Outcome::done : outcome;
 }
 
+// A script hands over to whoever types; when they have no more to say it goes on.
+Outcome run_listen(const Arguments&) {
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (run_line(line) == Outcome::quit) return Outcome::quit;
+    }
+    return Outcome::done;
+}
+
 Outcome run_quit(const Arguments&) { return Outcome::quit; }
 
 // How a command is used, one line of the list each: all ways in one, or, where that takes too much room, each.
@@ -327,6 +337,7 @@ const std::vector<Command>& commands() {
         {"distance", "", "the distance of each zone", 0, 0, true, run_distance},
         {"keys", "", "listen to the keys; then: has one been pressed?", 0, 0, true, run_keys},
         {"fan", "SPEED", "set the fan's speed", 1, 1, false, run_fan},
+        {"listen", "", "take commands from standard input to its end", 0, 0, false, run_listen},
         {"try", "COMMAND", "carry out a command; go on when it fails", 1, 8, false, run_try},
         {"help", "", "this list", 0, 0, false, run_help},
         {"quit", "", "end the program", 0, 0, false, run_quit},

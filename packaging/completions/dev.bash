@@ -12,14 +12,15 @@ _ovrafocus_dev_stories() {
 
 _ovrafocus_dev_words() {
   case $1 in
-    '') printf '%s\n' demo test build mipsel budgets package bench check coverage docs clean help --help --version ;;
+    '') printf '%s\n' demo live test build mipsel budgets package bench check coverage docs pages clean help --help --version ;;
     demo) _ovrafocus_dev_stories; printf '%s\n' --seed --set ;;
+    live) _ovrafocus_dev_stories; printf '%s\n' --port ;;
     test) printf '%s\n' --asan --tsan ;;
     mipsel) printf '%s\n' --traces --size ;;
     budgets) printf '%s\n' --mipsel ;;
     package) printf '%s\n' --mipsel --twice ;;
     bench) printf '%s\n' method stories ;;
-    help) printf '%s\n' demo test build mipsel budgets package bench check coverage docs clean help ;;
+    help) printf '%s\n' demo live test build mipsel budgets package bench check coverage docs pages clean help ;;
   esac
   case $1 in
     '' | help) ;;

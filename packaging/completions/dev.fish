@@ -11,11 +11,12 @@ function __ovrafocus_dev_stories
     end
 end
 
-set -l commands demo test build mipsel budgets package bench check coverage docs clean help
+set -l commands demo live test build mipsel budgets package bench check coverage docs pages clean help
 complete -c dev -f
 complete -c dev -l help -d 'Tell more of this command'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -l version -d 'Print version and commit'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a demo -d 'Show a story on the virtual projector'
+complete -c dev -n "not __fish_seen_subcommand_from $commands" -a live -d 'A page on which people have a hand in a run'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a test -d 'Build and run all tests'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a build -d 'Build everything'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a mipsel -d 'Build and test for the board\'s processor'
@@ -25,10 +26,13 @@ complete -c dev -n "not __fish_seen_subcommand_from $commands" -a bench -d 'Time
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a check -d 'Formatting, include rules, clang-tidy, cppcheck'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a coverage -d 'Coverage of the library by the tests'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a docs -d 'The HTML reference'
+complete -c dev -n "not __fish_seen_subcommand_from $commands" -a pages -d 'Every story as a page, with pictures'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a clean -d 'Remove every build folder'
 complete -c dev -n "not __fish_seen_subcommand_from $commands" -a help -d 'List the commands'
 complete -c dev -n '__fish_seen_subcommand_from help' -a "$commands"
 complete -c dev -n '__fish_seen_subcommand_from demo' -a '(__ovrafocus_dev_stories)'
+complete -c dev -n '__fish_seen_subcommand_from live' -a '(__ovrafocus_dev_stories)'
+complete -c dev -n '__fish_seen_subcommand_from live' -l port -x -d 'The page\'s port'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l seed -x -d 'Another seed'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l set -x -d 'Another parameter'
 complete -c dev -n '__fish_seen_subcommand_from test' -l asan -d 'Under AddressSanitizer'

@@ -12,6 +12,7 @@ _ovrafocus_dev_commands() {
   local -a commands
   commands=(
     'demo:show a story on the virtual projector'
+    'live:a page on which people have a hand in a run'
     'test:build and run all tests'
     'build:build everything'
     'mipsel:build and test for the board'\''s processor'
@@ -21,6 +22,7 @@ _ovrafocus_dev_commands() {
     'check:formatting, include rules, clang-tidy, cppcheck'
     'coverage:coverage of the library by the tests'
     'docs:the HTML reference'
+    'pages:every story as a page, with pictures'
     'clean:remove every build folder'
     'help:list the commands'
   )

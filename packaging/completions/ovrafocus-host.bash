@@ -19,6 +19,7 @@ angles
 distance
 keys
 fan
+listen
 try
 help
 quit

@@ -22,6 +22,7 @@ _ovrafocus_host_commands() {
     'distance:the distance of each zone'
     'keys:listen to the keys; then: has one been pressed?'
     'fan:set the fan'\''s speed'
+    'listen:take commands from standard input to its end'
     'try:carry out a command; go on when it fails'
     'help:list the commands'
     'quit:end the program'

@@ -3,7 +3,7 @@
 
 _virtual_projector_options='-h --help --version --scenario --seed --world --unit-seed --unit --set --print-settings
   --trace --trace-detail --flash --summary --exact-stacks --limit --real-limit --outside --real-time --preempt --schedule --record-schedule --story
-  --library-log --emulator --debug --valgrind --perf --strace --tool-options'
+  --library-log --live --emulator --debug --valgrind --perf --strace --tool-options'
 _virtual_projector_with_value=' --scenario --seed --world --unit-seed --unit --set --trace --trace-detail --flash --summary
   --limit --real-limit --outside --preempt --schedule --record-schedule --library-log --emulator --tool-options '
 

@@ -45,6 +45,7 @@ _arguments -S \
   '--record-schedule=[write down who ran next]:file:_files' \
   '--story[tell at the end what happened, in words]' \
   '--library-log=[where the program writes the library'\''s log]:file:_files' \
+  '--live[serve a page on which people have a hand in the run]' \
   '--emulator=[run the program by this emulator]:command:_command_names -e' \
   '--debug[start gdb on the program]' \
   '--valgrind[run the program under valgrind]' \

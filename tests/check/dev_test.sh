@@ -56,7 +56,7 @@ for way in help --help -h; do
 done
 fits
 sed -n 's/^  \([a-z]*\)  .*/\1/p' overview >commands
-[ "$(wc -l <commands)" -eq 12 ] || { cat commands; exit 1; }
+[ "$(wc -l <commands)" -eq 14 ] || { cat commands; exit 1; }
 while read -r command; do
     dev 0 "$command" --help
     quiet

@@ -1,10 +1,10 @@
 #!/bin/sh
 # Compares what the shells complete with what the programs and ./dev say of themselves, both ways.
-#   completions.sh COMPLETIONS LAUNCHER HOST DEV [ZSH [FISH]]
+#   completions.sh COMPLETIONS LAUNCHER HOST REPORT DEV [ZSH [FISH]]
 set -eu
 LC_ALL=C
 export LC_ALL
-completions=$1 launcher=$2 host=$3 dev=$4 zsh=${5:-} fish=${6:-}
+completions=$1 launcher=$2 host=$3 report=$4 dev=$5 zsh=${6:-} fish=${7:-}
 . "$(dirname "$0")/projector.sh"
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
@@ -53,6 +53,9 @@ project "$launcher" --help | options >"$directory/wanted"
 compare_options virtual-projector
 project "$launcher" -- "$host" --help | options >"$directory/wanted"
 compare_options ovrafocus-host
+# shellcheck disable=SC2154  # projector.sh has the emulator
+$emulator "$report" --help | options >"$directory/wanted"
+compare_options virtual-projector-report
 
 # Values and what follows them, as bash hands the words over: = is one of its own.
 mkdir "$directory/here"

@@ -1,10 +1,10 @@
 #!/bin/sh
 # Compares the manuals with what the programs say of themselves, both ways: options, and the host's commands.
-#   manuals.sh MANUALS LAUNCHER HOST
+#   manuals.sh MANUALS LAUNCHER HOST REPORT
 set -eu
 LC_ALL=C
 export LC_ALL
-manuals=$1 launcher=$2 host=$3
+manuals=$1 launcher=$2 host=$3 report=$4
 . "$(dirname "$0")/projector.sh"
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
@@ -22,6 +22,11 @@ project "$launcher" --help >"$directory/help"
 options <"$directory/help" >"$directory/wanted"
 entries virtual-projector OPTIONS | options >"$directory/found"
 same "options of virtual-projector" "the program" "the manual"
+
+$emulator "$report" --help >"$directory/help"
+options <"$directory/help" >"$directory/wanted"
+entries virtual-projector-report OPTIONS | options >"$directory/found"
+same "options of virtual-projector-report" "the program" "the manual"
 
 run --help >"$directory/help"
 options <"$directory/help" >"$directory/wanted"

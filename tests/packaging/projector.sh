@@ -29,8 +29,8 @@ focus_with() {
     }
 }
 
-# options: those that a line of help or a manual's entry begins with, one a line; -h is another name of --help.
-options() { sed -n 's/^ *\(-h *, *\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort; }
+# options: those that a line of help or a manual's entry begins with, one a line; -h is another name of --help, -o of --page.
+options() { sed -n 's/^ *\(-[a-z] *, *\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort; }
 
 # same WHAT ONE OTHER: what the files $directory/wanted (of ONE) and $directory/found (of OTHER) list.
 same() {

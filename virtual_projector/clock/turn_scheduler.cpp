@@ -225,6 +225,7 @@ ScheduledThread* TurnScheduler::next_or_none(const ScheduledThread& running, Poi
         const std::optional<Microseconds> next_time = time_.timers().next_time();
         if (idle_handler_ && (idle_handler_(!next_time, charged_ > 0) || !ready_.empty())) continue;
         if (!next_time && leave_to_nobody()) return nullptr;
+        if (pace_handler_ && pace_handler_(next_time)) continue;
         if (is_idle_for_good())
             end_stuck("Only the library's own loops have run since " + format_seconds(last_work_) +
                       ", and nothing else can happen. It is " + format_seconds(time_.now()) +

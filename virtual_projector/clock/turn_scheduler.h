@@ -24,6 +24,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -122,6 +123,11 @@ public:
 
     void on_idle(IdleHandler handler) override { idle_handler_ = std::move(handler); }
 
+    /// Called before time jumps to `next` (none: nothing is to come), as often as it may take: holds the jump back
+    /// for as long as it does not return. True: something may be to come earlier now, look again.
+    using PaceHandler = std::function<bool(std::optional<Microseconds> next)>;
+    void before_advance(PaceHandler handler) { pace_handler_ = std::move(handler); }
+
     /// Called, with a headline and the table, in place of the default, which prints them on standard error and
     /// ends the process with stuck_exit_code. It must not return.
     void on_stuck(StuckHandler handler);
@@ -182,6 +188,7 @@ private:
     StuckHandler stuck_handler_;
     std::function<void()> end_handler_;
     IdleHandler idle_handler_;
+    PaceHandler pace_handler_;
 };
 
 }  // namespace vp

@@ -17,6 +17,7 @@
 #include <ovra_version.h>
 #include "virtual_projector/launcher/scenario.h"
 #include "virtual_projector/world/parameters.h"
+#include "virtual_projector/world/text.h"
 
 namespace vp {
 namespace {
@@ -94,7 +95,9 @@ void describe_run(CLI::App& app, CommandLine& line) {
                  "print every parameter's value at the start and where it comes from, and exit; without "
                  "PROGRAM, too");
     app.add_option("--trace", line.run.trace,
-                   "write what happened, one JSON record a line; - is standard output, for --summary too")
+                   "write what happened, one JSON record a line, compressed where FILE ends in .gz or .zst; - "
+                   "is standard "
+                   "output, for --summary too")
         ->type_name("FILE");
     add_choice(app, "--trace-detail", line.run.trace_detail, trace_details,
                "events; changes: and what changes the board; calls: all")
@@ -145,7 +148,12 @@ void describe_schedule(CLI::App& app, RunOptions& run) {
 
 void describe_story(CLI::App& app, CommandLine& line) {
     app.add_flag("--story", line.story, "tell at the end what happened, in words");
-    app.add_option("--library-log", line.library_log, "where PROGRAM writes the library's log, for the story")
+    app.add_flag("--full", line.story_options.full, "with --story: everything, and nothing drawn together")
+        ->needs("--story");
+    app.add_flag("--log", line.story_options.log, "with --story: the library's own log lines in their places")
+        ->needs("--story");
+    app.add_option("--library-log", line.library_log,
+                   "where PROGRAM writes the library's log, for the story of a trace without it")
         ->type_name("FILE");
     app.add_option(
            "--emulator", line.emulator,
@@ -154,8 +162,25 @@ void describe_story(CLI::App& app, CommandLine& line) {
         ->type_name("COMMAND");
 }
 
+void describe_live(CLI::App& app, CommandLine& line) {
+    constexpr int max_port = 65535;
+    app.add_option_function<std::string>(
+           "--live", [&line](const std::string& port) { line.live_port = port.empty() ? 0 : std::stoi(port); },
+           "serve a page on which the run is watched and people have a hand in it, at the PC's own pace; on "
+           "this "
+           "port of the loopback address, --live=PORT, else on a free one; not with the others that change "
+           "whose time it is")
+        ->expected(0, 1)
+        ->type_name("[PORT]")
+        ->check(CLI::Range(0, max_port).description(""))
+        ->excludes("--real-time")
+        ->excludes("--story")
+        ->excludes("--print-settings")
+        ->excludes("--emulator");
+}
+
 void describe_tools(CLI::App& app, CommandLine& line) {
-    std::vector<std::string> before = {"--emulator"};
+    std::vector<std::string> before = {"--emulator", "--live"};
     for (const auto& [tool, name, about] : tools) {
         CLI::Option* const flag = app.add_flag_function(
             std::string("--") + name, [&line, chosen = tool](std::int64_t) { line.program.tool = chosen; },
@@ -185,31 +210,10 @@ void describe(CLI::App& app, CommandLine& line) {
     describe_ends(app, line.run);
     describe_schedule(app, line.run);
     describe_story(app, line);
+    describe_live(app, line);
     describe_tools(app, line);
     app.footer(std::string(scenario_format()) + "\nParameters (name, default and unit, range, meaning):\n" +
                describe_parameters());
-}
-
-// Where the continuation of a line stands: below its last column, which two blanks set off, if that leaves
-// room.
-std::size_t indent_of(const std::string& line, std::size_t width) {
-    const std::size_t first = line.find_first_not_of(' ');
-    const std::size_t gap = line.rfind("  ", width / 2);
-    const bool has_column = gap != std::string::npos && gap > first;
-    return has_column ? line.find_first_not_of(' ', gap) : first;
-}
-
-std::string wrap_line(std::string line, std::size_t width) {
-    std::string wrapped;
-    const std::size_t indent = std::min(indent_of(line, width), line.size());
-    while (line.size() > width) {
-        std::size_t cut = line.rfind(' ', width);
-        if (cut == std::string::npos || cut <= indent) cut = line.find(' ', width);
-        if (cut == std::string::npos) break;
-        wrapped += line.substr(0, cut) + "\n";
-        line = std::string(indent, ' ') + line.substr(cut + 1);
-    }
-    return wrapped + line;
 }
 
 std::vector<std::string> words_of(const std::string& command) {
@@ -235,13 +239,6 @@ void parse(CLI::App& app, CommandLine& line, int argc, char** argv) {
 }
 
 }  // namespace
-
-std::string wrap_lines(const std::string& text, std::size_t width) {
-    std::string wrapped;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) wrapped += wrap_line(line, width) + "\n";
-    return wrapped;
-}
 
 std::optional<CommandLine> parse_command_line(int argc, char** argv) {
     CommandLine line;

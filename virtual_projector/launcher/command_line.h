@@ -8,6 +8,7 @@
 
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_options.h"
+#include "virtual_projector/report/story.h"
 
 namespace vp {
 
@@ -16,8 +17,10 @@ struct CommandLine {
     std::vector<std::string> settings;  // NAME=VALUE
     bool print_settings = false;        // in place of a run; there may be no program then
     bool story = false;
+    StoryOptions story_options;
     std::string library_log;
     std::string emulator;
+    std::optional<int> live_port;  // 0: any; none: nobody watches
     std::string tool_options;
     Program program;
 };
@@ -25,10 +28,6 @@ struct CommandLine {
 /// What the words of the command line ask for; nothing when they asked for help or the version, which has been
 /// printed. Throws std::runtime_error with one line when they are wrong.
 std::optional<CommandLine> parse_command_line(int argc, char** argv);
-
-/// Each line cut at blanks into lines of at most `width` columns. What goes on stands below the place where the
-/// line's last column of words began.
-std::string wrap_lines(const std::string& text, std::size_t width);
 
 }  // namespace vp
 

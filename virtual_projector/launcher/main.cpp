@@ -15,12 +15,16 @@
 #include "virtual_projector/files/output_file.h"
 #include "virtual_projector/launcher/command_line.h"
 #include "virtual_projector/launcher/data_files.h"
+#include "virtual_projector/launcher/packed_trace.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_files.h"
 #include "virtual_projector/launcher/run_schedule.h"
 #include "virtual_projector/launcher/run_settings.h"
 #include "virtual_projector/launcher/run_state.h"
 #include "virtual_projector/launcher/scenario.h"
+#ifdef VP_HAS_LIVE_PAGE
+#include "virtual_projector/live/live_launcher.h"
+#endif
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -110,9 +114,11 @@ int run_program(vp::CommandLine& line, const std::string& preload) {
     line.run.plain_stacks = line.program.tool == vp::Tool::valgrind;
     if (line.run.under_tool) line.run.real_limit_s = 0;
     vp::make_files_absolute(line.run);
+    vp::PackedTrace packed(line.run.trace);
     const int code = vp::run_program(line.program, line.run, *state, preload);
     vp::tidy_files(line.run, *state);
-    return code == 0 && !state->all_complete() ? exit_incomplete : code;
+    const bool all_complete = packed.finish() && state->all_complete();
+    return code == 0 && !all_complete ? exit_incomplete : code;
 }
 
 int run_with_story(vp::CommandLine& line, const std::string& title, const std::string& preload) {
@@ -123,10 +129,9 @@ int run_with_story(vp::CommandLine& line, const std::string& title, const std::s
     }
     if (line.run.summary.empty()) line.run.summary = scratch.file("summary.json");
     const int code = run_program(line, preload);
-    for (const std::string& words :
-         vp::format_story({title, line.run.trace, line.library_log, line.run.summary})) {
+    const vp::StorySources sources{title, line.run.trace, line.library_log, line.run.summary};
+    for (const std::string& words : vp::format_story(sources, line.story_options))
         std::printf("%s\n", words.c_str());
-    }
     return code;
 }
 
@@ -138,12 +143,34 @@ int print_settings(const vp::RunOptions& run, const vp::Scenario& scenario) {
     return exit_incomplete;
 }
 
-int run(vp::CommandLine& line, const std::string& title) {
+int run_live(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title,
+             const std::string& preload) {
+#ifdef VP_HAS_LIVE_PAGE
+    vp::LiveProgram program;
+    program.port = *line.live_port;
+    program.given = given;
+    program.story = title;
+    program.command = line.program.command;
+    program.run = [&](int socket) {
+        line.run.live = socket;
+        return run_program(line, preload);
+    };
+    program.await_ending_signal = vp::await_ending_signal;
+    program.was_told_to_end = vp::was_told_to_end;
+    return vp::run_live(program);
+#else
+    (void)line, (void)given, (void)title, (void)preload;
+    return complain("--live: this virtual-projector was built without cpp-httplib");
+#endif
+}
+
+int run(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title) {
     const std::string preload = vp::find_preload_library();
     if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
     if (preload.find_first_of(preload_separators) != std::string::npos)
         return complain(preload + ": a path with a blank or a colon cannot be preloaded");
     vp::hold_signals();
+    if (line.live_port) return run_live(line, given, title, preload);
     return line.story ? run_with_story(line, title, preload) : run_program(line, preload);
 }
 
@@ -154,9 +181,11 @@ int main(int argc, char** argv) {
         std::optional<vp::CommandLine> line = vp::parse_command_line(argc, argv);
         if (!line) return 0;
         vp::Scenario scenario;
+        vp::RunOptions given = line->run;  // names, before they become files
         const std::string mistake = check(*line, scenario);
+        given.parameters = line->run.parameters;
         if (!mistake.empty()) return complain(mistake);
-        return line->print_settings ? print_settings(line->run, scenario) : run(*line, scenario.story);
+        return line->print_settings ? print_settings(line->run, scenario) : run(*line, given, scenario.story);
     } catch (const std::exception& error) {
         return complain(error.what());
     }

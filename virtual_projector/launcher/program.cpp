@@ -115,6 +115,7 @@ constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 sigset_t mask_before;
 sigset_t held_signals;
+bool told_to_end = false;
 
 bool is_ignored(int signal) {
     struct sigaction action {};
@@ -244,6 +245,14 @@ void hold_signals() {
     sigprocmask(SIG_BLOCK, &held_signals, &mask_before);
 }
 
+bool await_ending_signal(std::chrono::milliseconds longest) {
+    const timespec time = timespec_of(longest);
+    const int signal = sigtimedwait(&held_signals, nullptr, &time);
+    return signal > 0 && signal != SIGCHLD;
+}
+
+bool was_told_to_end() { return told_to_end; }
+
 int run_program(const Program& program, const RunOptions& options, const RunState& state,
                 const std::string& preload) {
     std::fflush(nullptr);
@@ -262,6 +271,7 @@ int run_program(const Program& program, const RunOptions& options, const RunStat
     }
     Watch watch(child, state, program.tool == Tool::gdb);
     watch.until_the_end();
+    told_to_end = watch.was_told_to_end();
     if (watch.was_told_to_end() || is_cut_off(watch.status())) end_all_processes();
     return exit_code_of(watch.status());
 }

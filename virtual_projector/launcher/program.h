@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_PROJECTOR_LAUNCHER_PROGRAM_H
 #define VIRTUAL_PROJECTOR_LAUNCHER_PROGRAM_H
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,11 @@ struct Program {
 /// From here on SIGINT, SIGTERM, SIGHUP and SIGQUIT do not end this process: run_program() passes them on, and
 /// what is to be done after the run is done. Before it, and before anything that must not be left behind.
 void hold_signals();
+
+/// Between runs: waits so long for one of these. True when one has come.
+bool await_ending_signal(std::chrono::milliseconds longest);
+/// True when one has been passed on to the last run's program.
+bool was_told_to_end();
 
 /// Runs the program to its end. Returns its exit code; 128 and the signal's number when a signal ended it;
 /// 127 when it could not be started, which is said on standard error.

@@ -23,7 +23,7 @@ constexpr std::chrono::seconds longest_finish{5};
 std::string stopped_in;
 void note_where_stopped() { stopped_in = innermost_function(); }
 
-std::string seconds(double time) {
+std::string in_words(double time) {
     char text[32];
     std::snprintf(text, sizeof text, "%g", time);
     return text;
@@ -46,10 +46,7 @@ RunEnds::RunEnds(const RunOptions& options, Clock& clock, TurnScheduler* turns, 
                  std::function<void()> finish)
     : options_(options), clock_(clock), turns_(turns), machine_(machine), finish_(std::move(finish)) {
     machine_.on_signal_end([this](int) { finish_(); });
-    if (options_.limit_s > 0) {
-        constexpr double microseconds = 1e6;
-        clock_.at(static_cast<Microseconds>(options_.limit_s * microseconds), [this] { limit_reached(); });
-    }
+    if (options_.limit_s > 0) end_at(microseconds(options_.limit_s));
     if (turns_ == nullptr) return;
     turns_->read_stacks_with(innermost_function);
     turns_->set_longest_idle(longest_idle_us);
@@ -65,15 +62,26 @@ void RunEnds::watch() {
     RunWatch::Handlers handlers;
     handlers.turn_lost = [this](const ScheduledThread& thread) { turn_lost(thread); };
     handlers.limit_reached = [this] { real_limit_reached(); };
-    handlers.is_excused = [this] { return machine_.descriptors().waits_for_person(); };
+    handlers.is_excused = [this] {
+        return machine_.descriptors().waits_for_person() || (is_excused_ && is_excused_());
+    };
     watch_ = std::make_unique<RunWatch>(*turns_, options_.real_limit_s, std::move(handlers));
 }
 
 std::string RunEnds::table() const { return turns_ == nullptr ? "" : turns_->table(); }
 
-void RunEnds::limit_reached() {
+void RunEnds::end_at(Microseconds time) {
+    clock_.at(time, [this, time] { limit_reached(time); });
+}
+
+void RunEnds::excuse(std::function<bool()> is_excused) {
+    is_excused_ = std::move(is_excused);
+    if (turns_ != nullptr) turns_->set_longest_idle(0);
+}
+
+void RunEnds::limit_reached(Microseconds limit) {
     if (turns_ != nullptr) turns_->ask_for_places();
-    const std::string text = "The limit of " + seconds(options_.limit_s) +
+    const std::string text = "The limit of " + in_words(vp::seconds(limit)) +
                              " simulated seconds is reached. What each thread does:\n" + table();
     finish_();
     end_process(text, limit_exit_code);
@@ -90,7 +98,7 @@ void RunEnds::real_limit_reached() {
         if (RunWatch::stop(running, note_where_stopped)) turns_->note_place(running, stopped_in);
     }
     turns_->ask_for_places();
-    const std::string text = "Nothing has happened for " + seconds(options_.real_limit_s) +
+    const std::string text = "Nothing has happened for " + in_words(options_.real_limit_s) +
                              " real seconds (--real-limit); it is " + format_seconds(clock_.now()) +
                              " in the run. What each thread does:\n" + table();
     std::promise<void> finished;

@@ -30,8 +30,13 @@ public:
     /// The run begins.
     void watch();
 
+    /// It ends as by --limit, at this time.
+    void end_at(Microseconds time);
+    /// Real time does not count while this is so, nor does the library's idling. Before watch().
+    void excuse(std::function<bool()> is_excused);
+
 private:
-    void limit_reached();
+    void limit_reached(Microseconds limit);
     void real_limit_reached();
     void turn_lost(const ScheduledThread& thread);
     std::string table() const;
@@ -41,6 +46,7 @@ private:
     TurnScheduler* turns_;
     Machine& machine_;
     std::function<void()> finish_;
+    std::function<bool()> is_excused_;
     bool has_lost_turn_ = false;
     std::atomic_flag has_reached_real_limit_ = ATOMIC_FLAG_INIT;
     std::unique_ptr<RunWatch> watch_;

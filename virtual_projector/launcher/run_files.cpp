@@ -10,6 +10,7 @@
 
 #include "virtual_projector/files/output_file.h"
 #include "virtual_projector/launcher/executable.h"
+#include "virtual_projector/launcher/packed_trace.h"
 #include "virtual_projector/launcher/run_schedule.h"
 #include "virtual_projector/world/tof_calibration.h"
 #include "virtual_projector/world/unit_record.h"
@@ -159,7 +160,7 @@ std::string check_files(const CommandLine& line) try {
     const std::string shared = check_shared(line);
     if (!shared.empty()) return shared;
     for (const std::string& mistake :
-         {check_flash(run.flash), check_writable("--trace", run.trace),
+         {check_flash(run.flash), check_packed_trace(run.trace), check_writable("--trace", run.trace),
           check_writable("--summary", run.summary), check_recording(run.record_schedule)}) {
         if (mistake.empty()) continue;
         for (const std::string& path : {run.trace, run.summary, run.record_schedule}) remove_unfinished(path);

@@ -21,7 +21,7 @@ namespace vp {
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(RunOptions, scenario, seed, world, unit, unit_seed, parameters, trace,
                                    trace_detail, summary, flash, exact_stacks, real_time, preempt, schedule,
                                    record_schedule, limit_s, real_limit_s, outside_skip, state, plain_stacks,
-                                   under_tool, version, commit)
+                                   under_tool, live, version, commit)
 
 std::string to_text(const RunOptions& options) { return nlohmann::json(options).dump(); }
 

@@ -36,6 +36,7 @@ struct RunOptions {
     std::string state;                // see run_state.h; empty: the run is this process's alone
     bool plain_stacks = false;        // the stacks are not measured
     bool under_tool = false;          // a debugger or the like starts the program
+    int live = -1;                    // socket to those who watch the run; -1: nobody
     std::string version;              // the launcher's own, for the trace
     std::string commit;
 };

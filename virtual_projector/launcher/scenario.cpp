@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/scenario.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cinttypes>
@@ -109,6 +110,14 @@ KeyPress read_key(const LocatedJson& json) {
     return key;
 }
 
+std::string read_line(const LocatedJson& json) {
+    constexpr std::size_t longest = 1000;
+    const std::string line = json.text();
+    if (line.size() > longest || line.find('\n') != std::string::npos)
+        json.fail("one line of at most 1000 bytes");
+    return line;
+}
+
 using Action = decltype(ScenarioEvent::action);
 
 // What kind an event is, is said by one member; the others that may stand beside it belong to that kind.
@@ -133,10 +142,23 @@ Action read_action(const LocatedJson& json) {
         json.allow_members({"at_s", "what", "fault"});
         return read_fault(json.member("fault"));
     }
-    if (!json.has("clear_faults")) json.fail("an event with set, gesture, block, key, fault or clear_faults");
+    if (json.has("type")) {
+        json.allow_members({"at_s", "what", "type"});
+        return TypeEvent{read_line(json.member("type"))};
+    }
+    if (!json.has("clear_faults"))
+        json.fail("an event with set, gesture, block, key, type, fault or clear_faults");
     json.allow_members({"at_s", "what", "clear_faults"});
     if (!json.member("clear_faults").boolean()) json.member("clear_faults").fail("true");
     return ClearFaults{};
+}
+
+// As much as a pipe holds of what nobody reads yet.
+std::string read_typed(const LocatedJson& json) {
+    constexpr std::size_t longest = 30000;
+    const std::string text = json.text();
+    if (text.size() > longest) json.fail("a text of at most 30000 bytes");
+    return text;
 }
 
 // Of a file that is looked for when the run begins.
@@ -154,7 +176,8 @@ ScenarioEvent read_event(const LocatedJson& json) {
 }
 
 Scenario read_document(const LocatedJson& json) {
-    json.allow_members({"story", "seed", "unit_seed", "unit", "world", "set", "faults", "events"});
+    json.allow_members(
+        {"story", "seed", "unit_seed", "unit", "world", "set", "faults", "events", "standard_input"});
     Scenario scenario;
     if (json.has("story")) scenario.story = json.member("story").text();
     if (json.has("seed"))
@@ -169,6 +192,7 @@ Scenario read_document(const LocatedJson& json) {
         for (const LocatedJson& fault : json.member("faults").elements())
             scenario.faults.push_back(read_fault(fault));
     }
+    if (json.has("standard_input")) scenario.standard_input = read_typed(json.member("standard_input"));
     if (json.has("events")) {
         for (const LocatedJson& event : json.member("events").elements())
             scenario.events.push_back(read_event(event));
@@ -187,12 +211,14 @@ const char* scenario_format() {
   "world": NAME             what the room is like, as --world
   "set": {NAME: VALUE}      parameters at the start
   "faults": [FAULT]         from the start
+  "standard_input": TEXT    what PROGRAM reads there at first
   "events": [EVENT]         each an object with "at_s": SECONDS, perhaps "what": TEXT, and one of
     "set": {NAME: VALUE}
     "gesture": KIND         pick_up, carry, set_down, tilt, shake, slow_shake, turn_over, hang, bump or slide; perhaps )"
            R"(with "to": {MEMBER OF THE POSE: VALUE}, "for_s": SECONDS and of a bump "strength_g": G
     "block": [ZONE]         tr, br, tl, bl; with "distance_mm": MM and perhaps "for_s": SECONDS
     "key": CODE             perhaps with "value": 1 pressed, 0 released, 2 repeated
+    "type": LINE            of what PROGRAM reads on standard input, which is the scenario's alone then
     "fault": FAULT
     "clear_faults": true
 A FAULT hits calls by "operation" (open, read, write, ioctl, close, call, pthread_create), "path" (a node, or a )"
@@ -212,6 +238,17 @@ Scenario parse_scenario(const std::string& text, const std::string& name) {
     Scenario scenario = read_document(LocatedJson(document, name + ": $"));
     scenario.digest = digest_of(text);
     return scenario;
+}
+
+ScenarioEvent parse_event(const std::string& text, const std::string& name) {
+    const nlohmann::ordered_json document = parse_strictly(text, name);
+    return read_event(LocatedJson(document, name + ": $"));
+}
+
+bool Scenario::types() const {
+    return standard_input || std::any_of(events.begin(), events.end(), [](const ScenarioEvent& event) {
+               return std::holds_alternative<TypeEvent>(event.action);
+           });
 }
 
 Scenario read_scenario(const std::string& path) {

@@ -43,10 +43,15 @@ struct KeyPress {
 
 struct ClearFaults {};
 
+/// Somebody types a line where the program reads its standard input.
+struct TypeEvent {
+    std::string line;  // without its newline
+};
+
 struct ScenarioEvent {
     Microseconds at = 0;
     std::string what;  // in words
-    std::variant<SetEvent, GestureEvent, BlockEvent, KeyPress, FaultRule, ClearFaults> action;
+    std::variant<SetEvent, GestureEvent, BlockEvent, KeyPress, FaultRule, ClearFaults, TypeEvent> action;
 };
 
 struct Scenario {
@@ -60,6 +65,10 @@ struct Scenario {
     ParameterValues parameters;
     std::vector<FaultRule> faults;
     std::vector<ScenarioEvent> events;
+    std::optional<std::string> standard_input;  // what stands there at the start; none: the launcher's own
+
+    /// True when the program's standard input is what this scenario says, and nobody else's.
+    bool types() const;
 };
 
 /// What may stand in a scenario file, for people who write one.
@@ -74,6 +83,9 @@ Scenario read_scenario(const std::string& path);
 
 /// The same from text; `name` stands for the file in messages.
 Scenario parse_scenario(const std::string& text, const std::string& name);
+
+/// One event from text, as it stands in a file's "events".
+ScenarioEvent parse_event(const std::string& text, const std::string& name);
 
 }  // namespace vp
 

@@ -32,6 +32,7 @@ struct Words {
     std::string operator()(const KeyPress& key) const { return "key " + std::to_string(key.code); }
     std::string operator()(const FaultRule& rule) const { return "fault: " + rule.operation + " " + rule.path; }
     std::string operator()(const ClearFaults&) const { return "faults are gone"; }
+    std::string operator()(const TypeEvent& event) const { return "typed: " + event.line; }
 };
 
 void set_all(World& world, const ParameterValues& values) {
@@ -68,6 +69,9 @@ struct Happening {
     }
     void operator()(const FaultRule& rule) const { targets.faults.add(rule); }
     void operator()(const ClearFaults&) const { targets.faults.clear(); }
+    void operator()(const TypeEvent& event) const {
+        if (targets.type) targets.type(event.line + "\n");
+    }
 };
 
 bool changes_faults(const ScenarioEvent& event) {
@@ -116,8 +120,15 @@ std::string words_of(const ScenarioEvent& event) {
     return event.what.empty() ? std::visit(Words{}, event.action) : event.what;
 }
 
-void schedule(const Scenario& scenario, EventTargets event_targets) {
-    const auto targets = std::make_shared<const EventTargets>(std::move(event_targets));
+void schedule_event(const ScenarioEvent& event, const Targets& targets) {
+    if (changes_faults(event)) {
+        schedule_fault_event(event, targets);
+    } else {
+        schedule_world_event(event, targets);
+    }
+}
+
+void schedule(const Scenario& scenario, const Targets& targets) {
     for (const FaultRule& rule : scenario.faults) targets->faults.add(rule);
     for (const ScenarioEvent& event : scenario.events) {
         if (!changes_faults(event)) schedule_world_event(event, targets);
@@ -125,6 +136,10 @@ void schedule(const Scenario& scenario, EventTargets event_targets) {
     for (const ScenarioEvent& event : scenario.events) {
         if (changes_faults(event)) schedule_fault_event(event, targets);
     }
+}
+
+void schedule(const Scenario& scenario, EventTargets targets) {
+    schedule(scenario, std::make_shared<const EventTargets>(std::move(targets)));
 }
 
 }  // namespace vp

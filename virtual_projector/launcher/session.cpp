@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -33,6 +34,9 @@
 #include "virtual_projector/launcher/run_summary.h"
 #include "virtual_projector/launcher/scenario_events.h"
 #include "virtual_projector/launcher/truth_trace.h"
+#include "virtual_projector/launcher/typed_input.h"
+#include "virtual_projector/live/live_run.h"
+#include "virtual_projector/live/live_sink.h"
 #include "virtual_projector/trace/json_trace.h"
 
 namespace vp {
@@ -130,8 +134,10 @@ struct Session::Parts {
           board(world, *clock, {given.flash, tof_memory_file(given.flash)}),
           faults(world.seed()),
           file_trace(make_trace(given)) {
-        if (file_trace) {
-            trace = std::make_unique<TruthTrace>(*file_trace, [this] { return truth(); });
+        if (given.live >= 0) live = std::make_unique<LiveRun>(move_out_of_the_way(given.live));
+        if (live) live_sink = std::make_unique<LiveSink>(file_trace.get(), *live);
+        if (TraceSink* const whole = sink()) {
+            trace = std::make_unique<TruthTrace>(*whole, [this] { return truth(); });
             trace->follow_lens(
                 {[this] { return lens_bends(); }, [this](Microseconds at) { return truth_at(at); }});
         }
@@ -143,6 +149,11 @@ struct Session::Parts {
         });
         if (options.plain_stacks) machine->threads().use_plain_stacks();
         if (options.exact_stacks) machine->threads().measure_stacks_exactly();
+    }
+
+    TraceSink* sink() const {
+        if (live_sink) return live_sink.get();
+        return file_trace.get();
     }
 
     Truth truth() {
@@ -212,7 +223,7 @@ struct Session::Parts {
     }
 
     void schedule_events() {
-        EventTargets targets{
+        event_targets = std::make_shared<const EventTargets>(EventTargets{
             [this](Microseconds at, std::function<void()> event) { clock->at(at, std::move(event)); },
             [this](const std::function<void(World&)>& change) {
                 if (trace) trace->before_change(clock->now());
@@ -227,12 +238,39 @@ struct Session::Parts {
                 if (!trace) return;
                 trace->time_is(clock->now());
                 trace->record_event(at, what);
-            }};
-        schedule(scenario, std::move(targets));
+            },
+            [this](const std::string& text) { type(text); }});
+        schedule(scenario, event_targets);
+    }
+
+    void type(const std::string& text) {
+        if (!keyboard || !keyboard->type(text)) complain("the program reads no standard input; lost: " + text);
+    }
+
+    // What stood in this place when the process was started leads outside; the keyboard does not.
+    void begin_typing() {
+        if (!scenario.types() && !live) return;
+        keyboard = std::make_unique<TypedInput>();
+        machine->protect({keyboard->descriptor()});
+        machine->forget_descriptor(STDIN_FILENO);
+        if (scenario.standard_input) type(*scenario.standard_input);
+    }
+
+    void begin_live() {
+        if (!live) return;
+        machine->protect({live->descriptor()});
+        LiveRun::Run run;
+        run.now = [this] { return clock->now(); };
+        run.world = [this] { return world; };
+        run.schedule = [this](const ScenarioEvent& event) { schedule_event(event, event_targets); };
+        run.end_at = [this](Microseconds time) { ends->end_at(time); };
+        run.signals = machine->signals()->noted_descriptor();
+        live->begin(std::move(run));
+        run_clock.turns->before_advance([this](std::optional<Microseconds> next) { return live->hold(next); });
     }
 
     void record_run() {
-        if (file_trace) file_trace->record_run(run_record(options, scenario, start.settings));
+        if (sink() != nullptr) sink()->record_run(run_record(options, scenario, start.settings));
     }
 
     void follow_time() {
@@ -253,11 +291,15 @@ struct Session::Parts {
     Board board;
     DeviceTable nodes;
     FaultPlan faults;
+    std::unique_ptr<TypedInput> keyboard;
+    std::unique_ptr<LiveRun> live;
     std::unique_ptr<JsonTrace> file_trace;
+    std::unique_ptr<LiveSink> live_sink;
     std::unique_ptr<TruthTrace> trace;
     std::unique_ptr<Machine> machine;
     std::unique_ptr<RunSummary> summary;
     RunProgress progress{stderr};
+    std::shared_ptr<const EventTargets> event_targets;
     std::unique_ptr<RunEnds> ends;
     std::atomic_flag finished = ATOMIC_FLAG_INIT;
 };
@@ -281,6 +323,7 @@ Session::Session(const RunOptions& options, RunState* state) {
     }
     parts_->ends = std::make_unique<RunEnds>(parts_->options, *parts_->clock, parts_->run_clock.turns,
                                              *parts_->machine, [this] { finish(); });
+    if (LiveRun* const live = parts_->live.get()) parts_->ends->excuse([live] { return live->is_holding(); });
     Machine& machine = *parts_->machine;
     if (parts_->trace) {
         record_host_calls();
@@ -290,6 +333,8 @@ Session::Session(const RunOptions& options, RunState* state) {
     machine.protect(made_since(programs_own));
     machine.chance().set_seed(parts_->world.seed());
     if (options.outside_skip) machine.descriptors().skip_outside();
+    parts_->begin_typing();
+    parts_->begin_live();
     if (may_wait(machine)) take_over_standard_input({::read, ::write, ::close});
     parts_->ends->watch();
 }
@@ -302,9 +347,10 @@ void Session::finish() {
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);
-        parts_->file_trace->record_wear(parts_->clock->now(), json_of(parts_->wear()));
+        if (parts_->file_trace) parts_->file_trace->record_wear(parts_->clock->now(), json_of(parts_->wear()));
         parts_->trace->record_now(parts_->clock->now());
     }
+    if (parts_->live) parts_->live->finish();
     parts_->progress.finish();
     FileAccount& account = parts_->account;
     const RunOptions& options = parts_->options;

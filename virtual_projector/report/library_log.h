@@ -1,4 +1,4 @@
-// What the library's log says of its measurements and decisions.
+// What the library's log says of its measurements and decisions, in words.
 #ifndef VIRTUAL_PROJECTOR_REPORT_LIBRARY_LOG_H
 #define VIRTUAL_PROJECTOR_REPORT_LIBRARY_LOG_H
 
@@ -7,32 +7,42 @@
 
 namespace vp {
 
-struct LibraryLog {
-    std::vector<std::string> words;  // of the lines that a story needs, in their order
-    int toasts = 0;                  // how many were sent to the host
+enum class LogKind {
+    nothing,  // that a story needs
+    seen,     // by a sensor
+    chosen,   // by the library
+    refused,  // or not possible, or gone wrong
+    detail,   // of how it is done
 };
 
-/// Turns log lines into words, one after the other: some say something only together with those before.
+struct LogWords {
+    LogKind kind = LogKind::nothing;
+    std::string words;  // empty: it says nothing that a story needs
+
+    bool operator==(const LogWords& other) const { return kind == other.kind && words == other.words; }
+};
+
+/// Turns log lines of one thread into words, one after the other: some say something only together with those
+/// before.
 class LogFormatter {
 public:
-    /// A line in plain words; empty when it says nothing that a story needs. Colour codes are dropped.
-    std::string format(const std::string& line);
+    LogWords format(const std::string& line);
 
 private:
     struct Aim {
         int current = 0;
         int target = 0;
     };
-    std::string format_place(const std::string& message);
-    std::string format_aim(const std::string& message);
-    std::string format_arrival(const std::string& message) const;
+    LogWords format_place(const std::string& message);
+    LogWords format_aim(const std::string& message);
+    LogWords format_arrival(const std::string& message) const;
 
     bool aims_ = false;  // a target has been shown in this run
     Aim aim_;
 };
 
-/// A file that cannot be read has no words. Words that repeat those before them are left out.
-LibraryLog read_library_log(const std::string& path);
+/// The lines of a log that was written to a file, without the empty ones; none when it cannot be read.
+std::vector<std::string> read_library_log(const std::string& path);
 
 /// The distance in millimetres that a focus place (0 to 24) is for; 0 for any other.
 int focus_place_mm(int place);

@@ -62,6 +62,7 @@ Finished finish(const std::vector<std::string>& command, const std::string& inpu
 
 const char* const launcher = STORYKIT_LAUNCHER;
 const char* const host_program = STORYKIT_HOST;
+const char* const report_program = STORYKIT_REPORT;
 
 std::string contents_of(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

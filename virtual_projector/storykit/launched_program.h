@@ -35,6 +35,7 @@ Finished launch_own(const std::vector<std::string>& command);
 // Where the programs of this build stand.
 extern const char* const launcher;
 extern const char* const host_program;
+extern const char* const report_program;
 
 /// A file of the project.
 std::string project_file(const std::string& name);

@@ -274,6 +274,7 @@ StateLine state_line_from(const nlohmann::json& line) {
     StateLine state;
     state.t_us = line.value(record_key::t_us, std::int64_t{0});
     state.thread = line.value(record_key::thread, 0);
+    state.thread_name = name_in(line);
     for (const auto& [name, value] : line.at(record_key::state).items())
         state.values.emplace_back(name, value.get<double>());
     return state;

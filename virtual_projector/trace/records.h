@@ -241,6 +241,7 @@ struct ReturnLine {
 struct StateLine {
     std::int64_t t_us = 0;
     int thread = 0;
+    std::string thread_name;
     std::vector<std::pair<std::string, double>> values;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <sstream>
 
 namespace vp {
 namespace {
@@ -13,6 +14,28 @@ constexpr std::size_t longest_excerpt = 40;
 bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 bool is_control(char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7F'; }
+
+// Where the continuation of a line stands: below its last column, which two blanks set off, if that leaves
+// room.
+std::size_t indent_of(const std::string& line, std::size_t width) {
+    const std::size_t first = line.find_first_not_of(' ');
+    const std::size_t gap = line.rfind("  ", width / 2);
+    const bool has_column = gap != std::string::npos && gap > first;
+    return has_column ? line.find_first_not_of(' ', gap) : first;
+}
+
+std::string wrap_line(std::string line, std::size_t width) {
+    std::string wrapped;
+    const std::size_t indent = std::min(indent_of(line, width), line.size());
+    while (line.size() > width) {
+        std::size_t cut = line.rfind(' ', width);
+        if (cut == std::string::npos || cut <= indent) cut = line.find(' ', width);
+        if (cut == std::string::npos) break;
+        wrapped += line.substr(0, cut) + "\n";
+        line = std::string(indent, ' ') + line.substr(cut + 1);
+    }
+    return wrapped + line;
+}
 
 }  // namespace
 
@@ -37,6 +60,13 @@ std::string join(const std::vector<std::string_view>& names) {
         text += name;
     }
     return text;
+}
+
+std::string wrap_lines(const std::string& text, std::size_t width) {
+    std::string wrapped;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) wrapped += wrap_line(line, width) + "\n";
+    return wrapped;
 }
 
 }  // namespace vp

@@ -17,6 +17,10 @@ std::string excerpt(std::string_view text);
 /// "a, b, c"
 std::string join(const std::vector<std::string_view>& names);
 
+/// Each line cut at blanks into lines of at most `width` columns. What goes on stands below the place where the
+/// line's last column of words began.
+std::string wrap_lines(const std::string& text, std::size_t width);
+
 }  // namespace vp
 
 #endif

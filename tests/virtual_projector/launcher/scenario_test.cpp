@@ -1,5 +1,6 @@
 #include "virtual_projector/launcher/scenario.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -52,6 +53,21 @@ TEST(AScenario, MayBeEmpty) {
     EXPECT_TRUE(scenario.parameters.empty());
     EXPECT_TRUE(scenario.faults.empty());
     EXPECT_TRUE(scenario.events.empty());
+}
+
+TEST(AScenario, TypesWhatTheProgramReads) {
+    EXPECT_FALSE(parse("{}").types());
+    EXPECT_TRUE(parse(R"({"standard_input": ""})").types());
+    EXPECT_EQ(parse(R"({"standard_input": "init\nakaf\n"})").standard_input, "init\nakaf\n");
+    EXPECT_TRUE(parse(R"({"events": [{"at_s": 1, "type": "akaf"}]})").types());
+    EXPECT_EQ(only_action<vp::TypeEvent>(R"("type": "wait idle")").line, "wait idle");
+    EXPECT_THAT(mistake_in_event(R"("type": "two\nlines")"),
+                testing::HasSubstr("expected one line of at most 1000 bytes"));
+}
+
+TEST(AScenario, HasEventsToTheMicrosecond) {
+    EXPECT_EQ(vp::parse_event(R"({"at_s": 863999.999999, "key": 1})", "event").at, 863999999999);
+    EXPECT_EQ(vp::parse_event(R"({"at_s": 0.000001, "key": 1})", "event").at, 1);
 }
 
 TEST(AScenario, NamesItsWorldAndItsUnitsSpread) {

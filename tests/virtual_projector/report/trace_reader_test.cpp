@@ -112,4 +112,48 @@ TEST(ATrace, IsReadThroughLinesThatAreNoRecords) {
 
 TEST(ATrace, ThatIsNotThereIsEmpty) { EXPECT_TRUE(vp::read_trace("/nowhere/trace").truths.empty()); }
 
+TEST(ATrace, HoldsWhatTheLibraryToldItsHostItsVariablesAndItsLog) {
+    const vp::TraceContents trace = read(
+        R"({"t_us":5,"thread":2,"name":"worker","callback":"toast","slot":5,"arguments":[6],"means":"done"})"
+        "\n"
+        R"({"t_us":6,"thread":3,"name":"other","state":{"g_run_once_AKAF":1,"leftIdle":4}})"
+        "\n"
+        R"({"t_us":7,"thread":2,"name":"worker","log":"[ovra_focus]  here"})"
+        "\n");
+    ASSERT_EQ(trace.callbacks.size(), 1U);
+    EXPECT_EQ(trace.callbacks[0].callback, "toast");
+    EXPECT_EQ(trace.callbacks[0].arguments, (std::vector<std::int32_t>{6}));
+    EXPECT_EQ(trace.callbacks[0].means, "done");
+    ASSERT_EQ(trace.states.size(), 1U);
+    EXPECT_EQ(trace.states[0].thread, 3);
+    ASSERT_EQ(trace.states[0].values.size(), 2U);
+    EXPECT_EQ(trace.states[0].values[0].first, "g_run_once_AKAF");
+    EXPECT_EQ(trace.states[0].values[0].second, 1);
+    ASSERT_EQ(trace.log.size(), 1U);
+    EXPECT_EQ(trace.log[0].text, "[ovra_focus]  here");
+    EXPECT_EQ(trace.end_us, 7);
+}
+
+TEST(ATrace, HoldsWhatFaultsDid) {
+    const vp::TraceContents trace =
+        read(R"({"t_us":5,"thread":2,"call":"read","path":"/n","result":1,"data":"1",)"
+             R"("fault":{"number":3,"did":"gave stale data"}})"
+             "\n");
+    ASSERT_EQ(trace.faults.size(), 1U);
+    EXPECT_EQ(trace.faults[0].number, 3);
+    EXPECT_EQ(trace.faults[0].what, "read /n");
+    EXPECT_EQ(trace.faults[0].did, "gave stale data");
+}
+
+TEST(ATrace, HoldsItsThreadsInTheOrderOfTheirFirstRecords) {
+    const vp::TraceContents trace = read(
+        "{\"t_us\":1,\"thread\":1,\"name\":\"main\",\"call\":\"sleep\",\"us\":1,\"result\":0}\n"
+        "{\"t_us\":2,\"thread\":4,\"name\":\"worker\",\"call\":\"sleep\",\"us\":1,\"result\":0}\n"
+        "{\"t_us\":3,\"thread\":1,\"name\":\"main\",\"call\":\"sleep\",\"us\":1,\"result\":0}\n");
+    ASSERT_EQ(trace.threads.size(), 2U);
+    EXPECT_EQ(trace.threads[1].number, 4);
+    EXPECT_EQ(trace.threads[1].name, "worker");
+    EXPECT_EQ(trace.threads[1].first_us, 2);
+}
+
 }  // namespace

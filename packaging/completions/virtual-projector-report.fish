@@ -1,0 +1,15 @@
+# Completion of virtual-projector-report's command line for fish.
+
+complete -c virtual-projector-report -s h -l help -d 'Print the options'
+complete -c virtual-projector-report -l version -d 'Print version and commit'
+complete -c virtual-projector-report -s o -l page -r -d 'Write the page of the run'
+complete -c virtual-projector-report -l data -r -d 'Write the data of the page as JSON'
+complete -c virtual-projector-report -l perfetto -r -d 'Write the run for a viewer of threads'
+complete -c virtual-projector-report -l csv -x -a '(__fish_complete_directories)' -d 'Write tables into this folder'
+complete -c virtual-projector-report -l title -x -d 'What the page and the story call the run'
+complete -c virtual-projector-report -l story -d 'Tell in words what happened'
+complete -c virtual-projector-report -l full -d 'Of the story everything'
+complete -c virtual-projector-report -l log -d 'The log lines in their places of the story'
+complete -c virtual-projector-report -l diff -r -d 'Compare with this trace'
+complete -c virtual-projector-report -l ignore -x -a 'version run call callback return state log event truth wear' -d 'Kinds of records that may differ'
+complete -c virtual-projector-report -l partial -d 'Take what there is of a trace that is cut'

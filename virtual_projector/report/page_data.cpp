@@ -1,0 +1,232 @@
+#include "virtual_projector/report/page_data.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <type_traits>
+#include <utility>
+
+#include "virtual_projector/report/json_text.h"
+#include "virtual_projector/report/repeat_command.h"
+
+namespace vp {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr int page_data_format = 1;
+constexpr std::size_t most_points = 200000;
+constexpr std::size_t most_slices = 20000;
+
+// The smallest band about the last told value that leaves few enough changes. A doubling search: the first
+// bands are far below what a curve on a page can show.
+double thin(Signal& signal) {
+    double within = 0;
+    while (signal.values.size() > most_points) {
+        const auto [low, high] = std::minmax_element(signal.values.begin(), signal.values.end());
+        within = within == 0 ? (*high - *low) / 16384 : 2 * within;
+        if (!(within > 0) || !std::isfinite(within)) break;
+        Signal fewer;
+        double last = 0;
+        for (std::size_t i = 0; i < signal.values.size(); ++i) {
+            const double value = signal.values[i];
+            if (i > 0 && std::abs(value - last) <= within) continue;
+            fewer.t_us.push_back(signal.t_us[i]);
+            fewer.values.push_back(value);
+            last = value;
+        }
+        signal.t_us = std::move(fewer.t_us);
+        signal.values = std::move(fewer.values);
+    }
+    return within;
+}
+
+ordered_json time_or_none(const std::optional<std::int64_t>& t_us) {
+    return t_us ? ordered_json(*t_us) : ordered_json(nullptr);
+}
+
+ordered_json json_of(const Request& request) {
+    return {{"n", request.number},
+            {"kind", name_of(request.kind)},
+            {"what", request.what},
+            {"by", request.by},
+            {"thread", request.thread},
+            {"t", request.asked_us},
+            {"begin", time_or_none(request.begun_us)},
+            {"end", time_or_none(request.ended_us)},
+            {"failed", request.failed},
+            {"outcome", request.outcome},
+            {"before", json_of(static_cast<const TruthRecord&>(request.before))},
+            {"after", json_of(static_cast<const TruthRecord&>(request.after))}};
+}
+
+class Writer {
+public:
+    explicit Writer(const RunData& run) : run_(run) {}
+    std::string write(const std::string& title, const std::vector<std::string>& story);
+
+private:
+    void write_head(const std::string& title);
+    void write_signal(Signal signal);
+    void write_signals();
+    void write_outlines();
+    void write_zones();
+    void write_true_zones();
+    void write_flags();
+    void write_requests();
+    void write_lanes();
+    void write_slice(const Slice& slice);
+    void write_log();
+    template <typename Member>
+    void write_frames(const char* name, Member ZonesAt::*member);
+
+    const RunData& run_;
+    JsonText text_;
+};
+
+void Writer::write_signal(Signal signal) {
+    const double within = thin(signal);
+    ordered_json head = {{"name", signal.name}, {"unit", signal.unit}, {"about", signal.about}};
+    if (within > 0) head["within"] = within;
+    std::string begin = head.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    begin.pop_back();  // its brace
+    text_.raw(begin + ",\"t\":");
+    text_.numbers(signal.t_us);
+    text_.raw(",\"v\":");
+    text_.numbers(signal.values);
+    text_.raw("}");
+}
+
+void Writer::write_signals() {
+    text_.list(run_.signals, [this](const auto& named) { write_signal(named.second); });
+}
+
+void Writer::write_outlines() {
+    std::vector<const TruthAt*> news;
+    for (const TruthAt& truth : run_.contents.truths) {
+        const bool is_same = !news.empty() && news.back()->on_wall == truth.on_wall &&
+                             news.back()->outline_mm == truth.outline_mm;
+        if (!is_same) news.push_back(&truth);
+    }
+    text_.raw("{\"t\":");
+    text_.list(news, [this](const TruthAt* truth) { text_.number(truth->t_us); });
+    text_.raw(",\"xz\":");
+    text_.list(news, [this](const TruthAt* truth) {
+        if (!truth->on_wall) return text_.raw("[]");
+        text_.list(truth->outline_mm, [this](const auto& corner) { text_.numbers(corner); });
+    });
+    text_.raw("}");
+}
+
+template <typename Member>
+void Writer::write_frames(const char* name, Member ZonesAt::*member) {
+    text_.raw(std::string(",\"") + name + "\":");
+    text_.list(run_.zones, [&](const ZonesAt& frame) {
+        text_.list(frame.*member, [this](auto value) {
+            if constexpr (std::is_same_v<decltype(value), bool>) {
+                text_.raw(value ? "true" : "false");
+            } else {
+                text_.number(std::int64_t{value});
+            }
+        });
+    });
+}
+
+// As they were when the frame was taken.
+void Writer::write_true_zones() {
+    const std::vector<TruthAt>& truths = run_.contents.truths;
+    std::size_t next = 0;  // the first truth after the frame
+    text_.raw(",\"true_mm\":");
+    text_.list(run_.zones, [&](const ZonesAt& frame) {
+        while (next < truths.size() && truths[next].t_us <= frame.t_us) ++next;
+        if (next == 0) return text_.raw("[null,null,null,null]");
+        text_.list(truths[next - 1].zones_mm, [this](double mm) { text_.number(mm < 0 ? std::nan("") : mm); });
+    });
+}
+
+void Writer::write_zones() {
+    text_.raw("{\"t\":");
+    text_.list(run_.zones, [&](const ZonesAt& frame) { text_.number(frame.t_us); });
+    write_frames("sensed_mm", &ZonesAt::distance_mm);
+    write_true_zones();
+    write_frames("quality", &ZonesAt::quality);
+    write_frames("valid", &ZonesAt::valid);
+    text_.raw("}");
+}
+
+void Writer::write_flags() {
+    text_.list(run_.flags, [this](const Flag& flag) {
+        text_.json({{"t", flag.t_us}, {"kind", flag.kind}, {"text", flag.text}});
+    });
+}
+
+void Writer::write_requests() {
+    text_.list(run_.requests, [this](const Request& request) { text_.json(json_of(request)); });
+}
+
+void Writer::write_slice(const Slice& slice) {
+    text_.raw("[" + std::to_string(slice.begin_us) + "," + std::to_string(slice.end_us - slice.begin_us) +
+              ",\"" + slice_kind_name(slice.kind) + "\",");
+    text_.json(run_.slice_names.at(slice.what));
+    text_.raw("]");
+}
+
+void Writer::write_lanes() {
+    text_.list(run_.lanes, [this](const auto& numbered) {
+        const Lane& lane = numbered.second;
+        std::vector<Slice> slices;
+        std::copy_if(lane.slices.begin(), lane.slices.end(), std::back_inserter(slices),
+                     [](const Slice& slice) { return slice.end_us > slice.begin_us; });
+        std::int64_t merged_us = 0;
+        slices = merge_short(std::move(slices), most_slices, merged_us);
+        text_.raw("{\"thread\":" + std::to_string(lane.thread) + ",\"name\":");
+        text_.json(lane.name);
+        text_.raw(",\"merged_us\":" + std::to_string(merged_us) + ",\"slices\":");
+        text_.list(slices, [this](const Slice& slice) { write_slice(slice); });
+        text_.raw("}");
+    });
+}
+
+void Writer::write_log() {
+    text_.list(run_.contents.log, [this](const LogLine& line) {
+        text_.json({{"t", line.t_us}, {"thread", line.thread}, {"text", line.text}});
+    });
+}
+
+void Writer::write_head(const std::string& title) {
+    text_.raw("{\"format\":" + std::to_string(page_data_format) + ",\"title\":");
+    text_.json(title);
+    text_.raw(",\"run\":");
+    text_.json(run_line(run_.contents.run).at(record_key::run));
+    text_.raw(",\"command\":");
+    text_.json(repeat_command(run_.contents.run));
+    text_.raw(",\"end_us\":" + std::to_string(run_.contents.end_us));
+}
+
+std::string Writer::write(const std::string& title, const std::vector<std::string>& story) {
+    write_head(title);
+    const std::pair<const char*, void (Writer::*)()> parts[] = {{"signals", &Writer::write_signals},
+                                                                {"outlines", &Writer::write_outlines},
+                                                                {"zones", &Writer::write_zones},
+                                                                {"flags", &Writer::write_flags},
+                                                                {"requests", &Writer::write_requests},
+                                                                {"lanes", &Writer::write_lanes},
+                                                                {"log", &Writer::write_log}};
+    for (const auto& [name, write] : parts) {
+        text_.raw(std::string(",\"") + name + "\":");
+        (this->*write)();
+    }
+    text_.raw(",\"story\":");
+    text_.json(story);
+    text_.raw("}\n");
+    return text_.take();
+}
+
+}  // namespace
+
+std::string page_data(const RunData& run, const std::string& title, const std::vector<std::string>& story) {
+    return Writer(run).write(title, story);
+}
+
+}  // namespace vp

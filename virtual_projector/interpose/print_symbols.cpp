@@ -25,32 +25,45 @@ vp::real::Call<std::size_t(const void*, std::size_t, std::size_t, FILE*)> real_f
 vp::real::Call<int(int, const char*, va_list)> real_vprintf_chk{"__vprintf_chk"};
 vp::real::Call<int(FILE*, int, const char*, va_list)> real_vfprintf_chk{"__vfprintf_chk"};
 
-// Where to note what is printed; null: nowhere. `caller` is a place in the code that prints.
-vp::LogLines* notes_of(const void* caller, FILE* stream) {
+// True when what is printed there is to be noted. `caller` is a place in the code that prints.
+[[gnu::noinline]] bool is_noted(const void* caller, FILE* stream) {
     const vp::WatchedLibrary* const library = vp::WatchedLibrary::loaded();
-    if (library == nullptr || stream != stdout || !library->has_code_at(caller)) return nullptr;
-    vp::Machine* const machine = vp::Machine::active();
-    return machine != nullptr && machine->watches_library() ? vp::current_log_lines() : nullptr;
+    if (library == nullptr || stream != stdout || !library->has_code_at(caller)) return false;
+    const vp::Machine* const machine = vp::Machine::active();
+    return machine != nullptr && machine->watches_library() && vp::current_log_lines() != nullptr;
 }
 
-void note(vp::LogLines* notes, std::string_view text) {
-    if (notes == nullptr) return;
-    const vp::ReentrancyGuard guard;
-    notes->add(text);
+// While something is noted. The stack that this needs is none of the program's use.
+class Noting {
+public:
+    Noting() { machine_.threads().call_begins(); }
+    ~Noting() { machine_.threads().call_ends(); }
+    Noting(const Noting&) = delete;
+    Noting& operator=(const Noting&) = delete;
+
+    static vp::LogLines& lines() { return *vp::current_log_lines(); }
+
+private:
+    vp::Machine& machine_ = *vp::Machine::active();
+    const vp::ReentrancyGuard guard_;
+};
+
+[[gnu::noinline]] void note(std::string_view text) {
+    const Noting noting;
+    Noting::lines().add(text);
 }
 
-void note_character(vp::LogLines* notes, int character) {
+void note_character(int character) {
     const char text = static_cast<char>(character);
-    note(notes, {&text, 1});
+    note({&text, 1});
 }
 
-__attribute__((format(printf, 2, 0))) void note_formatted(vp::LogLines* notes, const char* format,
-                                                          va_list arguments) {
-    if (notes == nullptr) return;
-    const vp::ReentrancyGuard guard;
+[[gnu::noinline]] __attribute__((format(printf, 1, 0))) void note_formatted(const char* format,
+                                                                            va_list arguments) {
+    const Noting noting;
     va_list own;
     va_copy(own, arguments);
-    notes->add_formatted(format, own);
+    Noting::lines().add_formatted(format, own);
     va_end(own);
 }
 
@@ -69,28 +82,28 @@ int printed_by_list(const char* format, va_list arguments) __asm__("vprintf");
 int printed_character(int character) __asm__("putchar");
 
 int printed_by_list(const char* format, va_list arguments) {
-    note_formatted(notes_of(VP_CALLER, stdout), format, arguments);
+    if (is_noted(VP_CALLER, stdout)) note_formatted(format, arguments);
     return real_vprintf(format, arguments);
 }
 
 int printf(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    note_formatted(notes_of(VP_CALLER, stdout), format, arguments);
+    if (is_noted(VP_CALLER, stdout)) note_formatted(format, arguments);
     const int length = real_vprintf(format, arguments);
     va_end(arguments);
     return length;
 }
 
 int vfprintf(FILE* stream, const char* format, va_list arguments) {
-    note_formatted(notes_of(VP_CALLER, stream), format, arguments);
+    if (is_noted(VP_CALLER, stream)) note_formatted(format, arguments);
     return real_vfprintf(stream, format, arguments);
 }
 
 int fprintf(FILE* stream, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    note_formatted(notes_of(VP_CALLER, stream), format, arguments);
+    if (is_noted(VP_CALLER, stream)) note_formatted(format, arguments);
     const int length = real_vfprintf(stream, format, arguments);
     va_end(arguments);
     return length;
@@ -98,7 +111,7 @@ int fprintf(FILE* stream, const char* format, ...) {
 
 int __vprintf_chk(int flag, const char* format, va_list arguments);
 int __vprintf_chk(int flag, const char* format, va_list arguments) {
-    note_formatted(notes_of(VP_CALLER, stdout), format, arguments);
+    if (is_noted(VP_CALLER, stdout)) note_formatted(format, arguments);
     return real_vprintf_chk(flag, format, arguments);
 }
 
@@ -106,7 +119,7 @@ int __printf_chk(int flag, const char* format, ...);
 int __printf_chk(int flag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    note_formatted(notes_of(VP_CALLER, stdout), format, arguments);
+    if (is_noted(VP_CALLER, stdout)) note_formatted(format, arguments);
     const int length = real_vprintf_chk(flag, format, arguments);
     va_end(arguments);
     return length;
@@ -114,7 +127,7 @@ int __printf_chk(int flag, const char* format, ...) {
 
 int __vfprintf_chk(FILE* stream, int flag, const char* format, va_list arguments);
 int __vfprintf_chk(FILE* stream, int flag, const char* format, va_list arguments) {
-    note_formatted(notes_of(VP_CALLER, stream), format, arguments);
+    if (is_noted(VP_CALLER, stream)) note_formatted(format, arguments);
     return real_vfprintf_chk(stream, flag, format, arguments);
 }
 
@@ -122,42 +135,42 @@ int __fprintf_chk(FILE* stream, int flag, const char* format, ...);
 int __fprintf_chk(FILE* stream, int flag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    note_formatted(notes_of(VP_CALLER, stream), format, arguments);
+    if (is_noted(VP_CALLER, stream)) note_formatted(format, arguments);
     const int length = real_vfprintf_chk(stream, flag, format, arguments);
     va_end(arguments);
     return length;
 }
 
 int puts(const char* text) {
-    vp::LogLines* const notes = notes_of(VP_CALLER, stdout);
-    note(notes, text);
-    note_character(notes, '\n');
+    if (is_noted(VP_CALLER, stdout)) {
+        note(text);
+        note("\n");
+    }
     return real_puts(text);
 }
 
 int printed_character(int character) {
-    note_character(notes_of(VP_CALLER, stdout), character);
+    if (is_noted(VP_CALLER, stdout)) note_character(character);
     return real_putchar(character);
 }
 
 int putc(int character, FILE* stream) {
-    note_character(notes_of(VP_CALLER, stream), character);
+    if (is_noted(VP_CALLER, stream)) note_character(character);
     return real_putc(character, stream);
 }
 
 int fputc(int character, FILE* stream) {
-    note_character(notes_of(VP_CALLER, stream), character);
+    if (is_noted(VP_CALLER, stream)) note_character(character);
     return real_fputc(character, stream);
 }
 
 int fputs(const char* text, FILE* stream) {
-    note(notes_of(VP_CALLER, stream), text);
+    if (is_noted(VP_CALLER, stream)) note(text);
     return real_fputs(text, stream);
 }
 
 std::size_t fwrite(const void* data, std::size_t size, std::size_t count, FILE* stream) {
-    vp::LogLines* const notes = notes_of(VP_CALLER, stream);
-    if (notes != nullptr) note(notes, {static_cast<const char*>(data), size * count});
+    if (is_noted(VP_CALLER, stream)) note({static_cast<const char*>(data), size * count});
     return real_fwrite(data, size, count, stream);
 }
 

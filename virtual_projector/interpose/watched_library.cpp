@@ -68,8 +68,8 @@ void* WatchedLibrary::find(const char* name) const { return ::dlsym(handle_, nam
 // A program that names a variable may have been linked with a copy of it, which the library uses then as well:
 // the loader looks through the program first.
 void* WatchedLibrary::find_variable(const char* name) const {
-    void* const found = ::dlsym(RTLD_DEFAULT, name);
-    return found != nullptr ? found : find(name);
+    void* const used = ::dlsym(RTLD_DEFAULT, name);
+    return used != nullptr ? used : find(name);
 }
 
 }  // namespace vp

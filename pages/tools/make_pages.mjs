@@ -6,6 +6,7 @@ import { mkdir } from "node:fs/promises";
 import { join } from "node:path";
 import { pathToFileURL } from "node:url";
 import { launch, open, root } from "./browser.mjs";
+import { start_live } from "./live_run.mjs";
 import { all_runs, emptied, file_name, make_run_page } from "./stories.mjs";
 
 const place = join(root, "build/pages");
@@ -23,15 +24,42 @@ async function take_pictures(browser, { name, page: file }) {
   }
 }
 
+/** The live page in README.md: the projector was carried, and is sharp again. */
+async function take_live_picture(browser) {
+  const live = await start_live();
+  try {
+    const { page, close } = await open(browser, live.address, { allowed: live.origin, width: 1400, height: 1000 });
+    const sharp = () => page.waitForFunction(
+      () => document.querySelector("#gauge-sharpness .value").classList.contains("good"), null, { timeout: 60000 });
+    await sharp();
+    const box = await page.locator("#projector-above").boundingBox();
+    await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+    await page.mouse.down();
+    await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2 + 60, { steps: 20 });
+    await page.mouse.up();
+    await page.waitForTimeout(4000);
+    await sharp();
+    await page.screenshot({ path: join(pictures, "live-page.png") });
+    await close();
+  } finally {
+    await live.stop();
+  }
+}
+
 /** The page in README.md: the run of someone-walks-past, zoomed to where the focus is lost. */
-async function take_documents_pictures(browser) {
+async function take_run_picture(browser) {
   const walk = await make_run_page("someone-walks-past", place);
-  await mkdir(pictures, { recursive: true });
   const { page, close } = await open(browser, pathToFileURL(walk.page).href, { width: 1120, height: 760 });
   await page.locator(".requests tbody tr").nth(1).getByRole("button").click();
   await page.waitForTimeout(200);
   await page.screenshot({ path: join(pictures, "run-page.png") });
   await close();
+}
+
+async function take_documents_pictures(browser) {
+  await mkdir(pictures, { recursive: true });
+  await take_run_picture(browser);
+  await take_live_picture(browser);
   console.log(`pictures of the documents: ${pictures}`);
 }
 

@@ -7,7 +7,7 @@ import { join } from "node:path";
 import { after, afterEach, before, test } from "node:test";
 import { promisify } from "node:util";
 import { launch, open, path_in_module, root } from "../../pages/tools/browser.mjs";
-import { host, host_script, launcher, start_live } from "./live_run.mjs";
+import { host, host_script, launcher, start_live } from "../../pages/tools/live_run.mjs";
 
 const run = promisify(execFile);
 const patience = { timeout: 30000 };

@@ -18,10 +18,15 @@ export class Log {
   readonly root = element("div", { class: "happenings", role: "log", "aria-label": "What happens", "aria-live": "off", tabindex: 0 }, this.list);
 
   private follows = true;
+  private touched = false; // by somebody, since it last scrolled: the browser scrolls by itself, too
 
   constructor() {
+    for (const input of ["wheel", "touchmove", "pointerdown", "keydown"])
+      this.root.addEventListener(input, () => { this.touched = true; }, { passive: true });
     this.root.addEventListener("scroll", () => {
-      this.follows = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
+      const at_end = this.root.scrollTop + this.root.clientHeight >= this.root.scrollHeight - 30;
+      if (at_end || this.touched) this.follows = at_end;
+      this.touched = false;
     });
     new ResizeObserver(() => this.follow()).observe(this.root);
   }

@@ -1,10 +1,10 @@
-// The launcher with a live page, for the page's tests.
+// The launcher with a live page, for its tests and its picture.
 import { spawn } from "node:child_process";
 import { mkdtemp, rm } from "node:fs/promises";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { createInterface } from "node:readline";
-import { build, root } from "../../pages/tools/browser.mjs";
+import { build, root } from "./browser.mjs";
 
 export const launcher = join(build, "virtual_projector/launcher/virtual-projector");
 export const host = join(build, "host/ovrafocus-host");

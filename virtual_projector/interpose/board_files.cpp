@@ -194,6 +194,7 @@ std::optional<long> BoardFiles::request(int descriptor, std::uint32_t number, vo
     const std::optional<Entry> entry = find(descriptor);
     if (!entry) return std::nullopt;
     const CallCourse course = enter("ioctl", entry->path);
+    if (!recorder_.is_on()) return request_with(course.effect, *entry, number, argument);
     RequestBytes bytes = bytes_before(course.effect, *entry, number, argument);
     const long result = request_with(course.effect, *entry, number, argument);
     if (bytes.kind.returns && argument != nullptr && result >= 0)
@@ -205,7 +206,6 @@ std::optional<long> BoardFiles::request(int descriptor, std::uint32_t number, vo
 // What no driver would look at is left alone: an argument of a call that fails may lead nowhere.
 RequestBytes BoardFiles::bytes_before(const FaultEffect& effect, const Entry& entry, std::uint32_t number,
                                       const void* argument) const {
-    if (!recorder_.is_on()) return {};
     RequestBytes bytes{entry.file->request_kind(number), {}, {}};
     if (bytes.kind.gives && argument != nullptr && effect.error_number == 0)
         bytes.given.assign(static_cast<const char*>(argument), entry.file->request_size(number));

@@ -22,15 +22,18 @@ CallRecord call_on(std::string_view call, std::string_view path, std::int64_t ar
 
 // The number of a descriptor depends on what else the process has open.
 void Recorder::record_open(std::string_view path, int flags, long result, const CallCourse& course) {
+    if (sink_ == nullptr) return;
     record(call_on("open", path, flags, std::min(result, 0L)), course);
 }
 
 void Recorder::record_close(std::string_view path, long result, const CallCourse& course) {
+    if (sink_ == nullptr) return;
     record(call_on("close", path, 0, result), course);
 }
 
 void Recorder::record_read(std::string_view path, std::size_t count, long result, const void* buffer,
                            const CallCourse& course) {
+    if (sink_ == nullptr) return;
     CallRecord read = call_on("read", path, static_cast<std::int64_t>(count), result);
     if (result > 0) read.data = {static_cast<const char*>(buffer), static_cast<std::size_t>(result)};
     record(read, course);
@@ -38,6 +41,7 @@ void Recorder::record_read(std::string_view path, std::size_t count, long result
 
 void Recorder::record_write(std::string_view path, std::size_t count, long result, const void* buffer,
                             const WrittenCommand& command, const CallCourse& course) {
+    if (sink_ == nullptr) return;
     CallRecord write = call_on("write", path, static_cast<std::int64_t>(count), result);
     write.data = {static_cast<const char*>(buffer), count};
     write.request_name = command.name;
@@ -48,6 +52,7 @@ void Recorder::record_write(std::string_view path, std::size_t count, long resul
 
 void Recorder::record_request(std::string_view path, std::uint32_t number, long result,
                               const RequestBytes& bytes, const CallCourse& course) {
+    if (sink_ == nullptr) return;
     CallRecord request = call_on("ioctl", path, number, result);
     request.request_name = bytes.kind.name;
     request.given = bytes.given;
@@ -64,6 +69,7 @@ void Recorder::record_thread_start(std::string_view entry, long number_or_failur
 void Recorder::record_library_call(std::string_view function, long result,
                                    const nlohmann::ordered_json* arguments,
                                    const nlohmann::ordered_json* outputs, const CallCourse& course) {
+    if (sink_ == nullptr) return;
     CallRecord call = call_on("call", function, 0, result);
     call.arguments = arguments;
     call.outputs = outputs;

@@ -35,7 +35,7 @@ complete -c dev -n '__fish_seen_subcommand_from live' -a '(__ovrafocus_dev_stori
 complete -c dev -n '__fish_seen_subcommand_from live' -l port -x -d 'The page\'s port'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l seed -x -d 'Another seed'
 complete -c dev -n '__fish_seen_subcommand_from demo' -l set -x -d 'Another parameter'
-complete -c dev -n '__fish_seen_subcommand_from pages' -l documents -d 'Only the pictures of README.md and docs/'
+complete -c dev -n '__fish_seen_subcommand_from pages' -l documents -d 'The pictures of README.md and docs/'
 complete -c dev -n '__fish_seen_subcommand_from test' -l asan -d 'Under AddressSanitizer'
 complete -c dev -n '__fish_seen_subcommand_from test' -l tsan -d 'Under ThreadSanitizer'
 complete -c dev -n '__fish_seen_subcommand_from mipsel' -l traces -d 'Compare every story'

@@ -50,7 +50,7 @@ _ovrafocus_dev() {
     budgets) _arguments $help '--mipsel[on the board'\''s build]' ;;
     package) _arguments $help '--mipsel[for the board'\''s processor]' '--twice[make them again elsewhere and compare]' ;;
     bench) _arguments $help '1:part:((method\:"how good its pictures are" stories\:"every story in the living room"))' ;;
-    pages) _arguments $help '--documents[only the pictures of README.md and docs/]' ;;
+    pages) _arguments $help '--documents[the pictures of README.md and docs/]' ;;
     help) _ovrafocus_dev_commands ;;
     *) _arguments $help ;;
   esac

@@ -1,6 +1,5 @@
-// make_pages.mjs [NAME]...: every story, or these runs, as a page and in pictures, in build/pages; without names also
-// the pictures of README.md and docs/.
-// make_pages.mjs --documents: only those.
+// make_pages.mjs [NAME]...: every story, or these runs, as a page and in pictures, in build/pages.
+// make_pages.mjs --documents: the pictures of README.md and docs/, which stand in the tree.
 import { statSync } from "node:fs";
 import { mkdir } from "node:fs/promises";
 import { join } from "node:path";
@@ -79,7 +78,7 @@ try {
     const run = await make_run_page(name, place);
     await take_pictures(browser, run);
   }
-  if (named.length === 0) await take_documents_pictures(browser);
+  if (only_documents) await take_documents_pictures(browser);
 } finally {
   await browser.close();
 }

@@ -425,6 +425,16 @@ TEST_F(StoryTest, NeverCutsAnEvent) {
     EXPECT_TRUE(has(story, "30 requests"));
 }
 
+TEST_F(StoryTest, SaysHowManyOfTheRequestsThatItLeavesOutFailed) {
+    Trace trace = long_story(60);
+    EXPECT_TRUE(has(story_of(trace), "30 requests, "));
+    for (int i = 0; i < 3; ++i) {
+        trace.at(200'000 + 1000 * i).by_host().log("manu focus error: have not benn calibrated!");
+        trace.at(200'500 + 1000 * i).event("event between");
+    }
+    EXPECT_TRUE(has(story_of(trace), "33 requests (3 failed), "));
+}
+
 TEST_F(StoryTest, CutsReadingsBeforeDecisionsAndThoseBeforeRequests) {
     Trace trace;
     for (int i = 0; i < 5; ++i) {

@@ -221,12 +221,14 @@ std::vector<std::string> lines_of(const StoryEntry& entry, const Columns& column
     return wrapped(head + entry.text, head.size() + 2);
 }
 
-// What a page leaves out: all that there is but for what is taken away.
+// What a page leaves out: all that there is but for what is taken away. Requests that are told as one are one,
+// and the others its repetitions.
 class LeftOut {
 public:
-    explicit LeftOut(const std::vector<StoryEntry>& all) {
-        for (const StoryEntry& entry : all) {
-            if (entry.kind != EntryKind::ending) ++counts_[entry.kind];
+    LeftOut(const std::vector<StoryEntry>& all, const std::vector<StoryEntry>& whole)
+        : repeated_(requests_in(all) - requests_in(whole)) {
+        for (const StoryEntry& entry : whole) {
+            ++counts_[entry.kind];
             if (tells_of_failure(entry)) ++failed_;
         }
     }
@@ -244,14 +246,21 @@ public:
             if (rank.kind == EntryKind::request && failed_ > 0)
                 words.back() += " (" + std::to_string(failed_) + " failed)";
         }
+        if (repeated_ > 0) words.push_back(counted(repeated_, "repeated request"));
         return words;
     }
 
 private:
+    static std::size_t requests_in(const std::vector<StoryEntry>& entries) {
+        return static_cast<std::size_t>(
+            std::count_if(entries.begin(), entries.end(),
+                          [](const StoryEntry& entry) { return entry.kind == EntryKind::request; }));
+    }
     static bool tells_of_failure(const StoryEntry& entry) { return entry.asked && entry.asked->failed; }
 
     std::map<EntryKind, std::size_t> counts_;
     std::size_t failed_ = 0;  // of the requests
+    std::size_t repeated_;
 };
 
 // Chooses among entries of one importance that do not all fit: in turns one of each request.
@@ -374,7 +383,8 @@ std::vector<std::string> full_page(const std::vector<StoryEntry>& entries) {
 }
 
 Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
-    const std::vector<StoryEntry> drawn = draw_together(with_whole_requests(entries));
+    const std::vector<StoryEntry> whole = with_whole_requests(entries);
+    const std::vector<StoryEntry> drawn = draw_together(whole);
     const Columns columns = columns_of(drawn);
     std::vector<std::vector<std::string>> texts;
     std::vector<std::size_t> sizes;
@@ -383,7 +393,7 @@ Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
         sizes.push_back(entry.kind == EntryKind::log ? 0 : texts.back().size());
     }
     const std::vector<bool> kept = chosen(drawn, sizes, lines);
-    LeftOut left_out(entries);
+    LeftOut left_out(entries, whole);
     const std::set<int> failed = failed_among(drawn);
     Page page;
     for (std::size_t i = 0; i < drawn.size(); ++i) {

@@ -221,15 +221,47 @@ std::vector<std::string> lines_of(const StoryEntry& entry, const Columns& column
     return wrapped(head + entry.text, head.size() + 2);
 }
 
-std::vector<std::string> left_out_words(const std::map<EntryKind, std::size_t>& counts) {
-    std::vector<std::string> words;
-    for (const Rank& rank : ranks) {
-        const auto found = counts.find(rank.kind);
-        if (found == counts.end() || found->second == 0) continue;
-        words.push_back(std::to_string(found->second) + " " + (found->second == 1 ? rank.one : rank.several));
+// What a page leaves out: all that there is but for what is taken away. Requests that are told as one are one,
+// and the others its repetitions.
+class LeftOut {
+public:
+    LeftOut(const std::vector<StoryEntry>& all, const std::vector<StoryEntry>& whole)
+        : repeated_(requests_in(all) - requests_in(whole)) {
+        for (const StoryEntry& entry : whole) {
+            ++counts_[entry.kind];
+            if (tells_of_failure(entry)) ++failed_;
+        }
     }
-    return words;
-}
+    void take_away(const StoryEntry& entry) {
+        --counts_[entry.kind];
+        if (tells_of_failure(entry)) --failed_;
+    }
+    std::vector<std::string> words() const {
+        std::vector<std::string> words;
+        for (const Rank& rank : ranks) {
+            const auto found = counts_.find(rank.kind);
+            if (found == counts_.end() || found->second == 0) continue;
+            const std::size_t count = found->second;
+            words.push_back(std::to_string(count) + " " + (count == 1 ? rank.one : rank.several));
+            if (rank.kind == EntryKind::request && failed_ > 0)
+                words.back() += " (" + std::to_string(failed_) + " failed)";
+        }
+        if (repeated_ > 0) words.push_back(counted(repeated_, "repeated request"));
+        return words;
+    }
+
+private:
+    static std::size_t requests_in(const std::vector<StoryEntry>& entries) {
+        return static_cast<std::size_t>(
+            std::count_if(entries.begin(), entries.end(),
+                          [](const StoryEntry& entry) { return entry.kind == EntryKind::request; }));
+    }
+    static bool tells_of_failure(const StoryEntry& entry) { return entry.asked && entry.asked->failed; }
+
+    std::map<EntryKind, std::size_t> counts_;
+    std::size_t failed_ = 0;  // of the requests
+    std::size_t repeated_;
+};
 
 // Chooses among entries of one importance that do not all fit: in turns one of each request.
 class Chooser {
@@ -351,7 +383,8 @@ std::vector<std::string> full_page(const std::vector<StoryEntry>& entries) {
 }
 
 Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
-    const std::vector<StoryEntry> drawn = draw_together(with_whole_requests(entries));
+    const std::vector<StoryEntry> whole = with_whole_requests(entries);
+    const std::vector<StoryEntry> drawn = draw_together(whole);
     const Columns columns = columns_of(drawn);
     std::vector<std::vector<std::string>> texts;
     std::vector<std::size_t> sizes;
@@ -360,19 +393,16 @@ Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
         sizes.push_back(entry.kind == EntryKind::log ? 0 : texts.back().size());
     }
     const std::vector<bool> kept = chosen(drawn, sizes, lines);
-    std::map<EntryKind, std::size_t> left_out;
-    for (const StoryEntry& entry : entries) {
-        if (entry.kind != EntryKind::ending) ++left_out[entry.kind];
-    }
+    LeftOut left_out(entries, whole);
     const std::set<int> failed = failed_among(drawn);
     Page page;
     for (std::size_t i = 0; i < drawn.size(); ++i) {
         if (!kept[i] && importance(drawn[i], failed) <= decisions) page.lacks_what_matters = true;
         if (!kept[i]) continue;
-        --left_out[drawn[i].kind];
+        left_out.take_away(drawn[i]);
         page.lines.insert(page.lines.end(), texts[i].begin(), texts[i].end());
     }
-    page.left_out = left_out_words(left_out);
+    page.left_out = left_out.words();
     return page;
 }
 

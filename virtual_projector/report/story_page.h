@@ -31,7 +31,7 @@ struct Page {
 std::vector<std::string> full_page(const std::vector<StoryEntry>& entries);
 
 /// At most `lines` lines, of the entries that matter most; but all events of the scenario, and all log lines.
-/// Entries that are drawn together count as left out but for one.
+/// Entries that are drawn together count as left out but for one; requests that went alike are one.
 Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines);
 
 }  // namespace vp

@@ -304,7 +304,7 @@ TEST_F(StoryTest, TellsAMovementThatIsFollowedAgainAndAgainAsOne) {
     EXPECT_TRUE(has(list_of(trace),
                     "1.000 s  1  keystone while it is being moved, 3 times; done by 3.400 s: nothing "
                     "to do (sides 5.45 -> 1.00 deg off)"));
-    EXPECT_TRUE(has(story_of(trace), "Not shown, or drawn together: 2 requests; --full shows all."));
+    EXPECT_TRUE(has(story_of(trace), "Not shown, or drawn together: 2 repeated requests; --full shows all."));
 }
 
 TEST_F(StoryTest, KeepsMovementsApartBetweenWhichSomethingHappened) {
@@ -423,6 +423,27 @@ TEST_F(StoryTest, NeverCutsAnEvent) {
         EXPECT_EQ(count_of(story, " event number " + std::to_string(i) + "."), 1U) << i;
     EXPECT_EQ(count_of(story, "event between"), 30U);
     EXPECT_TRUE(has(story, "30 requests"));
+}
+
+TEST_F(StoryTest, SaysHowManyOfTheRequestsThatItLeavesOutFailed) {
+    Trace trace = long_story(60);
+    EXPECT_TRUE(has(story_of(trace), "30 requests, "));
+    for (int i = 0; i < 3; ++i) {
+        trace.at(200'000 + 1000 * i).by_host().log("manu focus error: have not benn calibrated!");
+        trace.at(200'500 + 1000 * i).event("event between");
+    }
+    EXPECT_TRUE(has(story_of(trace), "33 requests (3 failed), "));
+}
+
+TEST_F(StoryTest, CountsRequestsThatWentAlikeOnceAmongThoseThatItLeavesOut) {
+    Trace trace = long_story(60);
+    for (int i = 0; i < 20; ++i) {
+        trace.at(200'000 + 1000 * i).by_gravity().flag("project_tof_dist_changed", 1);
+        trace.at(200'500 + 1000 * i).by_gravity().flag("project_tof_dist_changed", 0);
+    }
+    const Lines story = story_of(trace);
+    EXPECT_TRUE(has(story, "31 requests, "));
+    EXPECT_TRUE(has(story, "19 repeated requests, "));
 }
 
 TEST_F(StoryTest, CutsReadingsBeforeDecisionsAndThoseBeforeRequests) {

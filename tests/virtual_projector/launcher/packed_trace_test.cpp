@@ -1,4 +1,5 @@
 // A run whose trace is compressed.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>

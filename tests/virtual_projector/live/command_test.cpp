@@ -1,5 +1,6 @@
 #include "virtual_projector/live/command.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>

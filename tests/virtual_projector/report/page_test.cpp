@@ -1,5 +1,8 @@
 #include "virtual_projector/report/page.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include "pages/page_templates.h"
 #include "virtual_projector/compression/compression.h"
 

@@ -1,5 +1,6 @@
 #include "virtual_projector/report/perfetto.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>

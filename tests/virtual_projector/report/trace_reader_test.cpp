@@ -1,5 +1,6 @@
 #include "virtual_projector/report/trace_reader.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>

@@ -1,4 +1,5 @@
 // virtual-projector-report as its users start it.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>

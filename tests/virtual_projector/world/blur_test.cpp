@@ -1,5 +1,6 @@
 #include "virtual_projector/world/blur.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>

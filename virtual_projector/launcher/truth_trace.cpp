@@ -27,19 +27,35 @@ bool changes_lens_or_picture(const CallRecord& record) {
     return record.call == "ioctl" && record.path == "/dev/dis";
 }
 
-}  // namespace
-
-TruthRecord record_of(const Truth& truth) {
-    TruthRecord record;
+void add_unit(TruthRecord& record, const Truth& truth) {
     record.distance_mm = rounded(truth.pose.distance_mm);
     record.pitch_deg = rounded(truth.pose.pitch_deg);
     record.yaw_deg = rounded(truth.pose.yaw_deg);
     record.roll_deg = rounded(truth.pose.roll_deg);
     record.mounting = rounded(truth.pose.mounting);
+    record.wall_tilt_deg = rounded(truth.wall.tilt_deg);
+    record.wall_turn_deg = rounded(truth.wall.turn_deg);
+    record.axis_mm = length_mm(truth.axis_mm);
+    std::transform(truth.zones_mm.begin(), truth.zones_mm.end(), record.zones_mm.begin(), length_mm);
     record.led_c = rounded(truth.led_c);
+}
+
+void add_lens(TruthRecord& record, const Truth& truth) {
     record.lens_tmr = rounded(truth.lens_tmr);
     record.lens_error_tmr = rounded(truth.lens_error_tmr);
+    record.best_tmr = rounded(truth.best_focus_tmr);
+    record.lens_moving = truth.lens_is_moving;
+    record.backlash_state = rounded(truth.backlash_state);
+    record.barrel_c = rounded(truth.barrel_c);
+    record.drift_tmr = rounded(truth.drift_tmr);
     record.sharpness = rounded(truth.sharpness);
+    record.blur_px = rounded(truth.blur.middle_px);
+    record.blur_corner_px = rounded(truth.blur.corner_px);
+    std::transform(truth.blur.corners_px.begin(), truth.blur.corners_px.end(), record.blur_corners_px.begin(),
+                   [](double px) { return rounded(px); });
+}
+
+void add_picture(TruthRecord& record, const Truth& truth) {
     record.top_width = truth.display.top_width;
     record.bottom_width = truth.display.bottom_width;
     record.left_side_deg = rounded(truth.picture.left_side_deg);
@@ -52,24 +68,20 @@ TruthRecord record_of(const Truth& truth) {
     record.bottom_edge_deg = rounded(truth.picture.bottom_edge_deg);
     record.worst_edge_deg = rounded(truth.picture.worst_edge_deg());
     record.side_difference = rounded(truth.picture.side_difference);
-    record.blur_px = rounded(truth.blur.middle_px);
-    record.blur_corner_px = rounded(truth.blur.corner_px);
-    std::transform(truth.blur.corners_px.begin(), truth.blur.corners_px.end(), record.blur_corners_px.begin(),
-                   [](double px) { return rounded(px); });
     record.light_used = rounded(truth.light_used);
-    record.axis_mm = length_mm(truth.axis_mm);
-    std::transform(truth.zones_mm.begin(), truth.zones_mm.end(), record.zones_mm.begin(), length_mm);
     for (std::size_t i = 0; i < record.outline_mm.size(); ++i) {
         const PictureCorner& corner = truth.picture.corners.at(i);
         record.outline_mm.at(i) = {rounded(corner.x_mm), rounded(corner.z_mm)};
     }
-    record.best_tmr = rounded(truth.best_focus_tmr);
-    record.lens_moving = truth.lens_is_moving;
-    record.backlash_state = rounded(truth.backlash_state);
-    record.barrel_c = rounded(truth.barrel_c);
-    record.drift_tmr = rounded(truth.drift_tmr);
-    record.wall_tilt_deg = rounded(truth.wall.tilt_deg);
-    record.wall_turn_deg = rounded(truth.wall.turn_deg);
+}
+
+}  // namespace
+
+TruthRecord record_of(const Truth& truth) {
+    TruthRecord record;
+    add_unit(record, truth);
+    add_lens(record, truth);
+    add_picture(record, truth);
     return record;
 }
 

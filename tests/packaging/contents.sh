@@ -10,8 +10,11 @@ data=usr/share/virtual-projector
 stories=$data/scenarios
 documents=usr/share/doc/libovrafocus-dev
 
+server=
+[ "$(dpkg-deb -f "$place/libovrafocus.deb" Architecture)" != mipsel ] || server='#'
+
 {
-    sed -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"
+    sed -e "s,^@LIVE@,$server," -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"
     # Every story there is.
     (cd "$sources/scenarios" && find . -name '*.json' -o -name '*.host') | sed "s,^\.,virtual-projector $stories,"
     # Every world and unit.

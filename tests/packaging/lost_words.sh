@@ -1,8 +1,8 @@
 #!/bin/sh
-# What the host program prints on a full disk is lost: it says so and ends with a code of its own.
-#   lost_words.sh LAUNCHER HOST
+# What a program prints on a full disk is lost: it says so and ends with a code of its own.
+#   lost_words.sh LAUNCHER HOST REPORT
 set -eu
-launcher=$1 host=$2
+launcher=$1 host=$2 report=$3
 . "$(dirname "$0")/projector.sh"
 complaints=$(mktemp)
 trap 'rm -f "$complaints"' EXIT
@@ -12,6 +12,16 @@ code=0
 project "$launcher" --print-settings >/dev/full 2>"$complaints" || code=$?
 if [ $code -ne 123 ] || ! grep -q '^virtual-projector: the settings could not be written: ' "$complaints"; then
     echo "--print-settings ended with $code and said:"
+    cat "$complaints"
+    exit 1
+fi
+
+echo '{"t_us":0,"run":{"format":2}}' >"$complaints.trace"
+code=0
+$emulator "$report" "$complaints.trace" --story >/dev/full 2>"$complaints" || code=$?
+rm "$complaints.trace"
+if [ $code -eq 0 ] || ! grep -qx 'virtual-projector-report: standard output: not all of it could be written' "$complaints"; then
+    echo "the report ended with $code and said:"
     cat "$complaints"
     exit 1
 fi

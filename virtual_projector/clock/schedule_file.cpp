@@ -59,6 +59,6 @@ void ScheduleWriter::write(const ScheduleStep& step) {
     std::fflush(file_->stream());
 }
 
-std::string ScheduleWriter::finish() { return file_->finish() ? "" : path_ + incomplete_file; }
+std::string ScheduleWriter::finish() { return file_->finish() ? "" : incomplete_output(path_); }
 
 }  // namespace vp

@@ -54,6 +54,10 @@ bool may_be_replaced(const OutputPlace& place) {
 
 }  // namespace
 
+std::string incomplete_output(const std::string& path) {
+    return (path == standard_output ? "standard output" : path) + ": not all of it could be written";
+}
+
 OutputPlace output_place(const std::string& path) {
     if (path == standard_output || (fs::exists(path) && !fs::is_regular_file(path))) return {path, path};
     const std::string file = follow_links(path).string();

@@ -15,8 +15,8 @@ namespace vp {
 /// The path that means standard output.
 constexpr const char* standard_output = "-";
 
-/// What is said, after its name, of a file that could not be written.
-constexpr const char* incomplete_file = ": not all of it could be written";
+/// What is said of a file that could not be written, by its name.
+std::string incomplete_output(const std::string& path);
 
 struct OutputPlace {
     std::string file;     // what the path leads to in the end, links followed

@@ -15,6 +15,8 @@
 #include "virtual_projector/files/output_file.h"
 #include "virtual_projector/launcher/command_line.h"
 #include "virtual_projector/launcher/data_files.h"
+#include "virtual_projector/launcher/live_page.h"
+#include "virtual_projector/launcher/own_libraries.h"
 #include "virtual_projector/launcher/packed_trace.h"
 #include "virtual_projector/launcher/program.h"
 #include "virtual_projector/launcher/run_files.h"
@@ -22,9 +24,6 @@
 #include "virtual_projector/launcher/run_settings.h"
 #include "virtual_projector/launcher/run_state.h"
 #include "virtual_projector/launcher/scenario.h"
-#ifdef VP_HAS_LIVE_PAGE
-#include "virtual_projector/live/live_launcher.h"
-#endif
 #include "virtual_projector/report/story.h"
 #include "virtual_projector/world/parameters.h"
 
@@ -145,7 +144,6 @@ int print_settings(const vp::RunOptions& run, const vp::Scenario& scenario) {
 
 int run_live(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title,
              const std::string& preload) {
-#ifdef VP_HAS_LIVE_PAGE
     vp::LiveProgram program;
     program.port = *line.live_port;
     program.given = given;
@@ -157,16 +155,11 @@ int run_live(vp::CommandLine& line, const vp::RunOptions& given, const std::stri
     };
     program.await_ending_signal = vp::await_ending_signal;
     program.was_told_to_end = vp::was_told_to_end;
-    return vp::run_live(program);
-#else
-    (void)line, (void)given, (void)title, (void)preload;
-    return complain("--live: this virtual-projector was built without cpp-httplib");
-#endif
+    return vp::serve_live_page(program);
 }
 
 int run(vp::CommandLine& line, const vp::RunOptions& given, const std::string& title) {
-    const std::string preload = vp::find_preload_library();
-    if (preload.empty()) return complain("libvirtual-projector.so is not beside the program and not installed");
+    const std::string preload = vp::find_own_library(vp::preload_library);
     if (preload.find_first_of(preload_separators) != std::string::npos)
         return complain(preload + ": a path with a blank or a colon cannot be preloaded");
     vp::hold_signals();

@@ -72,8 +72,8 @@ bool PackedTrace::finish() {
     if (is_packed) {
         path_ = packed_;
     } else {
-        std::fprintf(stderr, "virtual-projector: %s%s; its plain lines stand in %s\n", packed_.c_str(),
-                     incomplete_file, path_.c_str());
+        std::fprintf(stderr, "virtual-projector: %s; its plain lines stand in %s\n",
+                     incomplete_output(packed_).c_str(), path_.c_str());
     }
     packed_.clear();
     return is_packed;

@@ -21,8 +21,6 @@
 namespace vp {
 namespace {
 
-constexpr const char* preload_name = "libvirtual-projector.so";
-constexpr const char* installed_preload_folder = VP_PRELOAD_FROM_PROGRAM;
 constexpr int cannot_start = 127;
 constexpr int signal_base = 128;
 // What the machine ends a run with: from a run that is stuck to one that has reached its real limit.
@@ -225,15 +223,6 @@ bool is_cut_off(int status) {
 }
 
 }  // namespace
-
-std::string find_preload_library() {
-    const std::string own = own_folder();
-    for (const std::string& folder : {own, own + "/" + installed_preload_folder}) {
-        const std::string candidate = folder + "/" + preload_name;
-        if (access(candidate.c_str(), R_OK) == 0) return candidate;
-    }
-    return "";
-}
 
 void hold_signals() {
     sigemptyset(&held_signals);

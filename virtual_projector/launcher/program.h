@@ -12,10 +12,6 @@
 
 namespace vp {
 
-/// Where the library that is preloaded lies: beside the launcher, or where it is installed with it. Empty:
-/// nowhere.
-std::string find_preload_library();
-
 struct Program {
     std::vector<std::string> command;
     /// Words of the command of a user-mode emulator that is to run the program; empty: the processor runs it.

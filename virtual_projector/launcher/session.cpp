@@ -99,7 +99,7 @@ public:
     explicit FileAccount(RunState* state) : state_(state) {}
     void note(RunFile file, const std::string& path, bool complete) {
         if (state_ != nullptr) state_->set_complete(file, complete);
-        if (!complete && told_.insert(file).second) complain(path + incomplete_file);
+        if (!complete && told_.insert(file).second) complain(incomplete_output(path));
     }
 
 private:
@@ -358,7 +358,7 @@ void Session::finish() {
     account.note(RunFile::summary, options.summary,
                  parts_->summary->write(record_of(parts_->truth()), parts_->wear()));
     const std::string misfit = parts_->clock->scheduler().end_schedule();
-    if (misfit == options.record_schedule + incomplete_file)
+    if (misfit == incomplete_output(options.record_schedule))
         account.note(RunFile::schedule, options.record_schedule, false);
     else if (!misfit.empty())
         complain(misfit);

@@ -28,6 +28,9 @@ struct LiveProgram {
 /// std::runtime_error when the page cannot be served.
 int run_live(const LiveProgram& program);
 
+/// The symbol by which the launcher finds run_live() in the library that it loads for it.
+constexpr const char* live_entry = "vp_run_live";
+
 }  // namespace vp
 
 #endif

@@ -38,7 +38,7 @@ void ReportFile::write(std::string_view text) {
 
 void ReportFile::finish() {
     if (compressor_ != nullptr) put(compressor_->finish());
-    if (!file_->finish()) throw std::runtime_error(path_ + incomplete_file);
+    if (!file_->finish()) throw std::runtime_error(incomplete_output(path_));
     is_finished_ = true;
 }
 

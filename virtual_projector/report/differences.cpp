@@ -18,6 +18,7 @@ namespace vp {
 namespace {
 
 constexpr const char* version_kind = "version";
+constexpr const char* settings_member = "settings";
 constexpr std::size_t longest_line = 400;
 constexpr std::size_t most_requests = 10;
 
@@ -65,14 +66,14 @@ public:
     }
     // As it is compared.
     std::string record() const {
-        if (std::string_view(reader_.kind()) != record_key::run || !contains(ignored_, version_kind))
-            return reader_.line();
+        if (!is_run() || !contains(ignored_, version_kind)) return reader_.line();
         nlohmann::json line = nlohmann::json::parse(reader_.line());
         nlohmann::json& run = line.at(record_key::run);
         run.erase("version");
         run.erase("commit");
         return line.dump();
     }
+    bool is_run() const { return std::string_view(reader_.kind()) == record_key::run; }
     // The record in words: whose, when, and itself.
     std::vector<std::string> describe() const {
         const auto line = nlohmann::json::parse(reader_.line());
@@ -119,9 +120,45 @@ std::vector<std::string> first_difference(const ComparedTrace& one, bool one_has
     return words;
 }
 
-// Reads both to their ends. Empty: no records differ. Most lines of two runs that are compared are the same.
-std::vector<std::string> compare_records(ComparedTrace& one, ComparedTrace& other) {
-    std::vector<std::string> words;
+// A setting is an object of its value and where that is from; others are texts and numbers.
+std::string words_of_member(const nlohmann::json& run, const std::string& name) {
+    if (!run.contains(name)) return "none";
+    const nlohmann::json& member = run.at(name);
+    if (!member.is_object()) return member.is_string() ? member.get<std::string>() : member.dump();
+    return member.at("value").dump() + " from " + member.value("from", "");
+}
+
+void compare_members(const nlohmann::json& one, const nlohmann::json& other, std::vector<std::string>& rows) {
+    nlohmann::json names = one;
+    names.update(other);
+    for (const auto& [name, member] : names.items()) {
+        if (name == settings_member) continue;
+        const std::string mine = words_of_member(one, name);
+        const std::string theirs = words_of_member(other, name);
+        if (mine != theirs) rows.push_back("  " + name + ": one " + mine + ", other " + theirs);
+    }
+}
+
+// What they are made of is no part of what happened: of two versions, or of a scenario and its copy, what is
+// asked for is where the runs part.
+std::vector<std::string> compare_runs(const std::string& one, const std::string& other) {
+    const nlohmann::json mine = nlohmann::json::parse(one).at(record_key::run);
+    const nlohmann::json theirs = nlohmann::json::parse(other).at(record_key::run);
+    std::vector<std::string> rows = {"What the runs are made of differs:"};
+    compare_members(mine, theirs, rows);
+    const nlohmann::json none = nlohmann::json::object();
+    compare_members(mine.value(settings_member, none), theirs.value(settings_member, none), rows);
+    return rows;
+}
+
+struct RecordDifferences {
+    std::vector<std::string> made_of;
+    std::vector<std::string> happened;  // the first
+};
+
+// Reads both to their ends. Most lines of two runs that are compared are the same.
+RecordDifferences compare_records(ComparedTrace& one, ComparedTrace& other) {
+    RecordDifferences found;
     bool one_has = true;
     bool other_has = true;
     while (one_has || other_has) {
@@ -133,11 +170,14 @@ std::vector<std::string> compare_records(ComparedTrace& one, ComparedTrace& othe
         }
         one_has = one.take_first_that_counts(one_has);
         other_has = other.take_first_that_counts(other_has);
-        if (!words.empty() || (!one_has && !other_has)) continue;
-        if (one_has != other_has || one.record() != other.record())
-            words = first_difference(one, one_has, other, other_has);
+        if (!found.happened.empty() || (!one_has && !other_has)) continue;
+        if (one_has == other_has && one.record() == other.record()) continue;
+        if (one_has && other_has && one.is_run() && other.is_run())
+            found.made_of = compare_runs(one.record(), other.record());
+        else
+            found.happened = first_difference(one, one_has, other, other_has);
     }
-    return words;
+    return found;
 }
 
 // The rows of the table of outcomes that differ.
@@ -244,9 +284,16 @@ Differences compare_traces(const std::string& one_path, const std::string& other
                            const std::vector<std::string>& ignored_kinds) {
     ComparedTrace one(one_path, ignored_kinds);
     ComparedTrace other(other_path, ignored_kinds);
-    Differences differences{false, compare_records(one, other)};
+    const RecordDifferences found = compare_records(one, other);
+    if (found.made_of.empty() && found.happened.empty())
+        return {true, {text("The runs are the same: %zu records.", one.records())}};
+    Differences differences{false, found.made_of};
     std::vector<std::string>& words = differences.words;
-    if (words.empty()) return {true, {text("The runs are the same: %zu records.", one.records())}};
+    words.insert(words.end(), found.happened.begin(), found.happened.end());
+    if (found.happened.empty()) {
+        words.push_back(text("What happened is the same: %zu records.", one.records()));
+        return differences;
+    }
     const TraceContents mine = std::move(one.contents).contents();
     const TraceContents theirs = std::move(other.contents).contents();
     Outcome outcome;

@@ -9,7 +9,9 @@ namespace vp {
 
 struct Differences {
     bool is_same = false;
-    std::vector<std::string> words;  // lines: the first records that differ, then what differs in outcome
+    /// Lines: what differs of what the runs are made of, the first records that differ, what differs in
+    /// outcome.
+    std::vector<std::string> words;
 };
 
 /// Compares two trace files record by record, but for the kinds of records that may differ. "version" lets the

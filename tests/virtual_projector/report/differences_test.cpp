@@ -58,6 +58,33 @@ TEST_F(TwoTraces, DivergeAtTheFirstRecordsThatDiffer) {
     EXPECT_NE(differences.words[4].find("\"data\":\"12\""), std::string::npos);
 }
 
+const std::string set_run_line = R"({"t_us":0,"run":{"format":)" +
+                                 std::to_string(vp::RunRecord::current_format) +
+                                 R"(,"version":"0.1.0","commit":"def","seed":1,"scenario_file":"a.json",)"
+                                 R"("settings":{"pose.pitch_deg":{"value":5.0,"from":"scenario"}}}})"
+                                 "\n";
+
+TEST_F(TwoTraces, OfRunsThatAreMadeOfOtherThingsTellThemAndWhereTheyPart) {
+    const vp::Differences differences =
+        compare(run_line + move_line("11") + truth_line, set_run_line + move_line("12") + truth_line);
+    EXPECT_FALSE(differences.is_same);
+    EXPECT_EQ(
+        std::vector<std::string>(differences.words.begin(), differences.words.begin() + 6),
+        (std::vector<std::string>{
+            "What the runs are made of differs:", "  commit: one abc, other def",
+            "  scenario_file: one none, other a.json", "  pose.pitch_deg: one none, other 5.0 from scenario",
+            "The first records that differ:", "  " + one + ", line 2, at 0.001000 s, thread 4 worker:"}));
+}
+
+TEST_F(TwoTraces, OfRunsThatAreMadeOfOtherThingsMayTellOfTheSame) {
+    const vp::Differences differences =
+        compare(run_line + move_line("11") + truth_line, set_run_line + move_line("11") + truth_line);
+    EXPECT_FALSE(differences.is_same);
+    EXPECT_EQ(differences.words.front(), "What the runs are made of differs:");
+    EXPECT_EQ(differences.words.back(), "What happened is the same: 3 records.");
+    EXPECT_TRUE(compare(run_line + truth_line, set_run_line + truth_line, {"run"}).is_same);
+}
+
 TEST_F(TwoTraces, AreComparedInTheirOutcome) {
     const vp::Differences differences = compare(run_line + move_line("11") + truth_line,
                                                 run_line + move_line("12") + move_line("1") + other_truth);

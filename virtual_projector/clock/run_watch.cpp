@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <locale>
 #include <utility>
 
 #include "virtual_projector/clock/kernel_state.h"
@@ -48,6 +49,9 @@ RunWatch::RunWatch(TurnScheduler& scheduler, double limit_s, Handlers handlers)
     (void)::pthread_sigmask(SIG_SETMASK, &all, &before);
     has_thread_ = ::pthread_create(&thread_, nullptr, &RunWatch::run, this) == 0;
     (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    // What the C++ library sets up at the first use of a locale in a process of several threads: else this
+    // thread or the program would do so, whoever came first, and it would be a call of the program's or not.
+    (void)std::locale();
 }
 
 RunWatch::~RunWatch() {

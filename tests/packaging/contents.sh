@@ -1,17 +1,17 @@
 #!/bin/sh
 # Compares the files of each package with the list, both ways.
-#   contents.sh PLACE LIBRARY_FOLDER BUILD_TYPE SOURCES
+#   contents.sh PLACE LIBRARY_FOLDER BUILD_TYPE SOURCES LIVE      LIVE: 1 when they serve live pages
 set -eu
 LC_ALL=C
 export LC_ALL
-place=$1 library_folder=$2 build_type=$3 sources=$4
+place=$1 library_folder=$2 build_type=$3 sources=$4 live=$5
 list=$(dirname "$0")/contents.txt
 data=usr/share/virtual-projector
 stories=$data/scenarios
 documents=usr/share/doc/libovrafocus-dev
 
-server=
-[ "$(dpkg-deb -f "$place/libovrafocus.deb" Architecture)" != mipsel ] || server='#'
+server='#'
+[ "$live" = 0 ] || server=
 
 {
     sed -e "s,^@LIVE@,$server," -e '/^#/d' -e '/^$/d' -e "s,@LIB@,$library_folder," -e "s,@BUILD_TYPE@,$build_type," "$list"

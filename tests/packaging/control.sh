@@ -1,13 +1,14 @@
 #!/bin/sh
 # Compares what the packages say of themselves with what they are meant to say. The versions of others'
 # packages depend on what they were built with.
-#   control.sh PLACE VERSION
+#   control.sh PLACE VERSION LIVE      LIVE: 1 when they serve live pages
 set -eu
-place=$1 version=$2
+place=$1 version=$2 live=$3
 faults=0
-# The board's packages read and write plain traces alone, and serve no page.
+# The board's packages read and write plain traces alone.
 server=", libcpp-httplib0.11" compression=", libzstd1, zlib1g"
-[ "$(dpkg-deb -f "$place/libovrafocus.deb" Architecture)" != mipsel ] || server='' compression=''
+[ "$(dpkg-deb -f "$place/libovrafocus.deb" Architecture)" != mipsel ] || compression=''
+[ "$live" = 1 ] || server=''
 
 # expect PACKAGE FIELD TEXT
 expect() {

@@ -15,5 +15,4 @@ if [ "$2" = --types ]; then
   exec node "$modules/.bin/tsc" -p "$3"
 fi
 [ -x "${OVRA_CHROMIUM:-/usr/bin/chromium}" ] || left_out "there is no Chromium"
-command -v esbuild >/dev/null 2>&1 || left_out "there is no esbuild, so there are no pages"
 exec node --test "$2"

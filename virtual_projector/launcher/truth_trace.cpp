@@ -99,10 +99,13 @@ void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& s
     sink_.record_truth(t_us, state);
 }
 
-// It may have stopped the lens, or have changed how it moves.
+// It may have stopped the lens, or have changed how it moves; and who stands before the sensor since then
+// changes nothing else.
 void TruthTrace::record_event(std::int64_t t_us, std::string_view what) {
     sink_.record_event(t_us, what);
     look_for_bends();
+    const TruthRecord state = record_of(truth_());
+    if (written_us_ >= 0 && state.zones_mm != written_.zones_mm) write(t_us, state);
 }
 
 void TruthTrace::look_for_bends() {

@@ -158,6 +158,17 @@ TEST_F(TruthTraceTest, PassesEventsOn) {
     EXPECT_EQ(sink.lines, (Expected{"5 something"}));
 }
 
+TEST_F(TruthTraceTest, FollowsWhoStepsBeforeTheSensorAtAnEvent) {
+    vp::Truth truth;
+    vp::TruthTrace seen(sink, [&] { return truth; });
+    seen.record_now(0);
+    sink.lines.clear();
+    truth.zones_mm = {600, 1500, 1500, 1500};
+    seen.record_event(5, "somebody stands there");
+    seen.record_event(6, "a key is pressed");
+    EXPECT_EQ(sink.lines, (Expected{"5 somebody stands there", "5 truth 0.0", "6 a key is pressed"}));
+}
+
 TEST(TheTruthAsJson, IsRoundedSoThatTheLastBitsMakeNoDifference) {
     vp::Truth truth;
     truth.sharpness = 0.98765432;

@@ -70,9 +70,15 @@ const steps_us = [
   ...[10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 14400, 28800].map((s) => s * us_per_s),
 ];
 
-function time_labels(_plot: uPlot, splits: number[]): string[] {
+/** A label that the plot's edge would cut is left out. */
+function time_labels(plot: uPlot, splits: number[]): string[] {
   const step = splits.length > 1 ? (splits[1] as number) - (splits[0] as number) : us_per_s;
-  return splits.map((t) => time_text(t, Math.min(step, us_per_s)));
+  const letter_width = 6;
+  return splits.map((t) => {
+    const text = time_text(t, Math.min(step, us_per_s));
+    const room = plot.over.clientWidth - plot.valToPos(t, "x") + right_space;
+    return room < (text.length * letter_width) / 2 ? "" : text;
+  });
 }
 
 function number_labels(_plot: uPlot, splits: (number | null)[]): (string | null)[] {

@@ -349,6 +349,27 @@ describe("the page is safe and small", () => {
 });
 
 describe("the page fits", () => {
+  it("with all times below its curves but those that its edge would cut", async () => {
+    await with_page(walk.page, {}, async (page) => {
+      // What a canvas has been asked to write, and where.
+      const written = await page.evaluate(async () => {
+        const texts = [];
+        const write = CanvasRenderingContext2D.prototype.fillText;
+        CanvasRenderingContext2D.prototype.fillText = function (text, x, ...more) {
+          texts.push({ text, end: (x + this.measureText(text).width / 2) / devicePixelRatio, wide: this.canvas.clientWidth });
+          return write.call(this, text, x, ...more);
+        };
+        document.querySelector('[title="Show less time"], [aria-label="Show less time"]').click();
+        await new Promise((done) => setTimeout(done, 300));
+        return texts;
+      });
+      const times = written.filter(({ text }) => / s$|^\d+:/.test(text));
+      assert.ok(times.length > 20, `${times.length} times`);
+      for (const { text, end, wide } of times) assert.ok(end <= wide + 1, `${text} ends at ${end} of ${wide}`);
+    });
+  });
+
+
   for (const width of [1400, 400]) {
     it(`${width} pixels without scrolling sideways`, async () => {
       await with_page(walk.page, { width }, async (page) => {

@@ -48,8 +48,8 @@ Json pose_of(const Settings& settings) {
             {"mounting", pose.mounting}};
 }
 
-// What a sensor of four zones says that has been calibrated as it should be. The truth of a sensor that is set to
-// eight is that of rays farther out.
+// What a sensor of four zones says that has been calibrated as it should be. The truth of a sensor that is set
+// to eight is that of rays farther out.
 Json zones_of(const World& world) {
     const TofScene scene = world.tof_scene();
     const std::int64_t frame = tof_frame_index({scene.tof.frames_per_s, 0, scene.seed}, world.now());

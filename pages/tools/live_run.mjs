@@ -11,9 +11,10 @@ export const host = join(build, "host/ovrafocus-host");
 export const host_script = join(root, "host/live.script");
 
 /** Starts it; resolves when its page can be opened. */
-export async function start_live(options = []) {  // or a function of the folder for the run's files
+export async function start_live(options = [], program = null) {  // or a function of the folder for the run's files
   const folder = await mkdtemp(join(tmpdir(), "live-"));
-  const process = spawn(launcher, ["--live", ...(typeof options === "function" ? options(folder) : options), "--", host, "--library-log", join(folder, "log"), "--script", host_script],
+  const process = spawn(launcher, ["--live", ...(typeof options === "function" ? options(folder) : options), "--",
+    ...(program ?? [host, "--library-log", join(folder, "log"), "--script", host_script])],
     { stdio: ["ignore", "ignore", "pipe"] });
   const lines = createInterface({ input: process.stderr });
   const address = await new Promise((resolve, reject) => {

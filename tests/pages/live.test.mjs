@@ -106,6 +106,43 @@ test("a projector that is dragged to another distance and set down is sharp agai
   assert.deepEqual(complaints, []);
 });
 
+/** The ends of the drawn rays beyond the wall, or before it, in millimetres: from above, then from the side. */
+const ends_off_the_wall = (page) => page.evaluate(() => {
+  const [above, side] = Array.from(document.querySelectorAll("svg.room"));
+  const ends = (room, member) => Array.from(room.querySelectorAll(".ray")).map((ray) => Number(ray.getAttribute(member)));
+  return [...ends(above, "y2"), ...ends(side, "x2")];
+});
+
+test("the rays of a projector that is turned, tilted and rolled end on the wall, from above and from the side", async () => {
+  live = await start_live(["--set", "pose.yaw_deg=15", "--set", "pose.pitch_deg=10", "--set", "pose.roll_deg=20"]);
+  const { page } = await open_page();
+  await until_time(page, 0.5);
+  const ends = await ends_off_the_wall(page);
+  assert.equal(ends.length, 8);
+  for (const mm of ends) assert.ok(Math.abs(mm) < 5, ends.join(" "));
+  assert.equal(await page.locator(".ray.good").count(), 8, "a sensor that is right is not called wrong");
+});
+
+test("somebody who has walked past is out of sight", async () => {
+  live = await start_live();
+  const { page } = await open_page();
+  await page.getByRole("button", { name: "Somebody walks past" }).click();
+  await page.waitForSelector("svg[aria-label='The room from the side'] .person", patience);
+  await live.command({ do: "speed", value: 10 });
+  await page.waitForSelector("svg[aria-label='The room from the side'] .person", { ...patience, state: "detached" });
+});
+
+test("a program that lets no time pass, and one that cannot be run, are said to be so", async () => {
+  live = await start_live([], ["sh", "-c", "while :; do :; done"]);
+  const { page } = await open_page({ ready: false });
+  await page.waitForFunction(() => document.querySelector("#status").textContent.includes("has not let any time pass yet"), null, patience);
+  assert.equal(await page.locator("#projector-above").isVisible(), false);
+  await live.stop();
+  live = await start_live([], ["/nonexistent"]);
+  const { page: other } = await open_page({ ready: false });
+  await other.waitForFunction(() => document.querySelector("#status").textContent.includes("exit code 127. It could not be run"), null, patience);
+});
+
 test("the projector is carried by the arrow keys, too", async () => {
   live = await start_live();
   const { page } = await open_page();

@@ -134,7 +134,6 @@ describe("the cursor", () => {
       for (let i = 0; i < 20 && Number(await page.locator("#overview").getAttribute("aria-valuenow")) < event.t; ++i) {
         await page.keyboard.press("n");
       }
-      await page.getByRole("button", { name: "log", exact: true }).click();
       const current = page.locator(".happenings li.current");
       assert.match(await current.innerText(), new RegExp(event.text.slice(0, 20)));
       const list = await page.locator(".happenings").boundingBox();
@@ -251,6 +250,50 @@ describe("the page tells", () => {
     await with_page(await make_page(trace), {}, async (page) => assert.match(await page.locator(".cards").innerText(), /✗ blurred/));
   });
 
+  it("which request failed, and why, however narrow the page", async () => {
+    const run = await make_run_page("far-wall", folder);
+    const { outcome } = data_of(run.page).requests[0];
+    for (const width of [1400, 400]) {
+      await with_page(run.page, { width }, async (page) => {
+        const row = page.locator(".requests tbody tr").first();
+        assert.match(await row.innerText(), /✗ failed: /);
+        assert.ok((await row.innerText()).includes(outcome), outcome);
+        assert.ok((await page.locator(".cards").innerText()).includes(outcome), outcome);
+        const box = await row.getByText("square", { exact: false }).last().boundingBox();
+        assert.ok(box.x + box.width <= width, "how it ended is beyond the edge");
+      });
+    }
+  });
+
+  it("when the zones were measured, and how far they were from the truth of then", async () => {
+    const { zones } = data_of(walk.page);
+    await with_page(walk.page, {}, async (page) => {
+      await page.keyboard.press("End");
+      const about = await page.locator(".panel", { has: page.locator(".zone-map") }).locator(".about").innerText();
+      assert.ok(about.includes(`Sensed at ${(zones.t.at(-1) / 1e6).toFixed(3)} s, `), about);
+      assert.match(about, /before the cursor/);
+    });
+  });
+
+  it("nothing of the picture that the trace does not say", async () => {
+    const trace = join(folder, "no-truth.jsonl");
+    writeFileSync(trace, records_of(walk.trace).filter((record) => !record.truth).map((record) => `${JSON.stringify(record)}\n`).join(""));
+    await with_page(await make_page(trace), {}, async (page) => {
+      assert.doesNotMatch(await page.locator(".cards").innerText(), /[✓✗] (sharp|blurred|square|not)/);
+      assert.doesNotMatch(await page.locator(".requests").innerText(), /[✓✗] (sharp|blurred|square|not)/);
+      assert.doesNotMatch(await page.locator(".side").innerText(), /not on the wall|nothing there/);
+    });
+  });
+
+  it("where a word of the log stands, though the log is not shown", async () => {
+    const line = data_of(walk.page).log.find(({ text }) => text.includes("tof distance"));
+    await with_page(walk.page, {}, async (page) => {
+      assert.equal(await page.locator(".happenings li.log").count(), 0);
+      await page.locator("#search").fill("tof distance");
+      assert.ok(await page.locator(".happenings li.log").count() > 0, line.text);
+    });
+  });
+
   it("any signal by its name", async () => {
     const data = data_of(walk.page);
     await with_page(walk.page, {}, async (page) => {
@@ -306,6 +349,27 @@ describe("the page is safe and small", () => {
 });
 
 describe("the page fits", () => {
+  it("with all times below its curves but those that its edge would cut", async () => {
+    await with_page(walk.page, {}, async (page) => {
+      // What a canvas has been asked to write, and where.
+      const written = await page.evaluate(async () => {
+        const texts = [];
+        const write = CanvasRenderingContext2D.prototype.fillText;
+        CanvasRenderingContext2D.prototype.fillText = function (text, x, ...more) {
+          texts.push({ text, end: (x + this.measureText(text).width / 2) / devicePixelRatio, wide: this.canvas.clientWidth });
+          return write.call(this, text, x, ...more);
+        };
+        document.querySelector('[title="Show less time"], [aria-label="Show less time"]').click();
+        await new Promise((done) => setTimeout(done, 300));
+        return texts;
+      });
+      const times = written.filter(({ text }) => / s$|^\d+:/.test(text));
+      assert.ok(times.length > 20, `${times.length} times`);
+      for (const { text, end, wide } of times) assert.ok(end <= wide + 1, `${text} ends at ${end} of ${wide}`);
+    });
+  });
+
+
   for (const width of [1400, 400]) {
     it(`${width} pixels without scrolling sideways`, async () => {
       await with_page(walk.page, { width }, async (page) => {

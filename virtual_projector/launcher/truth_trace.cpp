@@ -27,6 +27,13 @@ bool changes_lens_or_picture(const CallRecord& record) {
     return record.call == "ioctl" && record.path == "/dev/dis";
 }
 
+// Into the way of a ray, or out of it, which changes nothing else of the truth.
+bool somebody_steps(const TruthRecord& before, const TruthRecord& after) {
+    constexpr double least_mm = 50;
+    return !std::equal(before.zones_mm.begin(), before.zones_mm.end(), after.zones_mm.begin(),
+                       [](double a, double b) { return std::abs(a - b) < least_mm; });
+}
+
 void add_unit(TruthRecord& record, const Truth& truth) {
     record.distance_mm = rounded(truth.pose.distance_mm);
     record.pitch_deg = rounded(truth.pose.pitch_deg);
@@ -99,10 +106,12 @@ void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& s
     sink_.record_truth(t_us, state);
 }
 
-// It may have stopped the lens, or have changed how it moves.
+// It may have stopped the lens, or have changed how it moves; or somebody stands before the sensor now.
 void TruthTrace::record_event(std::int64_t t_us, std::string_view what) {
     sink_.record_event(t_us, what);
     look_for_bends();
+    const TruthRecord state = record_of(truth_());
+    if (written_us_ >= 0 && somebody_steps(written_, state)) write(t_us, state);
 }
 
 void TruthTrace::look_for_bends() {
@@ -133,7 +142,8 @@ void TruthTrace::time_is(std::int64_t t_us) {
 void TruthTrace::record_change(std::int64_t t_us) {
     looked_us_ = t_us;
     const TruthRecord state = record_of(truth_());
-    if (written_us_ < 0 || !tell_the_same(state, written_)) write(t_us, state);
+    if (written_us_ < 0 || !tell_the_same(state, written_) || somebody_steps(written_, state))
+        write(t_us, state);
 }
 
 void TruthTrace::record_now(std::int64_t t_us) {

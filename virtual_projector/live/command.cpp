@@ -15,6 +15,7 @@ using Json = nlohmann::ordered_json;
 // It is read as the scenario's reader will read it, at some time.
 Json read_event(const LocatedJson& command, const Json& document) {
     const LocatedJson event = command.member("event");
+    if (!document.at("event").is_object()) event.fail("an object, as it stands in a scenario");
     if (event.has("at_s")) event.member("at_s").fail("no time: it happens when it is asked for");
     Json timed = {{"at_s", 0}};
     timed.update(document.at("event"));

@@ -65,6 +65,13 @@ void refuse(Response& response, int status, const std::string& why) {
     response.set_content(why + "\n", "text/plain; charset=utf-8");
 }
 
+const char* words_for(int status) {
+    constexpr int too_large = 413;
+    constexpr int failed = 500;
+    if (status == too_large) return "a command has at most 16 KiB";
+    return status == failed ? "this could not be done" : "there is nothing here but the live page";
+}
+
 void harden(Response& response) {
     response.set_header("Cache-Control", "no-store");
     response.set_header("X-Content-Type-Options", "nosniff");
@@ -154,9 +161,7 @@ struct LiveServer::Parts {
         });
         server.set_error_handler([](const Request&, Response& response) {
             if (!response.body.empty()) return;
-            const bool is_large = response.status == 413;
-            refuse(response, response.status,
-                   is_large ? "a command has at most 16 KiB" : "there is nothing here but the live page");
+            refuse(response, response.status, words_for(response.status));
         });
         server.Get("/", [this](const Request&, Response& response) { send_page(response); });
         server.Get("/events", [this](const Request&, Response& response) { send_events(response); });

@@ -48,8 +48,9 @@ Json pose_of(const Settings& settings) {
             {"mounting", pose.mounting}};
 }
 
-// What a sensor says that has been calibrated as it should be.
-Json zones_of(const World& world, const Truth& truth) {
+// What a sensor of four zones says that has been calibrated as it should be. The truth of a sensor that is set
+// to eight is that of rays farther out.
+Json zones_of(const World& world) {
     const TofScene scene = world.tof_scene();
     const std::int64_t frame = tof_frame_index({scene.tof.frames_per_s, 0, scene.seed}, world.now());
     const std::vector<ZoneReading> readings =
@@ -62,7 +63,7 @@ Json zones_of(const World& world, const Truth& truth) {
         sensed.push_back(reading.distance_mm);
         quality.push_back(reading.quality);
     }
-    for (const double distance_mm : truth.zones_mm)
+    for (const double distance_mm : true_zone_distances(scene, four_zone_mode))
         really.push_back(std::isfinite(distance_mm) ? rounded(distance_mm) : -1);
     return {{"sensed_mm", sensed}, {"true_mm", really}, {"quality", quality}};
 }
@@ -83,7 +84,7 @@ Json state_of(const World& world) {
     state["held"] = world.hand_is_moving();
     state["gravity_g"] = gravity_of(world);
     state["led_reading_c"] = world.led_reading_c();
-    state["zones"] = zones_of(world, truth);
+    state["zones"] = zones_of(world);
     state["room"] = room_of(world.settings());
     return state;
 }

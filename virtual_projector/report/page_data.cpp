@@ -46,7 +46,12 @@ ordered_json time_or_none(const std::optional<std::int64_t>& t_us) {
     return t_us ? ordered_json(*t_us) : ordered_json(nullptr);
 }
 
-ordered_json json_of(const Request& request) {
+// Of a trace without truths nobody knows.
+ordered_json truth_or_none(const TruthRecord& truth, bool is_known) {
+    return is_known ? json_of(truth) : ordered_json(nullptr);
+}
+
+ordered_json json_of(const Request& request, bool has_truths) {
     return {{"n", request.number},
             {"kind", name_of(request.kind)},
             {"what", request.what},
@@ -57,8 +62,8 @@ ordered_json json_of(const Request& request) {
             {"end", time_or_none(request.ended_us)},
             {"failed", request.failed},
             {"outcome", request.outcome},
-            {"before", json_of(static_cast<const TruthRecord&>(request.before))},
-            {"after", json_of(static_cast<const TruthRecord&>(request.after))}};
+            {"before", truth_or_none(request.before, has_truths)},
+            {"after", truth_or_none(request.after, has_truths)}};
 }
 
 class Writer {
@@ -162,7 +167,8 @@ void Writer::write_flags() {
 }
 
 void Writer::write_requests() {
-    text_.list(run_.requests, [this](const Request& request) { text_.json(json_of(request)); });
+    const bool has_truths = !run_.contents.truths.empty();
+    text_.list(run_.requests, [&](const Request& request) { text_.json(json_of(request, has_truths)); });
 }
 
 void Writer::write_slice(const Slice& slice) {

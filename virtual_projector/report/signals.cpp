@@ -139,6 +139,14 @@ double number_after(const std::string& line, const char* words) {
     return end == text ? unknown : value;
 }
 
+// Before the first samples all angles are zero, as gravity never has them.
+bool has_felt_gravity(const std::string& angles) {
+    for (const char* const axis : {"x = ", "y = ", "z = "}) {
+        if (number_after(angles, axis) != 0) return true;
+    }
+    return false;
+}
+
 bool is_valid(int distance_mm, int quality) {
     return quality >= min_valid_quality && quality <= max_quality && distance_mm > 0 &&
            distance_mm < no_distance_mm;
@@ -349,7 +357,7 @@ void SignalCollector::take_log(const LogLine& log) {
         add_number("tilt.tof_deg", "TOF: yaw = ");
         add_number("tilt.tof_turn_deg", "pitch = ");
     }
-    if (says("gsensor angle :")) add_number("tilt.gravity_deg", "vAngle = ");
+    if (says("gsensor angle :") && has_felt_gravity(log.text)) add_number("tilt.gravity_deg", "vAngle = ");
     if (says("halg = ")) {
         add_number("tilt.chosen_deg", "valg = ");
         add_number("tilt.chosen_roll_deg", "theta = ");

@@ -74,7 +74,12 @@ public:
     std::map<std::string, int> toasts;  // each with how often it was sent
     std::int64_t end_us = 0;
 
-    void see(std::int64_t t_us) { end_us = std::max(end_us, t_us); }
+    bool is_empty = true;  // but for the run's record
+
+    void see(std::int64_t t_us) {
+        is_empty = false;
+        end_us = std::max(end_us, t_us);
+    }
     std::vector<std::string> tell(const StorySources& sources);
 
 private:
@@ -96,25 +101,30 @@ std::vector<std::string> StoryTeller::Work::beginning(const std::string& title) 
     std::vector<std::string> lines;
     if (!title.empty()) append(lines, paragraph(title));
     append(lines, place_of(run));
-    lines.push_back(start_words(*first));
+    lines.push_back(first ? start_words(*first) : "What was really so the trace does not say.");
     return lines;
 }
 
 std::vector<std::string> StoryTeller::Work::places_and_wear() const {
     std::vector<std::string> lines;
-    for (const std::string& line : place_lines(last)) append(lines, paragraph(line));
+    if (first) {
+        for (const std::string& line : place_lines(last)) append(lines, paragraph(line));
+    }
     if (wear) append(lines, paragraph(wear_words(wear->run)));
     return lines;
 }
 
 // Where the picture is and the wear give way to decisions and to all that matters more.
 std::vector<std::string> StoryTeller::Work::tell(const StorySources& sources) {
-    if (!first) return {"There is nothing to tell: the trace " + sources.trace + " is empty."};
+    if (is_empty) {
+        const std::string name = sources.trace.empty() ? "" : " " + sources.trace;
+        return {"There is nothing to tell: the trace" + name + " is empty."};
+    }
     if (!entries.has_log()) entries.take_log_without_times(read_library_log(sources.library_log));
     const std::vector<StoryEntry> all = entries.finish();
     std::vector<std::string> lines = beginning(sources.title);
     std::vector<std::string> end = toast_lines();
-    append(end, outcome_table(*first, last));
+    if (first) append(end, outcome_table(*first, last));
     const std::vector<std::string> extra = places_and_wear();
     const std::string times = times_words(sources.summary, end_us);
     if (is_full_) {

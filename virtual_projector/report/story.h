@@ -41,7 +41,8 @@ public:
 
     /// The lines, none wider than 80 columns. Unless they are to be full, there are at most 40 of them: what
     /// matters less is drawn together or left out, and a line says how much; but an event of the scenario is
-    /// never left out. The library's own lines come on top of them.
+    /// never left out, and where there are many of those, a dozen lines stand for what came of them. The
+    /// library's own lines come on top.
     std::vector<std::string> tell(const StorySources& sources);
 
 private:

@@ -22,47 +22,60 @@ struct Rank {
 };
 
 constexpr int always = 0;  // and never left out
-constexpr int told_to_the_host = 1;
-constexpr int decisions = 3;
+constexpr int how_it_ends = 1;
+constexpr int told_to_the_host = 2;
+constexpr int decisions = 4;
+
+// Lines for what came of the events, however many of those there are.
+constexpr std::size_t least_besides_events = 12;
 
 constexpr std::array<Rank, 14> ranks = {{
     {EntryKind::event, always, "event", "events"},
     {EntryKind::log, always, "log line", "log lines"},
-    {EntryKind::fault, 1, "fault", "faults"},
-    {EntryKind::refused, 1, "refusal", "refusals"},
-    {EntryKind::toast, 1, "toast", "toasts"},
-    {EntryKind::turn, 1, "turn of the picture", "turns of the picture"},
-    {EntryKind::request, 2, "request", "requests"},
+    {EntryKind::fault, told_to_the_host, "fault", "faults"},
+    {EntryKind::refused, told_to_the_host, "refusal", "refusals"},
+    {EntryKind::toast, told_to_the_host, "toast", "toasts"},
+    {EntryKind::turn, told_to_the_host, "turn of the picture", "turns of the picture"},
+    {EntryKind::request, 3, "request", "requests"},
     {EntryKind::chosen, decisions, "decision", "decisions"},
-    {EntryKind::lens, 4, "lens order", "lens orders"},
-    {EntryKind::width, 4, "keystone step", "keystone steps"},
-    {EntryKind::seen, 5, "reading", "readings"},
-    {EntryKind::detail, 6, "detail", "details"},
-    {EntryKind::failure, 7, "failed call", "failed calls"},
-    {EntryKind::ending, 2, "end of a request", "ends of requests"},
+    {EntryKind::lens, 5, "lens order", "lens orders"},
+    {EntryKind::width, 5, "keystone step", "keystone steps"},
+    {EntryKind::seen, 6, "reading", "readings"},
+    {EntryKind::detail, 7, "detail", "details"},
+    {EntryKind::failure, 8, "failed call", "failed calls"},
+    {EntryKind::ending, 3, "end of a request", "ends of requests"},
 }};
 
 const Rank& rank_of(EntryKind kind) {
     return *std::find_if(ranks.begin(), ranks.end(), [kind](const Rank& rank) { return rank.kind == kind; });
 }
 
+// What is known of the requests of a story before it is told.
+struct Requests {
+    std::set<int> failed;
+    int last = 0;  // that was not asked for by following a movement: it leaves the picture as it ends
+};
+
+Requests requests_among(const std::vector<StoryEntry>& entries) {
+    Requests requests;
+    for (const StoryEntry& entry : entries) {
+        if (!entry.asked) continue;
+        if (entry.asked->failed) requests.failed.insert(entry.request);
+        if (entry.asked->kind != RequestKind::following) requests.last = entry.request;
+    }
+    return requests;
+}
+
 // A request that failed matters as much as the refusal that it met, one of which the host was told as much as
-// the toast. That a movement is followed matters no more than a decision, and there are many. A refusal in a
-// request that failed matters less: the request tells of it.
-int importance(const StoryEntry& entry, const std::set<int>& failed_requests) {
+// the toast, and the last one more than those. That a movement is followed matters no more than a decision, and
+// there are many. A refusal in a request that failed matters less: the request tells of it.
+int importance(const StoryEntry& entry, const Requests& requests) {
+    if (entry.asked && entry.request == requests.last) return how_it_ends;
     if (entry.asked && entry.asked->kind == RequestKind::following) return decisions;
     const bool is_as_toast = entry.asked && (entry.asked->failed || !entry.asked->toasts.empty());
     if (is_as_toast) return told_to_the_host;
-    const bool is_told = entry.kind == EntryKind::refused && failed_requests.count(entry.request) != 0;
+    const bool is_told = entry.kind == EntryKind::refused && requests.failed.count(entry.request) != 0;
     return is_told ? decisions : rank_of(entry.kind).rank;
-}
-
-std::set<int> failed_among(const std::vector<StoryEntry>& entries) {
-    std::set<int> failed;
-    for (const StoryEntry& entry : entries) {
-        if (entry.asked && entry.asked->failed) failed.insert(entry.request);
-    }
-    return failed;
 }
 
 // --- Drawing together --------------------------------------------------------------------------------------
@@ -282,6 +295,7 @@ public:
         kept_[index] = true;
         room_ -= std::min(room_, sizes_[index]);
     }
+    void make_room(std::size_t lines) { room_ = std::max(room_, lines); }
     bool all_fitted() const { return all_fitted_; }
     const std::vector<bool>& kept() const { return kept_; }
 
@@ -302,15 +316,17 @@ private:
 
 std::vector<bool> chosen(const std::vector<StoryEntry>& entries, const std::vector<std::size_t>& sizes,
                          std::size_t lines) {
-    const std::set<int> failed = failed_among(entries);
+    const Requests requests = requests_among(entries);
     std::map<int, std::vector<std::size_t>> by_importance;
-    for (std::size_t i = 0; i < entries.size(); ++i) by_importance[importance(entries[i], failed)].push_back(i);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        by_importance[importance(entries[i], requests)].push_back(i);
     Chooser chooser(sizes, lines);
     for (const auto& [importance, indices] : by_importance) {
         if (importance != always) {
             chooser.take(indices, entries);
         } else {
             for (const std::size_t index : indices) chooser.take_always(index);
+            chooser.make_room(std::min(lines, least_besides_events));
         }
         if (!chooser.all_fitted()) break;
     }
@@ -394,10 +410,10 @@ Page cut_page(const std::vector<StoryEntry>& entries, std::size_t lines) {
     }
     const std::vector<bool> kept = chosen(drawn, sizes, lines);
     LeftOut left_out(entries, whole);
-    const std::set<int> failed = failed_among(drawn);
+    const Requests requests = requests_among(drawn);
     Page page;
     for (std::size_t i = 0; i < drawn.size(); ++i) {
-        if (!kept[i] && importance(drawn[i], failed) <= decisions) page.lacks_what_matters = true;
+        if (!kept[i] && importance(drawn[i], requests) <= decisions) page.lacks_what_matters = true;
         if (!kept[i]) continue;
         left_out.take_away(drawn[i]);
         page.lines.insert(page.lines.end(), texts[i].begin(), texts[i].end());

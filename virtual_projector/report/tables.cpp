@@ -15,6 +15,9 @@ namespace vp {
 namespace {
 
 constexpr const char* line_end = "\r\n";
+constexpr const char* requests_file = "requests.csv";
+constexpr const char* flags_file = "flags.csv";
+constexpr const char* log_file = "log.csv";
 
 // Exact to the microsecond, also after years.
 std::string seconds_text(std::int64_t t_us) {
@@ -117,11 +120,17 @@ std::string csv_field(std::string_view text) {
     return field + "\"";
 }
 
+std::set<std::string> table_files(const RunData& run) {
+    std::set<std::string> files = {requests_file, flags_file, log_file};
+    for (const auto& [name, signal] : run.signals) files.insert(file_name(name));
+    return files;
+}
+
 void write_tables(const RunData& run,
                   const std::function<void(const std::string& file, const std::string& text)>& write) {
-    write("requests.csv", requests_table(run.requests));
-    write("flags.csv", flags_table(run.flags));
-    write("log.csv", log_table(run.contents.log));
+    write(requests_file, requests_table(run.requests));
+    write(flags_file, flags_table(run.flags));
+    write(log_file, log_table(run.contents.log));
     std::set<std::string> files;
     for (const auto& [name, signal] : run.signals) {
         std::string file = file_name(name);

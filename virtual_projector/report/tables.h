@@ -8,12 +8,16 @@
 #define VIRTUAL_PROJECTOR_REPORT_TABLES_H
 
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include "virtual_projector/report/run_data.h"
 
 namespace vp {
+
+/// The names of the tables' files.
+std::set<std::string> table_files(const RunData& run);
 
 /// Hands each table to `write`: its file's name, and its text.
 void write_tables(const RunData& run,

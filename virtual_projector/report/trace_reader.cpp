@@ -263,6 +263,8 @@ void TraceReader::parse_line() {
     if (record.input.line_number() == 1) check_first(record.input, record.line);
     record.value = parse(record.input, record.line);
     record.kind = kind_of(record.value);
+    if (record.kind == record_key::run && record.input.line_number() > 1)
+        throw garbled(record.input, "another run begins here: expected the trace of one");
 }
 
 const std::string& TraceReader::line() const { return record_->line; }

@@ -3,8 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
 
 #include <ovra_version.h>
 #include "virtual_projector/report/differences.h"
@@ -80,6 +84,31 @@ void describe(CLI::App& app, ReportOptions& options) {
                  "take what there is of a trace that is cut, as of a run that was killed");
 }
 
+bool is_same_file(const std::string& one, const std::string& other) {
+    if (one.empty() || other.empty() || one == "-" || other == "-") return false;
+    std::error_code error;  // one that is not there yet is told by its name
+    return one == other || std::filesystem::equivalent(one, other, error);
+}
+
+// A trace that was overwritten is lost, and so is the first of two outputs in one file.
+void check_places(const ReportOptions& options) {
+    const std::pair<const char*, const std::string*> outputs[] = {
+        {"-o", &options.page}, {"--data", &options.data}, {"--perfetto", &options.perfetto}};
+    for (const auto& [option, file] : outputs) {
+        for (const std::string& trace : {options.trace, options.other}) {
+            if (is_same_file(*file, trace))
+                throw std::runtime_error(std::string(option) + " " + *file +
+                                         ": would overwrite the trace: expected another file");
+        }
+        for (const auto& [earlier, taken] : outputs) {
+            if (earlier == option) break;
+            if (is_same_file(*file, *taken))
+                throw std::runtime_error(std::string(option) + " " + *file + ": is the file of " + earlier +
+                                         ": expected another one");
+        }
+    }
+}
+
 void check(const ReportOptions& options) {
     const std::string* const outputs[] = {&options.page, &options.data, &options.perfetto, &options.csv,
                                           &options.other};
@@ -98,6 +127,7 @@ void check(const ReportOptions& options) {
         std::count_if(std::begin(files), std::end(files), [](const std::string* file) { return *file == "-"; });
     if (count + (options.story ? 1 : 0) + (options.other.empty() ? 0 : 1) > 1 && count > 0)
         throw std::runtime_error("only one output can be standard output");
+    check_places(options);
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #include "virtual_projector/report_tool/outputs.h"
 
 #include <filesystem>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "virtual_projector/report/page.h"
@@ -25,10 +27,21 @@ void write_perfetto_file(const RunData& run, const std::string& path) {
     file.finish();
 }
 
+// Of another run, which would stand between those of this one as if they were its own.
+void refuse_other_tables(const std::string& folder, const std::set<std::string>& own) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path().filename().string();
+        if (entry.path().extension() == ".csv" && own.count(name) == 0)
+            throw std::runtime_error("--csv " + folder + ": has a table that this run has not, " + name +
+                                     ": expected an empty folder");
+    }
+}
+
 void write_csv_folder(const RunData& run, const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) throw std::runtime_error("--csv " + folder + ": cannot make the folder: " + error.message());
+    refuse_other_tables(folder, table_files(run));
     write_tables(run, [&folder](const std::string& file, const std::string& text) {
         write_file((std::filesystem::path(folder) / file).string(), text);
     });

@@ -5,6 +5,8 @@ import type { Connection } from "./connection";
 import type { News, State } from "./messages";
 
 const step_ms = 100;
+const silent_ms = 2000;
+const could_not_run = 127;  // as shells have it
 // The slider is even in the speed's logarithm: -1 is a tenth, 0 the PC's own, 2 a hundred times.
 const slowest = -1;
 const fastest = 2;
@@ -22,6 +24,7 @@ export class Controls {
   private readonly speed_words = element("output", { for: "speed", class: "speed" }, "×1");
   private readonly status = element("p", { class: "status", role: "status", id: "status" }, "Waiting for the run …");
   private is_paused = false;
+  private silence: ReturnType<typeof setTimeout> | undefined;
 
   constructor(private readonly connection: Connection) {
     this.pause.addEventListener("click", () => this.toggle());
@@ -43,13 +46,22 @@ export class Controls {
   }
 
   show(news: News): void {
-    if (news.run) this.say(news.run.story || "A projector before a wall.");
+    if (news.run) this.begin(news.run.story || "A projector before a wall.");
     if (news.state) this.show_state(news.state);
+    if (news.state || news.end) clearTimeout(this.silence);
     if (news.end) {
       const { exit_code, limit_s } = news.end;
       const repeat = limit_s === undefined ? "" : ` The saved scenario ends there with --limit ${limit_s}.`;
-      this.say(`The program has ended with exit code ${exit_code}.${repeat} Restart begins another run.`);
+      const why = exit_code === could_not_run ? " It could not be run, perhaps: the terminal says why." : "";
+      this.say(`The program has ended with exit code ${exit_code}.${why}${repeat} Restart begins another run.`);
     }
+  }
+
+  /** A program that only computes never lets time pass, and its run shows nothing. */
+  private begin(story: string): void {
+    this.say(story);
+    clearTimeout(this.silence);
+    this.silence = setTimeout(() => this.say("The program has begun, but has not let any time pass yet."), silent_ms);
   }
 
   say(words: string, bad = false): void {

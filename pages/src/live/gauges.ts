@@ -24,6 +24,11 @@ function felt_pitch_deg(state: State): number {
   return (Math.atan2(-back, Math.hypot(left, up)) * 180) / Math.PI;
 }
 
+function edges_of({ truth }: State): string {
+  const edges = { left: truth.left_side_deg, right: truth.right_side_deg, top: truth.top_edge_deg, bottom: truth.bottom_edge_deg };
+  return Object.entries(edges).map(([name, degrees]) => `${name} ${fixed(degrees, 1)}°`).join(", ");
+}
+
 const gauges: Gauge[] = [
   { name: "Sharpness", unit: "%", low: 0, high: 100, decimals: 1, value: (s) => 100 * s.truth.sharpness,
     good: (s) => s.truth.sharpness >= sharp_enough, more: (s) => `blur ${fixed(s.truth.blur_px, 2)} px, corners ${fixed(s.truth.blur_corner_px, 2)} px` },
@@ -31,7 +36,7 @@ const gauges: Gauge[] = [
     more: (s) => `best ${fixed(s.truth.best_tmr, 0)}, off by ${fixed(s.truth.lens_error_tmr, 1)}${s.truth.lens_moving ? ", moving" : ""}` },
   { name: "Worst edge", unit: "°", low: 0, high: 10, decimals: 2, value: (s) => Math.abs(s.truth.worst_edge_deg),
     good: (s) => s.truth.on_wall && Math.abs(s.truth.worst_edge_deg) <= square_enough_deg,
-    more: (s) => s.truth.on_wall ? `left ${fixed(s.truth.left_side_deg, 2)}°, right ${fixed(s.truth.right_side_deg, 2)}°` : "not on the wall" },
+    more: (s) => s.truth.on_wall ? edges_of(s) : "not on the wall" },
   { name: "Distance", unit: "mm", low: 0, high: 4000, decimals: 0, value: (s) => s.truth.distance_mm,
     more: (s) => `yaw ${fixed(s.truth.yaw_deg, 1)}°` },
   { name: "Tilt", unit: "°", low: -40, high: 40, decimals: 1, value: (s) => s.truth.pitch_deg,

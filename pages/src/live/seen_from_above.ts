@@ -6,9 +6,9 @@ import type { Connection } from "./connection";
 import { make_draggable, type Point } from "./drag";
 import type { Hand } from "./hand";
 import type { State } from "./messages";
-import { rays_of } from "./rays";
+import { half_width_mm as half_width, person_side_mm } from "./people";
+import { end_of, rays_of } from "./rays";
 
-const half_width = 2300;
 const depth = 4300;
 const wall_margin = 260;
 const max_distance_mm = 4000;
@@ -95,14 +95,11 @@ export class SeenFromAbove {
     const xs = outline.map((corner) => corner[0]);
     this.beam.setAttribute("points", xs.length === 0 ? "" :
       `0,${lens.y.toFixed(1)} ${Math.min(...xs).toFixed(1)},0 ${Math.max(...xs).toFixed(1)},0`);
-    const half_column = ((state.room["tof.zone_column_angle_deg"] ?? 24) / 2) * to_radians;
-    const yaw = state.pose.yaw_deg * to_radians;
     const drawn = rays_of(state).map((ray) => {
-      const length = ray.true_mm > 0 ? ray.true_mm : max_distance_mm;
-      const side = (ray.right ? 1 : -1) * Math.tan(half_column) * length;
-      const x = Math.sin(yaw) * length + Math.cos(yaw) * side;
-      const y = lens.y - Math.cos(yaw) * length + Math.sin(yaw) * side;
-      return shape("line", { class: `ray ${ray.look}`, x1: 0, y1: lens.y.toFixed(1), x2: x.toFixed(1), y2: y.toFixed(1) });
+      const end = end_of(ray, state, max_distance_mm);
+      return shape("line", {
+        class: `ray ${ray.look}`, x1: 0, y1: lens.y.toFixed(1), x2: end.right.toFixed(1), y2: (lens.y - end.ahead).toFixed(1),
+      });
     });
     this.rays.replaceChildren(...drawn);
   }
@@ -141,9 +138,8 @@ export class SeenFromAbove {
   private show_person(person: SVGElement, name: string, state: State, lens: Point): void {
     const { room } = state;
     const width = room[`${name}_width_mm`] ?? 0;
-    const walked_s = Math.max(0, state.t_us / 1e6 - (room[`${name}_start_s`] ?? 0));
     person.classList.toggle("absent", width === 0);
-    person.setAttribute("cx", ((room[`${name}_side_mm`] ?? 0) + walked_s * (room[`${name}_mm_per_s`] ?? 0)).toFixed(1));
+    person.setAttribute("cx", person_side_mm(state, name).toFixed(1));
     person.setAttribute("cy", (lens.y - (room[`${name}_along_mm`] ?? 0)).toFixed(1));
     person.setAttribute("r", String(width / 2));
   }

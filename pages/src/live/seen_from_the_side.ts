@@ -5,7 +5,8 @@ import { trimmed } from "../shared/format";
 import { make_draggable } from "./drag";
 import type { Hand } from "./hand";
 import type { State } from "./messages";
-import { rays_of } from "./rays";
+import { person_side_mm, half_width_mm } from "./people";
+import { end_of, rays_of } from "./rays";
 
 const depth = 4300;
 const height = 2500;
@@ -93,15 +94,11 @@ export class SeenFromTheSide {
   }
 
   private show_rays(state: State, x: number, y: number): void {
-    const half_row = ((state.room["tof.zone_row_angle_deg"] ?? 24) / 2) * to_radians;
-    const pitch = state.pose.pitch_deg * to_radians;
-    const yaw = Math.cos(state.pose.yaw_deg * to_radians);
     this.rays.replaceChildren(...rays_of(state).map((ray) => {
-      const length = ray.true_mm > 0 ? ray.true_mm : depth;
-      const up = (ray.up ? 1 : -1) * Math.tan(half_row) * length;
-      const end_x = x + (Math.cos(pitch) * length - Math.sin(pitch) * up) * yaw;
-      const end_y = y - Math.sin(pitch) * length - Math.cos(pitch) * up;
-      return shape("line", { class: `ray ${ray.look}`, x1: x.toFixed(1), y1: y.toFixed(1), x2: end_x.toFixed(1), y2: end_y.toFixed(1) });
+      const end = end_of(ray, state, depth);
+      return shape("line", {
+        class: `ray ${ray.look}`, x1: x.toFixed(1), y1: y.toFixed(1), x2: (x + end.ahead).toFixed(1), y2: (y - end.up).toFixed(1),
+      });
     }));
   }
 
@@ -115,7 +112,8 @@ export class SeenFromTheSide {
     }
     for (const name of ["person1", "person2"]) {
       const value = (member: string): number => room[`room.${name}_${member}_mm`] ?? 0;
-      if (value("width") === 0) continue;
+      const is_near = Math.abs(person_side_mm(state, `room.${name}`)) < half_width_mm;
+      if (value("width") === 0 || !is_near) continue;
       drawn.push(shape("rect", { class: "person", x: lens_x + value("along") - value("width") / 2, y: -value("height"), width: value("width"), height: value("height"), rx: value("width") / 2 }));
     }
     this.things.replaceChildren(...drawn);

@@ -43,7 +43,7 @@ export class Happenings {
   private readonly all: Happening[];
   private listed: Happening[] = [];
   private times: number[] = [];
-  private readonly hidden = new Set<Kind>(["move"]);
+  private readonly hidden = new Set<Kind>(["move", "log"]);
   private readonly list = element("ol", { class: "happenings", tabindex: 0, "aria-label": "What happened, in order of time" });
   private readonly count = element("p", { class: "about", role: "status" });
 
@@ -92,9 +92,12 @@ export class Happenings {
 
   private choose(): void {
     const sought = this.search.value.trim().toLowerCase();
-    this.listed = this.all.filter((one) => !this.hidden.has(one.kind) && (sought === "" || one.lower.includes(sought)));
+    // What is sought is sought everywhere: a kind that is hidden would hide where it stands.
+    this.listed = this.all.filter((one) => (sought === "" ? !this.hidden.has(one.kind) : one.lower.includes(sought)));
     this.times = this.listed.map((one) => one.t);
-    this.count.textContent = sought === "" ? counted(this.listed.length, "entry", "entries") :
+    const hidden = this.all.length - this.listed.length;
+    this.count.textContent = sought === "" ?
+      `${counted(this.listed.length, "entry", "entries")}${hidden > 0 ? `; ${hidden} more of the kinds that are struck out` : ""}` :
       `${counted(this.listed.length, "entry", "entries")} with “${this.search.value.trim()}”; Enter goes to the next`;
     this.show();
   }

@@ -168,6 +168,23 @@ const chosen_by: Record<number, [string, ColorName]> = {
   0: ["told by the host", "purple"], 1: ["ToF chosen", "blue"], 2: ["gravity chosen", "orange"],
 };
 
+/** The gravity sensor's tilt is that of the unit as it hangs or stands: upside down a lens that looks down is raised. */
+function gravity_less_true(signals: Signals): Curve[] {
+  const felt = signals.get("tilt.gravity_deg");
+  const pitch = signals.get("truth.pitch_deg");
+  if (!felt || !pitch) return [];
+  const quarter_turns = signals.get("truth.mounting");
+  const roll = signals.get("truth.roll_deg");
+  const v = Array.from(felt.t, (t, i) => {
+    const turned = ((quarter_turns ? value_at(quarter_turns, t) ?? 0 : 0) * 90 + (roll ? value_at(roll, t) ?? 0 : 0)) * (Math.PI / 180);
+    const sense = Math.sign(Math.round(Math.cos(turned)));  // 0: it lies on its side
+    const [value, truth] = [felt.v[i] ?? null, value_at(pitch, t)];
+    return value === null || truth === null || sense === 0 ? null : value - sense * truth;
+  });
+  const signal = { name: "tilt.gravity_deg less the true tilt", unit: felt.unit, t: felt.t, v };
+  return [{ signal, label: "gravity less true", color: "orange", held: "moments", note: "against level, as the unit stands or hangs" }];
+}
+
 function tilt_panel(signals: Signals, end: number): Panel {
   const less_true = (name: string, truth_name: string, label: string, color: ColorName, more: Partial<Curve>): Curve[] => {
     const signal = signals.get(name);
@@ -182,7 +199,7 @@ function tilt_panel(signals: Signals, end: number): Panel {
         label: "Errors of the sensed tilt", unit: "deg", decimals: 2, height: 140, levels: [{ label: "", value: 0 }],
         curves: [
           ...less_true("tilt.tof_deg", wall, "ToF less true", "blue", { held: "moments", note: "against the wall" }),
-          ...less_true("tilt.gravity_deg", "truth.pitch_deg", "gravity less true", "orange", { held: "moments", note: "against level" }),
+          ...gravity_less_true(signals),
           ...less_true("tilt.chosen_deg", wall, "chosen less true", "vermilion", {}),
         ],
       },

@@ -1,9 +1,11 @@
 // What was asked for, by whom, and the picture before and after each.
-import { element } from "../shared/dom";
+import { element, type Child } from "../shared/dom";
 import { fixed, length_text, time_text } from "../shared/format";
 import type { Timeline } from "../shared/timeline";
 import { number_of, type Request, type RunData, type Truth } from "./data";
 import { pill, sharp_verdict, square_verdict } from "./summary";
+
+const heads = ["Asked at", "What", "By", "Took", "Outcome", "Blur, px", "Worst edge, °", "Afterwards"];
 
 function change(before: Truth | null, after: Truth | null, member: string, decimals: number): string {
   const text = (truth: Truth | null): string => {
@@ -23,19 +25,22 @@ function row(request: Request, timeline: Timeline): HTMLElement {
     timeline.show(request.t - air, end + air);
     timeline.move_cursor(end);
   });
-  return element("tr", {},
-    element("td", {}, to_it),
-    element("td", { class: "wraps" }, request.what || request.kind),
-    element("td", {}, request.by),
-    element("td", {}, request.begin === null ? "never begun" : length_text(end - begin)),
-    element("td", { class: "wraps" }, request.outcome),
-    element("td", { class: "number" }, change(before, after, "blur_px", 2)),
-    element("td", { class: "number" }, change(before, after, "worst_edge_deg", 2)),
-    element("td", { class: "pills" }, ...(after ? [pill(sharp_verdict(after)), " ", pill(square_verdict(after))] : ["–"])));
+  const failed = request.failed ? element("span", { class: "pill bad" }, "✗ failed: ") : null;
+  const cells: [string, Child[]][] = [
+    ["", [to_it]],
+    ["wraps", [request.what || request.kind]],
+    ["", [request.by]],
+    ["", [request.begin === null ? "never begun" : length_text(end - begin)]],
+    ["wraps", [failed, request.outcome]],
+    ["number", [change(before, after, "blur_px", 2)]],
+    ["number", [change(before, after, "worst_edge_deg", 2)]],
+    ["pills", after ? [pill(sharp_verdict(after)), " ", pill(square_verdict(after))] : ["–"]],
+  ];
+  return element("tr", {}, ...cells.map(([name, children], i) =>
+    element("td", { class: name, "data-head": heads[i] ?? "" }, ...children)));
 }
 
 export function requests_table(data: RunData, timeline: Timeline): HTMLElement {
-  const heads = ["Asked at", "What", "By", "Took", "Outcome", "Blur, px", "Worst edge, °", "Afterwards"];
   if (data.requests.length === 0) return element("p", { class: "note" }, "Nothing was asked for in this run.");
   return element("div", { class: "requests", tabindex: 0, role: "region", "aria-label": "Requests, scrolls" },
     element("table", {},

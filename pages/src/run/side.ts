@@ -1,6 +1,6 @@
 // Beside the curves: the picture on the wall and the ToF zones as they are under the cursor.
 import { element } from "../shared/dom";
-import { fixed, quantity, trimmed } from "../shared/format";
+import { fixed, length_text, quantity, time_text, trimmed } from "../shared/format";
 import { last_at, value_at, type Signal } from "../shared/signals";
 import type { Timeline } from "../shared/timeline";
 import { WallPicture, type Outline } from "../shared/wall_picture";
@@ -59,7 +59,9 @@ export class PictureCard {
       blur_corners_px: corners,
     });
     const of = request ? `request ${request.n}` : "the whole run";
-    const text = `Before and after ${of}. Spots: blur in px, ten times as large.`;
+    const known = data.outlines.t.length > 0;
+    const text = known ? `Before and after ${of}. Spots: blur in px, ten times as large.` : "The trace does not say how the picture was.";
+    this.drawing.root.toggleAttribute("hidden", !known);
     if (this.about.textContent !== text) this.about.textContent = text;
     this.figures.replaceChildren(...this.rows());
   }
@@ -84,8 +86,10 @@ export class ZonesCard {
   readonly root: HTMLElement;
   private readonly cells: HTMLElement[] = [];
   private readonly age = element("p", { class: "about" });
+  private readonly knows_truth: boolean;
 
   constructor(private readonly data: RunData, private readonly timeline: Timeline) {
+    this.knows_truth = data.signals.some((signal) => signal.name.startsWith("truth.zone_"));
     const cells = map_order.map((zone) => {
       const cell = element("div", { class: "zone" });
       this.cells[zone] = cell;
@@ -100,8 +104,16 @@ export class ZonesCard {
   private show(): void {
     const { zones } = this.data;
     const at = last_at(zones.t, this.timeline.cursor);
-    this.age.textContent = at < 0 ? "Nothing has been sensed yet." : "Sensed, and how far from the true distance.";
+    this.age.textContent = at < 0 ? "Nothing has been sensed yet." : this.when(zones.t[at] ?? 0);
     zone_names.forEach((name, zone) => this.show_zone(name, zone, at));
+  }
+
+  /** What was sensed long ago says little of now. */
+  private when(t: number): string {
+    const ago = this.timeline.cursor - t;
+    const old = ago < 1000 ? "" : `, ${length_text(ago)} before the cursor`;
+    const truth = this.knows_truth ? "; below, how far it was from the true distance then" : "";
+    return `Sensed at ${time_text(t)}${old}${truth}.`;
   }
 
   private show_zone(name: string, zone: number, at: number): void {
@@ -112,11 +124,13 @@ export class ZonesCard {
     const valid = Boolean(zones.valid[at]?.[zone]);
     const known = truth !== null && truth >= 0 && sensed !== null;
     const error = known ? sensed - truth : null;
+    const off = error === null ? "" : trimmed(error, 0);
+    const beside = error === null ? (this.knows_truth ? "nothing there" : "") : `${Number(off) > 0 ? "+" : ""}${off} mm`;
     cell.className = at < 0 || !valid ? "zone invalid" : "zone";
     cell.replaceChildren(
       element("span", { class: "zone-name" }, name),
       element("strong", {}, quantity(sensed, "mm", 0)),
-      element("span", {}, at < 0 ? "" : !valid ? "invalid" : error === null ? "nothing there" : `${error > 0 ? "+" : ""}${trimmed(error, 0)} mm`),
+      element("span", {}, at < 0 ? "" : valid ? beside : "invalid"),
       element("span", { class: "zone-name" }, at < 0 ? "" : `quality ${quantity(zones.quality[at]?.[zone] ?? null, "", 0)}`));
   }
 }

@@ -28,7 +28,7 @@ function is_on_wall(truth: Truth): boolean {
 
 export function sharp_verdict(truth: Truth | null): Verdict {
   const blur = number_of(truth, "blur_px");
-  if (blur === null) return { name: "Picture", text: "unknown", detail: "the trace has no truth", good: null };
+  if (blur === null) return { name: "Picture", text: "sharpness unknown", detail: "the trace has no truth", good: null };
   const error = number_of(truth, "lens_error_tmr");
   const good = blur <= sharp_limit_px;
   const off = error === null ? "" : `, lens ${fixed(Math.abs(error), 1)} TMR off`;
@@ -38,14 +38,14 @@ export function sharp_verdict(truth: Truth | null): Verdict {
 export function square_verdict(truth: Truth | null): Verdict {
   const worst = number_of(truth, "worst_edge_deg");
   if (truth && !is_on_wall(truth)) return { name: "Square", text: "not on the wall", detail: "", good: false };
-  if (worst === null) return { name: "Square", text: "unknown", detail: "", good: null };
+  if (worst === null) return { name: "Square", text: "squareness unknown", detail: "", good: null };
   const good = Math.abs(worst) <= square_limit_deg;
   return { name: "Square", text: good ? "square" : "not square", detail: `worst edge ${fixed(Math.abs(worst), 2)}° off`, good };
 }
 
 /** The first of several texts, as many as a line bears. */
 function shortened(texts: readonly string[]): string {
-  const room = 60;  // letters
+  const room = 200;  // letters: why something was refused stands at the end
   const first = texts[0] ?? "";
   const shown = first.length > room ? `${first.slice(0, room - 1).trimEnd()}…` : first;
   return texts.length > 1 ? `${shown} and ${texts.length - 1} more` : shown;
@@ -86,5 +86,6 @@ export function summary(data: RunData): HTMLElement {
   const shown = verdicts.filter((verdict) => !(verdict.text === "no refusals"));
   return element("header", { class: "summary" },
     element("h1", {}, data.title || "Run of a projector"),
-    element("ul", { class: "cards", "aria-label": "How the run ended" }, ...shown.map(card)));
+    element("ul", { class: "cards", "aria-label": "How the run ended" }, ...shown.map(card),
+      data.story.length > 0 ? element("li", { class: "card" }, element("a", { href: "#story-title" }, "in words")) : null));
 }

@@ -70,9 +70,15 @@ const steps_us = [
   ...[10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 14400, 28800].map((s) => s * us_per_s),
 ];
 
-function time_labels(_plot: uPlot, splits: number[]): string[] {
+/** Times below a plot. One that the plot's edge would cut is left out; `pixel_us` is how long a pixel lasts. */
+function time_labels(splits: number[], to: number, pixel_us: number): string[] {
   const step = splits.length > 1 ? (splits[1] as number) - (splits[0] as number) : us_per_s;
-  return splits.map((t) => time_text(t, Math.min(step, us_per_s)));
+  const letter_width = 6;
+  return splits.map((t) => {
+    const text = time_text(t, Math.min(step, us_per_s));
+    const room = (to - t) / pixel_us + right_space;
+    return room < (text.length * letter_width) / 2 ? "" : text;
+  });
 }
 
 function number_labels(_plot: uPlot, splits: (number | null)[]): (string | null)[] {
@@ -234,6 +240,10 @@ export class Plot {
     }, { passive: false });
   }
 
+  private get pixel_us(): number {
+    return this.timeline.span / Math.max(1, this.width - axis_size - right_space);
+  }
+
   private uplot_options(): uPlot.Options {
     const { curves, height } = this.options;
     const axis: uPlot.Axis = {
@@ -254,7 +264,7 @@ export class Plot {
         y: { range: (_plot, low, high) => this.range_of(low, high) },
       },
       axes: [
-        { ...axis, incrs: steps_us, values: time_labels, size: 24, gap: 3, space: 70 },
+        { ...axis, incrs: steps_us, values: (_plot, splits) => time_labels(splits, this.timeline.to, this.pixel_us), size: 24, gap: 3, space: 70 },
         { ...axis, values: number_labels, size: axis_size, gap: 4, space: 26 },
       ],
       series: [{}, ...curves.map((curve, i) => this.series_of(curve, i))],

@@ -158,6 +158,33 @@ TEST_F(TruthTraceTest, PassesEventsOn) {
     EXPECT_EQ(sink.lines, (Expected{"5 something"}));
 }
 
+TEST_F(TruthTraceTest, FollowsWhoWalksPastTheSensor) {
+    vp::Truth truth;
+    truth.zones_mm = {1500, 1500, 1500, 1500};
+    vp::TruthTrace seen(sink, [&] { return truth; });
+    seen.record_now(0);
+    sink.lines.clear();
+    truth.zones_mm = {1500, 1540, 1500, 1500};  // a bent wall's
+    seen.time_is(100000);
+    truth.zones_mm = {1500, 700, 1500, 1500};
+    seen.time_is(200000);
+    seen.time_is(300000);
+    truth.zones_mm = {1500, 1500, 1500, 1500};
+    seen.time_is(400000);
+    EXPECT_EQ(sink.lines, (Expected{"200000 truth 0.0", "400000 truth 0.0"}));
+}
+
+TEST_F(TruthTraceTest, FollowsWhoStepsBeforeTheSensorAtAnEvent) {
+    vp::Truth truth;
+    vp::TruthTrace seen(sink, [&] { return truth; });
+    seen.record_now(0);
+    sink.lines.clear();
+    truth.zones_mm = {600, 1500, 1500, 1500};
+    seen.record_event(5, "somebody stands there");
+    seen.record_event(6, "a key is pressed");
+    EXPECT_EQ(sink.lines, (Expected{"5 somebody stands there", "5 truth 0.0", "6 a key is pressed"}));
+}
+
 TEST(TheTruthAsJson, IsRoundedSoThatTheLastBitsMakeNoDifference) {
     vp::Truth truth;
     truth.sharpness = 0.98765432;

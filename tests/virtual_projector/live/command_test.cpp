@@ -56,6 +56,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"do": "speed", "value": 101})", "$.value: expected a number"},
         Wrong{R"({"do": "step", "ms": 0})", "$.ms: expected a number"},
         Wrong{R"({"do": "event", "event": {"at_s": 3, "gesture": "shake"}})", "$.event.at_s: expected no time"},
+        Wrong{R"({"do": "event", "event": null})", "$.event: expected an object"},
+        Wrong{R"({"do": "event", "event": [1]})", "$.event: expected an object"},
         Wrong{R"({"do": "event", "event": {"gesture": "throw"}})", "event: $.gesture: expected one of"},
         Wrong{R"({"do": "event", "event": {"set": {"pose.distance_mm": -1}}})", "pose.distance_mm"},
         Wrong{R"({"do": "event", "event": {"type": "two\nlines"}})", "one line"}));

@@ -110,6 +110,8 @@ TEST(PageData, HoldFlagsRequestsLanesAndLog) {
     vp::LogLine line;
     line.text = "a line";
     run.contents.log = {line};
+    EXPECT_EQ(data_of(run).at("requests")[0].at("after"), nullptr) << "of a trace without a truth";
+    run.contents.truths = {request.after};
     const json data = data_of(run);
     EXPECT_EQ(data.at("flags")[0].dump(), R"({"kind":"event","t":1,"text":"</script>"})");
     EXPECT_EQ(data.at("requests")[0].at("begin"), nullptr);

@@ -194,6 +194,14 @@ TEST(Signals, TellTheTiltThatWasSensedAndTheOneThatWasChosen) {
     EXPECT_EQ(points_of(collector, "tilt.chosen_by"), (Points{{4, 1}, {5, 2}}));
 }
 
+TEST(Signals, TellNoTiltOfAGravitySensorThatHasNotBeenHeard) {
+    vp::SignalCollector collector;
+    collector.take_log(log_line(1, "[ovra_focus]  gsensor angle : x = 0.0, y = 0.0, z = 0.0, vAngle = 0"));
+    EXPECT_EQ(points_of(collector, "tilt.gravity_deg"), Points{});
+    collector.take_log(log_line(2, "[ovra_focus]  gsensor angle : x = 0.0, y = 0.0, z = 90.0, vAngle = 0"));
+    EXPECT_EQ(points_of(collector, "tilt.gravity_deg"), (Points{{2, 0}}));
+}
+
 TEST(Signals, TellTheLibrarysVariables) {
     vp::SignalCollector collector;
     vp::StateLine state;

@@ -132,6 +132,45 @@ TEST_F(Report, RefusesACommandLineThatAsksForNothingOrTooMuch) {
     }
 }
 
+TEST_F(Report, NeverOverwritesATraceThatItReads) {
+    const std::string other = folder.file("other");
+    storykit::write_file(other, trace_text);
+    std::filesystem::create_symlink(trace, folder.file("link"));
+    for (const std::string& output : {trace, other, folder.file("link")}) {
+        const Finished done = report({trace, "--diff", other, "--data", output});
+        EXPECT_EQ(done.exit_code, 2);
+        EXPECT_EQ(done.complaints, "virtual-projector-report: --data " + output +
+                                       ": would overwrite the trace: expected another file\n");
+    }
+    EXPECT_EQ(storykit::contents_of(trace), trace_text);
+}
+
+TEST_F(Report, RefusesTwoOutputsInOneFile) {
+    const std::string file = folder.file("out");
+    const Finished done = report({trace, "--data", file, "--perfetto", file});
+    EXPECT_EQ(done.exit_code, 2);
+    EXPECT_EQ(done.complaints, "virtual-projector-report: --perfetto " + file +
+                                   ": is the file of --data: expected another one\n");
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Report, WritesTablesAgainButNotAmongThoseOfAnotherRun) {
+    EXPECT_EQ(report({trace, "--csv", folder.file("csv")}).exit_code, 0);
+    EXPECT_EQ(report({trace, "--csv", folder.file("csv")}).exit_code, 0);
+    storykit::write_file(folder.file("csv/gravity.x.csv"), "t_s,gravity.x\n");
+    const Finished done = report({trace, "--csv", folder.file("csv")});
+    EXPECT_EQ(done.exit_code, 2);
+    EXPECT_THAT(done.complaints,
+                HasSubstr("has a table that this run has not, gravity.x.csv: expected an empty folder"));
+}
+
+TEST_F(Report, RefusesTwoTracesOneAfterTheOther) {
+    storykit::write_file(trace, trace_text + trace_text);
+    const Finished done = report({trace, "--story"});
+    EXPECT_EQ(done.exit_code, 2);
+    EXPECT_THAT(done.complaints, HasSubstr("line 5: another run begins here: expected the trace of one"));
+}
+
 TEST_F(Report, SaysWhichFileCouldNotBeWritten) {
     const Finished done = report({trace, "--data", "/nowhere/data.json"});
     EXPECT_EQ(done.exit_code, 2);

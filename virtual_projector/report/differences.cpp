@@ -35,12 +35,6 @@ bool contains(const std::vector<std::string>& names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-template <typename Json>
-void erase_version(Json& run) {
-    run.erase("version");
-    run.erase("commit");
-}
-
 // One of the two traces: its next record that counts, and what its records have told.
 class ComparedTrace {
 public:
@@ -74,7 +68,9 @@ public:
     std::string record() const {
         if (!is_run() || !contains(ignored_, version_kind)) return reader_.line();
         nlohmann::json line = nlohmann::json::parse(reader_.line());
-        erase_version(line.at(record_key::run));
+        nlohmann::json& run = line.at(record_key::run);
+        run.erase("version");
+        run.erase("commit");
         return line.dump();
     }
     bool is_run() const { return std::string_view(reader_.kind()) == record_key::run; }
@@ -240,45 +236,6 @@ void compare_figures(const TraceContents& one, const TraceContents& other, Outco
         compare_truths(one.truths.back(), other.truths.back(), outcome);
 }
 
-std::string value_of(const nlohmann::ordered_json& members, const std::string& name) {
-    const auto found = members.find(name);
-    if (found == members.end()) return "none";
-    const nlohmann::ordered_json& value = found->is_object() ? found->value("value", *found) : *found;
-    return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
-// A line for each member of which the two say something else, in the order of the first.
-void compare_members(const nlohmann::ordered_json& one, const nlohmann::ordered_json& other,
-                     std::vector<std::string>& lines) {
-    nlohmann::ordered_json names = one;
-    names.update(other);
-    for (const auto& [name, unused] : names.items()) {
-        const std::string mine = value_of(one, name);
-        const std::string theirs = value_of(other, name);
-        if (mine != theirs) lines.push_back("  " + name + ": one " + mine + ", other " + theirs);
-    }
-}
-
-// Seeds, scenario and the like, then settings.
-std::vector<std::string> compare_runs(const RunRecord& one, const RunRecord& other,
-                                      const std::vector<std::string>& ignored) {
-    if (contains(ignored, record_key::run)) return {};
-    constexpr const char* settings = "settings";
-    nlohmann::ordered_json mine = run_line(one).at(record_key::run);
-    nlohmann::ordered_json theirs = run_line(other).at(record_key::run);
-    const nlohmann::ordered_json my_settings = mine.value(settings, nlohmann::ordered_json::object());
-    const nlohmann::ordered_json their_settings = theirs.value(settings, nlohmann::ordered_json::object());
-    for (nlohmann::ordered_json* const run : {&mine, &theirs}) {
-        run->erase(settings);
-        if (contains(ignored, version_kind)) erase_version(*run);
-    }
-    std::vector<std::string> lines;
-    compare_members(mine, theirs, lines);
-    compare_members(my_settings, their_settings, lines);
-    if (!lines.empty()) lines.insert(lines.begin(), "The runs are made of other things:");
-    return lines;
-}
-
 std::string words_of(const Request& request) {
     return request.what + " (" + request.by + text(", at %.3f s): ", seconds(request.asked_us)) +
            request.outcome;
@@ -339,8 +296,6 @@ Differences compare_traces(const std::string& one_path, const std::string& other
     }
     const TraceContents mine = std::move(one.contents).contents();
     const TraceContents theirs = std::move(other.contents).contents();
-    const std::vector<std::string> made_of = compare_runs(mine.run, theirs.run, ignored_kinds);
-    words.insert(words.end(), made_of.begin(), made_of.end());
     Outcome outcome;
     compare_figures(mine, theirs, outcome);
     std::vector<std::string> rows = std::move(outcome).rows();

@@ -108,21 +108,6 @@ TEST_F(TwoTraces, MayHaveTheSameOutcomeByAnotherWay) {
     EXPECT_TRUE(has_line(differences, "The outcome is the same."));
 }
 
-TEST_F(TwoTraces, ThatAreMadeOfOtherThingsAreSaidToBe) {
-    const auto run_of = [](const std::string& seed, const std::string& settings) {
-        return R"({"t_us":0,"run":{"format":)" + std::to_string(vp::RunRecord::current_format) +
-               R"(,"version":"0.1.0","commit":"abc","seed":)" + seed + R"(,"settings":{)" + settings + "}}}\n";
-    };
-    const std::string at_2_m = R"("pose.distance_mm":{"value":2000.0,"from":"scenario"})";
-    const std::string at_3_m = R"("pose.distance_mm":{"value":3000.0,"from":"scenario"})";
-    const vp::Differences differences = compare(run_of("1", at_2_m), run_of("7", at_3_m));
-    EXPECT_TRUE(has_line(differences, "The runs are made of other things:"));
-    EXPECT_TRUE(has_line(differences, "  seed: one 1, other 7"));
-    EXPECT_TRUE(has_line(differences, "  pose.distance_mm: one 2000.0, other 3000.0"));
-    EXPECT_FALSE(has_line(compare(run_of("1", at_2_m), run_of("1", at_2_m) + truth_line),
-                          "The runs are made of other things:"));
-}
-
 TEST_F(TwoTraces, OfWhichOneEndsEarlierDiffer) {
     const vp::Differences differences = compare(run_line + move_line("11"), run_line);
     EXPECT_FALSE(differences.is_same);

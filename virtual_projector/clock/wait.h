@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_PROJECTOR_CLOCK_WAIT_H
 #define VIRTUAL_PROJECTOR_CLOCK_WAIT_H
 
+#include <optional>
 #include <string>
 
 #include "virtual_projector/world/microseconds.h"
@@ -32,7 +33,12 @@ struct Wait {
     Kind kind = Kind::sleep;
     const void* object = nullptr;  // what wake_one and wake_all name; null: only the deadline ends the wait
     std::string what;              // for the table
+    /// The same for a trace, where `what` holds numbers that only this PC gives.
+    std::optional<std::string> recorded_as = std::nullopt;
 };
+
+/// "condition", "end of", "descriptor", …
+const char* name_of(Wait::Kind kind);
 
 enum class WaitEnd {
     woken,

@@ -125,7 +125,8 @@ std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds 
         const bool restarts = waits_.is_to_restart() && deadline == no_deadline;
         if (end == WaitEnd::interrupted && !restarts) return -EINTR;
     }
-    if (is_outside && kinds_.leads_outside(descriptor)) recorder_.record_outside(kinds_.describe(descriptor));
+    if (is_outside && kinds_.leads_outside(descriptor))
+        recorder_.record_outside(kinds_.recorded_name_of(descriptor));
     return std::nullopt;
 }
 

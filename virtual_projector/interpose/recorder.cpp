@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "virtual_projector/clock/scheduled_thread.h"
 #include "virtual_projector/interpose/current_thread.h"
 
 namespace vp {
@@ -86,6 +87,14 @@ void Recorder::record_lock(std::string_view lock, long result, Microseconds sinc
 
 void Recorder::record_unlock(std::string_view lock, Microseconds held_us) {
     record(call_on("unlock", lock, held_us, 0));
+}
+
+void Recorder::record_wait(const ScheduledThread& thread, std::string_view path, std::string_view end) {
+    if (sink_ == nullptr) return;
+    const WorldLock lock(clock_);
+    const Microseconds now = clock_.now();
+    sink_->record_wait(
+        {{now, thread.number, thread.name}, name_of(thread.reason.kind), path, now - thread.since, end});
 }
 
 void Recorder::record(CallRecord record, const CallCourse& course) {

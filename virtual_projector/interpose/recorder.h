@@ -58,6 +58,9 @@ public:
     void record_lock(std::string_view lock, long result, Microseconds since);
     void record_unlock(std::string_view lock, Microseconds held_us);
 
+    /// The wait of a thread which ends now, and how; empty: it goes on beyond the run.
+    void record_wait(const ScheduledThread& thread, std::string_view path, std::string_view end);
+
     // What the library and its host say to each other.
     void record_callback(std::string_view callback, int slot, const std::vector<std::int32_t>& arguments,
                          std::string_view means);

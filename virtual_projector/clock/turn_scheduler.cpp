@@ -104,7 +104,7 @@ WaitEnd TurnScheduler::wait(Wait reason, Microseconds deadline) {
     ScheduledThread& self = *current;
     self.reason = std::move(reason);
     self.state = State::waiting;
-    self.since = time_.now();
+    self.since = self.reason.since.value_or(time_.now());
     self.deadline = deadline;
     self.calls_without_wait = 0;
     ++self.wait_number;

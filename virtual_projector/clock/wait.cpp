@@ -38,4 +38,16 @@ const char* name_of(Wait::Kind kind) {
     return "";
 }
 
+const char* name_of(WaitEnd end) {
+    switch (end) {
+        case WaitEnd::woken:
+            return "woken";
+        case WaitEnd::timed_out:
+            return "timed out";
+        case WaitEnd::interrupted:
+            return "interrupted";
+    }
+    return "";
+}
+
 }  // namespace vp

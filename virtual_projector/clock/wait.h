@@ -35,6 +35,9 @@ struct Wait {
     std::string what;              // for the table
     /// The same for a trace, where `what` holds numbers that only this PC gives.
     std::optional<std::string> recorded_as = std::nullopt;
+    /// Of one look of many at something that tells nobody when it changes: when the first of them began. They
+    /// are one wait.
+    std::optional<Microseconds> since = std::nullopt;
 };
 
 /// "condition", "end of", "descriptor", …
@@ -45,6 +48,9 @@ enum class WaitEnd {
     timed_out,
     interrupted,  // by a signal of the thread's
 };
+
+/// "woken", "timed out", "interrupted"
+const char* name_of(WaitEnd end);
 
 }  // namespace vp
 

@@ -24,18 +24,6 @@ bool is_for_an_object(Wait::Kind kind) {
     }
 }
 
-const char* name_of(WaitEnd end) {
-    switch (end) {
-        case WaitEnd::woken:
-            return "woken";
-        case WaitEnd::timed_out:
-            return "timed out";
-        case WaitEnd::interrupted:
-            break;
-    }
-    return "interrupted";
-}
-
 }  // namespace
 
 void WaitRecords::begin() {
@@ -48,20 +36,21 @@ void WaitRecords::record_unended() {
     scheduler_.show_waiting([this](const ScheduledThread& thread) { record_unended_of(thread); });
 }
 
+// Whoever looks many times says itself how that ended.
 void WaitRecords::record_ended(const ScheduledThread& thread) {
-    if (is_told_by_its_call(thread.reason.kind) || recorder_.now() <= thread.since) return;
-    recorder_.record_wait(thread, path_of(thread.reason), name_of(thread.end));
+    const Wait& wait = thread.reason;
+    if (is_told_by_its_call(wait.kind) || wait.since) return;
+    recorder_.record_wait(wait.kind, path_of(wait), thread.since, thread.end);
 }
 
 void WaitRecords::record_unended_of(const ScheduledThread& thread) {
-    if (thread.reason.kind == Wait::Kind::sleep || recorder_.now() <= thread.since) return;
-    recorder_.record_wait(thread, path_of(thread.reason), {});
+    if (thread.reason.kind != Wait::Kind::sleep) recorder_.record_unended_wait(thread, path_of(thread.reason));
 }
 
 std::string WaitRecords::path_of(const Wait& wait) {
     if (wait.recorded_as) return *wait.recorded_as;
     if (!wait.what.empty() || !is_for_an_object(wait.kind)) return wait.what;
-    return names_.name_of(wait.object, vp::name_of(wait.kind));
+    return names_.name_of(wait.object, name_of(wait.kind));
 }
 
 }  // namespace vp

@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/select.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@
 #include <vector>
 
 #include "tests/virtual_projector/interpose/machine_fixture.h"
+#include "virtual_projector/storykit/scratch_folder.h"
 
 sem_t semaphore_of_the_test;
 pthread_cond_t condition_of_the_test = PTHREAD_COND_INITIALIZER;
@@ -236,6 +238,21 @@ TEST_F(RecordedWaits, ReadsPollsSelectsAndEventPollsSayWhatTheirDescriptorsLeadT
     join();
     EXPECT_EQ(waits(), Lines{"2030 1 descriptor pipe 10 us woken"});
     ::close(epoll);
+}
+
+// Nobody says when a FIFO's other end is opened: it is looked for again and again.
+TEST_F(RecordedWaits, WhatIsLookedForManyTimesIsOneWait) {
+    const storykit::ScratchFolder folder;
+    const std::string path = folder.file("fifo");
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    int other = -1;
+    after(50'000, [&] { other = ::open(path.c_str(), O_RDONLY); });
+    const int end = ::open(path.c_str(), O_WRONLY);
+    const Lines told = waits();
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told[0], "50000 1 descriptor FIFO's reader 50000 us woken");
+    join();
+    for (const int each : {end, other}) ::close(each);
 }
 
 TEST_F(RecordedWaits, APollOfSeveralNamesEachKindOnceAndTheBoardsNodes) {

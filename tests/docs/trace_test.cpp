@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "virtual_projector/clock/wait.h"
 #include "virtual_projector/interpose/state_watch.h"
 #include "virtual_projector/storykit/launched_program.h"
 #include "virtual_projector/trace/records.h"
@@ -119,6 +120,38 @@ TEST(ThePageOnTheTrace, HasEveryKindOfCall) {
     const std::string rows = page().substr(table, page().find("\n\n", table) - table);
     for (const char* const call : all_calls)
         EXPECT_NE(rows.find("`" + std::string(call) + "`"), std::string::npos) << call;
+}
+
+Names members_of_waits() {
+    return members_of(json_of(vp::WaitRecord{{1, 1, "main"}, "condition", "path", 1, "woken"}));
+}
+
+TEST(ThePageOnTheTrace, HasEveryMemberOfAWaitAndNoOther) {
+    EXPECT_EQ(listed("Member of `wait`"), without_common(members_of_waits()));
+    EXPECT_EQ(in_schema("wait_record"), members_of_waits());
+}
+
+// A sleep is a call.
+Names kinds_of_waits() {
+    Names names;
+    for (int kind = 0; *vp::name_of(static_cast<vp::Wait::Kind>(kind)) != '\0'; ++kind)
+        names.insert(vp::name_of(static_cast<vp::Wait::Kind>(kind)));
+    names.erase(vp::name_of(vp::Wait::Kind::sleep));
+    return names;
+}
+
+TEST(ThePageOnTheTrace, HasEveryKindOfWait) {
+    const std::size_t table = page().find("| `\"wait\"` | What it is |");
+    const std::string rows = page().substr(table, page().find("\n\n", table) - table);
+    for (const std::string& kind : kinds_of_waits())
+        EXPECT_NE(rows.find("`" + kind + "`"), std::string::npos) << kind;
+}
+
+TEST(TheSchemaOfTheTrace, HasEveryKindOfWaitAndNoOther) {
+    Names kinds;
+    for (const auto& kind : schema().at("$defs").at("wait_record").at("properties").at("wait").at("enum"))
+        kinds.insert(kind.get<std::string>());
+    EXPECT_EQ(kinds, kinds_of_waits());
 }
 
 TEST(ThePageOnTheTrace, HasEveryMemberOfWhatLibraryAndHostSayAndNoOther) {

@@ -30,6 +30,8 @@ public:
     void wake_all(const void* /*object*/) override {}
     bool wake_those(Wait::Kind /*kind*/, const ObjectTest& /*can_go_on*/) override { return false; }
     void interrupt(ScheduledThread* /*thread*/) override {}
+    void on_wait_end(WaitHandler /*handler*/) override {}
+    void show_waiting(const WaitHandler& /*visit*/) const override {}
 
     void hold(const void* /*object*/) override {}
     void release(const void* /*object*/) override {}

@@ -40,6 +40,7 @@ struct ScheduledThread {
     Microseconds since = 0;               // of the present wait
     Microseconds deadline = no_deadline;  // of the present wait
     WaitEnd end = WaitEnd::woken;         // of the last wait
+    bool is_in_wait = false;              // or it has ended, and the thread has not had its turn since
     int calls_without_wait = 0;
     bool only_serves = false;            // one of the library's own endless loops
     std::string innermost;               // function of the program at work, in a table at the run's end

@@ -60,6 +60,12 @@ public:
     /// Ends the wait of a thread, if it waits, whatever for.
     virtual void interrupt(ScheduledThread* thread) = 0;
 
+    /// Called on each thread that has waited, first thing when it has its turn again. Empty: nobody is.
+    using WaitHandler = std::function<void(const ScheduledThread& thread)>;
+    virtual void on_wait_end(WaitHandler handler) = 0;
+    /// Shows the threads of which this is still to come, in the order in which they were made known.
+    virtual void show_waiting(const WaitHandler& visit) const = 0;
+
     // --- Held objects (mutexes) ----------------------------------------------------------------------
     virtual void hold(const void* object) = 0;
     /// One hold less; with the last one, whoever waits for the object is woken.

@@ -104,14 +104,23 @@ WaitEnd TurnScheduler::wait(Wait reason, Microseconds deadline) {
     ScheduledThread& self = *current;
     self.reason = std::move(reason);
     self.state = State::waiting;
-    self.since = time_.now();
+    self.since = self.reason.since.value_or(time_.now());
     self.deadline = deadline;
     self.calls_without_wait = 0;
     ++self.wait_number;
     if (self.reason.object != nullptr) waiters_[self.reason.object].push_back(&self);
     if (deadline != no_deadline) time_.timers().add_deadline(deadline, self);
+    self.is_in_wait = true;
     pass_turn(Point::wait);
+    self.is_in_wait = false;
+    if (wait_handler_) wait_handler_(self);
     return self.end;
+}
+
+void TurnScheduler::show_waiting(const WaitHandler& visit) const {
+    for (const std::unique_ptr<ScheduledThread>& thread : threads_) {
+        if (thread->state != State::finished && thread->is_in_wait) visit(*thread);
+    }
 }
 
 WaitEnd TurnScheduler::sleep_until(Microseconds time) {

@@ -81,6 +81,8 @@ public:
     bool wake_one(const void* object) override;
     void wake_all(const void* object) override;
     void interrupt(ScheduledThread* thread) override;
+    void on_wait_end(WaitHandler handler) override { wait_handler_ = std::move(handler); }
+    void show_waiting(const WaitHandler& visit) const override;
     bool wake_those(Wait::Kind kind, const ObjectTest& can_go_on) override;
     /// A time that has been reached still lets the other threads of that time have their turn.
     WaitEnd sleep_until(Microseconds time);
@@ -188,6 +190,7 @@ private:
     StuckHandler stuck_handler_;
     std::function<void()> end_handler_;
     IdleHandler idle_handler_;
+    WaitHandler wait_handler_;
     PaceHandler pace_handler_;
 };
 

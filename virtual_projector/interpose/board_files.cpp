@@ -276,6 +276,12 @@ void BoardFiles::show_readiness() {
     }
 }
 
+std::string BoardFiles::path_of(int descriptor) const {
+    const WorldLock lock(clock_);
+    const auto found = open_.find(descriptor);
+    return found == open_.end() ? "" : found->second.path;
+}
+
 std::vector<std::string> BoardFiles::open_paths() const {
     const WorldLock lock(clock_);
     std::vector<std::string> paths;

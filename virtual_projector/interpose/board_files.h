@@ -51,6 +51,8 @@ public:
     /// The board's descriptors from `first` to `last`.
     std::vector<int> descriptors_in(int first, int last) const;
 
+    /// The node behind a descriptor; empty when it is none of the board's.
+    std::string path_of(int descriptor) const;
     /// Paths of what is open now, in the order of the descriptors' numbers.
     std::vector<std::string> open_paths() const;
 

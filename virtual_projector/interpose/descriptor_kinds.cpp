@@ -214,19 +214,43 @@ std::vector<int> DescriptorKinds::members_of(int descriptor) const {
 
 // --- Words -----------------------------------------------------------------------------------------------
 
-std::string DescriptorKinds::describe(int descriptor) {
-    std::string text = descriptor == STDIN_FILENO ? "standard input" : std::to_string(descriptor);
-    if (known(descriptor).child) return text + " (process)";
+const char* DescriptorKinds::kind_in_words(int descriptor) {
+    if (known(descriptor).child) return "process";
     switch (kind_of(descriptor)) {
         case DescriptorKind::pipe:
-            return text + " (pipe)";
+            return "pipe";
         case DescriptorKind::socket:
-            return text + " (socket)";
+            return "socket";
         case DescriptorKind::terminal:
-            return text + " (terminal)";
+            return "terminal";
         default:
-            return text;
+            return "";
     }
+}
+
+std::string DescriptorKinds::describe(int descriptor) {
+    const std::string text = descriptor == STDIN_FILENO ? "standard input" : std::to_string(descriptor);
+    const std::string kind = kind_in_words(descriptor);
+    return kind.empty() ? text : text + " (" + kind + ")";
+}
+
+std::string DescriptorKinds::recorded_name_of(int descriptor) {
+    if (descriptor == STDIN_FILENO) return describe(descriptor);
+    const std::string node = node_of_ ? node_of_(descriptor) : "";
+    return node.empty() ? kind_in_words(descriptor) : node;
+}
+
+// By the alphabet: in an epoll set they stand by their numbers.
+std::string DescriptorKinds::recorded_names_of(const std::vector<pollfd>& descriptors) {
+    std::set<std::string> names;
+    for (const pollfd& descriptor : descriptors) {
+        if (descriptor.fd < 0) continue;
+        for (const int member : members_of(descriptor.fd)) names.insert(recorded_name_of(member));
+    }
+    names.erase("");
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
 }
 
 }  // namespace vp

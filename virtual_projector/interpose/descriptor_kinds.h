@@ -4,12 +4,15 @@
 #ifndef VIRTUAL_PROJECTOR_INTERPOSE_DESCRIPTOR_KINDS_H
 #define VIRTUAL_PROJECTOR_INTERPOSE_DESCRIPTOR_KINDS_H
 
+#include <poll.h>
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vp {
@@ -51,6 +54,12 @@ public:
 
     /// For a line to a person: "standard input (pipe)".
     std::string describe(int descriptor);
+    /// For a trace, which tells no descriptors' numbers: "pipe", or the board's node.
+    std::string recorded_name_of(int descriptor);
+    /// The same of several, and of the members of epoll sets, each once: "/dev/input/event0, pipe".
+    std::string recorded_names_of(const std::vector<pollfd>& descriptors);
+    /// `node_of` gives the board's node; empty: it is none.
+    void name_nodes_by(std::function<std::string(int)> node_of) { node_of_ = std::move(node_of); }
 
 private:
     struct Known {
@@ -60,9 +69,11 @@ private:
         bool child = false;
     };
     Known& known(int descriptor);
+    const char* kind_in_words(int descriptor);
     bool find_whether_outside(int descriptor);
     bool has_own_peer(int socket) const;
 
+    std::function<std::string(int)> node_of_;
     std::vector<Known> known_;
     std::set<std::string> inherited_;               // "pipe:[4711]"
     std::map<std::string, std::string> other_end_;  // of sockets made in pairs

@@ -62,6 +62,7 @@ WaitEnd DescriptorWaits::wait(std::vector<pollfd> descriptors, Microseconds dead
     Waiter waiter;
     waiter.has_other_end = deadline != no_deadline;
     waiter.what = describe(descriptors);
+    if (recorder_.is_on()) waiter.recorded_as = kinds_.recorded_names_of(descriptors);
     waiter.descriptors = std::move(descriptors);
     find_outside(waiter);
     const WaitEnd end = wait_as(waiter, Wait::Kind::descriptor, deadline);
@@ -73,6 +74,7 @@ WaitEnd DescriptorWaits::wait_for_child(const std::string& what, const std::func
     Waiter waiter;
     waiter.is_over = is_over;
     waiter.what = what;
+    waiter.recorded_as = what;
     return waits_.with_handlers_run(wait_as(waiter, Wait::Kind::child, no_deadline));
 }
 
@@ -81,7 +83,7 @@ WaitEnd DescriptorWaits::wait_as(Waiter& waiter, Wait::Kind kind, Microseconds d
     WaitEnd end = WaitEnd::woken;
     {
         const Registration registration(waiters_, waiter);
-        end = clock_.scheduler().wait({kind, &waiter, waiter.what}, deadline);
+        end = clock_.scheduler().wait({kind, &waiter, waiter.what, waiter.recorded_as}, deadline);
     }
     return end;
 }

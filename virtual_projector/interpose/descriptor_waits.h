@@ -75,6 +75,7 @@ private:
         bool has_other_end = false;
         std::function<bool()> is_over;  // of a wait for a child
         std::string what;
+        std::string recorded_as;
     };
     class Registration;
     using RealTime = std::chrono::steady_clock::time_point;

@@ -29,7 +29,8 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       time_(clock, waits_, recorder_),
       polls_(clock, time_, waits_, signals_, descriptors_),
       threads_(clock, signals_, faults, recorder_),
-      locks_(clock.scheduler(), waits_, time_, recorder_),
+      locks_(clock.scheduler(), waits_, time_, object_names_, recorder_),
+      wait_records_(clock.scheduler(), object_names_, recorder_),
       timers_(clock, time_, signals_, threads_, kinds_),
       io_(clock, waits_, kinds_, descriptors_, children_, recorder_),
       chance_(clock),
@@ -40,6 +41,7 @@ Machine::Machine(Clock& clock, DeviceTable& devices, FaultPlan& faults, TraceSin
       system_v_queues_(clock.scheduler(), waits_) {
     threads_.on_end([this] { catch_up(); });
     descriptors_.before_looks([this] { files_.show_readiness(); });
+    kinds_.name_nodes_by([this](int descriptor) { return files_.path_of(descriptor); });
 }
 
 Machine::~Machine() { uninstall(); }
@@ -48,6 +50,7 @@ void Machine::install() {
     const ReentrancyGuard guard;
     kinds_.note_inherited();
     threads_.adopt_current();
+    wait_records_.begin();
     if (clock_.is_virtual()) {
         clock_.scheduler().on_idle([this](bool nothing_to_come, bool computes) {
             return descriptors_.look(nothing_to_come, computes);
@@ -64,6 +67,7 @@ void Machine::uninstall() {
     const ReentrancyGuard guard;
     Machine* self = this;
     if (!installed.compare_exchange_strong(self, nullptr)) return;
+    wait_records_.end();
     signals_.uninstall();
     files_.let_go();
     threads_.forget_current();

@@ -32,6 +32,7 @@
 #include "virtual_projector/interpose/state_watch.h"
 #include "virtual_projector/interpose/system_v_queues.h"
 #include "virtual_projector/interpose/thread_locks.h"
+#include "virtual_projector/interpose/wait_records.h"
 #include "virtual_projector/trace/trace_sink.h"
 
 namespace vp {
@@ -83,6 +84,9 @@ public:
     /// printed, variables of the library's that it changed.
     void catch_up();
 
+    /// At the end of the run: records for what the threads wait that then still do.
+    void record_unended_waits() { wait_records_.record_unended(); }
+
     /// Every table of the machine's forgets a descriptor that is closed or new, or learns of a copy.
     void forget_descriptor(int descriptor);
     void copy_descriptor(int from, int to);
@@ -121,7 +125,9 @@ private:
     ProgramTime time_;
     ProgramPolls polls_;
     ProgramThreads threads_;
+    ObjectNames object_names_;
     ThreadLocks locks_;
+    WaitRecords wait_records_;
     ProgramTimers timers_;
     ProgramIo io_;
     ProgramChance chance_;

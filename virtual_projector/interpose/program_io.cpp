@@ -125,7 +125,8 @@ std::optional<long> ProgramIo::await(int descriptor, short events, Microseconds 
         const bool restarts = waits_.is_to_restart() && deadline == no_deadline;
         if (end == WaitEnd::interrupted && !restarts) return -EINTR;
     }
-    if (is_outside && kinds_.leads_outside(descriptor)) recorder_.record_outside(kinds_.describe(descriptor));
+    if (is_outside && kinds_.leads_outside(descriptor))
+        recorder_.record_outside(kinds_.recorded_name_of(descriptor));
     return std::nullopt;
 }
 
@@ -279,15 +280,24 @@ std::optional<long> ProgramIo::connect(int socket, const sockaddr* address, sock
 }
 
 long ProgramIo::retry(const char* what, Microseconds deadline, const std::function<long()>& attempt) {
+    const Microseconds begin = clock_.now();
+    const auto [result, end] = attempt_until(what, deadline, attempt);
+    recorder_.record_wait(Wait::Kind::descriptor, what, begin, end);
+    return result;
+}
+
+std::pair<long, WaitEnd> ProgramIo::attempt_until(const char* what, Microseconds deadline,
+                                                  const std::function<long()>& attempt) {
+    const Microseconds begin = clock_.now();
     for (;;) {
         const long result = attempt();
-        if (!would_wait(result)) return result;
+        if (!would_wait(result)) return {result, WaitEnd::woken};
         const Microseconds now = clock_.now();
-        if (deadline != no_deadline && now >= deadline) return result;
+        if (deadline != no_deadline && now >= deadline) return {result, WaitEnd::timed_out};
         const Microseconds next = now + retry_interval_us;
-        const WaitEnd end = waits_.wait({Wait::Kind::descriptor, nullptr, what},
+        const WaitEnd end = waits_.wait({Wait::Kind::descriptor, nullptr, what, std::nullopt, begin},
                                         deadline == no_deadline ? next : std::min(next, deadline));
-        if (end == WaitEnd::interrupted && !waits_.is_to_restart()) return -EINTR;
+        if (end == WaitEnd::interrupted && !waits_.is_to_restart()) return {-EINTR, end};
     }
 }
 

@@ -49,6 +49,8 @@ public:
     std::optional<long> connect(int socket, const sockaddr* address, socklen_t length);
     /// Tries until it need not wait: `attempt` gives -EAGAIN or -EWOULDBLOCK as long as it would.
     long retry(const char* what, Microseconds deadline, const std::function<long()>& attempt);
+    std::pair<long, WaitEnd> attempt_until(const char* what, Microseconds deadline,
+                                           const std::function<long()>& attempt);
     /// The same of something that a child may hold: while one runs, time stands.
     long retry_beside_children(const char* what, const std::function<long()>& attempt);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "virtual_projector/clock/scheduled_thread.h"
 #include "virtual_projector/interpose/current_thread.h"
 
 namespace vp {
@@ -86,6 +87,21 @@ void Recorder::record_lock(std::string_view lock, long result, Microseconds sinc
 
 void Recorder::record_unlock(std::string_view lock, Microseconds held_us) {
     record(call_on("unlock", lock, held_us, 0));
+}
+
+void Recorder::record_wait(Wait::Kind kind, std::string_view path, Microseconds since, WaitEnd end) {
+    if (sink_ == nullptr || clock_.now() <= since) return;
+    const WorldLock lock(clock_);
+    const ThreadMoment now = moment();
+    sink_->record_wait({now, name_of(kind), path, now.t_us - since, name_of(end)});
+}
+
+void Recorder::record_unended_wait(const ScheduledThread& thread, std::string_view path) {
+    const Microseconds now = clock_.now();
+    if (sink_ == nullptr || now <= thread.since) return;
+    const WorldLock lock(clock_);
+    sink_->record_wait(
+        {{now, thread.number, thread.name}, name_of(thread.reason.kind), path, now - thread.since, {}});
 }
 
 void Recorder::record(CallRecord record, const CallCourse& course) {

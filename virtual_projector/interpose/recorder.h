@@ -58,6 +58,11 @@ public:
     void record_lock(std::string_view lock, long result, Microseconds since);
     void record_unlock(std::string_view lock, Microseconds held_us);
 
+    /// A wait that has ended now, and one that goes on when the run ends, of whatever thread. One that took no
+    /// time is not recorded.
+    void record_wait(Wait::Kind kind, std::string_view path, Microseconds since, WaitEnd end);
+    void record_unended_wait(const ScheduledThread& thread, std::string_view path);
+
     // What the library and its host say to each other.
     void record_callback(std::string_view callback, int slot, const std::vector<std::int32_t>& arguments,
                          std::string_view means);

@@ -47,7 +47,7 @@ bool waits_at_obstacle(int set, const sembuf* operations, std::size_t count) {
 }  // namespace
 
 Wait SystemVQueues::wait_for(Wait::Kind kind, Places& places, int id) {
-    return {kind, &places[id], "System V " + std::to_string(id)};
+    return {kind, &places[id], "System V " + std::to_string(id), "System V"};
 }
 
 // One that is gone when its waiters look again has been removed in the meantime.

@@ -41,8 +41,9 @@ bool is_written_by_current(const pthread_rwlock_t* lock) { return lock->__data._
 
 }  // namespace
 
-ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, Recorder& recorder)
-    : scheduler_(scheduler), waits_(waits), time_(time), recorder_(recorder) {}
+ThreadLocks::ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, ObjectNames& names,
+                         Recorder& recorder)
+    : scheduler_(scheduler), waits_(waits), time_(time), names_(names), recorder_(recorder) {}
 
 Microseconds ThreadLocks::deadline_at(clockid_t clock, const timespec& until) const {
     return time_.to_virtual(clock, bounded(until));
@@ -81,6 +82,10 @@ int ThreadLocks::take(pthread_mutex_t* mutex) {
     return result;
 }
 
+std::string ThreadLocks::recorded_name_of(const pthread_mutex_t* mutex) {
+    return names_.name_of(mutex, name_of(Wait::Kind::mutex));
+}
+
 void ThreadLocks::note_taken(const pthread_mutex_t* mutex) {
     if (!recorder_.is_on()) return;
     ++held_.try_emplace(mutex, Held{recorder_.now(), 0}).first->second.times;
@@ -92,7 +97,7 @@ void ThreadLocks::given_back(const pthread_mutex_t* mutex) {
     if (found == held_.end() || --found->second.times > 0) return;
     const Microseconds held_us = recorder_.now() - found->second.since;
     held_.erase(found);
-    if (held_us > 0) recorder_.record_unlock(name_of_object(mutex), held_us);
+    if (held_us > 0) recorder_.record_unlock(recorded_name_of(mutex), held_us);
 }
 
 int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
@@ -100,7 +105,7 @@ int ThreadLocks::lock_until(pthread_mutex_t* mutex, Microseconds deadline) {
     if (result != EBUSY) return result;
     const Microseconds since = recorder_.now();
     const int after_wait = take_in_time(mutex, deadline);
-    recorder_.record_lock(name_of_object(mutex), -after_wait, since);
+    if (recorder_.is_on()) recorder_.record_lock(recorded_name_of(mutex), -after_wait, since);
     return after_wait;
 }
 

@@ -13,9 +13,11 @@
 #include <semaphore.h>
 #include <time.h>
 
+#include <string>
 #include <unordered_map>
 
 #include "virtual_projector/clock/thread_scheduler.h"
+#include "virtual_projector/interpose/object_names.h"
 #include "virtual_projector/interpose/program_time.h"
 #include "virtual_projector/interpose/program_waits.h"
 #include "virtual_projector/interpose/recorder.h"
@@ -24,7 +26,8 @@ namespace vp {
 
 class ThreadLocks {
 public:
-    ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, Recorder& recorder);
+    ThreadLocks(ThreadScheduler& scheduler, ProgramWaits& waits, ProgramTime& time, ObjectNames& names,
+                Recorder& recorder);
 
     int lock(pthread_mutex_t* mutex);
     int try_lock(pthread_mutex_t* mutex);
@@ -64,6 +67,7 @@ private:
     int take(pthread_mutex_t* mutex);
     int lock_until(pthread_mutex_t* mutex, Microseconds deadline);
     int take_in_time(pthread_mutex_t* mutex, Microseconds deadline);
+    std::string recorded_name_of(const pthread_mutex_t* mutex);
     void note_taken(const pthread_mutex_t* mutex);
     void given_back(const pthread_mutex_t* mutex);
     int wait_until(pthread_cond_t* condition, pthread_mutex_t* mutex, Microseconds deadline);
@@ -76,6 +80,7 @@ private:
     ThreadScheduler& scheduler_;
     ProgramWaits& waits_;
     ProgramTime& time_;
+    ObjectNames& names_;
     Recorder& recorder_;
     struct Held {
         Microseconds since;

@@ -344,6 +344,7 @@ void Session::finish() {
     if (parts_->finished.test_and_set()) return;
     const ReentrancyGuard guard;
     parts_->machine->catch_up();
+    parts_->machine->record_unended_waits();
     parts_->machine->uninstall();
     if (parts_->trace) {
         const WorldLock lock(*parts_->clock);

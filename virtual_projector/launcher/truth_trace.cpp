@@ -102,6 +102,11 @@ void TruthTrace::record(const CallRecord& record) {
     look_for_bends();
 }
 
+void TruthTrace::record_wait(const WaitRecord& record) {
+    pass_bends(record.t_us);
+    sink_.record_wait(record);
+}
+
 void TruthTrace::record_truth(std::int64_t t_us, const nlohmann::ordered_json& state) {
     sink_.record_truth(t_us, state);
 }

@@ -36,6 +36,7 @@ public:
     void before_change(std::int64_t t_us) { pass_bends(t_us); }
 
     void record(const CallRecord& record) override;
+    void record_wait(const WaitRecord& record) override;
     void record_callback(const CallbackRecord& record) override { sink_.record_callback(record); }
     void record_return(const CallbackReturn& record) override { sink_.record_return(record); }
     void record_state(const StateRecord& record) override { sink_.record_state(record); }

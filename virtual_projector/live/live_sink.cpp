@@ -12,6 +12,10 @@ void LiveSink::record(const CallRecord& record) {
     if (record.result < 0 || record.fault != 0) run_.tell(json_of(record));
 }
 
+void LiveSink::record_wait(const WaitRecord& record) {
+    if (file_ != nullptr) file_->record_wait(record);
+}
+
 void LiveSink::record_callback(const CallbackRecord& record) {
     if (file_ != nullptr) file_->record_callback(record);
     if (record.callback == "toast") run_.tell(json_of(record));

@@ -15,6 +15,7 @@ public:
     LiveSink(TraceSink* file, LiveRun& run) : file_(file), run_(run) {}
 
     void record(const CallRecord& record) override;
+    void record_wait(const WaitRecord& record) override;
     void record_callback(const CallbackRecord& record) override;
     void record_return(const CallbackReturn& record) override;
     void record_state(const StateRecord& record) override;

@@ -16,6 +16,14 @@ std::string words_of(const CallAt& call) {
     return words;
 }
 
+// "wait for condition key_pressed", "wait for semaphore 1", "wait for pipe", "wait for a signal"
+std::string words_of(const WaitLine& wait) {
+    if (wait.path.empty()) return "wait for a " + wait.wait;
+    const bool names_its_kind = wait.path.compare(0, wait.wait.size(), wait.wait) == 0;
+    if (names_its_kind || wait.wait == "descriptor") return "wait for " + wait.path;
+    return "wait for " + wait.wait + " " + wait.path;
+}
+
 // A lock that is held for the whole of a call is told after it.
 bool is_outer(const Slice& a, const Slice& b) {
     if (a.begin_us != b.begin_us) return a.begin_us < b.begin_us;
@@ -120,6 +128,13 @@ void LaneCollector::take_call(const CallAt& call) {
     } else if (took_us > 0 || with_short_calls_) {
         add(own, SliceKind::call, words_of(call), call.t_us - took_us, call.t_us);
     }
+}
+
+void LaneCollector::take_wait(const WaitLine& wait) {
+    Lane& own = lane(wait.thread, wait.thread_name);
+    const std::int64_t took_us = std::clamp<std::int64_t>(wait.took_us, 0, wait.t_us);
+    wake(wait.thread, wait.t_us - took_us);
+    add(own, SliceKind::wait, words_of(wait), wait.t_us - took_us, wait.t_us);
 }
 
 void LaneCollector::take_callback(const CallbackLine& callback) {

@@ -12,7 +12,7 @@
 namespace vp {
 
 enum class SliceKind : std::uint8_t {
-    wait,      // a sleep, or for a lock that another thread held
+    wait,      // a sleep, or for something of the program's or from outside of it
     call,      // that took time until it returned
     hold,      // a lock was held
     callback,  // the host ran
@@ -41,6 +41,7 @@ public:
     explicit LaneCollector(bool with_short_calls) : with_short_calls_(with_short_calls) {}
 
     void take_call(const CallAt& call) override;
+    void take_wait(const WaitLine& wait) override;
     void take_callback(const CallbackLine& callback) override;
     void take_return(const ReturnLine& end) override;
 

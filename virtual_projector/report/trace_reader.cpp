@@ -53,7 +53,8 @@ std::int64_t time_of(const json& line) {
 // members that name others, so the order matters: "run" is a member of wear.
 constexpr const char* kinds[] = {record_key::call,  record_key::truth,    record_key::log,
                                  record_key::state, record_key::callback, record_key::callback_return,
-                                 record_key::event, record_key::wear,     record_key::run};
+                                 record_key::event, record_key::wear,     record_key::run,
+                                 record_key::wait};
 
 // Empty: of one that this program does not know.
 const char* kind_of(const json& record) {
@@ -65,6 +66,7 @@ const char* kind_of(const json& record) {
 
 void show_thread_record(const json& line, std::string_view kind, TraceVisitor& visitor) {
     if (kind == record_key::call) visitor.take_call(call_from(line));
+    if (kind == record_key::wait) visitor.take_wait(wait_line_from(line));
     if (kind == record_key::log) visitor.take_log(log_line_from(line));
     if (kind == record_key::state) visitor.take_state(state_line_from(line));
     if (kind == record_key::callback) visitor.take_callback(callback_line_from(line));
@@ -153,6 +155,10 @@ void TraceVisitors::take_call(const CallAt& call) {
     for (TraceVisitor* const visitor : visitors_) visitor->take_call(call);
 }
 
+void TraceVisitors::take_wait(const WaitLine& wait) {
+    for (TraceVisitor* const visitor : visitors_) visitor->take_wait(wait);
+}
+
 void TraceVisitors::take_callback(const CallbackLine& callback) {
     for (TraceVisitor* const visitor : visitors_) visitor->take_callback(callback);
 }
@@ -193,6 +199,8 @@ void TraceCollector::take_wear(std::int64_t t_us, const WearAccount& wear) {
     see(t_us);
     contents_.wear = wear;
 }
+
+void TraceCollector::take_wait(const WaitLine& wait) { see(wait.t_us, wait.thread, wait.thread_name); }
 
 void TraceCollector::take_callback(const CallbackLine& callback) {
     see(callback.t_us, callback.thread, callback.thread_name);

@@ -78,6 +78,7 @@ public:
     virtual void take_event(const EventAt&) {}
     virtual void take_wear(std::int64_t /*t_us*/, const WearAccount&) {}
     virtual void take_call(const CallAt&) {}
+    virtual void take_wait(const WaitLine&) {}
     virtual void take_callback(const CallbackLine&) {}
     virtual void take_return(const ReturnLine&) {}
     virtual void take_state(const StateLine&) {}
@@ -94,6 +95,7 @@ public:
     void take_event(const EventAt& event) override;
     void take_wear(std::int64_t t_us, const WearAccount& wear) override;
     void take_call(const CallAt& call) override;
+    void take_wait(const WaitLine& wait) override;
     void take_callback(const CallbackLine& callback) override;
     void take_return(const ReturnLine& end) override;
     void take_state(const StateLine& state) override;
@@ -128,6 +130,7 @@ public:
     void take_event(const EventAt& event) override;
     void take_wear(std::int64_t t_us, const WearAccount& wear) override;
     void take_call(const CallAt& call) override;
+    void take_wait(const WaitLine& wait) override;
     void take_callback(const CallbackLine& callback) override;
     void take_return(const ReturnLine& end) override;
     void take_state(const StateLine& state) override;

@@ -51,6 +51,10 @@ void JsonTrace::record(const CallRecord& record) {
     write_line(json_of(record));
 }
 
+void JsonTrace::record_wait(const WaitRecord& record) {
+    if (detail_ == TraceDetail::calls) write_line(json_of(record));
+}
+
 bool JsonTrace::is_wanted(std::string_view callback) const {
     if (detail_ == TraceDetail::calls || callback == toast) return true;
     return detail_ == TraceDetail::changes && callback != question;

@@ -17,7 +17,7 @@ enum class TraceDetail {
     events,   // events, the world's truth, toasts, the library's state and its log
     changes,  // and calls that may change the board (write, ioctl that does not only read, call,
               // pthread_create), all failures and what faults changed, locks and other callbacks
-    calls,    // and every other call
+    calls,    // and every other call, and waits
 };
 
 class JsonTrace final : public TraceSink {
@@ -32,6 +32,7 @@ public:
     void on_failure(std::function<void()> handler) { failure_handler_ = std::move(handler); }
 
     void record(const CallRecord& record) override;
+    void record_wait(const WaitRecord& record) override;
     void record_callback(const CallbackRecord& record) override;
     void record_return(const CallbackReturn& record) override;
     void record_state(const StateRecord& record) override;

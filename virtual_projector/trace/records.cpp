@@ -156,6 +156,15 @@ ordered_json json_of(const CallRecord& record) {
     return line;
 }
 
+ordered_json json_of(const WaitRecord& record) {
+    ordered_json line = line_at(record);
+    line[record_key::wait] = record.wait;
+    if (!record.path.empty()) line[record_key::path] = record.path;
+    line[record_key::took_us] = record.took_us;
+    if (!record.end.empty()) line[record_key::wait_end] = record.end;
+    return line;
+}
+
 ordered_json json_of(const CallbackRecord& record) {
     ordered_json line = line_at(record);
     line[record_key::callback] = record.callback;
@@ -246,6 +255,18 @@ CallLine call_line_from(const nlohmann::json& line) {
     call.fault = fault->value(record_key::fault_number, 0);
     call.fault_did = fault->value(record_key::fault_did, "");
     return call;
+}
+
+WaitLine wait_line_from(const nlohmann::json& line) {
+    WaitLine wait;
+    wait.t_us = line.value(record_key::t_us, std::int64_t{0});
+    wait.thread = line.value(record_key::thread, 0);
+    wait.thread_name = name_in(line);
+    wait.wait = line.at(record_key::wait).get<std::string>();
+    wait.path = line.value(record_key::path, "");
+    wait.took_us = line.value(record_key::took_us, std::int64_t{0});
+    wait.end = line.value(record_key::wait_end, "");
+    return wait;
 }
 
 CallbackLine callback_line_from(const nlohmann::json& line) {

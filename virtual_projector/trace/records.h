@@ -7,6 +7,7 @@
 //     {"t_us":20000,...,"call":"ioctl","path":"/dev/nds01","request":"0x4004a203","result":-5,"error":"EIO"}
 //     {"t_us":20000,...,"call":"sleep","us":1000,"result":0}
 //     {"t_us":21000,...,"call":"lock","path":"mutex_focus","took_us":1000,"result":0}
+//     {"t_us":21000,...,"wait":"condition","path":"key_pressed","took_us":900,"end":"woken"}
 //     {"t_us":21000,...,"callback":"toast","slot":5,"arguments":[6],"means":"the right limit"}
 //     {"t_us":21000,...,"return":"is_factory_test","slot":6,"result":0}
 //     {"t_us":21000,...,"state":{"g_run_once_AKAF":1}}
@@ -60,6 +61,8 @@ constexpr const char* outputs = "outputs";
 constexpr const char* fault = "fault";
 constexpr const char* fault_number = "number";  // of a fault
 constexpr const char* fault_did = "did";
+constexpr const char* wait = "wait";
+constexpr const char* wait_end = "end";
 constexpr const char* callback = "callback";
 constexpr const char* callback_return = "return";
 constexpr const char* slot = "slot";    // of a callback and its return
@@ -219,6 +222,17 @@ struct CallLine {
     std::string fault_did;
 };
 
+/// A wait as it can be read back.
+struct WaitLine {
+    std::int64_t t_us = 0;
+    int thread = 0;
+    std::string thread_name;
+    std::string wait;
+    std::string path;
+    std::int64_t took_us = 0;
+    std::string end;  // empty: the run's
+};
+
 /// A callback as it can be read back.
 struct CallbackLine {
     std::int64_t t_us = 0;
@@ -260,6 +274,7 @@ std::string hexadecimal(std::string_view bytes);
 
 /// The objects that stand on the lines of a trace.
 nlohmann::ordered_json json_of(const CallRecord& record);
+nlohmann::ordered_json json_of(const WaitRecord& record);
 nlohmann::ordered_json json_of(const CallbackRecord& record);
 nlohmann::ordered_json json_of(const CallbackReturn& record);
 nlohmann::ordered_json json_of(const StateRecord& record);
@@ -272,6 +287,7 @@ nlohmann::ordered_json event_line(std::int64_t t_us, std::string_view what);
 
 /// The same read back; members that are missing have their defaults.
 CallLine call_line_from(const nlohmann::json& line);
+WaitLine wait_line_from(const nlohmann::json& line);
 CallbackLine callback_line_from(const nlohmann::json& line);
 ReturnLine return_line_from(const nlohmann::json& line);
 StateLine state_line_from(const nlohmann::json& line);

@@ -41,6 +41,15 @@ struct ThreadMoment {
     std::string_view thread_name;
 };
 
+/// A thread has waited for something but the time, a lock or a node of the board, which have records of their
+/// own. In virtual time only.
+struct WaitRecord : ThreadMoment {
+    std::string_view wait;     // the kind of what it waited for: "condition", "semaphore", "descriptor", …
+    std::string_view path;     // its name; may be empty
+    std::int64_t took_us = 0;  // until t_us
+    std::string_view end;  // "woken", "timed out" or "interrupted"; empty: the run ended before the wait did
+};
+
 /// The library calls its host. Written before the host runs.
 struct CallbackRecord : ThreadMoment {
     std::string_view callback;  // the slot's name in app_callback_table
@@ -77,6 +86,7 @@ public:
     virtual void record(const CallRecord& record) = 0;
 
     // Called likewise, for those sinks that keep them.
+    virtual void record_wait(const WaitRecord& /*record*/) {}
     virtual void record_callback(const CallbackRecord& /*record*/) {}
     virtual void record_return(const CallbackReturn& /*record*/) {}
     virtual void record_state(const StateRecord& /*record*/) {}

@@ -30,6 +30,12 @@ function prepared(given: Lane): Prepared {
   };
 }
 
+/** "waits for condition key_pressed", "waits: sleep", "holds mutex_focus", "read /dev/gsensor_daemon" */
+function words_of(kind: SliceKind, what: string): string {
+  if (kind === "wait") return what.startsWith("wait for ") ? `waits${what.slice("wait".length)}` : `waits: ${what}`;
+  return kind === "hold" ? what.replace(/^hold /, "holds ") : what;
+}
+
 function first_at_least(times: Float64Array, t: number): number {
   let low = 0;
   let high = times.length;
@@ -89,8 +95,7 @@ export class Lanes {
       const [t, us, kind, what] = lane.slices[at] as Lane["slices"][number];
       if (t > cursor) break;
       if (t + us > cursor || (us === 0 && t === cursor)) {
-        const word = kind === "wait" ? "waits: " : kind === "hold" ? "holds " : "";
-        doing.push(`${word}${what}${us > 0 ? ` (${length_text(us)})` : ""}`);
+        doing.push(`${words_of(kind, what)}${us > 0 ? ` (${length_text(us)})` : ""}`);
       }
     }
     return doing.length > 4 ? `${doing.slice(0, 4).join("; ")}; and ${doing.length - 4} more` : doing.join("; ") || "–";

@@ -122,6 +122,25 @@ TEST_F(ARun, NamesTheFunctionsOfTheLibrarysLoopsAtItsLimit) {
     expect_complete_at(10 * second_us, finished);
 }
 
+TEST_F(ARun, TellsInItsTraceWhatEachThreadStillWaitsForAtItsEnd) {
+    run({"--limit", "5"}, {"many ways"});
+    EXPECT_THAT(
+        contents_of(trace),
+        HasSubstr(
+            "\n"
+            R"({"t_us":5000000,"thread":1,"name":"main","wait":"descriptor","path":"pipe","took_us":5000000})"
+            "\n"
+            R"({"t_us":5000000,"thread":3,"wait":"condition","path":"condition 1","took_us":4000000})"
+            "\n"
+            R"({"t_us":5000000,"wear":)"));
+}
+
+TEST_F(ARun, TellsInItsTraceThatTheProgramWaitedAllTheTime) {
+    run({"--limit", "10"}, {"library, pause"});
+    EXPECT_THAT(contents_of(trace),
+                HasSubstr(R"({"t_us":10000000,"thread":1,"name":"main","wait":"signal","took_us":10000000})"));
+}
+
 TEST_F(ARun, MayHaveALimitOfAFractionOfASecond) {
     const Finished finished = run({"--limit", "0.25", "--story"}, {"many ways"});
     EXPECT_EQ(finished.exit_code, 121);

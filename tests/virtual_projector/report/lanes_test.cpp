@@ -70,6 +70,34 @@ TEST(ALane, HoldsASleepUntilItsEndOrUntilTheThreadDoesSomethingElse) {
               (std::vector<std::string>{"0..100 wait: sleep", "100..400 wait: sleep", "400..500 wait: sleep"}));
 }
 
+vp::WaitLine wait(std::int64_t t_us, const std::string& kind, const std::string& path, std::int64_t took_us) {
+    return {t_us, 2, "worker", kind, path, took_us, "woken"};
+}
+
+TEST(ALane, HoldsWaitsWithTheNamesOfWhatWasWaitedFor) {
+    vp::LaneCollector collector(false);
+    collector.take_wait(wait(10, "condition", "key_pressed", 4));
+    collector.take_wait(wait(20, "semaphore", "semaphore 1", 5));
+    collector.take_wait(wait(30, "signal", "", 1));
+    collector.take_wait(wait(40, "descriptor", "pipe", 10));
+    collector.take_wait(wait(50, "descriptor", "", 5));
+    collector.take_wait(wait(70, "end of", "3 sampler", 20));
+    EXPECT_EQ(words_of(collector),
+              (std::vector<std::string>{"6..10 wait: wait for condition key_pressed",
+                                        "15..20 wait: wait for semaphore 1", "29..30 wait: wait for a signal",
+                                        "30..40 wait: wait for pipe", "45..50 wait: wait for a descriptor",
+                                        "50..70 wait: wait for end of 3 sampler"}));
+    EXPECT_EQ(collector.lanes().at(2).name, "worker");
+}
+
+TEST(ALane, EndsASleepWhereAWaitBegins) {
+    vp::LaneCollector collector(false);
+    collector.take_call(sleep_call(0, 1000));
+    collector.take_wait(wait(400, "condition", "", 100));
+    EXPECT_EQ(words_of(collector),
+              (std::vector<std::string>{"0..300 wait: sleep", "300..400 wait: wait for a condition"}));
+}
+
 TEST(ALane, HoldsCallsThatTakeNoTimeWhereTheyAreWanted) {
     vp::LaneCollector collector(true);
     collector.take_call(call(11, "call", "nx_cal_pc", 0));

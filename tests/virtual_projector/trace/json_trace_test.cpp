@@ -75,6 +75,7 @@ std::vector<std::string> kinds_in(const std::string& path, TraceDetail detail) {
     changed.fault = 1;
     changed.fault_did = "delivered other bytes";
     trace->record(changed);
+    trace->record_wait({moment, "condition", "key_pressed", 5, "woken"});
     trace->record_callback({moment, "toast", 5, {6}, "words"});
     trace->record_callback({moment, "refresh_ui", 4, {}, "words"});
     trace->record_callback({moment, "is_factory_test", 6, {}, "words"});
@@ -87,7 +88,7 @@ std::vector<std::string> kinds_in(const std::string& path, TraceDetail detail) {
     std::vector<std::string> kinds;
     for (std::string line; std::getline(file, line);) {
         const auto record = nlohmann::json::parse(line);
-        for (const char* const kind : {"call", "callback", "return", "state", "log"}) {
+        for (const char* const kind : {"call", "wait", "callback", "return", "state", "log"}) {
             if (record.contains(kind)) kinds.push_back(record[kind].is_string() ? record[kind] : kind);
         }
     }
@@ -106,9 +107,9 @@ TEST_F(JsonTraceFile, HoldsLocksFaultsAndOtherCallbacksWithTheChanges) {
 }
 
 // It is asked with each block of samples.
-TEST_F(JsonTraceFile, HoldsTheQuestionForFactoryTestingWithEveryCallOnly) {
+TEST_F(JsonTraceFile, HoldsWaitsAndTheQuestionForFactoryTestingWithEveryCallOnly) {
     EXPECT_EQ(kinds_in(path, TraceDetail::calls),
-              (Kinds{"lock", "unlock", "read", "toast", "refresh_ui", "is_factory_test", "toast",
+              (Kinds{"lock", "unlock", "read", "condition", "toast", "refresh_ui", "is_factory_test", "toast",
                      "is_factory_test", "state", "line"}));
 }
 

@@ -162,6 +162,26 @@ TEST(JsonOfALock, HasHowLongItWasWaitedForOrHeld) {
 
 vp::ThreadMoment moment() { return {20, 2, "worker"}; }
 
+TEST(JsonOfAWait, ComesBackAsItWas) {
+    const nlohmann::ordered_json line =
+        json_of(vp::WaitRecord{moment(), "condition", "key_pressed", 15, "timed out"});
+    EXPECT_EQ(line.dump(), R"({"t_us":20,"thread":2,"name":"worker","wait":"condition","path":"key_pressed",)"
+                           R"("took_us":15,"end":"timed out"})");
+    const vp::WaitLine back = vp::wait_line_from(line);
+    EXPECT_EQ(back.t_us, 20);
+    EXPECT_EQ(back.thread, 2);
+    EXPECT_EQ(back.thread_name, "worker");
+    EXPECT_EQ(back.wait, "condition");
+    EXPECT_EQ(back.path, "key_pressed");
+    EXPECT_EQ(back.took_us, 15);
+    EXPECT_EQ(back.end, "timed out");
+}
+
+TEST(JsonOfAWait, LeavesOutWhatHasNoNameAndAnEndThatDidNotCome) {
+    EXPECT_EQ(json_of(vp::WaitRecord{moment(), "signal", {}, 15, {}}).dump(),
+              R"({"t_us":20,"thread":2,"name":"worker","wait":"signal","took_us":15})");
+}
+
 TEST(JsonOfACallback, ComesBackAsItWas) {
     const nlohmann::ordered_json line = json_of(vp::CallbackRecord{moment(), "toast", 5, {6}, "right limit"});
     EXPECT_EQ(line.dump(), R"({"t_us":20,"thread":2,"name":"worker","callback":"toast","slot":5,)"

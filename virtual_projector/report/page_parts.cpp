@@ -119,7 +119,8 @@ PageParts::PageParts(std::int64_t end_us, std::size_t told) {
 std::int64_t PageParts::step_us() const { return part_us_ / steps_in_a_part + 1; }
 
 std::size_t PageParts::part_at(std::int64_t t_us) const {
-    return std::min(parts_.size() - 1, static_cast<std::size_t>(std::max<std::int64_t>(t_us, 0) / part_us_));
+    const auto last = static_cast<std::int64_t>(parts_.size()) - 1;
+    return static_cast<std::size_t>(std::clamp<std::int64_t>(t_us / part_us_, 0, last));
 }
 
 void PageParts::add_entry(std::size_t part, const std::string& entry) {

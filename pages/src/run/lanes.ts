@@ -135,7 +135,7 @@ export class Lanes {
     for (let at = first_at_least(begins, this.timeline.from - longest); at < begins.length; ++at) {
       const t = begins[at] as number;
       const us = lengths[at] as number;
-      const [kind] = labels[at] as Label;
+      const kind = (labels[at] as Label)[0];
       if (t > this.timeline.to) break;
       if (t + us < this.timeline.from) continue;
       const from = Math.max(0, (t - this.timeline.from) * scale);

@@ -104,7 +104,7 @@ function slices_in_trace(thread) {
   let sleep = null;
   const add = (row, begin, end) => { if (end > begin) slices.push({ row, begin, end }); };
   for (const record of records) {
-    if (record.thread !== thread || !(record.call || record.callback || record.return)) continue;
+    if (record.thread !== thread || !(record.call || record.wait || record.callback || record.return)) continue;
     const took = record.took_us ?? 0;
     if (sleep) add("top", sleep.t_us, Math.min(sleep.t_us + sleep.us, record.t_us - took));
     sleep = null;

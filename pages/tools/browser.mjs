@@ -26,11 +26,12 @@ export function launch() {
 
 /**
  * Opens an address in a window of its own. `complaints` grows by whatever a person would be told by the browser:
- * console messages, errors, requests that go elsewhere than to `allowed`.
+ * console messages, errors, requests that go elsewhere than to `allowed`. `first` runs in the page before its own scripts.
  */
-export async function open(browser, address, { width = 1400, height = 900, scheme = "light", allowed = "file:", ready = true, ...more } = {}) {
+export async function open(browser, address, { width = 1400, height = 900, scheme = "light", allowed = "file:", ready = true, first, ...more } = {}) {
   const context = await browser.newContext({ viewport: { width, height }, colorScheme: scheme, ...more });
   const page = await context.newPage();
+  if (first) await page.addInitScript(first);
   const complaints = [];
   page.on("console", (message) => complaints.push(`console: ${message.text()}`));
   page.on("pageerror", (error) => complaints.push(`error: ${error.message}`));

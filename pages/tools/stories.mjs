@@ -28,14 +28,15 @@ export function title_of(name) {
 }
 
 /** The trace of a run; runs of one folder happen to one unit, whose memory is kept between them. */
-export async function make_trace(name, folder, { scenario = join(scenarios, `${name}.json`), detail = "calls", options = [] } = {}) {
+export async function make_trace(name, folder, { scenario = join(scenarios, `${name}.json`), detail = "calls", options = [], script = null } = {}) {
   await mkdir(folder, { recursive: true });
   const trace = join(folder, `${file_name(name)}.jsonl`);
   const unit = dirname(name);
   const memory = unit === "." ? [] : ["--flash", join(folder, `${unit}.flash`)];
-  const script = existsSync(join(scenarios, `${name}.host`)) ? join(scenarios, `${name}.host`) : join(scenarios, "first-light.host");
+  const own = join(scenarios, `${name}.host`);
+  const host_script = script ?? (existsSync(own) ? own : join(scenarios, "first-light.host"));
   const words = ["--scenario", scenario, "--trace", trace, "--trace-detail", detail, ...memory, ...options,
-    "--", host, "--script", script];
+    "--", host, "--script", host_script];
   try {
     await run(launcher, words, { cwd: folder, maxBuffer: 1 << 26 });
   } catch (error) {

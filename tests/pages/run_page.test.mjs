@@ -29,7 +29,7 @@ async function with_page(file, options, use) {
 }
 
 const records_of = (trace) => readFileSync(trace, "utf8").trimEnd().split("\n").map((line) => JSON.parse(line));
-const data_of = (file) => JSON.parse(gunzipSync(Buffer.from(data_element.exec(readFileSync(file, "utf8"))[2], "base64")));
+const data_of = (file) => JSON.parse(gunzipSync(Buffer.from(data_element.exec(readFileSync(file, "utf8"))[2].split("\n")[0], "base64")));
 
 /** A page like that of a run, with other data. */
 function page_with(data, name) {

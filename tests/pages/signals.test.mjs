@@ -6,7 +6,7 @@ import { describe, it } from "node:test";
 import { root } from "../../pages/tools/browser.mjs";
 
 const source = execFileSync("esbuild", [join(root, "pages/src/shared/signals.ts"), "--format=esm"], { encoding: "utf8" });
-const { last_at, sample, value_at } = await import(`data:text/javascript,${encodeURIComponent(source)}`);
+const { derived, is_near, last_at, sample, value_at } = await import(`data:text/javascript,${encodeURIComponent(source)}`);
 
 const signal = (t, v) => ({ name: "a signal", unit: "", t, v });
 /** Samples every 20 ms with a spike now and then, like gravity over an hour. */
@@ -56,6 +56,13 @@ describe("signals between two times", () => {
     });
   });
 
+  it("are exact within a minute however few pixels there are", () => {
+    const axes = [hour(), hour(), hour()];
+    const { columns, exact } = sample(axes, ["held", "held", "held"], 1.8e9, 1.86e9, 300);
+    assert.equal(exact, true);
+    assert.equal(columns[0].length, 3001);
+  });
+
   it("lose no spike where each pixel has many values", () => {
     const one = hour();
     const { columns, exact } = sample([one], ["held"], 0, 3.6e9, 900);
@@ -67,8 +74,49 @@ describe("signals between two times", () => {
   });
 
   it("give smallest and largest in the order in which they came", () => {
-    const t = Array.from({ length: 1000 }, (_none, i) => i);
-    const { columns } = sample([signal(t, t)], ["held"], 0, 1000, 10);
+    const t = Array.from({ length: 20000 }, (_none, i) => i);
+    const { columns, exact } = sample([signal(t, t)], ["held"], 0, 20000, 10);
+    assert.equal(exact, false);
     for (let i = 1; i < columns[1].length; ++i) assert.ok(columns[1][i] >= columns[1][i - 1]);
+  });
+});
+
+describe("a signal that is told by its extremes", () => {
+  const whole = hour();
+  const parts = new Set();  // the minutes of which every value is known
+  const minute_of = (t) => Math.floor(t / 60e6);
+  const every = (from, to) => {
+    for (let minute = minute_of(from); minute <= minute_of(to); ++minute) if (!parts.has(minute)) return null;
+    const first = Math.max(0, last_at(whole.t, from));
+    return { t: whole.t.slice(first, last_at(whole.t, to) + 1), v: whole.v.slice(first, last_at(whole.t, to) + 1) };
+  };
+  const few = { ...signal([0, 1.8e9], [1, -1]), every };
+
+  it("is near where no more is known, and exact where every value is", () => {
+    parts.clear();
+    assert.equal(is_near(few, 1.2e9), true);
+    assert.equal(value_at(few, 1.2e9), 1);
+    parts.add(20);
+    assert.equal(is_near(few, 1.2e9), false);
+    assert.equal(value_at(few, 1.2e9 + 20001), whole.v[60001]);
+    assert.equal(is_near(whole, 1.2e9), false);
+  });
+
+  it("is drawn by every value where all of what is shown is known", () => {
+    parts.clear();
+    parts.add(20);
+    const { columns } = sample([few], ["held"], 1.21e9, 1.22e9, 900);
+    assert.deepEqual(columns[1], whole.v.slice(60500, 61001));
+    assert.deepEqual(sample([few], ["held"], 1.19e9, 1.22e9, 900).columns[1], [1, 1]);
+  });
+
+  it("makes others that are as exact", () => {
+    parts.clear();
+    const twice = derived({ name: "twice", unit: "" }, [few], ([one]) => ({ t: one.t, v: Array.from(one.v, (value) => 2 * value) }));
+    assert.equal(is_near(twice, 1.2e9), true);
+    assert.equal(value_at(twice, 1.2e9), 2);
+    parts.add(20);
+    assert.equal(is_near(twice, 1.2e9), false);
+    assert.equal(value_at(twice, 1.2e9 + 20001), 2 * whole.v[60001]);
   });
 });

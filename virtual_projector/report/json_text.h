@@ -51,7 +51,7 @@ public:
     }
     template <typename Values>
     void numbers(const Values& values) {
-        list(values, [this](const auto& value) { number(value); });
+        list(values, [this](const auto& value) { this->number(value); });
     }
 
     void hand_on() {

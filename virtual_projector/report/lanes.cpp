@@ -1,6 +1,7 @@
 #include "virtual_projector/report/lanes.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace vp {
@@ -56,12 +57,18 @@ bool may_be_merged(const Slice& slice, std::int64_t longest_us) {
 std::vector<Slice> merged(const std::vector<Slice>& slices, std::int64_t longest_us) {
     std::vector<Slice> fewer;
     bool last_merges = false;
+    std::int64_t piece_us = 0;  // the longest one of the last
     for (const Slice& slice : slices) {
+        const std::int64_t took_us = slice.end_us - slice.begin_us;
         const bool merges = may_be_merged(slice, longest_us);
         if (merges && last_merges && slice.begin_us - fewer.back().end_us <= longest_us) {
-            fewer.back().end_us = std::max(fewer.back().end_us, slice.end_us);
+            Slice& last = fewer.back();
+            last.end_us = std::max(last.end_us, slice.end_us);
+            if (took_us > piece_us) std::tie(last.kind, last.what) = std::tie(slice.kind, slice.what);
+            piece_us = std::max(piece_us, took_us);
         } else {
             fewer.push_back(slice);
+            piece_us = took_us;
         }
         last_merges = merges;
     }

@@ -72,7 +72,7 @@ private:
 std::vector<std::vector<Slice>> nested_rows(std::vector<Slice> slices);
 
 /// At most about `limit` slices: waits and calls that follow each other at once and are short are made one,
-/// named by the first. `merged_us` says how long those may have been; 0: nothing was merged.
+/// named by the longest. `merged_us` says how long those may have been; 0: nothing was merged.
 std::vector<Slice> merge_short(std::vector<Slice> slices, std::size_t limit, std::int64_t& merged_us);
 
 }  // namespace vp

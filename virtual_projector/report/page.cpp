@@ -44,14 +44,15 @@ std::string base64(std::string_view bytes) {
     return text;
 }
 
-std::string make_run_page(std::string_view data) {
+std::string make_run_page(const PageData& data) {
     const std::string_view page = run_page_template();
     if (page.empty()) {
         throw NoPage("this program was built without pages: build it where esbuild is installed");
     }
     const std::size_t place = page.find(page_data_mark);
     std::string made(page.substr(0, place));
-    made += base64(gzipped(data));
+    made += base64(gzipped(data.run));
+    for (const std::string& part : data.parts) made += "\n" + base64(gzipped(part));
     made += page.substr(place + page_data_mark.size());
     return made;
 }

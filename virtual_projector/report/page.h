@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "virtual_projector/report/page_data.h"
+
 namespace vp {
 
 /// Its text is one line that says why there is no page.
@@ -14,10 +16,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The page with these data, a JSON object as page_data.h makes it. The data stand in it compressed and in
-/// base 64, so that no text of theirs can end the element that holds them. Throws NoPage where the program was
+/// The page with these data, as page_data.h makes them. They stand in it compressed and in base 64, so that no
+/// text of theirs can end the element that holds them: the run on a line, then each of the parts on one, which
+/// can so be read by itself. Throws NoPage where the program was
 /// built without the pages' bundler or without gzip.
-std::string make_run_page(std::string_view data);
+std::string make_run_page(const PageData& data);
 
 /// RFC 4648, with padding.
 std::string base64(std::string_view bytes);

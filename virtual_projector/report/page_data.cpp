@@ -4,10 +4,12 @@
 #include <cmath>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
 #include "virtual_projector/report/json_text.h"
+#include "virtual_projector/report/page_parts.h"
 #include "virtual_projector/report/repeat_command.h"
 
 namespace vp {
@@ -15,31 +17,29 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr int page_data_format = 1;
+constexpr int page_data_format = 2;
 constexpr std::size_t most_points = 200000;
 constexpr std::size_t most_slices = 20000;
 
-// The smallest band about the last told value that leaves few enough changes. A doubling search: the first
-// bands are far below what a curve on a page can show.
-double thin(Signal& signal) {
-    double within = 0;
-    while (signal.values.size() > most_points) {
-        const auto [low, high] = std::minmax_element(signal.values.begin(), signal.values.end());
-        within = within == 0 ? (*high - *low) / 16384 : 2 * within;
-        if (!(within > 0) || !std::isfinite(within)) break;
-        Signal fewer;
-        double last = 0;
-        for (std::size_t i = 0; i < signal.values.size(); ++i) {
-            const double value = signal.values[i];
-            if (i > 0 && std::abs(value - last) <= within) continue;
-            fewer.t_us.push_back(signal.t_us[i]);
-            fewer.values.push_back(value);
-            last = value;
-        }
-        signal.t_us = std::move(fewer.t_us);
-        signal.values = std::move(fewer.values);
+bool is_long(const Signal& signal) { return signal.values.size() > most_points; }
+
+// What takes time; there is nothing to be seen of the rest.
+std::vector<Slice> slices_of(const Lane& lane) {
+    std::vector<Slice> slices;
+    std::copy_if(lane.slices.begin(), lane.slices.end(), std::back_inserter(slices),
+                 [](const Slice& slice) { return slice.end_us > slice.begin_us; });
+    return slices;
+}
+
+// How many values and slices are too much to be read at once.
+std::size_t told_in_parts(const RunData& run) {
+    std::size_t told = 0;
+    for (const auto& [name, signal] : run.signals) told += is_long(signal) ? signal.values.size() : 0;
+    for (const auto& [thread, lane] : run.lanes) {
+        const std::size_t count = slices_of(lane).size();
+        told += count > most_slices ? count : 0;
     }
-    return within;
+    return told;
 }
 
 ordered_json time_or_none(const std::optional<std::int64_t>& t_us) {
@@ -68,12 +68,12 @@ ordered_json json_of(const Request& request, bool has_truths) {
 
 class Writer {
 public:
-    explicit Writer(const RunData& run) : run_(run) {}
-    std::string write(const std::string& title, const std::vector<std::string>& story);
+    explicit Writer(const RunData& run) : run_(run), parts_(run.contents.end_us, told_in_parts(run)) {}
+    PageData write(const std::string& title, const std::vector<std::string>& story);
 
 private:
     void write_head(const std::string& title);
-    void write_signal(Signal signal);
+    void write_signal(const Signal& signal);
     void write_signals();
     void write_outlines();
     void write_zones();
@@ -83,23 +83,28 @@ private:
     void write_lanes();
     void write_slice(const Slice& slice);
     void write_log();
+    void write_parts();
     template <typename Member>
     void write_frames(const char* name, Member ZonesAt::*member);
 
     const RunData& run_;
+    PageParts parts_;
     JsonText text_;
 };
 
-void Writer::write_signal(Signal signal) {
-    const double within = thin(signal);
+void Writer::write_signal(const Signal& signal) {
     ordered_json head = {{"name", signal.name}, {"unit", signal.unit}, {"about", signal.about}};
-    if (within > 0) head["within"] = within;
+    if (is_long(signal)) {
+        parts_.add(signal);
+        head["step_us"] = parts_.step_us();
+    }
+    const Signal& told = is_long(signal) ? extremes_of(signal, parts_.step_us()) : signal;
     std::string begin = head.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
     begin.pop_back();  // its brace
     text_.raw(begin + ",\"t\":");
-    text_.numbers(signal.t_us);
+    text_.numbers(told.t_us);
     text_.raw(",\"v\":");
-    text_.numbers(signal.values);
+    text_.numbers(told.values);
     text_.raw("}");
 }
 
@@ -181,9 +186,8 @@ void Writer::write_slice(const Slice& slice) {
 void Writer::write_lanes() {
     text_.list(run_.lanes, [this](const auto& numbered) {
         const Lane& lane = numbered.second;
-        std::vector<Slice> slices;
-        std::copy_if(lane.slices.begin(), lane.slices.end(), std::back_inserter(slices),
-                     [](const Slice& slice) { return slice.end_us > slice.begin_us; });
+        std::vector<Slice> slices = slices_of(lane);
+        if (slices.size() > most_slices) parts_.add(lane.thread, slices);
         std::int64_t merged_us = 0;
         slices = merge_short(std::move(slices), most_slices, merged_us);
         text_.raw("{\"thread\":" + std::to_string(lane.thread) + ",\"name\":");
@@ -200,6 +204,15 @@ void Writer::write_log() {
     });
 }
 
+void Writer::write_parts() {
+    text_.raw("{\"us\":" + std::to_string(parts_.part_us()) + ",\"count\":" + std::to_string(parts_.count()) +
+              ",\"labels\":");
+    text_.list(parts_.labels(), [this](const PageParts::Label& label) {
+        text_.json({slice_kind_name(label.first), run_.slice_names.at(label.second)});
+    });
+    text_.raw("}");
+}
+
 void Writer::write_head(const std::string& title) {
     text_.raw("{\"format\":" + std::to_string(page_data_format) + ",\"title\":");
     text_.json(title);
@@ -210,15 +223,13 @@ void Writer::write_head(const std::string& title) {
     text_.raw(",\"end_us\":" + std::to_string(run_.contents.end_us));
 }
 
-std::string Writer::write(const std::string& title, const std::vector<std::string>& story) {
+PageData Writer::write(const std::string& title, const std::vector<std::string>& story) {
     write_head(title);
-    const std::pair<const char*, void (Writer::*)()> parts[] = {{"signals", &Writer::write_signals},
-                                                                {"outlines", &Writer::write_outlines},
-                                                                {"zones", &Writer::write_zones},
-                                                                {"flags", &Writer::write_flags},
-                                                                {"requests", &Writer::write_requests},
-                                                                {"lanes", &Writer::write_lanes},
-                                                                {"log", &Writer::write_log}};
+    const std::pair<const char*, void (Writer::*)()> parts[] = {
+        {"signals", &Writer::write_signals},   {"outlines", &Writer::write_outlines},
+        {"zones", &Writer::write_zones},       {"flags", &Writer::write_flags},
+        {"requests", &Writer::write_requests}, {"lanes", &Writer::write_lanes},
+        {"log", &Writer::write_log},           {"parts", &Writer::write_parts}};
     for (const auto& [name, write] : parts) {
         text_.raw(std::string(",\"") + name + "\":");
         (this->*write)();
@@ -226,13 +237,22 @@ std::string Writer::write(const std::string& title, const std::vector<std::strin
     text_.raw(",\"story\":");
     text_.json(story);
     text_.raw("}\n");
-    return text_.take();
+    return {text_.take(), parts_.take()};
 }
 
 }  // namespace
 
-std::string page_data(const RunData& run, const std::string& title, const std::vector<std::string>& story) {
+PageData page_data(const RunData& run, const std::string& title, const std::vector<std::string>& story) {
     return Writer(run).write(title, story);
+}
+
+std::string as_one_object(const PageData& data) {
+    JsonText text;
+    text.raw(std::string_view(data.run).substr(0, data.run.rfind('}')));
+    text.raw(",\"told\":");
+    text.list(data.parts, [&text](const std::string& part) { text.raw(part); });
+    text.raw("}\n");
+    return text.take();
 }
 
 }  // namespace vp

@@ -49,8 +49,8 @@ void write_csv_folder(const RunData& run, const std::string& folder) {
 
 void write_page(const RunData& run, const std::string& title, const std::vector<std::string>& story,
                 const ReportOptions& options) {
-    const std::string data = page_data(run, title, story);
-    if (!options.data.empty()) write_file(options.data, data);
+    const PageData data = page_data(run, title, story);
+    if (!options.data.empty()) write_file(options.data, as_one_object(data));
     if (!options.page.empty()) write_file(options.page, make_run_page(data));
 }
 

@@ -1,6 +1,8 @@
 // The data of a run as the page carries them, and as its parts use them.
+import { unpacked } from "../shared/packed";
 import type { Signal } from "../shared/signals";
 import type { Outline } from "../shared/wall_picture";
+import { Parts, type PartsAbout } from "./parts";
 
 export type FlagKind = "event" | "fault" | "request" | "toast" | "refusal" | "move";
 export type SliceKind = "wait" | "call" | "hold" | "callback" | "run";
@@ -72,17 +74,25 @@ export interface RunData {
   lanes: Lane[];
   log: LogLine[];
   story: string[];
+  parts: Parts;
 }
 
-export const data_format = 1;
+/** A signal as it stands in the page; one of a long run has its extremes only, in steps of so long. */
+type ToldSignal = Signal & { step_us?: number };
 
-/** The text of an element, base 64 of gzip of JSON, as the object that it is. */
+type ToldData = Omit<RunData, "signals" | "parts"> & { signals: ToldSignal[]; parts: PartsAbout };
+
+export const data_format = 2;
+
+/** The text of an element: a line with the run, and one for each of its parts. */
 export async function read_data(coded: string): Promise<RunData> {
-  const packed = Uint8Array.from(atob(coded.trim()), (letter) => letter.charCodeAt(0));
-  const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream("gzip"));
-  const data = JSON.parse(await new Response(stream).text()) as RunData;
+  const [run = "", ...coded_parts] = coded.trim().split("\n");
+  const data = JSON.parse(await unpacked(run)) as ToldData;
   if (data.format !== data_format) throw new Error(`the run's data are of format ${data.format}, this page reads ${data_format}`);
-  return data;
+  const parts = new Parts(data.parts, coded_parts);
+  const signals = data.signals.map((signal): Signal =>
+    (signal.step_us === undefined ? signal : { ...signal, every: (from, to) => parts.values(signal.name, from, to) }));
+  return { ...data, signals, parts };
 }
 
 /** The member of a truth as a number; null where it is not one. */

@@ -1,9 +1,10 @@
 // The threads: for each a lane of what it did and what it waited for, and below it the locks that it held.
 import { element } from "../shared/dom";
-import { length_text } from "../shared/format";
+import { length_text, near_sign } from "../shared/format";
 import { color, on_colors_change, type ColorName } from "../shared/theme";
 import type { Timeline } from "../shared/timeline";
 import type { Lane, RunData, SliceKind } from "./data";
+import { slices_of, type Label, type Parts, type Slices } from "./parts";
 
 const left_space = 54;
 const right_space = 10;
@@ -14,20 +15,17 @@ const hold_height = 5;
 
 interface Prepared {
   lane: Lane;
-  begins: Float64Array;
-  longest: number;  // how far back something may have begun that still lasts
+  whole: Slices;  // merged where there are too many
+  is_merged: boolean;
 }
 
 const kind_colors: Record<SliceKind, ColorName> = { wait: "line", call: "blue", run: "sky", callback: "green", hold: "vermilion" };
 const kind_words: [SliceKind, string][] = [["call", "in a call"], ["wait", "waiting"], ["callback", "calls the host"], ["hold", "holds a lock"]];
 
-function prepared(given: Lane): Prepared {
-  const lane = { ...given, slices: [...given.slices].sort((a, b) => a[0] - b[0] || b[1] - a[1]) };
-  return {
-    lane,
-    begins: Float64Array.from(lane.slices, (slice) => slice[0]),
-    longest: lane.slices.reduce((most, slice) => Math.max(most, slice[1]), 0),
-  };
+function prepared(lane: Lane): Prepared {
+  const slices = [...lane.slices].sort((a, b) => a[0] - b[0] || b[1] - a[1]);
+  const whole = slices_of(slices.map((slice) => slice[0]), slices.map((slice) => slice[1]), slices.map((slice) => [slice[2], slice[3]]));
+  return { lane, whole, is_merged: (lane.merged_us ?? 0) > 0 };
 }
 
 /** "waits for condition key_pressed", "waits: sleep", "holds mutex_focus", "read /dev/gsensor_daemon" */
@@ -36,7 +34,7 @@ function words_of(kind: SliceKind, what: string): string {
   return kind === "hold" ? what.replace(/^hold /, "holds ") : what;
 }
 
-function first_at_least(times: Float64Array, t: number): number {
+function first_at_least(times: readonly number[], t: number): number {
   let low = 0;
   let high = times.length;
   while (low < high) {
@@ -54,9 +52,11 @@ export class Lanes {
   private readonly frame: HTMLElement;
   private readonly now = element("ul", { class: "lane-values" });
   private readonly lanes: Prepared[];
+  private readonly parts: Parts;
 
   constructor(data: RunData, private readonly timeline: Timeline) {
     this.lanes = data.lanes.map(prepared);
+    this.parts = data.parts;
     this.canvas.setAttribute("aria-label", `Lanes of ${data.lanes.length} threads: ${data.lanes.map((lane) => lane.name).join(", ")}`);
     this.frame = element("div", { class: "lanes-frame" }, this.canvas, this.cursor_line);
     const legend = kind_words.map(([kind, words]) =>
@@ -66,6 +66,7 @@ export class Lanes {
     this.frame.addEventListener("pointerdown", (event) => this.follow(event));
     timeline.on_cursor(() => this.show_cursor());
     timeline.on_span(() => this.draw());
+    timeline.on_news(() => this.draw());
     on_colors_change(() => this.draw());
     new ResizeObserver(() => this.draw()).observe(this.frame);
   }
@@ -86,19 +87,28 @@ export class Lanes {
       element("li", {}, element("span", { class: "lane-name" }, lane.name), ` ${this.doing(i)}`)));
   }
 
+  /** Every slice between two times where they are read, else null. */
+  private every({ lane, whole, is_merged }: Prepared, from: number, to: number): Slices | null {
+    return is_merged ? this.parts.slices(lane.thread, from, to) : whole;
+  }
+
   /** What a thread does at the cursor. */
   private doing(i: number): string {
-    const { lane, begins, longest } = this.lanes[i] as Prepared;
+    const lane = this.lanes[i] as Prepared;
     const { cursor } = this.timeline;
+    const every = this.every(lane, cursor, cursor);
+    const { begins, lengths, labels, longest } = every ?? lane.whole;
     const doing: string[] = [];
     for (let at = first_at_least(begins, cursor - longest); at < begins.length; ++at) {
-      const [t, us, kind, what] = lane.slices[at] as Lane["slices"][number];
+      const t = begins[at] as number;
+      const us = lengths[at] as number;
+      const [kind, what] = labels[at] as Label;
       if (t > cursor) break;
       if (t + us > cursor || (us === 0 && t === cursor)) {
         doing.push(`${words_of(kind, what)}${us > 0 ? ` (${length_text(us)})` : ""}`);
       }
     }
-    return doing.length > 4 ? `${doing.slice(0, 4).join("; ")}; and ${doing.length - 4} more` : doing.join("; ") || "–";
+    return (every ? "" : near_sign) + (doing.length > 4 ? `${doing.slice(0, 4).join("; ")}; and ${doing.length - 4} more` : doing.join("; ") || "–");
   }
 
   private draw(): void {
@@ -117,20 +127,24 @@ export class Lanes {
     this.show_cursor();
   }
 
-  private draw_lane(paint: CanvasRenderingContext2D, { lane, begins, longest }: Prepared, top: number): void {
+  private draw_lane(paint: CanvasRenderingContext2D, prepared: Prepared, top: number): void {
+    const { begins, lengths, labels, longest } = this.every(prepared, this.timeline.from, this.timeline.to) ?? prepared.whole;
+    const { width } = this;
     paint.fillStyle = color("grid");
-    paint.fillRect(left_space, top + name_height, this.width, bar_height);
+    paint.fillRect(left_space, top + name_height, width, bar_height);
     paint.fillStyle = color("ink-soft");
     paint.font = "11px system-ui, sans-serif";
-    paint.fillText(lane.name, left_space, top + name_height - 3);
-    const scale = this.width / this.timeline.span;
+    paint.fillText(prepared.lane.name, left_space, top + name_height - 3);
+    const scale = width / this.timeline.span;
     const drawn_to: Partial<Record<SliceKind, number>> = {};
     for (let at = first_at_least(begins, this.timeline.from - longest); at < begins.length; ++at) {
-      const [t, us, kind] = lane.slices[at] as Lane["slices"][number];
+      const t = begins[at] as number;
+      const us = lengths[at] as number;
+      const kind = (labels[at] as Label)[0];
       if (t > this.timeline.to) break;
       if (t + us < this.timeline.from) continue;
       const from = Math.max(0, (t - this.timeline.from) * scale);
-      const to = Math.min(this.width, Math.max(from + 0.75, (t + us - this.timeline.from) * scale));
+      const to = Math.min(width, Math.max(from + 0.75, (t + us - this.timeline.from) * scale));
       if (to <= (drawn_to[kind] ?? -1)) continue;  // less than a pixel after one of its kind
       drawn_to[kind] = Math.max(to, from + 0.5);
       paint.fillStyle = color(kind_colors[kind] ?? "ink-soft");

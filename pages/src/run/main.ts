@@ -35,7 +35,9 @@ function build(data: RunData): void {
     element("h2", { id: "threads-title" }, "Threads"),
     element("p", { class: "about" }, "Simulated time passes only where a thread waits; what it does between takes none."),
     new Lanes(data, timeline).root);
+  const failures = element("div", {});
   byId("page").replaceChildren(
+    failures,
     summary(data), requests_table(data, timeline),
     element("section", { class: "sticky", "aria-label": "Time and search" }, toolbar.root, new Overview(data, timeline).root),
     element("main", { class: "layout" },
@@ -43,6 +45,8 @@ function build(data: RunData): void {
         new PictureCard(data, timeline).root, new ZonesCard(data, timeline).root, happenings.root),
       element("div", { class: "curves" }, ...panels_of(data).map((panel) => panel_element(panel, timeline, marks)), lanes, other_signals(data, timeline, marks)),
       element("div", { class: "below" }, about_run(data), story(data))));
+  data.parts.follow(timeline, (words) => failures.replaceChildren(
+    element("p", { class: "note", role: "alert" }, `A part of this run cannot be shown in full: ${words}`)));
 }
 
 async function main(): Promise<void> {

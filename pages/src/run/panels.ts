@@ -1,7 +1,6 @@
 // Which curves stand together, under which title. A signal that a trace does not have is left out.
 import type { PlotOptions, Curve, Stretch } from "../shared/plot";
-import type { Signal } from "../shared/signals";
-import { value_at } from "../shared/signals";
+import { derived, value_at, type Samples, type Signal } from "../shared/signals";
 import { square_limit_deg } from "../shared/wall_picture";
 import type { ColorName } from "../shared/theme";
 import type { RunData, Zones } from "./data";
@@ -40,12 +39,14 @@ class Signals {
 
 /** A signal less another one, at the times of the first. */
 function less(signal: Signal, other: Signal): Signal {
-  const v = Array.from(signal.t, (t, i) => {
-    const value = signal.v[i] ?? null;
-    const reference = value_at(other, t);
-    return value === null || reference === null ? null : value - reference;
+  return derived({ name: `${signal.name} less ${other.name}`, unit: signal.unit }, [signal, other], ([all, others]) => {
+    const { t, v } = all as Samples;
+    return { t, v: Array.from(t, (at, i) => {
+      const value = v[i] ?? null;
+      const reference = value_at(others as Samples, at);
+      return value === null || reference === null ? null : value - reference;
+    }) };
   });
-  return { name: `${signal.name} less ${other.name}`, unit: signal.unit, t: signal.t, v };
 }
 
 /** The backlash over time: it is taken up to one side, or the lens is between both. */
@@ -131,7 +132,10 @@ const farthest_mm = 12000;
 /** A signal without the values above a bound. */
 function up_to(curves: Curve[], most: number): Curve[] {
   return curves.map((curve) => ({
-    ...curve, signal: { ...curve.signal, v: Array.from(curve.signal.v, (value) => (value === null || value > most ? null : value)) },
+    ...curve, signal: derived(curve.signal, [curve.signal], ([all]) => {
+      const { t, v } = all as Samples;
+      return { t, v: Array.from(v, (value) => (value === null || value > most ? null : value)) };
+    }),
   }));
 }
 
@@ -243,14 +247,19 @@ function motion_of(signals: Signals, end: number): Stretch[] {
 }
 
 /** How far the angles went from one block of samples to the next, on the axis that went farthest. */
-function steps_of(axes: readonly Signal[]): Signal {
+function steps_of(signals: readonly Signal[]): Signal {
+  const about = { name: "step of the angles", unit: "deg", about: "from one block of samples to the next, largest axis" };
+  return derived(about, signals, steps_between);
+}
+
+function steps_between(axes: readonly Samples[]): Samples {
   const times = Array.from(new Set(axes.flatMap((axis) => Array.from(axis.t)))).sort((a, b) => a - b);
   const v = times.map((t, i) => {
     const before = times[i - 1];
     if (before === undefined || axes.every((axis) => (value_at(axis, before) ?? 0) === 0)) return null;  // no block yet
     return Math.max(...axes.map((axis) => Math.abs((value_at(axis, t) ?? 0) - (value_at(axis, before) ?? 0))));
   });
-  return { name: "step of the angles", unit: "deg", about: "from one block of samples to the next, largest axis", t: times, v };
+  return { t: times, v };
 }
 
 function gravity_panel(signals: Signals, end: number): Panel {

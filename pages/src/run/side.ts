@@ -37,6 +37,7 @@ export class PictureCard {
       element("ul", { class: "keys" }, key("now", "at the cursor"), key("before", "before"), key("after", "after"), key("ideal", "ideal")),
       this.figures);
     timeline.on_cursor(() => this.show());
+    timeline.on_news(() => this.show());
     this.show();
   }
 

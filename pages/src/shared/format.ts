@@ -1,5 +1,8 @@
 // Numbers and times as people read them.
 
+/** Before what is true nearby: the page has not read every value at that time, or not yet. */
+export const near_sign = "≈ ";
+
 const us_per_s = 1e6;
 
 /** A time within a run: "3.250 s", "12:03.5", "4:05:12". `step_us` is how close neighbours are that must differ. */

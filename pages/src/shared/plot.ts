@@ -1,8 +1,8 @@
 // A plot of signals over the shared time: uPlot draws curves, axes and grid; the legend with the values at the
 // cursor, the cursor itself and the marks are ours.
 import { element, type Child } from "./dom";
-import { quantity, time_text, trimmed, unit_sign } from "./format";
-import { sample, value_at, type Columns, type Held, type Signal } from "./signals";
+import { near_sign, quantity, time_text, trimmed, unit_sign } from "./format";
+import { is_near, sample, value_at, type Columns, type Held, type Signal } from "./signals";
 import { color, on_colors_change, type ColorName } from "./theme";
 import type { Timeline } from "./timeline";
 
@@ -96,8 +96,7 @@ function range_around(low: number | null | undefined, high: number | null | unde
 }
 
 function note_of({ note, signal }: Curve): string {
-  const thinned = signal.within ? `thinned here: within ${trimmed(signal.within, 4)} ${unit_sign(signal.unit)} of what was told` : "";
-  return [note ?? signal.about ?? "", thinned].filter((text) => text !== "").join("; ");
+  return note ?? signal.about ?? "";
 }
 
 export class Plot {
@@ -119,7 +118,7 @@ export class Plot {
     sizes.observe(this.frame);
     this.undo = [
       timeline.on_cursor(() => this.show_cursor()), timeline.on_span(() => this.refresh()),
-      on_colors_change(() => this.rebuild()), () => sizes.disconnect(),
+      timeline.on_news(() => this.take_news()), on_colors_change(() => this.rebuild()), () => sizes.disconnect(),
     ];
     this.show_cursor();
   }
@@ -142,6 +141,10 @@ export class Plot {
     this.stale = true;
     requestAnimationFrame(() => this.draw_if_stale());
     this.show_cursor();
+  }
+
+  private take_news(): void {
+    if (this.options.curves.some((curve) => curve.signal.every)) this.refresh();
   }
 
   private legend(): HTMLElement {
@@ -214,7 +217,8 @@ export class Plot {
   private show_cursor(): void {
     const t = this.timeline.cursor;
     this.options.curves.forEach((curve, i) => {
-      const text = quantity(value_at(curve.signal, t), "", this.options.decimals);
+      const near = is_near(curve.signal, t) ? near_sign : "";
+      const text = near + quantity(value_at(curve.signal, t), "", this.options.decimals);
       const output = this.values[i] as HTMLElement;
       if (output.textContent !== text) output.textContent = text;
     });

@@ -6,6 +6,7 @@ export class Timeline {
   private cursor_: number;
   private readonly cursor_listeners = new Set<(t: number) => void>();
   private readonly span_listeners = new Set<() => void>();
+  private readonly news_listeners = new Set<() => void>();
 
   /** The shortest span that can be shown. */
   static readonly shortest_us = 1000;
@@ -32,6 +33,16 @@ export class Timeline {
   on_span(listener: () => void): () => void {
     this.span_listeners.add(listener);
     return () => { this.span_listeners.delete(listener); };
+  }
+
+  /** The same for when more has become known of what is shown or under the cursor. */
+  on_news(listener: () => void): () => void {
+    this.news_listeners.add(listener);
+    return () => { this.news_listeners.delete(listener); };
+  }
+
+  tell_news(): void {
+    for (const listener of this.news_listeners) listener();
   }
 
   move_cursor(t: number): void {

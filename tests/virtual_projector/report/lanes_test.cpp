@@ -162,4 +162,14 @@ TEST(Slices, ThatAreManyAreMergedWhereTheyAreShortAndFollowEachOtherAtOnce) {
               1);
 }
 
+TEST(Slices, ThatAreMergedAreWhatTheLongestOfThemIs) {
+    std::vector<vp::Slice> slices = {slice(0, 30000, vp::SliceKind::call)};
+    for (std::int64_t i = 0; i < 100; ++i)
+        slices.push_back(slice(30000 + i * 40000, 30000 + (i + 1) * 40000, vp::SliceKind::wait));
+    std::int64_t merged_us = 0;
+    const std::vector<vp::Slice> fewer = vp::merge_short(slices, 10, merged_us);
+    ASSERT_EQ(fewer.size(), 1U);
+    EXPECT_EQ(fewer.front().kind, vp::SliceKind::wait);
+}
+
 }  // namespace

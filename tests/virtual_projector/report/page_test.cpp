@@ -67,26 +67,35 @@ TEST(Base64Test, CodesBytesThatAreNoText) { EXPECT_EQ(base64(std::string("\xff\x
 
 TEST_F(PageTest, HoldsTheDataAsTheyWere) {
     const std::string data = R"({"format":1,"title":"a run"})";
-    EXPECT_EQ(unpacked(bytes_of(data_element(make_run_page(data)))), data);
+    EXPECT_EQ(unpacked(bytes_of(data_element(make_run_page({data, {}})))), data);
+}
+
+TEST_F(PageTest, HoldsEachPartOnALineOfItsOwn) {
+    const std::string lines = data_element(make_run_page({"{}", {"[1]", "[2]"}}));
+    const std::size_t first = lines.find('\n');
+    const std::size_t second = lines.find('\n', first + 1);
+    EXPECT_EQ(unpacked(bytes_of(lines.substr(0, first))), "{}");
+    EXPECT_EQ(unpacked(bytes_of(lines.substr(first + 1, second - first - 1))), "[1]");
+    EXPECT_EQ(unpacked(bytes_of(lines.substr(second + 1))), "[2]");
 }
 
 TEST_F(PageTest, IsNotEndedByATextWithinItsData) {
     const std::string data = R"({"title":"</script><img src=x onerror=alert(1)><!--"})";
-    const std::string page = make_run_page(data);
+    const std::string page = make_run_page({data, {}});
     EXPECT_THAT(page, Not(HasSubstr("onerror")));
     EXPECT_EQ(unpacked(bytes_of(data_element(page))), data);
 }
 
 TEST_F(PageTest, AllowsNothingButItsOwnScriptsAndStyle) {
-    const std::string page = make_run_page("{}");
+    const std::string page = make_run_page({"{}", {}});
     EXPECT_THAT(page, HasSubstr("default-src 'none'"));
     EXPECT_THAT(page, Not(HasSubstr("unsafe-inline")));
     EXPECT_THAT(page, Not(HasSubstr("{{")));
 }
 
-TEST_F(PageTest, TakesAMegabyteAtMostBesideItsData) { EXPECT_LE(make_run_page("{}").size(), 1000000U); }
+TEST_F(PageTest, TakesAMegabyteAtMostBesideItsData) { EXPECT_LE(make_run_page({"{}", {}}).size(), 1000000U); }
 
-TEST_F(PageTest, IsTheSameForTheSameData) { EXPECT_EQ(make_run_page("{}"), make_run_page("{}")); }
+TEST_F(PageTest, IsTheSameForTheSameData) { EXPECT_EQ(make_run_page({"{}", {}}), make_run_page({"{}", {}})); }
 
 }  // namespace
 }  // namespace vp

@@ -34,7 +34,7 @@ Made make_all(const std::string& path) {
     }
     const vp::RunData run = collector.finish();
     const std::vector<std::string> story = teller.tell({});
-    made.bytes += vp::page_data(run, "", story).size();
+    made.bytes += vp::as_one_object(vp::page_data(run, "", story)).size();
     vp::write_perfetto(run, [&made](std::string_view text) { made.bytes += text.size(); });
     vp::write_tables(run, [&made](const std::string&, const std::string& text) { made.bytes += text.size(); });
     return made;

@@ -391,6 +391,18 @@ describe("the page fits", () => {
   });
 });
 
+describe("the page on paper", () => {
+  it("shows every request, to its last column", async () => {
+    const run = await make_run_page("ceiling", folder);
+    await with_page(run.page, { width: 718 }, async (page) => {  // A4 within Chromium's margins
+      await page.emulateMedia({ media: "print" });
+      const table = page.locator(".requests");
+      const [shown, all] = await table.evaluate((box) => [[box.clientWidth, box.clientHeight], [box.scrollWidth, box.scrollHeight]]);
+      assert.deepEqual(shown, all);
+    });
+  });
+});
+
 describe("people who see or read otherwise", () => {
   for (const [scheme, width] of [["light", 1400], ["dark", 1400], ["light", 400], ["dark", 400]]) {
     it(`are not shut out: axe finds nothing, ${scheme}, ${width} pixels`, async () => {

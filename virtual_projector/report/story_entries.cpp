@@ -17,6 +17,14 @@ namespace {
 
 const std::string motor = "/sys/class/motor/";
 
+// What a failed call means, of those that fail in runs where all is well. Empty: of another one.
+std::string meaning_of_failure(const std::string& path) {
+    if (path == "/sys/class/dlp/elepn_focus_curve_data") return "the light engine has no focus curve";
+    if (path == "nx_isp_lib_init") return "the ToF library refuses the calibration it is given";
+    if (path == "nx_angle_cal") return "the ToF library finds no plane";
+    return "";
+}
+
 std::string turn_words(const TruthAt& truth) {
     const std::string hdmi = turn_in_words(truth.hdmi_turn_deg);
     const std::string menu = turn_in_words(truth.menu_turn_deg);
@@ -162,8 +170,10 @@ void EntryCollector::add_motor_order(const CallAt& call) {
 }
 
 void EntryCollector::add_failure(const CallAt& call) {
+    const std::string fact = call.call + " " + call.path + " fails: " + call.error;
+    const std::string meaning = meaning_of_failure(call.path);
     add(call.t_us, finder_.current_on(call.thread), EntryKind::failure,
-        call.call + " " + call.path + " fails: " + call.error);
+        meaning.empty() ? fact : meaning + " (" + fact + ")");
 }
 
 void EntryCollector::take_call(const CallAt& call) {

@@ -363,6 +363,16 @@ TEST_F(StoryTest, TellsToastsThatWereSentAndNotLinesOfTheLog) {
     EXPECT_EQ(count_of(story, "a toast reaches nobody"), 1U);
 }
 
+TEST_F(StoryTest, SaysWhatAFailedCallMeansWhereItIsKnown) {
+    const auto failure = [](const std::string& path) {
+        return R"({"t_us":5,"thread":1,"name":"main","call":"open","path":")" + path +
+               R"(","result":-1,"error":"ENOENT"})" + "\n";
+    };
+    const Lines story = story_of(failure("/sys/class/dlp/elepn_focus_curve_data") + failure("/dev/something"));
+    EXPECT_TRUE(has(story, "the light engine has no focus curve (open"));
+    EXPECT_EQ(count_of(story, "0.000 s  open /dev/something fails: ENOENT"), 1U);
+}
+
 TEST_F(StoryTest, TellsWhatEachFaultDid) {
     EXPECT_TRUE(has(list_of(Trace().at(100).fault(2)),
                     "0.100 s  planned fault 2: failed with EIO (read /sys/class/motor/stop)"));

@@ -25,8 +25,8 @@ function felt_pitch_deg(state: State): number {
 }
 
 function edges_of({ truth }: State): string {
-  const edges = { left: truth.left_side_deg, right: truth.right_side_deg, top: truth.top_edge_deg, bottom: truth.bottom_edge_deg };
-  return Object.entries(edges).map(([name, degrees]) => `${name} ${fixed(degrees, 1)}°`).join(", ");
+  const both = (one: number, other: number): string => `${fixed(one, 1)}/${fixed(other, 1)}°`;
+  return `sides ${both(truth.left_side_deg, truth.right_side_deg)}, top/bottom ${both(truth.top_edge_deg, truth.bottom_edge_deg)}`;
 }
 
 const gauges: Gauge[] = [

@@ -18,7 +18,7 @@ import check_trace  # noqa: E402
 
 
 def kind_of(record):
-    kinds = ("run", "event", "truth", "wear", "callback", "return", "state", "log", "call")
+    kinds = ("run", "event", "truth", "wear", "callback", "return", "state", "log", "wait", "call")
     kind = next(each for each in kinds if each in record)
     return kind if kind != "call" else "call " + record["call"]
 
@@ -55,6 +55,10 @@ def broken(record):
         inside = copy.deepcopy(record)
         inside["run"]["format"] = 1
         yield "another format", inside
+    if kind == "wait":
+        yield "no duration", {key: value for key, value in record.items() if key != "took_us"}
+        yield "a wait for what there is not", {**record, "wait": "the bus"}
+        yield "an end that there is not", {**record, "end": "bored"}
     if kind.startswith("call "):
         yield "no result", {key: value for key, value in record.items() if key != "result"}
         yield "a call that there is not", {**record, "call": "dance"}
@@ -77,8 +81,8 @@ def main(schema_file, trace):
     good = first_of_each_kind(trace)
     failures = []
     tried = 0
-    for kind in ("run", "truth", "wear", "state", "log", "callback", "return", "event", "call open", "call read",
-                 "call write", "call ioctl", "call sleep", "call call", "call unlock", "call pthread_create"):
+    for kind in ("run", "truth", "wear", "state", "log", "callback", "return", "event", "wait", "call open",
+                 "call read", "call write", "call ioctl", "call sleep", "call call", "call unlock", "call pthread_create"):
         if kind not in good:
             failures.append(f"the trace has no {kind}")
             continue

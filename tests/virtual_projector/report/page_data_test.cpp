@@ -55,7 +55,7 @@ vp::Signal long_signal() {
     signal.name = "gravity.x";
     for (int i = 0; i < 300000; ++i) {
         signal.t_us.push_back(std::int64_t{20000} * i + i % 3);
-        const double value = std::sin(i / 1000.0) + (i * 7919 % 11) * 0.001;
+        const double value = std::sin(i / 1000.0) + (i % 11 * 7 % 11) * 0.001;
         signal.values.push_back(i == 123456 ? 7 : i == 200000 ? std::nan("") : value);
     }
     return signal;

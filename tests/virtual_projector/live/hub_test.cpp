@@ -2,25 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+#include <string>
 #include <thread>
+
+#include "tests/virtual_projector/live/states.h"
 
 namespace {
 
 using vp::Hub;
 using Json = Hub::Json;
-
-Json state_at(int t_us) {
-    return {{"t_us", t_us},
-            {"truth",
-             {{"lens_tmr", 1},
-              {"best_tmr", 2},
-              {"sharpness", 1},
-              {"left_side_deg", 0},
-              {"right_side_deg", 0},
-              {"distance_mm", 1500},
-              {"pitch_deg", 0},
-              {"led_c", 45}}}};
-}
 
 Json happening(int number) { return {{"t_us", number}, {"kind", "event"}, {"text", std::to_string(number)}}; }
 

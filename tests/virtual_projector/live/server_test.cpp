@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "tests/virtual_projector/live/states.h"
 #include "virtual_projector/launcher/located_json.h"
 
 namespace {
@@ -23,19 +24,6 @@ using vp::Hub;
 
 constexpr const char* page =
     R"(<meta http-equiv="Content-Security-Policy" content="default-src 'none'; script-src 'sha256-x='">the page)";
-
-vp::Hub::Json state_at(int t_us) {
-    return {{"t_us", t_us},
-            {"truth",
-             {{"lens_tmr", 1},
-              {"best_tmr", 2},
-              {"sharpness", 1},
-              {"left_side_deg", 0},
-              {"right_side_deg", 0},
-              {"distance_mm", 1500},
-              {"pitch_deg", 0},
-              {"led_c", 45}}}};
-}
 
 class TheLiveServer : public testing::Test {
 protected:
